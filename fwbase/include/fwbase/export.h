@@ -1,0 +1,7 @@
+// Marks what the shared library exports; everything else in it is hidden.
+#ifndef FWBASE_EXPORT_H
+#define FWBASE_EXPORT_H
+
+#define FWBASE_API __attribute__((visibility("default")))
+
+#endif

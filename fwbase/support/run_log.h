@@ -1,0 +1,79 @@
+// How the library's own code logs: RUN_LOG(ERROR, "text %d", number) inside a member function.
+//
+// The level is tested first and the arguments are evaluated only when it is enabled. Formats are
+// written in UTF-8 and converted to GBK while compiling; the compiler checks the arguments.
+#ifndef FWBASE_SUPPORT_RUN_LOG_H
+#define FWBASE_SUPPORT_RUN_LOG_H
+
+#include <cstdarg>
+#include <cstdint>
+#include <memory>
+
+#include <fwbase/irunlog.h>
+
+#include "fwbase/support/gbk.h"
+
+namespace fwbase::support {
+
+/// Where a record comes from.
+struct CallSite {
+  const void* object;
+  const char* function;
+  const char* file;
+  int line;
+  const char* date;
+  const char* time;
+};
+
+inline bool enabled(IRunLog::Type level) {
+  return (IRunLog::ms_type_sign.load(std::memory_order_relaxed) & level) != 0;
+}
+
+/// An address as the 32 bits that "%x" prints of it.
+inline std::uint32_t addr32(const void* address) {
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(address));
+}
+
+/// A function's address, likewise.
+template <typename Result, typename... Args>
+std::uint32_t addr32(Result (*function)(Args...)) {
+  return addr32(reinterpret_cast<const void*>(function));
+}
+
+/// Formats with IRunLog::FormatStr's rules (1,022 characters at most); null without memory.
+std::unique_ptr<char[]> format_text(const char* format, std::va_list args);
+
+/// Writes one record to the facade's run log. gbk_format is what is printed; utf8_format is the
+/// same text as typed, there for the compiler's check only.
+void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_format,
+                  const char* utf8_format, ...) __attribute__((format(printf, 4, 5)));
+
+}  // namespace fwbase::support
+
+#define RUN_LOG_FIRST(...) RUN_LOG_FIRST_OF(__VA_ARGS__, )
+#define RUN_LOG_FIRST_OF(first, ...) first
+
+/// Logs for the object given, which may be null.
+#define RUN_LOG_AT(object, level, ...)                                                         \
+  do {                                                                                         \
+    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                                \
+      static constexpr auto run_log_text =                                                     \
+          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>(           \
+              RUN_LOG_FIRST(__VA_ARGS__));                                                     \
+      ::fwbase::support::write_record(                                                         \
+          ::fwbase::IRunLog::level,                                                            \
+          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},               \
+          run_log_text.bytes, __VA_ARGS__);                                                    \
+    }                                                                                          \
+  } while (false)
+
+/// Logs for `this`.
+#define RUN_LOG(level, ...) RUN_LOG_AT(this, level, __VA_ARGS__)
+
+/// Traces the entry and the exit of the enclosing scope; `text` is a GBK text.
+#define RUN_TRACE(text)                                                                        \
+  const ::fwbase::IRunLog::CTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__,      \
+                                            __PRETTY_FUNCTION__,                               \
+                                            const_cast<void*>(static_cast<const void*>(this)))
+
+#endif
