@@ -1,0 +1,57 @@
+#include "tests/support/failing_new.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local int left_until_failure = 0;  // 0: none is to fail (any more)
+thread_local unsigned int failing_forms = 0;
+thread_local bool failed = false;
+
+void* allocate(std::size_t size, fwbase::test::FailingNew::Form form) {
+  if ((failing_forms & form) != 0 && left_until_failure > 0 && --left_until_failure == 0) {
+    failed = true;
+    return nullptr;
+  }
+  return std::malloc(size != 0 ? size : 1);
+}
+
+void* allocate_or_throw(std::size_t size) {
+  void* const memory = allocate(size, fwbase::test::FailingNew::THROWING);
+  if (memory == nullptr) {
+    throw std::bad_alloc();
+  }
+  return memory;
+}
+
+}  // namespace
+
+namespace fwbase::test {
+
+FailingNew::FailingNew(int n, Form form) {
+  left_until_failure = n;
+  failing_forms = form;
+  failed = false;
+}
+
+FailingNew::~FailingNew() { left_until_failure = 0; }
+
+bool FailingNew::has_failed() const { return failed; }
+
+}  // namespace fwbase::test
+
+void* operator new(std::size_t size) { return allocate_or_throw(size); }
+void* operator new[](std::size_t size) { return allocate_or_throw(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size, fwbase::test::FailingNew::NOTHROW);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return allocate(size, fwbase::test::FailingNew::NOTHROW);
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
