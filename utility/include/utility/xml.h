@@ -1,0 +1,124 @@
+#ifndef UTILITY_XML_H
+#define UTILITY_XML_H
+
+#include <utility/element.h>
+
+#include <string>
+#include <vector>
+
+XERCES_CPP_NAMESPACE_BEGIN
+class XercesDOMParser;
+XERCES_CPP_NAMESPACE_END
+
+namespace utility {
+
+/// Owner of one XML document: loads it from a file, finds and makes elements, saves it.
+///
+/// Use: xercesc::XMLPlatformUtils::Initialize() must have been called (the script engine's
+///   init() does). Then load(), work, release(). The destructor does not free the document:
+///   release() comes first, and before the last XMLPlatformUtils::Terminate(). Not copyable.
+/// Threads: not synchronised; see CElement. Different objects are independent.
+/// Strings: as in CElement; paths are taken byte by byte.
+/// Failures: codes of XmlResult, nothing is logged and no exception leaves load(), save() and
+///   save_as(). Elsewhere only running out of memory leaves as an exception.
+///
+/// Limits of a document, in load() and save_as(): elements and entity references nested at most
+/// 1000 deep; at most 50,000 entity references; see load() for sizes.
+class FWBASE_API CXml {
+ public:
+  /// No document.
+  CXml();
+
+  /// Frees nothing but the path; see the class comment.
+  ~CXml();
+
+  CXml(const CXml&) = delete;
+  CXml& operator=(const CXml&) = delete;
+
+  /// Forgets the document without freeing it; a loaded document must be released first. The path
+  /// of the last load stays. XEC_OK.
+  unsigned int init();
+
+  /// Frees the document and forgets it; all handles become invalid. The path stays. Harmless
+  /// when there is no document, and thus a second time. When the XML platform has been terminated
+  /// meanwhile, the document is forgotten without being freed.
+  void release();
+
+  /// Loads the document of a file in place of the one that this object holds.
+  ///
+  /// Nothing but this file is read: an external DTD is ignored, and a reference to an external
+  /// entity makes the load fail. The document must be well-formed; validity does not matter.
+  ///
+  /// Returns
+  ///   XEC_OK (0)            loaded; handles on an earlier document of this object are invalid
+  ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised
+  ///   XEC_PARSE (4)         not well-formed (an empty file included), or beyond the limits:
+  ///                         nesting, entity references, or expanding to a size out of all
+  ///                         proportion to the file's
+  ///   XEC_NO_DOCUMENT (32)  there is no such file, it cannot be read, or it is not a regular file
+  /// After a failure no document is loaded, an earlier one is gone; only the path stays.
+  unsigned int load(const std::string& path);
+
+  /// save_as() to the file of the last successful load; XEC_BAD_PARAM (10) if there was none.
+  unsigned int save() const;
+
+  /// Writes the document to path. A regular file is replaced in one step, when the new text is
+  /// complete on disk: whoever opens it finds the old or the new document, never a part, and
+  /// after a failure it is as it was. It keeps its permissions and, where allowed, its owner; a
+  /// symbolic link is followed. A new file gets the permissions that the umask leaves of 0666.
+  /// What exists and is not a regular file (a pipe, a device) is written to directly. The text is
+  /// in the encoding that the document was loaded in, and the path of save() does not change.
+  ///
+  /// Returns
+  ///   XEC_OK (0)            saved
+  ///   XEC_NO_TARGET (3)     memory ran out; nothing was written
+  ///   XEC_WRITE (5)         the file could not be written, or the document cannot be written so
+  ///                         that loading it again gives the same document (a control character,
+  ///                         a name outside the encoding, nesting beyond the limit)
+  ///   XEC_BAD_PARAM (10)    empty path
+  ///   XEC_NO_DOCUMENT (32)  no document is loaded
+  unsigned int save_as(const std::string& path) const;
+
+  /// Lets root designate the root element. XEC_OK, XEC_NO_DOCUMENT (32), or XEC_NO_ELEMENT (9).
+  unsigned int get_root_element(CElement& root) const;
+
+  /// Lets out designate a new element called name, attached nowhere: insert it with CElement's
+  /// operations. An empty name is XEC_OK with out as it was; else XEC_OK, XEC_NO_DOCUMENT (32),
+  /// XEC_ENCODING (38), or XEC_CREATE_ELEMENT (7) for a name that XML does not allow.
+  unsigned int create_element(const std::string& name, CElement& out) const;
+
+  /// Appends every element of the document called name to out, in document order; out is not
+  /// cleared. XEC_OK also when there is none; XEC_EMPTY_TAG (6), XEC_NO_DOCUMENT (32),
+  /// XEC_ENCODING (38), or XEC_NO_NODE_LIST (8).
+  unsigned int search_element(const std::string& name, std::vector<CElement>& out) const;
+
+  /// Evaluates an XPath expression, as Xerces-C understands it, from the root element, to an
+  /// ordered snapshot. The caller release()s the result, before this document is released. Null
+  /// when there is no document, or when the expression cannot be converted or evaluated.
+  XERCES_CPP_NAMESPACE::DOMXPathResult* get_xpath_result(const std::string& xpath) const;
+
+  /// Sets text to the text of the first element that xpath selects, as CElement::get_text().
+  /// XEC_OK, XEC_NO_DOCUMENT (32), XEC_XPATH (28) when the expression cannot be evaluated,
+  /// XEC_XPATH_EMPTY (26) when it selects nothing or the first node selected is no element,
+  /// XEC_NO_TEXT (24) when that element's first child is missing or no text, or
+  /// XEC_ENCODING (38). text is set on success only.
+  unsigned int get_xpath_text(const std::string& xpath, std::string& text) const;
+
+  /// CElement::set_text() on the first element that xpath selects, with its code; or
+  /// XEC_NO_DOCUMENT (32), XEC_XPATH (28), XEC_XPATH_EMPTY (26) as in get_xpath_text().
+  unsigned int set_xpath_text(const std::string& xpath, const std::string& text) const;
+
+  /// Appends every element that xpath selects to out, in document order, and skips other nodes;
+  /// out is not cleared. XEC_OK also when there is none; XEC_NO_DOCUMENT (32), XEC_XPATH (28),
+  /// or XEC_XPATH_EMPTY (26) when the result cannot be read.
+  unsigned int get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const;
+
+ private:
+  XERCES_CPP_NAMESPACE::XercesDOMParser* m_parser;
+  XERCES_CPP_NAMESPACE::DOMDocument* m_document;
+  std::string m_file;
+};
+
+}  // namespace utility
+
+#endif

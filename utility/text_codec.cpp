@@ -1,0 +1,114 @@
+#include "utility/text_codec.h"
+
+#include <iconv.h>
+#include <langinfo.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace utility {
+namespace {
+
+constexpr const char* kDomEncoding =
+    std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+
+// The code page of the calling thread's locale, as iconv names it.
+const char* code_page() {
+  const char* const name = nl_langinfo(CODESET);
+  return std::strcmp(name, "ANSI_X3.4-1968") == 0 ? "UTF-8" : name;
+}
+
+// One direction of conversion. Opening a descriptor may load a table, so each thread keeps one
+// per direction until its locale's code page changes.
+class Converter {
+ public:
+  enum class Direction { kToDom, kToNarrow };
+
+  explicit Converter(Direction direction) : m_direction(direction) {}
+  ~Converter() { close(); }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  // Converts all of in to out, which has room for out_size bytes; gives the bytes written, or
+  // kFailed when in is not valid, not complete or not expressible.
+  static constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
+  std::size_t convert(const char* in, std::size_t in_size, char* out, std::size_t out_size) {
+    if (!open_for(code_page())) return kFailed;
+    iconv(m_descriptor, nullptr, nullptr, nullptr, nullptr);
+    char* source = const_cast<char*>(in);  // iconv(3) does not write to it
+    char* target = out;
+    std::size_t room = out_size;
+    // A positive result counts characters that were replaced.
+    if (iconv(m_descriptor, &source, &in_size, &target, &room) != 0 || in_size != 0 ||
+        iconv(m_descriptor, nullptr, nullptr, &target, &room) != 0) {
+      return kFailed;
+    }
+    return out_size - room;
+  }
+
+ private:
+  bool open_for(const char* wanted) {
+    if (is_open() && m_code_page == wanted) return true;
+    close();
+    m_code_page = wanted;
+    m_descriptor = m_direction == Direction::kToDom ? iconv_open(kDomEncoding, wanted)
+                                                    : iconv_open(wanted, kDomEncoding);
+    return is_open();
+  }
+
+  bool is_open() const { return m_descriptor != closed(); }
+
+  void close() {
+    if (is_open()) iconv_close(m_descriptor);
+    m_descriptor = closed();
+  }
+
+  static iconv_t closed() { return reinterpret_cast<iconv_t>(-1); }
+
+  const Direction m_direction;
+  iconv_t m_descriptor = closed();
+  std::string m_code_page;
+};
+
+bool is_plain(char c) { return static_cast<unsigned char>(c) - 1U < 0x7FU; }  // ASCII, not zero
+bool is_plain(XMLCh c) { return c - 1U < 0x7FU; }
+
+constexpr std::size_t kMaxBytesPerUnit = 8;  // more than any code page takes for one UTF-16 unit
+
+}  // namespace
+
+bool to_dom_text(std::string_view narrow, DomText& out) {
+  if (std::all_of(narrow.begin(), narrow.end(), [](char c) { return is_plain(c); })) {
+    out.assign(narrow.begin(), narrow.end());
+    return true;
+  }
+  if (narrow.find('\0') != std::string_view::npos) return false;
+  thread_local Converter converter(Converter::Direction::kToDom);
+  out.resize(2 * narrow.size());  // a byte may stand for two units (a base and a mark)
+  const std::size_t bytes =
+      converter.convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
+                        out.size() * sizeof(XMLCh));
+  if (bytes == Converter::kFailed) return false;
+  out.resize(bytes / sizeof(XMLCh));
+  return true;
+}
+
+bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
+  if (std::all_of(text.begin(), text.end(), [](XMLCh c) { return is_plain(c); })) {
+    out.resize(text.size());
+    std::transform(text.begin(), text.end(), out.begin(),
+                   [](XMLCh c) { return static_cast<char>(c); });
+    return true;
+  }
+  if (text.find(XMLCh(0)) != text.npos) return false;
+  thread_local Converter converter(Converter::Direction::kToNarrow);
+  out.resize(kMaxBytesPerUnit * text.size());
+  const std::size_t bytes = converter.convert(reinterpret_cast<const char*>(text.data()),
+                                              text.size() * sizeof(XMLCh), out.data(), out.size());
+  if (bytes == Converter::kFailed) return false;
+  out.resize(bytes);
+  return true;
+}
+
+}  // namespace utility
