@@ -1,0 +1,195 @@
+// Running a section: its calls in order, each with the arguments of this run's environment.
+//
+// The lock is given up around each host function. Meanwhile other runs may begin or end, variables
+// may change, and a host may even release the engine: whoever gets the lock back trusts nothing
+// that it has not checked or copied.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "fwbase/script/script.h"
+#include "fwbase/support/run_log.h"
+
+namespace fwbase {
+
+using support::addr32;
+using support::WriteGuard;
+using support::WriteRelease;
+
+namespace {
+
+constexpr std::int32_t kSucceeded = 1;
+constexpr std::int32_t kFailed = 2;
+
+/// The environment of a run; null again when the run ends, by whatever way.
+class RunEnvironment {
+ public:
+  RunEnvironment(void*& current, void* env) : m_current(current) { m_current = env; }
+  ~RunEnvironment() { m_current = nullptr; }
+  RunEnvironment(const RunEnvironment&) = delete;
+  RunEnvironment& operator=(const RunEnvironment&) = delete;
+
+ private:
+  void*& m_current;
+};
+
+}  // namespace
+
+/// What one call hands to a host function: the slots, the texts that they point to, and the name
+/// for the result, all copied.
+class CScript::CallArguments {
+ public:
+  explicit CallArguments(std::size_t count)
+      : m_count(count), m_slots(new (std::nothrow) VValue[2 * count]) {
+    if (m_slots) {
+      std::memset(static_cast<void*>(m_slots.get()), 0, 2 * count * sizeof(VValue));
+    }
+  }
+  ~CallArguments() {
+    for (std::size_t i = 0; m_slots && i < m_count; ++i) {
+      delete[] text(i);
+    }
+  }
+  CallArguments(const CallArguments&) = delete;
+  CallArguments& operator=(const CallArguments&) = delete;
+
+  bool allocated() const { return m_slots != nullptr; }
+  const VValue* slots() const { return m_slots.get(); }
+  const char* ret() const { return m_ret.empty() ? nullptr : m_ret.c_str(); }
+
+  void set_ret(const std::string& name) { m_ret = name; }
+  void set_int(std::size_t i, std::int32_t value) { m_slots[i].int_value = value; }
+
+  /// False when memory ran out.
+  bool set_text(std::size_t i, const std::string& value) {
+    char* const copy = new (std::nothrow) char[value.size() + 1];
+    if (copy == nullptr) {
+      return false;
+    }
+    std::memcpy(copy, value.c_str(), value.size() + 1);
+    text(i) = copy;
+    m_slots[i].string_value = copy;
+    return true;
+  }
+
+ private:
+  // The array's second half keeps the texts that are to be freed, one allocation for both.
+  const char*& text(std::size_t i) { return m_slots[m_count + i].string_value; }
+
+  const std::size_t m_count;
+  const std::unique_ptr<VValue[]> m_slots;
+  std::string m_ret;
+};
+
+ec::EC CScript::execute(void*) { return ec::SCRIPT_OK; }
+
+ec::EC CScript::exec_scommad(const char* section, void* env) {
+  const WriteGuard guard(m_lock);
+  const RunEnvironment run(m_env, env);
+  return exec_section(section);
+}
+
+ec::EC CScript::exec_section(const char* section) {
+  if (section == nullptr) {
+    RUN_LOG(ERROR, "param is error: vname=%x", addr32(section));
+    return ec::SCRIPT_E_PARAM;
+  }
+  const auto found = m_sections.find(std::string_view(section));
+  if (found == m_sections.end() || !found->second) {
+    return ec::SCRIPT_E_SECTION;
+  }
+  const unsigned int releases = m_releases;
+  ec::EC result = ec::SCRIPT_OK;
+  for (Fun& call : *found->second) {
+    CallArguments arguments(call.params.size());
+    if (!make_arguments(call, arguments)) {
+      RUN_LOG(ERROR, "分配内存失败\n");
+      return ec::SCRIPT_NO_MEMORY;
+    }
+    call.state = kFailed;  // unless it returns a success: it may also throw
+    result = Call_Fun(call.name.c_str(), arguments.slots(), arguments.ret());
+    if (m_releases != releases) {
+      return ec::SCRIPT_E_SECTION;  // the host released the engine, and the calls with it
+    }
+    if (ec::failed(result)) {
+      return result;
+    }
+    call.state = kSucceeded;
+  }
+  return result;
+}
+
+bool CScript::make_arguments(const Fun& call, CallArguments& arguments) const try {
+  if (!arguments.allocated()) {
+    return false;
+  }
+  arguments.set_ret(call.ret);
+  std::size_t index = 0;
+  for (const Parament& param : call.params) {
+    if (param.type == VT_INT) {
+      arguments.set_int(index, int_argument(param));
+    } else if (param.type == VT_STRING && !set_text_argument(param, index, arguments)) {
+      return false;
+    }
+    ++index;
+  }
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+// A variable that cannot be read has been logged; its argument is 0 or empty and the call is made.
+std::int32_t CScript::int_argument(const Parament& param) const {
+  if (param.ref_name.empty()) {
+    return *param.data.int_value;
+  }
+  std::int32_t value = 0;
+  GetValueEnv(param.ref_name, VT_INT, &value, m_env);
+  return value;
+}
+
+bool CScript::set_text_argument(const Parament& param, std::size_t index,
+                                CallArguments& arguments) const {
+  if (param.ref_name.empty()) {
+    return arguments.set_text(index, *param.data.string_value);
+  }
+  std::string text;
+  GetValueEnv(param.ref_name, VT_STRING, &text, m_env);
+  return arguments.set_text(index, text);
+}
+
+ec::EC CScript::Call_Fun(const char* name, const VValue* args, const char* ret) {
+  if (name == nullptr) {
+    RUN_LOG(ERROR, "param is error: vname=%x", addr32(name));
+    return ec::SCRIPT_E_PARAM;
+  }
+  // The one registered last wins, so the search begins at the end.
+  const auto found = std::find_if(m_syntaxes.rbegin(), m_syntaxes.rend(), [name](ISyntax* syntax) {
+    const char* const own = syntax->name();
+    return own != nullptr && std::strcmp(own, name) == 0;
+  });
+  if (found == m_syntaxes.rend()) {
+    RUN_LOG(ERROR, "不存在的脚本函数:(%s)", name);
+    return ec::SCRIPT_NO_FUNC;
+  }
+  ISyntax* const function = *found;
+  void* const env = m_env;
+  ec::EC result;
+  {
+    const WriteRelease unlocked(m_lock);
+    result = function->call(args, env, ret);
+  }
+  m_env = env;  // other runs may have begun or ended meanwhile
+  return result;
+}
+
+void CScript::ClearParam(std::list<Parament>& params) {
+  for (Parament& param : params) {
+    DelData(param.type, param.data);
+  }
+  params.clear();
+}
+
+}  // namespace fwbase
