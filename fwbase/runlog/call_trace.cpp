@@ -1,10 +1,56 @@
 // The scope tracer.
-#include <fwbase/irunlog.h>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <string>
+
+#include <fwbase/ifwbase.h>
+
+#include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
-IRunLog::CTrace::CTrace(const char*, int, const char*, const char*, const char*, const char*,
-                        void*) {}
-IRunLog::CTrace::~CTrace() {}
+namespace {
+
+// Without memory the record is dropped: a tracer must not throw into the scope that it watches.
+void write_trace(const char* prefix, const std::string& text, const std::string& location) {
+  IRunLog* const log = IFWBase::instance()->runlog();
+  if (log == nullptr) {
+    return;
+  }
+  try {
+    log->write(IRunLog::TRACE, (prefix + text).c_str(), location.c_str());
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+  }
+}
+
+}  // namespace
+
+IRunLog::CTrace::CTrace(const char* text, int line, const char* file, const char* date,
+                        const char* time, const char* function, void* object) {
+  if (!support::enabled(TRACE) || text == nullptr) {
+    return;
+  }
+  const std::unique_ptr<char[]> location(FormatStr(
+      "this(0x%x) %s %s %d CT:%s %s", support::addr32(object), function, file, line, date, time));
+  if (!location) {
+    return;
+  }
+  try {
+    m_text = text;
+    m_location = location.get();
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return;
+  }
+  write_trace("Call: ", m_text, m_location);
+}
+
+IRunLog::CTrace::~CTrace() {
+  if (support::enabled(TRACE)) {
+    write_trace("Ret: ", m_text, m_location);
+  }
+}
 
 }  // namespace fwbase

@@ -15,6 +15,9 @@ constexpr int kLimit = 1023;  // what vsnprintf is given: 1,022 characters and a
 std::atomic<unsigned int> IRunLog::ms_type_sign{0};
 
 std::unique_ptr<char[]> support::format_text(const char* format, std::va_list args) {
+  if (format == nullptr) {
+    return nullptr;
+  }
   std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferSize]());
   if (!buffer) {
     return nullptr;

@@ -1,21 +1,92 @@
-// The built-in run log.
+// The built-in run log: output, writer thread and its queue.
 #ifndef FWBASE_RUNLOG_LOG_PROCESS_H
 #define FWBASE_RUNLOG_LOG_PROCESS_H
 
+#include <ace/Task.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <forward_list>
+#include <mutex>
+#include <string>
+
 #include <fwbase/irunlog.h>
+
+#include "fwbase/runlog/log_file.h"
+#include "fwbase/runlog/log_record.h"
+#include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
 
-class CLogProcess : public IRunLog {
+/// Writes records in the caller's thread, or in queued mode in a thread of its own.
+///
+/// Locks: m_lifecycle makes init(), release() and finish() follow each other; m_lock guards the
+/// output and the settings. No lock is held while a message waits in the queue.
+///
+/// When the writer has to stop, the log comes to a standstill: threads that want to write wait,
+/// those that are putting messages into the queue finish, and only then the queue is emptied. So no
+/// record can slip behind the stop message, into the next round or past the end of the process.
+class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
  public:
-  ec::EC init() override { return ec::LOG_OK; }
-  void type(unsigned int mask) override { ms_type_sign = mask; }
-  void info(unsigned int) override {}
-  ec::EC file(const char*) override { return ec::LOG_OPEN_FAILED; }
-  void asynch(bool) override {}
-  void release() override { ms_type_sign = 0; }
-  void write(Type, const char*, const char*) override {}
-  void finish() {}
+  CLogProcess() = default;
+
+  ec::EC init() override;
+  void type(unsigned int mask) override;
+  void info(unsigned int flags) override;
+  ec::EC file(const char* path) override;
+  void asynch(bool on) override;
+  void release() override;
+  void write(Type type, const char* message, const char* location) override;
+
+  /// The writer thread: writes the queue's records until the stop message.
+  int svc() override;
+
+  /// For the end of the process: writes what is queued and ends the writer thread for good. The
+  /// log stays usable; records are written in the caller's thread from then on.
+  void finish();
+
+ private:
+  enum class Way { kNone, kDirect, kQueued };
+  class Standstill;
+
+  // Hides nothing of ACE's: these overloads belong to its dynamic services.
+  using ACE_Task<ACE_MT_SYNCH>::init;
+  using ACE_Task<ACE_MT_SYNCH>::info;
+
+  Way admit(LogRecord& record);
+  bool enqueue(const LogRecord& record);
+  void write_message(const ACE_Message_Block& message);
+  void do_write_log(const LogRecord& record);
+
+  LogRecord details() const FWBASE_REQUIRES_SHARED(m_lock);
+  bool has_output() const FWBASE_REQUIRES_SHARED(m_lock);
+  void output(const std::string& text) FWBASE_REQUIRES(m_lock);
+  void backup_log() FWBASE_REQUIRES(m_lock);
+  void close_file() FWBASE_REQUIRES(m_lock);
+
+  void begin_standstill();
+  void end_standstill();
+  void leave_parent();
+  ec::EC start_writer() FWBASE_REQUIRES(m_lock);
+  void stop_writer();
+
+  support::RwLock m_lock;
+  bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
+  LogFile* m_file FWBASE_GUARDED_BY(m_lock) = nullptr;           // the first of m_files, or null
+  std::forward_list<LogFile> m_files FWBASE_GUARDED_BY(m_lock);  // earlier ones stay open
+  std::string m_file_name FWBASE_GUARDED_BY(m_lock);
+  bool m_asynch FWBASE_GUARDED_BY(m_lock) = false;
+  bool m_finished FWBASE_GUARDED_BY(m_lock) = false;
+  std::atomic<unsigned int> m_info{0};  // the writer thread looks at it without the lock
+
+  // Changed under m_lock, so that admit() sees either no standstill or counts before it begins.
+  std::atomic<bool> m_standstill{false};
+  std::atomic<unsigned int> m_enqueuing{0};  // threads between admit() and the end of enqueue()
+
+  std::mutex m_lifecycle;
+  bool m_has_writer = false;  // under m_lifecycle
+  std::atomic<pid_t> m_process{
+      ::getpid()};  // whose writer and queue these are: a forked child has neither
 };
 
 }  // namespace fwbase

@@ -1,0 +1,308 @@
+// The built-in run log: output, writer thread and its queue.
+#include "fwbase/runlog/log_process.h"
+
+#include <ace/Signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+#include <iostream>
+#include <new>
+
+#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/log_rotation.h"
+
+namespace fwbase {
+
+using support::ReadGuard;
+using support::WriteGuard;
+
+class CLogProcess::Standstill {
+ public:
+  explicit Standstill(CLogProcess& log) : m_log(log) { m_log.begin_standstill(); }
+  ~Standstill() { m_log.end_standstill(); }
+  Standstill(const Standstill&) = delete;
+  Standstill& operator=(const Standstill&) = delete;
+
+ private:
+  CLogProcess& m_log;
+};
+
+// --- Settings ---
+
+ec::EC CLogProcess::init() {
+  const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
+  // After an init() without a release() the earlier writer ends first, with its queue written.
+  const Standstill standstill(*this);
+  const WriteGuard guard(m_lock);
+  m_asynch = false;
+  ms_type_sign = 0;
+  m_info = 0;
+  m_file = nullptr;
+  m_standard_output = true;
+  return m_finished ? ec::LOG_OK : start_writer();
+}
+
+void CLogProcess::type(unsigned int mask) {
+  const WriteGuard guard(m_lock);
+  ms_type_sign = mask;
+}
+
+void CLogProcess::info(unsigned int flags) {
+  const WriteGuard guard(m_lock);
+  m_info = flags;
+}
+
+void CLogProcess::asynch(bool on) {
+  const WriteGuard guard(m_lock);
+  m_asynch = on;
+}
+
+ec::EC CLogProcess::file(const char* path) {
+  if (path == nullptr) {
+    return ec::LOG_BAD_PARAM;
+  }
+  try {
+    std::string name(path);
+    std::forward_list<LogFile> opened(1);
+    if (!opened.front().open(path, LogFile::Content::kKeep)) {
+      return ec::LOG_OPEN_FAILED;
+    }
+    const WriteGuard guard(m_lock);
+    m_files.splice_after(m_files.before_begin(), opened);
+    m_file = &m_files.front();
+    m_standard_output = false;
+    m_file_name.swap(name);
+    return ec::LOG_OK;
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return ec::LOG_NO_MEMORY;
+  }
+}
+
+void CLogProcess::release() {
+  const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
+  type(0);
+  const Standstill standstill(*this);
+  LogRecord closing;
+  {
+    const ReadGuard guard(m_lock);
+    closing = details();
+  }
+  closing.type = DEBUG;
+  closing.message = "\nlog system release\n";
+  do_write_log(closing);
+  const WriteGuard guard(m_lock);
+  close_file();
+}
+
+void CLogProcess::finish() {
+  if (m_process != ::getpid()) {
+    return;
+  }
+  const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
+  const Standstill standstill(*this);
+  const WriteGuard guard(m_lock);
+  m_finished = true;
+}
+
+// --- Writing, in the caller's thread ---
+
+void CLogProcess::write(Type type, const char* message, const char* location) {
+  if (message == nullptr) {
+    return;
+  }
+  for (;;) {
+    LogRecord record;
+    const Way way = admit(record);
+    record.type = type;
+    record.message = message;
+    record.location = location != nullptr ? location : "";
+    if (way == Way::kDirect) {
+      do_write_log(record);
+      return;
+    }
+    if (way == Way::kNone || enqueue(record)) {
+      return;
+    }
+  }
+}
+
+// Says how a record is to be written now, and takes down its details. A thread admitted to the
+// queue is counted until it leaves enqueue().
+CLogProcess::Way CLogProcess::admit(LogRecord& record) {
+  for (;;) {
+    m_standstill.wait(true);
+    const ReadGuard guard(m_lock);
+    if (m_standstill) {
+      continue;
+    }
+    if (!has_output() || m_file_name.empty()) {
+      return Way::kNone;
+    }
+    record = details();
+    if (!m_asynch || m_finished) {
+      return Way::kDirect;
+    }
+    ++m_enqueuing;
+    return Way::kQueued;
+  }
+}
+
+// False when the log came to a standstill while the record waited for room in the queue: it is
+// not in the queue then.
+bool CLogProcess::enqueue(const LogRecord& record) {
+  MessagePtr message = pack_record(record);
+  const bool done = !message || putq(message.get()) != -1;
+  if (done) {
+    message.release();
+  }
+  if (--m_enqueuing == 0) {
+    m_enqueuing.notify_all();
+  }
+  return done;
+}
+
+LogRecord CLogProcess::details() const {
+  LogRecord record;
+  const unsigned int flags = m_info;
+  record.pid = (flags & INFO_PID) != 0 ? ::getpid() : 0;
+  record.tid =
+      (flags & INFO_TID) != 0 ? ::getpid() : 0;  // readers of the log rely on the process id
+  if ((flags & INFO_TIME) != 0) {
+    record.time = std::time(nullptr);
+  }
+  return record;
+}
+
+// --- Output ---
+
+void CLogProcess::do_write_log(const LogRecord& record) {
+  try {
+    const std::string text = record_text(record);
+    const WriteGuard guard(m_lock);
+    if (!m_file_name.empty()) {
+      output(text);
+    }
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+  }
+}
+
+bool CLogProcess::has_output() const { return m_standard_output || m_file != nullptr; }
+
+namespace {
+
+// A failure loses the record only, whatever the host has made of the stream's exceptions.
+void write_standard_output(const std::string& text) {
+  try {
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+    if (!std::cout) {
+      std::cout.clear();
+    }
+  } catch (const std::ios_base::failure&) {
+    std::cout.clear();
+  }
+}
+
+}  // namespace
+
+void CLogProcess::output(const std::string& text) {
+  if (m_standard_output) {
+    write_standard_output(text);
+  } else if (m_file != nullptr && m_file->append(text) && rotation_due(m_file->position())) {
+    backup_log();
+  }
+}
+
+// Without a new file the log is silent until file() succeeds.
+void CLogProcess::backup_log() {
+  rotate_backups(m_file_name);
+  if (!m_file->open(m_file_name.c_str(), LogFile::Content::kDiscard)) {
+    close_file();
+  }
+}
+
+void CLogProcess::close_file() {
+  if (m_file != nullptr) {
+    m_file = nullptr;
+    m_files.pop_front();
+  }
+}
+
+// --- The writer thread ---
+
+int CLogProcess::svc() {
+  ACE_Message_Block* next = nullptr;
+  while (getq(next) != -1) {
+    const MessagePtr message(next);
+    if (message->msg_type() == ACE_Message_Block::MB_HANGUP) {
+      break;
+    }
+    write_message(*message);
+  }
+  return 0;
+}
+
+// The flags of this moment, not of the record's, say whether a time is read.
+void CLogProcess::write_message(const ACE_Message_Block& message) {
+  if (const auto record = unpack_record(message, (m_info & INFO_TIME) != 0)) {
+    do_write_log(*record);
+  }
+}
+
+ec::EC CLogProcess::start_writer() {
+  const ACE_Sig_Guard host_signals;  // the writer starts with all blocked: they are the host's
+  m_has_writer = activate() == 0;
+  return m_has_writer ? ec::LOG_OK : ec::LOG_THREAD_FAILED;
+}
+
+void CLogProcess::stop_writer() {
+  MessagePtr stop = shut_down_message();
+  if (stop && putq(stop.get()) != -1) {
+    stop.release();
+  } else {
+    msg_queue()->deactivate();
+  }
+  wait();
+  m_has_writer = false;
+}
+
+void CLogProcess::begin_standstill() {
+  {
+    const WriteGuard guard(m_lock);
+    m_standstill = true;
+  }
+  if (m_process.exchange(::getpid()) != ::getpid()) {
+    leave_parent();
+  }
+  if (!m_has_writer) {
+    msg_queue()->deactivate();  // nobody makes room for threads that wait for it
+  }
+  while (const unsigned int enqueuing = m_enqueuing) {
+    m_enqueuing.wait(enqueuing);
+  }
+  if (m_has_writer) {
+    stop_writer();
+  }
+  msg_queue()->activate();
+  // What is left was queued without a writer, or with no memory for a stop message.
+  ACE_Message_Block* next = nullptr;
+  while (!msg_queue()->is_empty() && getq(next) != -1) {
+    write_message(*MessagePtr(next));
+  }
+}
+
+// In a forked child: the writer thread, and what was queued for it, stayed with the parent.
+void CLogProcess::leave_parent() {
+  m_has_writer = false;
+  m_enqueuing = 0;
+  msg_queue()->flush();
+}
+
+void CLogProcess::end_standstill() {
+  m_standstill = false;
+  m_standstill.notify_all();
+}
+
+}  // namespace fwbase
