@@ -3,6 +3,7 @@
 #define FWBASE_RUNLOG_LOG_FILE_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace fwbase {
@@ -27,6 +28,9 @@ class LogFile {
 
   /// The write position in bytes; -1 for what has none, as pipes and terminals.
   std::int64_t position() const;
+
+  /// Links files that stay open.
+  std::unique_ptr<LogFile> next;
 
  private:
   void cut_back(std::size_t written);

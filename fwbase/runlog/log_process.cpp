@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <ctime>
 #include <iostream>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "fwbase/runlog/log_message.h"
 #include "fwbase/runlog/log_rotation.h"
@@ -38,7 +40,7 @@ ec::EC CLogProcess::init() {
   m_asynch = false;
   ms_type_sign = 0;
   m_info = 0;
-  m_file = nullptr;
+  keep_file_open();
   m_standard_output = true;
   return m_finished ? ec::LOG_OK : start_writer();
 }
@@ -62,20 +64,22 @@ ec::EC CLogProcess::file(const char* path) {
   if (path == nullptr) {
     return ec::LOG_BAD_PARAM;
   }
+  std::unique_ptr<LogFile> opened(new (std::nothrow) LogFile);
+  if (!opened) {
+    return ec::LOG_NO_MEMORY;
+  }
+  if (!opened->open(path, LogFile::Content::kKeep)) {
+    return ec::LOG_OPEN_FAILED;
+  }
   try {
     std::string name(path);
-    std::forward_list<LogFile> opened(1);
-    if (!opened.front().open(path, LogFile::Content::kKeep)) {
-      return ec::LOG_OPEN_FAILED;
-    }
     const WriteGuard guard(m_lock);
-    m_files.splice_after(m_files.before_begin(), opened);
-    m_file = &m_files.front();
+    keep_file_open();
+    m_file = std::move(opened);
     m_standard_output = false;
     m_file_name.swap(name);
     return ec::LOG_OK;
   } catch (const std::bad_alloc&) {
-    errno = ENOMEM;
     return ec::LOG_NO_MEMORY;
   }
 }
@@ -93,7 +97,7 @@ void CLogProcess::release() {
   closing.message = "\nlog system release\n";
   do_write_log(closing);
   const WriteGuard guard(m_lock);
-  close_file();
+  m_file.reset();
 }
 
 void CLogProcess::finish() {
@@ -210,7 +214,7 @@ void write_standard_output(const std::string& text) {
 void CLogProcess::output(const std::string& text) {
   if (m_standard_output) {
     write_standard_output(text);
-  } else if (m_file != nullptr && m_file->append(text) && rotation_due(m_file->position())) {
+  } else if (m_file && m_file->append(text) && rotation_due(m_file->position())) {
     backup_log();
   }
 }
@@ -219,14 +223,15 @@ void CLogProcess::output(const std::string& text) {
 void CLogProcess::backup_log() {
   rotate_backups(m_file_name);
   if (!m_file->open(m_file_name.c_str(), LogFile::Content::kDiscard)) {
-    close_file();
+    m_file.reset();
   }
 }
 
-void CLogProcess::close_file() {
-  if (m_file != nullptr) {
-    m_file = nullptr;
-    m_files.pop_front();
+// The file that was written so far is neither closed nor written any more.
+void CLogProcess::keep_file_open() {
+  if (m_file) {
+    m_file->next = std::move(m_earlier_files);
+    m_earlier_files = std::move(m_file);
   }
 }
 

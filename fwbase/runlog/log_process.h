@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <forward_list>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -62,7 +62,7 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
   bool has_output() const FWBASE_REQUIRES_SHARED(m_lock);
   void output(const std::string& text) FWBASE_REQUIRES(m_lock);
   void backup_log() FWBASE_REQUIRES(m_lock);
-  void close_file() FWBASE_REQUIRES(m_lock);
+  void keep_file_open() FWBASE_REQUIRES(m_lock);
 
   void begin_standstill();
   void end_standstill();
@@ -72,8 +72,8 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
 
   support::RwLock m_lock;
   bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
-  LogFile* m_file FWBASE_GUARDED_BY(m_lock) = nullptr;           // the first of m_files, or null
-  std::forward_list<LogFile> m_files FWBASE_GUARDED_BY(m_lock);  // earlier ones stay open
+  std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
+  std::unique_ptr<LogFile> m_earlier_files FWBASE_GUARDED_BY(m_lock);  // a list; they stay open
   std::string m_file_name FWBASE_GUARDED_BY(m_lock);
   bool m_asynch FWBASE_GUARDED_BY(m_lock) = false;
   bool m_finished FWBASE_GUARDED_BY(m_lock) = false;

@@ -1,0 +1,877 @@
+#include "fwbase/runlog/log_process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fwbase/runlog/log_message.h"
+#include "tests/support/failing_new.h"
+#include "tests/support/file_size_limit.h"
+#include "tests/support/temp_dir.h"
+
+using namespace fwbase;
+using namespace fwbase::test;
+
+namespace {
+
+constexpr char kClosing[] = "[DEBUG]: \r\n >\nlog system release\n\n";
+
+std::string text_of(const std::string& message) { return "[ERROR]: \r\n >" + message + "\n"; }
+
+class LogProcess : public testing::Test {
+ protected:
+  ~LogProcess() override { log.release(); }
+
+  void write(const std::string& message) { log.write(IRunLog::ERROR, message.c_str(), nullptr); }
+  void start(bool queued) {
+    ASSERT_EQ(log.init(), ec::LOG_OK);
+    ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+    log.asynch(queued);
+  }
+  std::string written() const { return read_file(path); }
+  bool backup_exists() const { return std::filesystem::exists(path + ".bak.0"); }
+
+  TempDir dir;
+  const std::string path = dir.path("log");
+  CLogProcess log;
+};
+
+template <typename Condition>
+void wait_until(Condition condition) {
+  while (!condition()) {
+    std::this_thread::yield();
+  }
+}
+
+// How many descriptors of this process refer to a file.
+int open_count(const std::string& path) {
+  int count = 0;
+  std::error_code ignored;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    count += std::filesystem::read_symlink(entry.path(), ignored) == path ? 1 : 0;
+  }
+  return count;
+}
+
+// A FIFO that the test reads when it likes: what writes into it blocks after 64 KiB.
+class Fifo {
+ public:
+  explicit Fifo(const std::string& path) {
+    ::mkfifo(path.c_str(), 0600);
+    m_reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    ::fcntl(m_reader, F_SETFL, 0);
+  }
+  ~Fifo() { ::close(m_reader); }
+
+  // Reads until the text read ends with `end`.
+  std::string read_until(const std::string& end) {
+    std::string text;
+    char buffer[4096];
+    while (text.size() < end.size() ||
+           text.compare(text.size() - end.size(), end.size(), end) != 0) {
+      const ssize_t count = ::read(m_reader, buffer, sizeof buffer);
+      if (count <= 0) {
+        return text + "(end)";
+      }
+      text.append(buffer, static_cast<std::size_t>(count));
+    }
+    return text;
+  }
+
+ private:
+  int m_reader;
+};
+
+class Standard : public LogProcess {
+ protected:
+  void SetUp() override { testing::internal::CaptureStdout(); }
+  std::string output() { return testing::internal::GetCapturedStdout(); }
+};
+
+}  // namespace
+
+// --- Before and without a file ---
+
+TEST_F(Standard, NothingIsWrittenBeforeAFileIsOpen) {
+  write("constructed");
+  EXPECT_EQ(log.init(), ec::LOG_OK);
+  write("initialised");
+  log.release();
+  write("released");
+  EXPECT_EQ(output(), "");
+}
+
+TEST_F(Standard, AfterASecondInitRecordsGoToStandardOutput) {
+  start(false);
+  write("file");
+  log.release();
+  ASSERT_EQ(log.init(), ec::LOG_OK);
+  write("direct");
+  log.asynch(true);
+  write("queued");
+  log.release();
+  EXPECT_EQ(written(), text_of("file") + kClosing);
+  EXPECT_EQ(output(), text_of("direct") + text_of("queued") + kClosing);
+}
+
+TEST_F(Standard, StandardOutputIsNeitherClosedNorRotated) {
+  start(false);
+  log.release();
+  ASSERT_EQ(log.init(), ec::LOG_OK);
+  const std::string message(1 << 20, 'x');
+  for (int i = 0; i < 11; ++i) {
+    write(message);
+  }
+  log.release();
+  write("after release");
+  EXPECT_FALSE(backup_exists());
+  EXPECT_EQ(written(), kClosing);
+  const std::string out = output();
+  EXPECT_GT(out.size(), 11u << 20);
+  EXPECT_TRUE(out.ends_with(kClosing + text_of("after release")));
+}
+
+TEST_F(Standard, AFailureOfStandardOutputLosesOneRecord) {
+  start(false);
+  log.release();
+  ASSERT_EQ(log.init(), ec::LOG_OK);
+  for (const auto exceptions : {std::ios_base::goodbit, std::ios_base::badbit}) {
+    std::cout.setstate(std::ios_base::badbit);
+    try {
+      std::cout.exceptions(exceptions);
+    } catch (const std::ios_base::failure&) {
+    }
+    write("lost");
+    write("kept");
+  }
+  std::cout.exceptions(std::ios_base::goodbit);
+  EXPECT_EQ(output(), text_of("kept") + text_of("kept"));
+}
+
+// --- file() ---
+
+TEST_F(LogProcess, FileResultsAndWhatStaysUnchanged) {
+  start(false);
+  EXPECT_EQ(log.file(nullptr), ec::LOG_BAD_PARAM);
+  EXPECT_EQ(log.file(""), ec::LOG_OPEN_FAILED);
+  EXPECT_EQ(log.file(dir.path().c_str()), ec::LOG_OPEN_FAILED);
+  EXPECT_EQ(log.file(dir.path("no/log").c_str()), ec::LOG_OPEN_FAILED);
+  write("still the first file");
+  EXPECT_EQ(written(), text_of("still the first file"));
+}
+
+TEST_F(LogProcess, FileWithoutMemoryChangesNothing) {
+  start(false);
+  const std::string other = dir.path(std::string(100, 'o'));
+  for (int n = 1;; ++n) {
+    ec::EC result;
+    bool failed;
+    {
+      const FailingNew memory(n, FailingNew::ANY);
+      result = log.file(other.c_str());
+      failed = memory.has_failed();
+    }
+    if (!failed) {
+      EXPECT_EQ(result, ec::LOG_OK);
+      EXPECT_GT(n, 1);
+      break;
+    }
+    EXPECT_EQ(result, ec::LOG_NO_MEMORY) << n;
+    EXPECT_EQ(open_count(other), 0);
+    write("x");
+  }
+  EXPECT_EQ(written(), text_of("x") + text_of("x"));
+}
+
+TEST_F(LogProcess, AppendsToWhatTheFileHolds) {
+  write_file(path, "old\n");
+  start(false);
+  write("new");
+  EXPECT_EQ(written(), "old\n" + text_of("new"));
+}
+
+TEST_F(LogProcess, ASecondFileLeavesTheFirstOpenAndUnwritten) {
+  start(false);
+  write("first");
+  const std::string second = dir.path("second");
+  EXPECT_EQ(log.file(second.c_str()), ec::LOG_OK);
+  write("second");
+  EXPECT_EQ(written(), text_of("first"));
+  EXPECT_EQ(read_file(second), text_of("second"));
+  EXPECT_EQ(open_count(path), 1);
+  log.release();
+  EXPECT_EQ(open_count(path), 1);
+  EXPECT_EQ(open_count(second), 0);
+}
+
+TEST_F(LogProcess, FileWorksBeforeInit) {
+  EXPECT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  write("x");
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+// --- Records ---
+
+TEST_F(LogProcess, WritesLevelLocationAndMessage) {
+  start(false);
+  log.write(IRunLog::WARN, "message", "location");
+  log.write(static_cast<IRunLog::Type>(3), "message", "location");
+  EXPECT_EQ(written(), "[WARN ]: location\r\n >message\n[NULL ]: location\r\n >message\n");
+}
+
+TEST_F(LogProcess, ANullMessageWritesNothingAndANullLocationIsEmpty) {
+  start(false);
+  log.write(IRunLog::ERROR, nullptr, "location");
+  EXPECT_EQ(written(), "");
+  log.write(IRunLog::ERROR, "message", nullptr);
+  EXPECT_EQ(written(), "[ERROR]: \r\n >message\n");
+}
+
+TEST_F(LogProcess, WriteDoesNotLookAtTheLevelMask) {
+  start(false);
+  EXPECT_EQ(IRunLog::ms_type_sign, 0u);
+  write("x");
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+TEST_F(LogProcess, PidAndTidAreBothTheProcessId) {
+  start(false);
+  log.info(IRunLog::INFO_PID | IRunLog::INFO_TID);
+  const std::string pid = std::to_string(::getpid());
+  std::thread([this] { write("x"); }).join();
+  EXPECT_EQ(written(), "[ERROR]: pid:" + pid + " tid:" + pid + " \r\n >x\n");
+}
+
+TEST_F(LogProcess, OtherFlagBitsHaveNoEffect) {
+  start(false);
+  log.info(~static_cast<unsigned int>(IRunLog::INFO_TIME | IRunLog::INFO_PID | IRunLog::INFO_TID));
+  write("x");
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+TEST_F(LogProcess, TheTimeIsThatOfTheCall) {
+  start(false);
+  log.info(IRunLog::INFO_TIME);
+  for (const bool queued : {false, true}) {
+    log.asynch(queued);
+    const std::time_t before = std::time(nullptr);
+    write("x");
+    const std::time_t after = std::time(nullptr);
+    log.release();
+    std::vector<std::string> candidates;
+    for (std::time_t time = before; time <= after; ++time) {
+      candidates.push_back("[ERROR]: " + std::string(std::ctime(&time), 24) + " \r\n >x\n");
+    }
+    const std::string first_record = written().substr(0, candidates[0].size());
+    EXPECT_NE(std::find(candidates.begin(), candidates.end(), first_record), candidates.end())
+        << first_record;
+    std::filesystem::remove(path);
+    start(false);
+    log.info(IRunLog::INFO_TIME);
+  }
+}
+
+TEST_F(LogProcess, EveryRecordIsInTheFileWhenWriteReturns) {
+  start(false);
+  std::string expected;
+  for (int i = 0; i < 100; ++i) {
+    write(std::to_string(i));
+    expected += text_of(std::to_string(i));
+    ASSERT_EQ(written(), expected);
+  }
+}
+
+TEST_F(LogProcess, WithoutMemoryARecordIsDroppedWithEnomem) {
+  start(false);
+  for (int n = 1;; ++n) {
+    bool failed;
+    {
+      const FailingNew memory(n, FailingNew::ANY);
+      errno = 0;
+      log.write(IRunLog::ERROR, "message", "location");
+      failed = memory.has_failed();
+      EXPECT_EQ(errno, failed ? ENOMEM : 0);
+    }
+    EXPECT_EQ(written(), failed ? "" : "[ERROR]: location\r\n >message\n");
+    if (!failed) {
+      EXPECT_GT(n, 1);
+      break;
+    }
+  }
+}
+
+// --- Settings and rounds ---
+
+TEST_F(LogProcess, InitResetsTheSettings) {
+  start(true);
+  log.type(0xFF);
+  log.info(IRunLog::INFO_PID);
+  EXPECT_EQ(IRunLog::ms_type_sign, 0xFFu);
+  log.release();
+  EXPECT_EQ(IRunLog::ms_type_sign, 0u);
+  log.type(0xFF);
+  ASSERT_EQ(log.init(), ec::LOG_OK);
+  EXPECT_EQ(IRunLog::ms_type_sign, 0u);
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  std::filesystem::resize_file(path, 0);
+  write("x");  // direct: in the file at once
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+TEST_F(LogProcess, ReleaseWritesTheClosingRecordWhateverTheMask) {
+  start(false);
+  log.info(IRunLog::INFO_PID);
+  log.release();
+  EXPECT_EQ(written(),
+            "[DEBUG]: pid:" + std::to_string(::getpid()) + " \r\n >\nlog system release\n\n");
+  EXPECT_EQ(open_count(path), 0);
+}
+
+TEST_F(LogProcess, ASecondReleaseWritesNothing) {
+  start(true);
+  log.release();
+  log.release();
+  write("x");
+  EXPECT_EQ(written(), kClosing);
+}
+
+TEST_F(LogProcess, ReleaseWithoutInitWritesTheClosingRecord) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.release();
+  EXPECT_EQ(written(), kClosing);
+}
+
+TEST_F(LogProcess, AnyNumberOfRounds) {
+  std::string expected;
+  for (int round = 0; round < 20; ++round) {
+    start(round % 2 == 0);
+    write(std::to_string(round));
+    log.release();
+    if (round % 3 == 0) {
+      log.release();
+    }
+    expected += text_of(std::to_string(round)) + kClosing;
+  }
+  EXPECT_EQ(written(), expected);
+}
+
+TEST_F(LogProcess, ASecondInitWritesWhatIsQueuedAndKeepsOneWriter) {
+  start(true);
+  std::string expected;
+  for (int i = 0; i < 500; ++i) {
+    write(std::to_string(i));
+    expected += text_of(std::to_string(i));
+  }
+  ASSERT_EQ(log.init(), ec::LOG_OK);
+  EXPECT_EQ(log.thr_count(), 1u);
+  EXPECT_EQ(written(), expected);
+  EXPECT_EQ(open_count(path), 1);  // as after a second file()
+}
+
+TEST_F(LogProcess, AWriterThatDoesNotStartFailsInitAndRecordsAreWrittenDirectly) {
+  struct NoThread : CLogProcess {
+    int activate(long, int, int, long, int, ACE_Task_Base*, ACE_hthread_t*, void**, size_t*,
+                 ACE_thread_t*, const char**) override {
+      return -1;
+    }
+  } no_thread;
+  EXPECT_EQ(no_thread.init(), ec::LOG_THREAD_FAILED);
+  EXPECT_EQ(no_thread.file(path.c_str()), ec::LOG_OK);
+  no_thread.write(IRunLog::ERROR, "x", "");
+  EXPECT_EQ(written(), text_of("x"));
+  no_thread.release();
+  EXPECT_EQ(written(), text_of("x") + kClosing);
+}
+
+TEST_F(LogProcess, TheWriterIsOneJoinableThreadThatTakesNoSignals) {
+  struct Probe : CLogProcess {
+    int activate(long flags, int threads, int force, long priority, int group, ACE_Task_Base* task,
+                 ACE_hthread_t* handles, void** stacks, size_t* sizes, ACE_thread_t* ids,
+                 const char** names) override {
+      seen_flags = flags;
+      seen_threads = threads;
+      return CLogProcess::activate(flags, threads, force, priority, group, task, handles, stacks,
+                                   sizes, ids, names);
+    }
+    int svc() override {
+      ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+      return CLogProcess::svc();
+    }
+    long seen_flags = 0;
+    int seen_threads = 0;
+    sigset_t mask;
+  } probe;
+  sigset_t before, after;
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
+  ASSERT_EQ(probe.init(), ec::LOG_OK);
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
+  probe.release();
+  EXPECT_EQ(probe.seen_flags, 0x410002);
+  EXPECT_EQ(probe.seen_threads, 1);
+  EXPECT_EQ(sigismember(&probe.mask, SIGTERM), 1);
+  EXPECT_EQ(sigismember(&probe.mask, SIGUSR1), 1);
+  EXPECT_EQ(sigismember(&before, SIGTERM), sigismember(&after, SIGTERM));
+}
+
+// --- Queued mode ---
+
+TEST_F(LogProcess, QueuedRecordsAppearInQueueOrderAndBeforeTheClosingRecord) {
+  start(true);
+  std::string expected;
+  for (int i = 0; i < 2000; ++i) {
+    write(std::to_string(i));
+    expected += text_of(std::to_string(i));
+  }
+  log.release();
+  EXPECT_EQ(written(), expected + kClosing);
+}
+
+TEST_F(LogProcess, ARecordLargerThanTheQueueIsWritten) {
+  start(true);
+  const std::string large(100000, 'x');
+  write(large);
+  write(large);
+  log.release();
+  EXPECT_EQ(written(), text_of(large) + text_of(large) + kClosing);
+}
+
+TEST_F(LogProcess, QueueMarksAre16384Bytes) {
+  EXPECT_EQ(log.msg_queue()->high_water_mark(), 16384u);
+  EXPECT_EQ(log.msg_queue()->low_water_mark(), 16384u);
+}
+
+TEST_F(LogProcess, NothingBehindTheStopMessageIsWritten) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  write("before");
+  log.putq(shut_down_message().release());
+  write("behind");
+  EXPECT_EQ(log.svc(), 0);
+  EXPECT_EQ(written(), text_of("before"));
+}
+
+TEST_F(LogProcess, TheWriterEndsWhenTheQueueIsDeactivated) {
+  log.msg_queue()->deactivate();
+  EXPECT_EQ(log.svc(), 0);
+}
+
+TEST_F(LogProcess, MessagesThatAreNoRecordAreSkipped) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  log.putq(new ACE_Message_Block(3));
+  write("x");
+  log.putq(shut_down_message().release());
+  EXPECT_EQ(log.svc(), 0);
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+TEST_F(LogProcess, TheTimeFlagOfTheWritingMomentDecidesWhetherATimeIsRead) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  log.info(IRunLog::INFO_TIME);
+  write("stored, not read");
+  log.info(0);
+  log.putq(shut_down_message().release());
+  EXPECT_EQ(log.svc(), 0);
+  EXPECT_EQ(written(), text_of("stored, not read"));
+
+  write("read, not stored");
+  log.info(IRunLog::INFO_TIME);
+  log.putq(shut_down_message().release());
+  EXPECT_EQ(log.svc(), 0);
+  const std::time_t nothing = 0;  // what the unused room holds
+  EXPECT_EQ(written(), text_of("stored, not read") + "[ERROR]: " +
+                           std::string(std::ctime(&nothing), 24) + " \r\n >read, not stored\n");
+}
+
+TEST_F(LogProcess, WithoutMemoryAQueuedRecordIsDroppedWithEnomem) {
+  start(true);
+  int failures = 0;
+  for (int n = 1;; ++n) {
+    const FailingNew memory(n, FailingNew::ANY);
+    errno = 0;
+    write("");
+    if (!memory.has_failed()) {
+      break;
+    }
+    EXPECT_EQ(errno, ENOMEM);
+    ++failures;
+  }
+  EXPECT_GE(failures, 2);
+  log.release();
+  EXPECT_EQ(written(), text_of("") + kClosing);
+}
+
+TEST_F(LogProcess, ReleaseWithoutMemoryForTheStopMessageEndsTheWriterAndLosesNothing) {
+  std::string expected;
+  for (int n = 1;; ++n) {
+    start(true);
+    for (int i = 0; i < 50; ++i) {
+      write(std::to_string(i));
+      expected += text_of(std::to_string(i));
+    }
+    const FailingNew memory(n);
+    log.release();
+    EXPECT_EQ(log.thr_count(), 0u);
+    expected += kClosing;
+    ASSERT_EQ(written(), expected);
+    if (!memory.has_failed()) {
+      EXPECT_GT(n, 1);
+      break;
+    }
+  }
+}
+
+// --- Blocked producers ---
+
+TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesThem) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  const std::string message(1000, 'x');
+  std::atomic<int> returned{0};
+  std::thread producer([&] {
+    for (int i = 0; i < 100; ++i, ++returned) {
+      write(message);
+    }
+  });
+  wait_until([&] { return log.msg_queue()->is_full(); });
+  EXPECT_EQ(written(), "");
+  const int piled_up = static_cast<int>(log.msg_queue()->message_count());
+  EXPECT_LT(piled_up, 20);
+  log.release();
+  producer.join();
+  EXPECT_EQ(returned, 100);
+  std::string expected;
+  for (int i = 0; i < piled_up; ++i) {
+    expected += text_of(message);
+  }
+  EXPECT_EQ(written(), expected + kClosing);
+}
+
+TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
+  Fifo fifo(path);
+  start(true);
+  const std::string message(1000, 'x');
+  std::vector<std::thread> producers;
+  for (int t = 0; t < 4; ++t) {
+    producers.emplace_back([&] {
+      for (int i = 0; i < 100; ++i) {
+        write(message);
+      }
+    });
+  }
+  wait_until([&] { return log.msg_queue()->is_full(); });
+  std::thread releaser([&] { log.release(); });
+  const std::string text = fifo.read_until(kClosing);
+  releaser.join();
+  for (std::thread& producer : producers) {
+    producer.join();
+  }
+  // Whole records only, and the closing one last.
+  const std::size_t size = text_of(message).size();
+  const std::size_t records = (text.size() - std::strlen(kClosing)) / size;
+  EXPECT_GE(records, 16u);
+  std::string expected;
+  for (std::size_t i = 0; i < records; ++i) {
+    expected += text_of(message);
+  }
+  EXPECT_EQ(text, expected + kClosing);
+}
+
+// --- Rotation ---
+
+TEST_F(LogProcess, TheFileIsRotatedWhenItReaches10MiB) {
+  constexpr std::size_t kLimit = 10485760;
+  const std::string record = text_of("x");
+  write_file(path, "");
+  std::filesystem::resize_file(path, kLimit - 1 - record.size());
+  start(false);
+  write("x");
+  EXPECT_EQ(std::filesystem::file_size(path), kLimit - 1);
+  EXPECT_FALSE(backup_exists());
+  write("y");
+  EXPECT_EQ(std::filesystem::file_size(path), 0u);
+  EXPECT_EQ(std::filesystem::file_size(path + ".bak.0"), kLimit - 1 + record.size());
+  write("z");
+  EXPECT_EQ(written(), text_of("z"));
+}
+
+TEST_F(LogProcess, ExactlyTenMiBAreRotated) {
+  write_file(path, "");
+  std::filesystem::resize_file(path, 10485760 - text_of("x").size());
+  start(false);
+  write("x");
+  EXPECT_EQ(std::filesystem::file_size(path + ".bak.0"), 10485760u);
+}
+
+TEST_F(LogProcess, QueuedRecordsAreRotatedToo) {
+  start(true);
+  const std::string message(1 << 20, 'x');
+  for (int i = 0; i < 25; ++i) {
+    write(message);
+  }
+  log.release();
+  EXPECT_EQ(std::filesystem::file_size(path + ".bak.1"), 10 * text_of(message).size());
+  EXPECT_EQ(std::filesystem::file_size(path + ".bak.0"), 10 * text_of(message).size());
+  EXPECT_EQ(std::filesystem::file_size(path), 5 * text_of(message).size() + std::strlen(kClosing));
+}
+
+TEST_F(LogProcess, FiveFilesAtMost) {
+  start(false);
+  const std::string filler(10485760, 'x');
+  for (const char* mark : {"1", "2", "3", "4", "5", "6"}) {
+    write(mark + filler);
+  }
+  write("7");
+  const auto mark_of = [](const std::string& file) {
+    return read_file(file).substr(text_of("").size() - 1, 1);
+  };
+  EXPECT_EQ(mark_of(path), "7");
+  EXPECT_EQ(mark_of(path + ".bak.0"), "6");
+  EXPECT_EQ(mark_of(path + ".bak.1"), "5");
+  EXPECT_EQ(mark_of(path + ".bak.2"), "4");
+  EXPECT_EQ(mark_of(path + ".bak.3"), "3");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 5);
+}
+
+TEST_F(LogProcess, AFailedReopenSilencesTheLogUntilFileSucceeds) {
+  const std::string folder = dir.path("folder");
+  const std::string log_path = folder + "/log";
+  std::filesystem::create_directory(folder);
+  start(false);
+  ASSERT_EQ(log.file(log_path.c_str()), ec::LOG_OK);
+  std::filesystem::rename(folder, dir.path("moved"));
+  write(std::string(10485760, 'x'));
+  write("lost");
+  EXPECT_EQ(open_count(dir.path("moved/log")), 0);
+  log.asynch(true);
+  write("lost too");
+  log.asynch(false);
+  EXPECT_TRUE(log.msg_queue()->is_empty());
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  write("back");
+  EXPECT_EQ(written(), text_of("back"));
+}
+
+TEST_F(LogProcess, ARotationWithoutMemoryIsMadeUpForByTheNextRecord) {
+  const std::string other = dir.path(std::string(100, 'o'));
+  const std::string message(10485760, 'x');
+  start(false);
+  ASSERT_EQ(log.file(other.c_str()), ec::LOG_OK);
+  {
+    const FailingNew memory(2, FailingNew::ANY);  // the first is the record's
+    write(message);
+    EXPECT_TRUE(memory.has_failed());
+  }
+  EXPECT_EQ(std::filesystem::file_size(other), text_of(message).size());
+  write("y");
+  EXPECT_EQ(std::filesystem::file_size(other + ".bak.0"), text_of(message + "y").size() + 14);
+  EXPECT_EQ(std::filesystem::file_size(other), 0u);
+}
+
+TEST_F(LogProcess, AFifoIsNeverRotated) {
+  Fifo fifo(path);
+  start(true);
+  const std::string message(1 << 20, 'x');
+  std::thread producer([&] {
+    for (int i = 0; i < 12; ++i) {
+      write(message);
+    }
+    write("end");
+    log.release();
+  });
+  const std::string text = fifo.read_until(kClosing);
+  producer.join();
+  EXPECT_EQ(text.size(),
+            12 * text_of(message).size() + text_of("end").size() + std::strlen(kClosing));
+  EXPECT_FALSE(backup_exists());
+  EXPECT_TRUE(std::filesystem::is_fifo(path));
+}
+
+// --- Write errors ---
+
+TEST_F(LogProcess, AWriteErrorLosesTheRecordAndNotTheLog) {
+  start(false);
+  write("1");
+  {
+    const FileSizeLimit limit(text_of("1").size() + 5);
+    write("lost");
+    write("lost");
+    EXPECT_EQ(written(), text_of("1"));
+  }
+  write("2");
+  EXPECT_EQ(written(), text_of("1") + text_of("2"));
+  EXPECT_FALSE(backup_exists());
+}
+
+TEST_F(LogProcess, AWriteErrorOfTheWriterThreadLosesTheRecordAndNotTheLog) {
+  auto limit = std::make_unique<FileSizeLimit>(10);
+  start(true);
+  write("lost");
+  wait_until([&] { return log.msg_queue()->is_empty(); });
+  log.release();
+  limit.reset();
+  start(true);
+  write("1");
+  log.release();
+  EXPECT_EQ(written(), text_of("1") + kClosing);
+}
+
+TEST_F(LogProcess, AFullDeviceIsNeverRotatedAndLeftByTheNextFile) {
+  ASSERT_EQ(log.file("/dev/full"), ec::LOG_OK);
+  write(std::string(11 << 20, 'x'));
+  EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+  EXPECT_FALSE(std::filesystem::exists("/dev/full.bak.0"));
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  write("x");
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+// --- End of the process ---
+
+TEST_F(LogProcess, FinishWritesWhatIsQueuedThenRecordsAreWrittenDirectly) {
+  start(true);
+  std::string expected;
+  for (int i = 0; i < 500; ++i) {
+    write(std::to_string(i));
+    expected += text_of(std::to_string(i));
+  }
+  log.finish();
+  EXPECT_EQ(written(), expected);
+  EXPECT_EQ(log.thr_count(), 0u);
+  write("direct");
+  log.asynch(true);
+  write("direct too");
+  EXPECT_EQ(written(), expected + text_of("direct") + text_of("direct too"));
+  log.finish();
+  log.release();
+  EXPECT_EQ(written(), expected + text_of("direct") + text_of("direct too") + kClosing);
+}
+
+TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  std::string expected;
+  const std::string padding(1000, 'x');
+  for (int i = 0; i < 100; ++i) {
+    expected += text_of(std::to_string(i) + padding);
+  }
+  std::thread producer([&] {
+    for (int i = 0; i < 100; ++i) {
+      write(std::to_string(i) + padding);
+    }
+  });
+  wait_until([&] { return log.msg_queue()->is_full(); });
+  log.finish();
+  producer.join();
+  EXPECT_EQ(written(), expected);
+}
+
+TEST_F(LogProcess, AfterFinishInitStartsNoWriter) {
+  log.finish();
+  start(true);
+  EXPECT_EQ(log.thr_count(), 0u);
+  write("x");
+  EXPECT_EQ(written(), text_of("x"));
+}
+
+TEST_F(LogProcess, FinishKeepsTheOrderOfEachThread) {
+  constexpr int kThreads = 4;
+  constexpr int kRecords = 500;
+  start(true);
+  std::atomic<int> started{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([this, t, &started] {
+      for (int i = 0; i < kRecords; ++i) {
+        write(std::to_string(t) + " " + std::to_string(i));
+        started += i == 10 ? 1 : 0;
+      }
+    });
+  }
+  wait_until([&] { return started == kThreads; });
+  log.finish();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  std::istringstream text(written());
+  std::vector<int> next(kThreads, 0);
+  std::string tag, mark;
+  for (int i = 0; i < kThreads * kRecords; ++i) {
+    int thread = -1, number = -1;
+    text >> tag >> mark;
+    mark.erase(0, 1);
+    thread = std::stoi(mark);
+    text >> number;
+    ASSERT_EQ(number, next[static_cast<std::size_t>(thread)]++);
+  }
+}
+
+// --- Threads ---
+
+TEST_F(LogProcess, DirectRecordsOfManyThreadsDoNotInterleaveAndSurviveRotation) {
+  constexpr int kThreads = 8;
+  constexpr int kRecords = 200;
+  const std::string padding(10000, 'x');
+  start(false);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < kRecords; ++i) {
+        write(padding);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  std::string all = read_file(path + ".bak.0") + written();
+  const std::string record = text_of(padding);
+  ASSERT_EQ(all.size(), kThreads * kRecords * record.size());
+  for (std::size_t at = 0; at < all.size(); at += record.size()) {
+    ASSERT_EQ(all.compare(at, record.size(), record), 0) << at;
+  }
+}
+
+TEST_F(LogProcess, EightThreadsLogWhileTheLogStartsAndStops) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 8; ++t) {
+    threads.emplace_back([&] {
+      while (!stop) {
+        write("message");
+      }
+    });
+  }
+  for (int round = 0; round < 30; ++round) {
+    start(round % 3 != 0);
+    log.info(round % 2 == 0 ? 0xE : 0);
+    log.type(0xFF);
+    if (round % 5 == 0) {
+      ASSERT_EQ(log.init(), ec::LOG_OK);
+      ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+    }
+    log.release();
+  }
+  stop = true;
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_TRUE(written().ends_with("\r\n >\nlog system release\n\n"));
+}

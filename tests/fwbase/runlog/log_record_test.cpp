@@ -1,0 +1,124 @@
+#include "fwbase/runlog/log_record.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <climits>
+
+#include "tests/support/failing_new.h"
+
+using fwbase::IRunLog;
+using fwbase::LogRecord;
+using fwbase::record_text;
+
+namespace {
+
+LogRecord plain(IRunLog::Type type = IRunLog::ERROR) { return {type, "message", "location", {}}; }
+
+// 1 December 2014, 10:20:30 in a zone one hour east.
+constexpr std::time_t kTime = 1417425630;
+
+class RecordWithTime : public testing::Test {
+ protected:
+  RecordWithTime() {
+    ::setenv("TZ", "XXX-1", 1);
+    ::tzset();
+  }
+};
+
+}  // namespace
+
+TEST(LogRecord, EveryLevelHasItsTag) {
+  const struct {
+    unsigned int level;
+    const char* tag;
+  } cases[] = {
+      {1, "[TRACE]:"},  {2, "[DEBUG]:"},  {4, "[WARN ]:"},  {8, "[ERROR]:"},
+      {16, "[ALERT]:"}, {32, "[DUMP ]:"}, {0, "[NULL ]:"},  {3, "[NULL ]:"},
+      {64, "[NULL ]:"}, {63, "[NULL ]:"}, {12, "[NULL ]:"}, {0xFFFFFFFF, "[NULL ]:"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(record_text(plain(static_cast<IRunLog::Type>(c.level))),
+              c.tag + std::string(" location\r\n >message\n"))
+        << c.level;
+  }
+}
+
+TEST(LogRecord, PidAndTidFollowTheTag) {
+  LogRecord record = plain();
+  record.pid = 4711;
+  EXPECT_EQ(record_text(record), "[ERROR]: pid:4711 location\r\n >message\n");
+  record.tid = 4712;
+  EXPECT_EQ(record_text(record), "[ERROR]: pid:4711 tid:4712 location\r\n >message\n");
+  record.pid = 0;
+  EXPECT_EQ(record_text(record), "[ERROR]: tid:4712 location\r\n >message\n");
+}
+
+TEST(LogRecord, NegativeNumbersHaveAMinusSign) {
+  LogRecord record = plain();
+  record.pid = -1;
+  record.tid = INT_MIN;
+  EXPECT_EQ(record_text(record), "[ERROR]: pid:-1 tid:-2147483648 location\r\n >message\n");
+}
+
+TEST_F(RecordWithTime, TheTimeStandsBeforeTheLocationOnOneLine) {
+  LogRecord record = plain();
+  record.time = kTime;
+  EXPECT_EQ(record_text(record), "[ERROR]: Mon Dec  1 10:20:30 2014 location\r\n >message\n");
+}
+
+TEST_F(RecordWithTime, AllDetailsTogether) {
+  LogRecord record = plain(IRunLog::WARN);
+  record.time = kTime;
+  record.pid = record.tid = 77;
+  EXPECT_EQ(record_text(record),
+            "[WARN ]: pid:77 tid:77 Mon Dec  1 10:20:30 2014 location\r\n >message\n");
+}
+
+TEST_F(RecordWithTime, ATimeBeyondTheCalendarIsLeftOut) {
+  LogRecord record = plain();
+  record.time = LONG_MAX;
+  EXPECT_EQ(record_text(record), "[ERROR]: location\r\n >message\n");
+}
+
+TEST_F(RecordWithTime, WithATimeTheLocationKeepsItsNewlines) {
+  LogRecord record = plain();
+  record.time = kTime;
+  record.location = "a\nb";
+  EXPECT_EQ(record_text(record), "[ERROR]: Mon Dec  1 10:20:30 2014 a\nb\r\n >message\n");
+}
+
+TEST(LogRecord, WithoutATimeTheFirstNewlineOfTheLocationIsDeleted) {
+  LogRecord record = plain();
+  record.location = "a\nb\nc";
+  EXPECT_EQ(record_text(record), "[ERROR]: ab\nc\r\n >message\n");
+}
+
+TEST(LogRecord, NewlinesOfTheMessageAreKept) {
+  LogRecord record = plain();
+  record.message = "\na\n\nb\n";
+  EXPECT_EQ(record_text(record), "[ERROR]: location\r\n >\na\n\nb\n\n");
+}
+
+TEST(LogRecord, AnEmptyLocationLeavesTheBlankBeforeIt) {
+  LogRecord record = plain();
+  record.location = "";
+  EXPECT_EQ(record_text(record), "[ERROR]: \r\n >message\n");
+}
+
+TEST(LogRecord, TextsOfAnyLengthAndBytesPassUnchanged) {
+  const std::string long_text(100000, '\xFF');
+  LogRecord record = plain();
+  record.message = long_text.c_str();
+  record.location = long_text.c_str();
+  EXPECT_EQ(record_text(record), "[ERROR]: " + long_text + "\r\n >" + long_text + "\n");
+}
+
+TEST_F(RecordWithTime, ARecordTakesOneAllocation) {
+  LogRecord record = plain();
+  record.pid = record.tid = INT_MIN;
+  record.time = kTime;
+  const fwbase::test::FailingNew memory(2, fwbase::test::FailingNew::ANY);
+  EXPECT_EQ(record_text(record).size(), 97u);
+  EXPECT_FALSE(memory.has_failed());
+}
