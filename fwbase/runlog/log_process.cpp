@@ -9,6 +9,7 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <thread>
 #include <utility>
 
 #include "fwbase/runlog/log_message.h"
@@ -269,7 +270,11 @@ void CLogProcess::stop_writer() {
   } else {
     msg_queue()->deactivate();
   }
-  wait();
+  if (wait() == -1) {  // no memory for joining: the next wait() does that
+    while (thr_count() != 0) {
+      std::this_thread::yield();
+    }
+  }
   m_has_writer = false;
 }
 

@@ -118,7 +118,15 @@ TEST_F(RecordWithTime, ARecordTakesOneAllocation) {
   LogRecord record = plain();
   record.pid = record.tid = INT_MIN;
   record.time = kTime;
-  const fwbase::test::FailingNew memory(2, fwbase::test::FailingNew::ANY);
-  EXPECT_EQ(record_text(record).size(), 97u);
-  EXPECT_FALSE(memory.has_failed());
+  std::string text;
+  bool failed;
+  {
+    const fwbase::test::FailingNew memory(2, fwbase::test::FailingNew::ANY);
+    text = record_text(record);
+    failed = memory.has_failed();
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_EQ(text,
+            "[ERROR]: pid:-2147483648 tid:-2147483648 Mon Dec  1 10:20:30 2014 "
+            "location\r\n >message\n");
 }
