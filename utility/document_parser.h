@@ -1,33 +1,102 @@
 #ifndef UTILITY_DOCUMENT_PARSER_H
 #define UTILITY_DOCUMENT_PARSER_H
 
+#include "utility/parser_memory.h"
+#include "utility/text_codec.h"
+
+#include <new>
 #include <string_view>
+#include <unordered_set>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/HandlerBase.hpp>
 
 namespace utility {
 
+// What a document may cost. Sizes that depend on the document are per byte of its file.
+
+/// Elements and entity references nested in each other. The XML library saves, copies and
+/// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
+constexpr std::size_t kMaxNesting = 1000;
+/// Expansions of entities, wherever they are referenced.
+constexpr std::size_t kMaxExpansions = 20'000;
+/// Characters read from expansions, and attribute declarations looked at for elements.
+constexpr std::size_t kMaxWork = 8'000'000;
+constexpr std::size_t kMaxWorkPerByte = 8;
+/// Bytes of memory. Elements of one letter with nothing in them take about 75 bytes per byte.
+constexpr std::size_t kMaxMemory = 32 * 1024 * 1024;
+constexpr std::size_t kMaxMemoryPerByte = 96;
+/// Different names of elements and attributes, for the DOM's table of names has a fixed size.
+constexpr std::size_t kMaxNames = 50'000;
+/// Declarations in the internal DTD subset; the library walks an element's for each new one.
+constexpr std::size_t kMaxDeclarations = 5'000;
+
+// A base class, so that it outlives the parser that allocates from it.
+struct ParserMemoryHolder {
+  ParserMemory m_memory;
+};
+
 /// DOM parser for one self-contained, well-formed document. It reads nothing but the bytes that
 /// it is given and tells a damaged document from a good one, which the base class by itself does
-/// not: that gives the part it has read and no error.
-class DocumentParser : public XERCES_CPP_NAMESPACE::XercesDOMParser {
+/// not: that gives the part it has read and no error. What a document may cost is limited.
+class DocumentParser : private ParserMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
  public:
   DocumentParser();
 
+  static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
+    return ::operator new(size, tag);
+  }
+  static void operator delete(void* parser) { ::operator delete(parser); }
+  static void operator delete(void* parser, const std::nothrow_t&) { ::operator delete(parser); }
+
   /// Parses text; the document is then getDocument(). The one parsed before is freed. False when
-  /// the text is not a well-formed document; what getDocument() gives then is not to be used.
+  /// the text is not a well-formed document within the limits; the parser may then only be
+  /// deleted. Throws when memory runs out, with the same consequence.
   bool parse_text(std::string_view text);
+
+  /// The effective declarations of the document's internal DTD subset, to compare two documents.
+  const DomText& declarations() const { return m_declarations; }
+
+  std::size_t bytes_in_use() const { return m_memory.bytes_in_use(); }
+
+  // What the scanner reports.
 
   void error(unsigned int code, const XMLCh* domain, XMLErrorReporter::ErrTypes type,
              const XMLCh* text, const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
              XMLFileLoc column) override;
-
   XERCES_CPP_NAMESPACE::InputSource* resolveEntity(
       XERCES_CPP_NAMESPACE::XMLResourceIdentifier* resource) override;
+  void startIntSubset() override;
+  void endIntSubset() override;
+  void startElement(const XERCES_CPP_NAMESPACE::XMLElementDecl& element, unsigned int uri,
+                    const XMLCh* prefix,
+                    const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
+                    XMLSize_t attr_count, bool is_empty, bool is_root) override;
+  void endElement(const XERCES_CPP_NAMESPACE::XMLElementDecl& element, unsigned int uri,
+                  bool is_root, const XMLCh* prefix) override;
+  void startEntityReference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity) override;
+  void endEntityReference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity) override;
+  void entityDecl(const XERCES_CPP_NAMESPACE::DTDEntityDecl& entity, bool is_parameter,
+                  bool is_ignored) override;
+  void elementDecl(const XERCES_CPP_NAMESPACE::DTDElementDecl& element, bool is_ignored) override;
+  void attDef(const XERCES_CPP_NAMESPACE::DTDElementDecl& element,
+              const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored) override;
+  void notationDecl(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation,
+                    bool is_ignored) override;
 
  private:
-  XERCES_CPP_NAMESPACE::HandlerBase m_error_handler;  // the scanner reports only when one is set
+  void enter();
+  void count_name(const XMLCh* name);
+  void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
+
+  // The scanner reports errors, and asks for entities, only when there is a handler for them. It
+  // then calls this class's functions, which let no call through to the handler.
+  XERCES_CPP_NAMESPACE::HandlerBase m_handler;
   bool m_damaged = false;
+  bool m_in_internal_subset = false;
+  std::size_t m_depth = 0;
+  std::size_t m_declaration_count = 0;
+  DomText m_declarations;
+  std::unordered_set<std::size_t> m_names;  // hashes of the names seen
 };
 
 }  // namespace utility

@@ -1,6 +1,6 @@
 #include "utility/element.h"
 
-#include "utility/dom_text.h"
+#include "utility/dom_walk.h"
 #include "utility/str.h"
 #include "utility/text_codec.h"
 
@@ -177,7 +177,8 @@ std::string CElement::get_element_name() const {
 
 unsigned int CElement::clone(bool deep, CElement& out) const {
   if (m_element == nullptr) return XEC_NO_ELEMENT;
-  out = CElement(m_document, static_cast<xc::DOMElement*>(m_element->cloneNode(deep)));
+  out = CElement(m_document, deep ? deep_copy(*m_element)
+                                  : static_cast<xc::DOMElement*>(m_element->cloneNode(false)));
   return XEC_OK;
 }
 

@@ -1,14 +1,13 @@
 #include "utility/xml.h"
 
 #include "utility/document_parser.h"
-#include "utility/dom_text.h"
-#include "utility/str.h"
+#include "utility/document_text.h"
+#include "utility/dom_release.h"
+#include "utility/dom_walk.h"
+#include "utility/file_io.h"
 #include "utility/text_codec.h"
 
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <new>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 namespace utility {
@@ -16,17 +15,14 @@ namespace {
 
 namespace xc = XERCES_CPP_NAMESPACE;
 
-struct Release {
-  template <typename Object>
-  void operator()(Object* object) const {
-    object->release();
-  }
-};
-
-template <typename Object>
-using Owned = std::unique_ptr<Object, Release>;
-
 bool platform_is_initialised() { return xc::XMLPlatformUtils::fgMemoryManager != nullptr; }
+
+constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
+
+// load() makes parsers of this class only.
+DocumentParser* parser_of(xc::XercesDOMParser* parser) {
+  return static_cast<DocumentParser*>(parser);
+}
 
 // The first node of a result when that is an element, else null.
 xc::DOMElement* first_element(xc::DOMXPathResult& result) {
@@ -55,21 +51,37 @@ void CXml::release() {
 }
 
 unsigned int CXml::load(const std::string& path) {
-  if (!platform_is_initialised()) return XEC_NO_MEMORY;
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  if (!file.is_open()) {
-    release();
-    return XEC_NO_DOCUMENT;
+  unsigned int code = XEC_NO_MEMORY;
+  try {
+    std::string name = path;
+    std::string text;
+    const ReadResult result = read_file(path, kMaxFileSize, text);
+    if (result == ReadResult::kNoFile) {
+      code = XEC_NO_DOCUMENT;
+    } else if (result == ReadResult::kTooLarge) {
+      code = XEC_PARSE;
+    } else if (make_parser()) {
+      code = parser_of(m_parser)->parse_text(text) ? XEC_OK : XEC_PARSE;
+    }
+    if (code == XEC_OK) m_file.swap(name);
+  } catch (const xc::OutOfMemoryException&) {
+    code = XEC_NO_MEMORY;
+  } catch (const std::exception&) {  // std::bad_alloc, and text longer than a string can be
+    code = XEC_NO_MEMORY;
   }
-  if (m_parser == nullptr) m_parser = new DocumentParser;
-  if (!static_cast<DocumentParser*>(m_parser)->parse_text(text)) {
+  if (code != XEC_OK) {
     release();
-    return XEC_PARSE;
+    return code;
   }
   m_document = m_parser->getDocument();
-  m_file = path;
   return XEC_OK;
+}
+
+bool CXml::make_parser() {
+  if (m_parser == nullptr && platform_is_initialised()) {
+    m_parser = new (std::nothrow) DocumentParser;
+  }
+  return m_parser != nullptr;
 }
 
 unsigned int CXml::save() const { return save_as(m_file); }
@@ -77,17 +89,15 @@ unsigned int CXml::save() const { return save_as(m_file); }
 unsigned int CXml::save_as(const std::string& path) const {
   if (path.empty()) return XEC_BAD_PARAM;
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  xc::DOMImplementation* const dom = xc::DOMImplementationRegistry::getDOMImplementation(u"LS");
-  const Owned<xc::DOMLSSerializer> serializer(dom->createLSSerializer());
-  const Owned<xc::DOMLSOutput> output(dom->createLSOutput());
-  xc::MemBufFormatTarget target;
-  output->setByteStream(&target);
-  if (!serializer->write(m_document, output.get())) return XEC_WRITE;
-  std::ofstream file(path, std::ios::binary);
-  file.write(reinterpret_cast<const char*>(target.getRawBuffer()),
-             static_cast<std::streamsize>(target.getLen()));
-  file.close();
-  return file ? XEC_OK : XEC_WRITE;
+  try {
+    std::string text;
+    if (!to_document_text(*parser_of(m_parser), *m_document, text)) return XEC_WRITE;
+    return write_file(path, text) ? XEC_OK : XEC_WRITE;
+  } catch (const xc::OutOfMemoryException&) {
+    return XEC_NO_TARGET;
+  } catch (const std::exception&) {
+    return XEC_NO_TARGET;
+  }
 }
 
 unsigned int CXml::get_root_element(CElement& root) const {
@@ -131,10 +141,10 @@ xc::DOMXPathResult* CXml::get_xpath_result(const std::string& xpath) const {
   DomText expression;
   if (m_document == nullptr || !to_dom_text(xpath, expression)) return nullptr;
   const xc::DOMElement* const root = m_document->getDocumentElement();
-  if (root == nullptr) return nullptr;
+  if (root == nullptr || is_deeper_than(kMaxNesting, *root)) return nullptr;
   try {
-    const Owned<xc::DOMXPathNSResolver> resolver(m_document->createNSResolver(root));
-    const Owned<xc::DOMXPathExpression> compiled(
+    const DomOwned<xc::DOMXPathNSResolver> resolver(m_document->createNSResolver(root));
+    const DomOwned<xc::DOMXPathExpression> compiled(
         m_document->createExpression(expression.c_str(), resolver.get()));
     return compiled->evaluate(root, xc::DOMXPathResult::ORDERED_NODE_SNAPSHOT_TYPE, nullptr);
   } catch (const xc::DOMException&) {
@@ -146,7 +156,7 @@ xc::DOMXPathResult* CXml::get_xpath_result(const std::string& xpath) const {
 
 unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  const Owned<xc::DOMXPathResult> result(get_xpath_result(xpath));
+  const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
   if (result == nullptr) return XEC_XPATH;
   try {
     xc::DOMElement* const element = first_element(*result);
@@ -161,7 +171,7 @@ unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) c
 
 unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& text) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  const Owned<xc::DOMXPathResult> result(get_xpath_result(xpath));
+  const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
   if (result == nullptr) return XEC_XPATH;
   try {
     xc::DOMElement* const element = first_element(*result);
@@ -173,7 +183,7 @@ unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& t
 
 unsigned int CXml::get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  const Owned<xc::DOMXPathResult> result(get_xpath_result(xpath));
+  const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
   if (result == nullptr) return XEC_XPATH;
   try {
     for (XMLSize_t i = 0; i < result->getSnapshotLength(); ++i) {

@@ -22,8 +22,14 @@ namespace utility {
 /// Failures: codes of XmlResult, nothing is logged and no exception leaves load(), save() and
 ///   save_as(). Elsewhere only running out of memory leaves as an exception.
 ///
-/// Limits of a document, in load() and save_as(): elements and entity references nested at most
-/// 1000 deep; at most 50,000 entity references; see load() for sizes.
+/// Limits: a document is refused, as one that is not well-formed, when
+///   - its file is larger than 256 MiB,
+///   - elements and references to entities are nested more than 1000 deep,
+///   - it has more than 50,000 different names of elements and attributes, or more than 5,000
+///     declarations in its DTD subset,
+///   - it refers to entities more than 20,000 times, references in entities counted wherever
+///     they are expanded, or expands to more than 8,000,000 characters plus 8 for each byte of
+///     the file, or needs more than 32 MiB plus 96 bytes for each byte of the file.
 class FWBASE_API CXml {
  public:
   /// No document.
@@ -52,9 +58,8 @@ class FWBASE_API CXml {
   /// Returns
   ///   XEC_OK (0)            loaded; handles on an earlier document of this object are invalid
   ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised
-  ///   XEC_PARSE (4)         not well-formed (an empty file included), or beyond the limits:
-  ///                         nesting, entity references, or expanding to a size out of all
-  ///                         proportion to the file's
+  ///   XEC_PARSE (4)         not well-formed (an empty file included), beyond the limits, or not
+  ///                         whole without another file
   ///   XEC_NO_DOCUMENT (32)  there is no such file, it cannot be read, or it is not a regular file
   /// After a failure no document is loaded, an earlier one is gone; only the path stays.
   unsigned int load(const std::string& path);
@@ -66,15 +71,16 @@ class FWBASE_API CXml {
   /// complete on disk: whoever opens it finds the old or the new document, never a part, and
   /// after a failure it is as it was. It keeps its permissions and, where allowed, its owner; a
   /// symbolic link is followed. A new file gets the permissions that the umask leaves of 0666.
-  /// What exists and is not a regular file (a pipe, a device) is written to directly. The text is
-  /// in the encoding that the document was loaded in, and the path of save() does not change.
+  /// What exists and is not a regular file (a device; a pipe, which waits for its reader) is
+  /// written to directly, and so is /dev/stdout. The text is in the encoding that the document was
+  /// loaded in, and the path of save() does not change.
   ///
   /// Returns
   ///   XEC_OK (0)            saved
   ///   XEC_NO_TARGET (3)     memory ran out; nothing was written
   ///   XEC_WRITE (5)         the file could not be written, or the document cannot be written so
   ///                         that loading it again gives the same document (a control character,
-  ///                         a name outside the encoding, nesting beyond the limit)
+  ///                         a name outside the encoding, a limit exceeded)
   ///   XEC_BAD_PARAM (10)    empty path
   ///   XEC_NO_DOCUMENT (32)  no document is loaded
   unsigned int save_as(const std::string& path) const;
@@ -94,7 +100,8 @@ class FWBASE_API CXml {
 
   /// Evaluates an XPath expression, as Xerces-C understands it, from the root element, to an
   /// ordered snapshot. The caller release()s the result, before this document is released. Null
-  /// when there is no document, or when the expression cannot be converted or evaluated.
+  /// when there is no document, when the expression cannot be converted or evaluated, and when
+  /// elements are nested deeper than a document may be.
   XERCES_CPP_NAMESPACE::DOMXPathResult* get_xpath_result(const std::string& xpath) const;
 
   /// Sets text to the text of the first element that xpath selects, as CElement::get_text().
@@ -114,6 +121,8 @@ class FWBASE_API CXml {
   unsigned int get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const;
 
  private:
+  bool make_parser();
+
   XERCES_CPP_NAMESPACE::XercesDOMParser* m_parser;
   XERCES_CPP_NAMESPACE::DOMDocument* m_document;
   std::string m_file;

@@ -1,0 +1,47 @@
+#include "utility/document_text.h"
+
+#include "utility/dom_release.h"
+#include "utility/dom_walk.h"
+
+#include <memory>
+#include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <xercesc/sax/SAXException.hpp>
+
+namespace utility {
+namespace {
+
+namespace xc = XERCES_CPP_NAMESPACE;
+
+bool serialise(const xc::DOMDocument& document, std::string& text) {
+  xc::DOMImplementation* const dom = xc::DOMImplementationRegistry::getDOMImplementation(u"LS");
+  const DomOwned<xc::DOMLSSerializer> serializer(dom->createLSSerializer());
+  const DomOwned<xc::DOMLSOutput> output(dom->createLSOutput());
+  xc::MemBufFormatTarget target;
+  output->setByteStream(&target);
+  try {
+    if (!serializer->write(&document, output.get())) return false;
+  } catch (const xc::DOMException&) {
+    return false;
+  } catch (const xc::XMLException&) {
+    return false;
+  } catch (const xc::SAXException&) {
+    return false;
+  }
+  text.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
+  return true;
+}
+
+}  // namespace
+
+bool to_document_text(const DocumentParser& parser, const xc::DOMDocument& document,
+                      std::string& text) {
+  if (is_deeper_than(kMaxNesting, document) || !serialise(document, text)) return false;
+  // The serializer reports success also for text that is not XML, or not this document: control
+  // characters, names and characters outside the encoding, quotes in declarations.
+  const std::unique_ptr<DocumentParser> again(new (std::nothrow) DocumentParser);
+  if (again == nullptr) throw std::bad_alloc();
+  return again->parse_text(text) && again->declarations() == parser.declarations() &&
+         have_same_content(document, *again->getDocument());
+}
+
+}  // namespace utility

@@ -1,0 +1,27 @@
+#ifndef UTILITY_FILE_IO_H
+#define UTILITY_FILE_IO_H
+
+#include <string>
+#include <string_view>
+
+namespace utility {
+
+enum class ReadResult { kOk, kNoFile, kTooLarge };
+
+/// Reads a regular file whole into text. kNoFile when there is none, it cannot be read, or it is
+/// something else; kTooLarge when it holds more than max_size bytes. Throws std::bad_alloc.
+ReadResult read_file(const std::string& path, std::size_t max_size, std::string& text);
+
+/// Puts text into the file at path, which is created when there is none. A regular file is
+/// replaced by a new one, with its permissions, in one step and only when that is complete on
+/// disk; symbolic links are followed to it. What is not a regular file, and what is reached
+/// through /proc (as /dev/stdout is), is written to as it is; opening a pipe waits for a reader.
+///
+/// False on any failure. A regular file is then as it was and nothing is left beside it, with one
+/// exception: when only the directory could not be written to disk, the file is new already.
+/// Throws std::bad_alloc, before anything is changed.
+bool write_file(const std::string& path, std::string_view text);
+
+}  // namespace utility
+
+#endif

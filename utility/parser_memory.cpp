@@ -1,0 +1,70 @@
+#include "utility/parser_memory.h"
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <xercesc/internal/XMLReader.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+
+namespace utility {
+
+namespace xc = XERCES_CPP_NAMESPACE;
+
+namespace {
+
+// What the library asks for when it creates a reader: the object behind a pointer to its manager.
+std::size_t reader_size() {
+  return sizeof(xc::XMLReader) +
+         xc::XMLPlatformUtils::alignPointerForNewBlockAllocation(sizeof(xc::MemoryManager*));
+}
+
+}  // namespace
+
+void ParserMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work) {
+  m_watching = true;
+  m_max_bytes = max_bytes;
+  m_readers = 0;
+  m_max_readers = max_expansions + 2;  // the document and its external subset have one as well
+  m_longest_entity = 0;
+  m_work = 0;
+  m_max_work = max_work;
+}
+
+void ParserMemory::entity_declared(std::size_t length) {
+  m_longest_entity = std::max(m_longest_entity, length);
+}
+
+void ParserMemory::count_work(std::size_t amount) {
+  m_work += amount;
+  if (m_work > m_max_work) throw DocumentRefused();
+}
+
+void* ParserMemory::allocate(XMLSize_t size) {
+  if (m_watching) {
+    if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();
+    if (size == reader_size()) count_reader();
+  }
+  void* const block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  m_in_use += malloc_usable_size(block);
+  return block;
+}
+
+void ParserMemory::deallocate(void* block) {
+  if (block == nullptr) return;
+  m_in_use -= malloc_usable_size(block);
+  std::free(block);
+}
+
+xc::MemoryManager* ParserMemory::getExceptionMemoryManager() {
+  return xc::XMLPlatformUtils::fgMemoryManager;  // an exception may outlive the parser
+}
+
+void ParserMemory::count_reader() {
+  if (++m_readers > m_max_readers) throw DocumentRefused();
+  count_work(m_longest_entity);
+}
+
+}  // namespace utility

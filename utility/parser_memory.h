@@ -1,0 +1,59 @@
+#ifndef UTILITY_PARSER_MEMORY_H
+#define UTILITY_PARSER_MEMORY_H
+
+#include <cstddef>
+#include <xercesc/framework/MemoryManager.hpp>
+
+namespace utility {
+
+/// Thrown by ParserMemory and DocumentParser, through the XML library, to stop parsing a document
+/// that exceeds a limit or is not whole without another file.
+struct DocumentRefused {};
+
+/// The memory of one parser and of its document, which bounds what a hostile document can make
+/// the XML library do. The library's own limit counts entity references in content only; but it
+/// makes every expansion, wherever the reference stands, by allocating a reader, and all that
+/// grows in it grows here.
+class ParserMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
+ public:
+  /// Starts counting for one parse: from now on DocumentRefused is thrown when more than max_bytes
+  /// are in use, when entities are expanded more than max_expansions times, and when the work
+  /// counted, in characters read from expansions, is more than max_work.
+  void watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work);
+
+  /// Ends it: there are no limits until the next watch().
+  void unwatch() { m_watching = false; }
+
+  /// Tells of a declared entity. An expansion counts as reading the longest one, since an
+  /// allocation does not tell which entity is expanded ...
+  void entity_declared(std::size_t length);
+
+  /// ... unless this says so, right after it.
+  void expansion_was_of(std::size_t length) { m_work -= m_longest_entity - length; }
+
+  /// Counts other work that the size of the document does not bound.
+  void count_work(std::size_t amount);
+
+  void* allocate(XMLSize_t size) override;
+  void deallocate(void* block) override;
+  MemoryManager* getExceptionMemoryManager() override;
+
+  /// What the parser and its document hold at present.
+  std::size_t bytes_in_use() const { return m_in_use; }
+
+ private:
+  void count_reader();
+
+  bool m_watching = false;
+  std::size_t m_in_use = 0;
+  std::size_t m_max_bytes = 0;
+  std::size_t m_readers = 0;
+  std::size_t m_max_readers = 0;
+  std::size_t m_longest_entity = 0;
+  std::size_t m_work = 0;
+  std::size_t m_max_work = 0;
+};
+
+}  // namespace utility
+
+#endif
