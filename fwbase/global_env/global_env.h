@@ -2,30 +2,56 @@
 #ifndef FWBASE_GLOBAL_ENV_GLOBAL_ENV_H
 #define FWBASE_GLOBAL_ENV_GLOBAL_ENV_H
 
+#include <functional>
+#include <map>
+#include <string>
+
 #include <fwbase/iglobal_env.h>
+
+#include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
 
-class CGlobalEnvImpl : public IGlobalEnv {
+class CGlobalEnvImpl final : public IGlobalEnv {
  public:
-  explicit CGlobalEnvImpl(IGlobalEnv*) {}
-  ec::EC init() override { return ec::GENV_OK; }
-  void release() override {}
-  ec::EC insert_str(const char*, const char*) override { return ec::GENV_BAD_PARAM; }
-  const std::string& get_str(const char*) override { static const std::string e; return e; }
-  ec::EC get_str(const char*, const char*&) override { return ec::GENV_BAD_PARAM; }
-  ec::EC mod_str(const char*, const char*) override { return ec::GENV_BAD_PARAM; }
-  ec::EC ex_str(const char*, const char*, bool) override { return ec::GENV_BAD_PARAM; }
-  void rm_str(const char*) override {}
-  ec::EC insert_addr(const char*, void*) override { return ec::GENV_BAD_PARAM; }
-  void* get_addr(const char*) override { return nullptr; }
-  ec::EC get_addr(const char*, void*&) override { return ec::GENV_BAD_PARAM; }
-  ec::EC mod_addr(const char*, void*) override { return ec::GENV_BAD_PARAM; }
-  void rm_addr(const char*) override {}
-  ec::EC insert_obj(const char*, const IObject*) override { return ec::GENV_BAD_PARAM; }
-  ec::EC get_obj(const char*, IObject**) override { return ec::GENV_BAD_PARAM; }
-  ec::EC mod_obj(const char*, const IObject*) override { return ec::GENV_BAD_PARAM; }
-  void rm_obj(const char*) override {}
+  /// parent   where look-ups go on after a miss; null for none. Not owned.
+  explicit CGlobalEnvImpl(IGlobalEnv* parent) : m_parent(parent) {}
+
+  ec::EC init() override;
+  void release() override;
+
+  ec::EC insert_str(const char* name, const char* val) override;
+  const std::string& get_str(const char* name) override;
+  ec::EC get_str(const char* name, const char*& val) override;
+  ec::EC mod_str(const char* name, const char* val) override;
+  ec::EC ex_str(const char* name, const char* nval, bool end) override;
+  void rm_str(const char* name) override;
+
+  ec::EC insert_addr(const char* name, void* val) override;
+  void* get_addr(const char* name) override;
+  ec::EC get_addr(const char* name, void*& val) override;
+  ec::EC mod_addr(const char* name, void* val) override;
+  void rm_addr(const char* name) override;
+
+  ec::EC insert_obj(const char* name, const IObject* object) override;
+  ec::EC get_obj(const char* name, IObject** object) override;
+  ec::EC mod_obj(const char* name, const IObject* object) override;
+  void rm_obj(const char* name) override;
+
+ private:
+  // In the order of the bytes of the names; std::less<> looks a name up without a string of its
+  // own.
+  template <typename Value>
+  using Table = std::map<std::string, Value, std::less<>>;
+
+  ec::EC no_memory(const char* name) const;
+  ec::EC no_copy(const char* name) const;
+
+  Table<IObject*> m_objects FWBASE_GUARDED_BY(m_lock);  // copies, owned; never null
+  Table<void*> m_addresses FWBASE_GUARDED_BY(m_lock);
+  Table<std::string> m_strings FWBASE_GUARDED_BY(m_lock);
+  IGlobalEnv* const m_parent;
+  support::RwLock m_lock;
 };
 
 }  // namespace fwbase

@@ -9,35 +9,188 @@
 
 namespace fwbase {
 
+/// Where the modules of a process publish and look up named values. One environment keeps three
+/// tables that know nothing of each other: strings, addresses (untyped pointers) and objects.
+///
+/// Names:   zero-terminated, compared byte by byte, never null; copied, as string values are.
+/// Parent:  the facade's default environment has none; every environment made by
+///          IFWBase::create_global_env() has the one that was installed as default at that moment.
+///          Look-ups (get_*) that miss go on in the parent, while they hold the lock of the
+///          environment they started in. Nothing else looks at the parent: a child inserts a name
+///          that its parent has (and hides it), and cannot modify or remove what is the parent's.
+///          The parent must live as long as its children are in use.
+/// Threads: every operation may be called from any thread. Look-ups take the environment's lock
+///          for reading, everything else takes it for writing. Null arguments are refused before
+///          the lock is taken.
+/// Failure: a failure leaves the tables as they were, but for the one case that mod_obj() names. A
+///          failure is logged once, at ERROR unless said otherwise. When memory runs out, an
+///          operation with a result logs that, gives GENV_BAD_PARAM and changes nothing.
+/// Hosts:   clone() and release() of stored objects are called under the lock. They must not call
+///          the same environment. What they throw reaches the caller, with the lock given back
+///          and the tables sound; each operation says what is stored then.
+/// Trace:   init(), release() and the object operations trace their entry and exit.
 struct FWBASE_API IGlobalEnv {
+  /// What a host stores by name as an object. The environment stores copies only.
   struct FWBASE_API IObject {
+    /// A text for whoever prints or debugs objects. Environments never call it.
     virtual const char* describe() const { return ""; }
+
+    /// Gives a new, independent copy, which its holder disposes of with release(). Null means that
+    /// no copy could be made. Look-ups of several threads may copy one stored object at once.
     virtual IObject* clone() const = 0;
+
+    /// Disposes of this copy. It is not used afterwards, whether this returns or throws.
     virtual void release() = 0;
+
     virtual ~IObject() {}
   };
 
+  /// Empties the three tables and gives GENV_OK. Stored objects are forgotten, not released:
+  /// call release() first when there may be any. Takes the lock for writing.
   virtual ec::EC init() = 0;
+
+  /// Calls release() on every stored object, in the order of the names, then empties the object,
+  /// address and string tables. The environment stays usable; a second call finds nothing to do.
+  /// When objects throw, the others are released all the same, the tables are emptied, and the
+  /// first exception reaches the caller. Takes the lock for writing.
+  ///
+  /// At IFWBase::release() modules are unloaded before environments are emptied: an object whose
+  /// code is in a module's library must be gone by then. A module removes what it stored in its
+  /// own IMM::IBase::release().
   virtual void release() = 0;
 
+  /// Stores a string under a new name.
+  /// name, val   both required; copied.
+  ///
+  /// Returns
+  ///   GENV_OK          stored
+  ///   GENV_BAD_PARAM   name or val is null
+  ///   GENV_STR_EXISTS  the name has a string, which stays as it is
   virtual ec::EC insert_str(const char* name, const char* val) = 0;
+
+  /// Gives a stored string, looking in the parents as well. A name that none of them has, or a
+  /// null name, gives an empty string: one object for the whole process, never destroyed.
+  /// The reference stays valid until that string is modified or removed, or its environment is
+  /// emptied or destroyed; the environment's lock is no longer held. Never logs.
   virtual const std::string& get_str(const char* name) = 0;
+
+  /// Gives a stored string, looking in the parents as well.
+  /// val   receives the characters of the stored string, which stay valid until that string is
+  ///       modified or removed, or its environment is emptied or destroyed. Untouched on failure.
+  ///
+  /// Returns
+  ///   GENV_OK             found
+  ///   GENV_BAD_PARAM      name is null
+  ///   GENV_STR_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
+  ///                       last one
+  ///   a parent's code     when the parent is a host's own environment: what that gave
   virtual ec::EC get_str(const char* name, const char*& val) = 0;
+
+  /// Replaces the value of a string of this environment.
+  /// name, val   both required; val is copied, and may be the present value.
+  ///
+  /// Returns
+  ///   GENV_OK             replaced; earlier pointers and references to it are no longer valid
+  ///   GENV_BAD_PARAM      name or val is null
+  ///   GENV_STR_NOT_FOUND  no such string here, whatever the parents have
   virtual ec::EC mod_str(const char* name, const char* val) = 0;
+
+  /// Extends a string of this environment.
+  /// nval   required; what is added, copied, and may be the present value.
+  /// end    true: behind the present value; false: before it ("b" extended by "a" gives "ab").
+  ///
+  /// Returns
+  ///   GENV_OK             extended; earlier pointers and references to it are no longer valid
+  ///   GENV_BAD_PARAM      name or nval is null
+  ///   GENV_STR_NOT_FOUND  no such string here, whatever the parents have
   virtual ec::EC ex_str(const char* name, const char* nval, bool end) = 0;
+
+  /// Removes a string of this environment. A null name and one that is not here are ignored,
+  /// without a record. Pointers and references to the string are no longer valid.
   virtual void rm_str(const char* name) = 0;
 
+  /// Stores an address under a new name. The environment never uses nor frees what it points to.
+  /// name   required; copied.
+  /// val    any pointer. A null one is a value like any other.
+  ///
+  /// Returns
+  ///   GENV_OK           stored
+  ///   GENV_BAD_PARAM    name is null
+  ///   GENV_ADDR_EXISTS  the name has an address, which stays as it is
   virtual ec::EC insert_addr(const char* name, void* val) = 0;
+
+  /// Gives a stored address, looking in the parents as well; null when none of them has it or the
+  /// name is null. The other form tells a stored null from a missing one. Never logs.
   virtual void* get_addr(const char* name) = 0;
+
+  /// Gives a stored address, looking in the parents as well.
+  /// val   receives it; untouched on failure.
+  ///
+  /// Returns
+  ///   GENV_OK              found
+  ///   GENV_BAD_PARAM       name is null
+  ///   GENV_ADDR_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
+  ///                        last one
+  ///   a parent's code      when the parent is a host's own environment: what that gave
   virtual ec::EC get_addr(const char* name, void*& val) = 0;
+
+  /// Replaces an address of this environment.
+  /// val   any pointer, null included.
+  ///
+  /// Returns
+  ///   GENV_OK              replaced
+  ///   GENV_BAD_PARAM       name is null
+  ///   GENV_ADDR_NOT_FOUND  no such address here, whatever the parents have
   virtual ec::EC mod_addr(const char* name, void* val) = 0;
+
+  /// Removes an address of this environment. A null name and one that is not here are ignored,
+  /// without a record.
   virtual void rm_addr(const char* name) = 0;
 
+  /// Stores a copy of an object under a new name.
+  /// name     required; copied.
+  /// object   required; its clone() makes the copy, the caller keeps the object itself.
+  ///
+  /// Returns
+  ///   GENV_OK          stored; recorded at DEBUG
+  ///   GENV_BAD_PARAM   name or object is null, or clone() gave null
+  ///   GENV_OBJ_EXISTS  the name has an object, which stays; nothing was cloned
+  ///
+  /// When clone() throws, nothing is stored.
   virtual ec::EC insert_obj(const char* name, const IObject* object) = 0;
+
+  /// Gives a copy of a stored object, looking in the parents as well.
+  /// object   required; receives the copy, which the caller disposes of with release(). Untouched
+  ///          on failure.
+  ///
+  /// Returns
+  ///   GENV_OK             found
+  ///   GENV_BAD_PARAM      name or object is null, or clone() gave null
+  ///   GENV_OBJ_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
+  ///                       last one
+  ///   a parent's code     when the parent is a host's own environment: what that gave
   virtual ec::EC get_obj(const char* name, IObject** object) = 0;
+
+  /// Replaces an object of this environment: calls release() on the stored copy first, then
+  /// stores a clone() of the other one.
+  /// name, object   both required; the caller keeps the object itself.
+  ///
+  /// Returns
+  ///   GENV_OK             replaced
+  ///   GENV_BAD_PARAM      name or object is null: nothing changed; or clone() gave null: the old
+  ///                       copy is released by then and the name is gone
+  ///   GENV_OBJ_NOT_FOUND  no such object here, whatever the parents have
+  ///
+  /// When release() or clone() throws, the name is gone, too.
   virtual ec::EC mod_obj(const char* name, const IObject* object) = 0;
+
+  /// Calls release() on an object of this environment and removes it; recorded at DEBUG. A null
+  /// name and one that is not here are logged at WARN. When release() throws, the object is
+  /// removed all the same.
   virtual void rm_obj(const char* name) = 0;
 
+  /// Destroys the environment with its tables. Stored objects are not released: call release()
+  /// first.
   virtual ~IGlobalEnv() {}
 };
 
