@@ -1,0 +1,4 @@
+// The creation function gives no module.
+#include <fwbase/imm.h>
+
+extern "C" fwbase::IMM::IBase* create_module() { return nullptr; }
