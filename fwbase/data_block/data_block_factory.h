@@ -6,13 +6,15 @@
 
 namespace fwbase {
 
-class CDataBlockFT : public IDataBlockFT {
+class CDataBlockFT final : public IDataBlockFT {
  public:
+  /// There is nothing to start or to stop; here to be called like any other component.
   ec::EC init() { return ec::DB_OK; }
   void release() {}
-  ec::EC create(IDataBlock*&, unsigned int) override { return ec::DB_NO_MEMORY; }
-  void* allocate(unsigned int) override { return nullptr; }
-  void deallocate(void*) override {}
+
+  ec::EC create(IDataBlock*& block, unsigned int size) override;
+  void* allocate(unsigned int n) override;
+  void deallocate(void* p) override;
 };
 
 }  // namespace fwbase

@@ -9,25 +9,76 @@
 
 namespace fwbase {
 
+/// A byte buffer that modules pass data in. What is written goes to the write position, what is
+/// read comes from the read position; both start at the first byte of the buffer.
+///
+/// Made by IDataBlockFT::create(), ended by release() and by nothing else.
+/// Threads: not synchronised. One thread uses a block at a time; handing it to another one (by a
+///          queue, say) must order what the two do, as any hand-over of memory must. The count of
+///          references to the storage is not protected either: duplicates made through real()
+///          count as the same block.
+/// Trace:   set-up and release() trace their entry and exit.
 struct FWBASE_API IDataBlock {
+  /// Drops this block's reference to the storage (the last one frees it) and destroys the block.
+  /// The pointer is invalid afterwards; to call it twice is an error that nothing catches.
   virtual void release() = 0;
+
+  /// The address of the read position: data_len() bytes may be read from there.
   virtual char* rd_ptr() const = 0;
+
+  /// Moves the read position by n bytes, back when n is negative. No bound is checked: a position
+  /// outside of the buffer must not be read from.
   virtual void rd_ptr(int n) = 0;
+
+  /// The address of the write position.
   virtual char* wr_ptr() = 0;
+
+  /// Moves the write position by n bytes, back when n is negative: after bytes were written at
+  /// wr_ptr() directly. No bound is checked.
   virtual void wr_ptr(int n) = 0;
+
+  /// Copies n bytes from buf to the write position and moves it behind them.
+  /// Always gives DB_OK. When less than n bytes are left behind the write position, when the
+  /// position is outside of the buffer, or when buf is null, nothing is copied and the position
+  /// stays: callers that care compare wr_ptr() before and after, or the space left before.
   virtual ec::EC copy(const char* buf, unsigned int n) = 0;
+
+  /// The number of bytes between the read and the write position (write minus read).
   virtual std::size_t data_len() const = 0;
+
+  /// The size of the buffer in bytes, as given to create().
   virtual std::size_t buffer_len() const = 0;
+
+  /// The wrapped ACE_Message_Block*, for code that works with ACE. It stays owned by the block.
   virtual void* real() = 0;
+
+  /// A tag for the user, 0 at first. The library does not interpret it.
   virtual int type() const = 0;
   virtual void type(int tag) = 0;
+
+  /// Reached through release() only.
   virtual ~IDataBlock() {}
 };
 
+/// Makes data blocks, and hands out plain memory. Keeps no state; any thread may use it.
 struct FWBASE_API IDataBlockFT {
+  /// Makes a block.
+  /// block   receives it; the caller ends it with its release().
+  /// size    bytes of its buffer, 0 included. More than 10,240 are logged at WARN, no more.
+  ///
+  /// Returns
+  ///   DB_OK         made
+  ///   DB_NO_MEMORY  no memory for the block, for its buffer or for what administers it; logged at
+  ///                 ERROR. block may have been overwritten and must not be used
   virtual ec::EC create(IDataBlock*& block, unsigned int size) = 0;
+
+  /// n bytes of plain memory, not initialised, as malloc gives them; null when there are none.
+  /// Logs nothing. The caller hands them to deallocate().
   virtual void* allocate(unsigned int n) = 0;
+
+  /// Frees what allocate() gave; null does nothing.
   virtual void deallocate(void* p) = 0;
+
   virtual ~IDataBlockFT() {}
 };
 

@@ -1,0 +1,70 @@
+// Storage and positions of a data block are those of its message block.
+#include "fwbase/data_block/data_block.h"
+
+#include <ace/Time_Value.h>
+
+#include <new>
+
+#include "fwbase/support/run_log.h"
+
+namespace fwbase {
+
+namespace {
+
+constexpr unsigned int kLargeSize = 10240;  // bytes; more are reported
+
+/// Whether the message block got all that it allocates for itself: it has no other way to tell. One
+/// of no bytes needs no buffer.
+bool has_storage(const ACE_Message_Block& block, unsigned int size) {
+  return block.data_block() != nullptr && (block.base() != nullptr || size == 0);
+}
+
+}  // namespace
+
+ec::EC CDataBlock::init(unsigned int size) {
+  RUN_TRACE(GBK("数据块构造"));
+  if (size > kLargeSize) {
+    RUN_LOG(WARN, "分配较大DataBlock: %d(B)", size);
+  }
+  m_block.reset(new (std::nothrow)
+                    ACE_Message_Block(size, ACE_Message_Block::MB_DATA, nullptr, nullptr, nullptr,
+                                      nullptr, 0, ACE_Time_Value::zero, ACE_Time_Value::max_time));
+  if (!m_block || !has_storage(*m_block, size)) {
+    m_block.reset();
+    RUN_LOG(ERROR, "new ACE_Message_Block( %d ) 失败.", size);
+    return ec::DB_NO_MEMORY;
+  }
+  return ec::DB_OK;
+}
+
+void CDataBlock::release() {
+  RUN_TRACE(GBK("数据块释放"));
+  delete this;
+}
+
+char* CDataBlock::rd_ptr() const { return m_block->rd_ptr(); }
+
+// A position is an unsigned distance from the start of the buffer: adding a negative number
+// converted to it moves back.
+void CDataBlock::rd_ptr(int n) { m_block->rd_ptr(static_cast<std::size_t>(n)); }
+
+char* CDataBlock::wr_ptr() { return m_block->wr_ptr(); }
+void CDataBlock::wr_ptr(int n) { m_block->wr_ptr(static_cast<std::size_t>(n)); }
+
+ec::EC CDataBlock::copy(const char* buf, unsigned int n) {
+  // The message block itself compares n with the space left only, which wraps around when the
+  // position was moved out of the buffer.
+  const std::size_t written = m_block->wr_ptr() - m_block->base();
+  if (buf != nullptr && written <= m_block->size()) {
+    m_block->copy(buf, n);
+  }
+  return ec::DB_OK;
+}
+
+std::size_t CDataBlock::data_len() const { return m_block->length(); }
+std::size_t CDataBlock::buffer_len() const { return m_block->size(); }
+void* CDataBlock::real() { return m_block.get(); }
+int CDataBlock::type() const { return m_type; }
+void CDataBlock::type(int tag) { m_type = tag; }
+
+}  // namespace fwbase
