@@ -12,24 +12,125 @@
 
 namespace fwbase {
 
+/// The one facade of a process. It owns a built-in component for each role (run log, default
+/// global environment, module manager, script engine, data block factory), starts and stops
+/// these, and hands out the component that is installed for a role: the built-in one, or a
+/// replacement of the host. It also keeps further global environments, one per key.
+///
+/// Threads: every operation may be called from any thread. One reader-writer lock guards the
+///          installed components and the keyed environments. The getters without an argument
+///          never wait for it, so they may be called from anywhere, under any lock.
+/// Owner:   the facade owns its built-in components and the keyed environments. Replacements stay
+///          the host's: the facade never calls their init() or release() and never deletes them.
+///          A replacement must live until it is no longer installed and no thread uses it.
+/// Hosts:   code of modules, objects and environments that throws does not leave the facade's
+///          lock held; release() says what a second call does.
 struct FWBASE_API IFWBase {
+  /// Gives the facade: the same pointer on every call, from any thread. The first call makes it.
+  ///
+  /// It stays usable until the process is gone, for threads and destructors that come late. The
+  /// exit of the process itself releases nothing (it only makes sure that what is queued in the
+  /// run log is written): a host calls release() before it returns from main().
   static IFWBase* instance();
 
+  /// Installs the built-in components, discarding replacements, then initialises the built-in run
+  /// log, default global environment, module manager, script engine and data block factory, in
+  /// this order. Holds the lock for writing while it installs, not while components initialise.
+  ///
+  /// Returns
+  ///   FW_OK                 everything is in service; nothing is logged until the host opens a
+  ///                         log file and enables levels
+  ///   the component's code  the first one that failed, unchanged (a LOG_ code from the run log).
+  ///                         Later components are not initialised, earlier ones stay initialised,
+  ///                         all are installed
+  ///
+  /// May be called again. Without release() between, components forget what they hold; the
+  /// init() of each says how. Keyed environments stay as they are.
   virtual ec::EC init() = 0;
+
+  /// Releases the built-in data block factory, module manager, script engine, default global
+  /// environment and run log, in this order; then, holding the lock for writing, sets all
+  /// installed components to none and releases and deletes each keyed environment, in ascending
+  /// order of the keys. init() may be called afterwards. Without anything to release, it does
+  /// nothing more.
+  ///
+  /// Modules are unloaded before environments are emptied: a module that stored an object whose
+  /// code is its own removes it in its IMM::IBase::release().
+  ///
+  /// Objects in keyed environments are released while the facade's lock is held: they must not
+  /// call its setters, create_global_env(), global_env(key) or destroy_global_env(), which would
+  /// wait for ever. The getters without an argument are safe.
+  ///
+  /// When host code throws (a module, or an object in an environment), the exception reaches the
+  /// caller and what would have followed is left as it was. A second call goes on from there:
+  /// nothing is released twice. A keyed environment whose object threw is emptied and deleted.
   virtual void release() = 0;
+
+  /// The installed run log, null before init() and after release(). Does not wait.
   virtual IRunLog* runlog() const = 0;
+
+  /// Installs a run log; null installs the built-in one, in whatever state that is.
+  /// Returns what was installed before, which is neither released nor deleted. Takes the lock for
+  /// writing. Threads may still be using the former one.
+  ///
+  /// The setters of the other roles do the same. A literal null needs no cast here; it does
+  /// for global_env().
   virtual IRunLog* runlog(IRunLog* replacement) = 0;
+
+  /// The installed default global environment, null before init() and after release(). Does not
+  /// wait.
   virtual IGlobalEnv* global_env() const = 0;
+
+  /// Installs a default global environment; null installs the built-in one. Returns the former
+  /// one. Keyed environments keep the parent that they were made with.
+  ///
+  /// Overloads: global_env(nullptr) is ambiguous. Say
+  /// global_env(static_cast<IGlobalEnv*>(nullptr)) to install the built-in one,
+  /// global_env(static_cast<void*>(nullptr)) to look up the key null. A pointer to a class that
+  /// derives from IGlobalEnv installs; any other object pointer is a key.
   virtual IGlobalEnv* global_env(IGlobalEnv* replacement) = 0;
+
+  /// Makes a global environment for a key. Its parent, where its look-ups go on after a miss, is
+  /// the default environment installed at this moment.
+  /// env   receives it; owned by the facade, until destroy_global_env() or release(). Untouched
+  ///       on failure.
+  /// key   any pointer, null included; compared as an address, never used as one.
+  ///
+  /// Returns
+  ///   FW_OK          made
+  ///   FW_ENV_EXISTS  the key has an environment, which stays; logged at ERROR
+  ///   FW_NO_MEMORY   no memory; logged at ERROR, nothing changed
+  ///
+  /// Takes the lock for writing to enter it; the new environment is initialised, and one that is
+  /// not wanted is disposed of, without the lock.
   virtual ec::EC create_global_env(IGlobalEnv*& env, void* key) = 0;
+
+  /// Gives the environment of a key or, when it has none, the installed default environment (null
+  /// before init() and after release()). Takes the lock for reading. The pointer is valid until
+  /// that environment is destroyed.
   virtual IGlobalEnv* global_env(void* key) const = 0;
+
+  /// Removes the environment of a key, then, without the lock, releases and deletes it. A key that
+  /// has none is ignored. When an object in it throws, the others are released and the environment
+  /// is deleted all the same; the exception reaches the caller.
   virtual void destroy_global_env(void* key) = 0;
+
+  /// The installed module manager, null before init() and after release(). Does not wait.
   virtual IMM* mm() const = 0;
+  /// Installs a module manager; null installs the built-in one. Returns the former one.
   virtual IMM* mm(IMM* replacement) = 0;
+
+  /// The installed script engine, null before init() and after release(). Does not wait.
   virtual IScript* script() const = 0;
+  /// Installs a script engine; null installs the built-in one. Returns the former one.
   virtual IScript* script(IScript* replacement) = 0;
+
+  /// The installed data block factory, null before init() and after release(). Does not wait.
   virtual IDataBlockFT* db_ft() const = 0;
+  /// Installs a data block factory; null installs the built-in one. Returns the former one.
   virtual IDataBlockFT* db_ft(IDataBlockFT* replacement) = 0;
+
+  /// The facade is never deleted by its users.
   virtual ~IFWBase() {}
 };
 
