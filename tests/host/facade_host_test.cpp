@@ -24,20 +24,12 @@ using fwbase::IFWBase;
 using fwbase::IGlobalEnv;
 using fwbase::IMM;
 
-template <typename Key>
-concept IsOneCallOfGlobalEnv = requires(IFWBase* facade, Key key) {
-  facade->global_env(key);
-};
-
 template <typename Maker>
 concept IsOneCreation = requires(IMM* mm, IMM::IBase*& out, Maker maker) {
   mm->create_module(out, maker, nullptr);
 };
 
-// A null says neither what it is a key of nor how a module is made: callers cast it.
-static_assert(!IsOneCallOfGlobalEnv<std::nullptr_t>);
-static_assert(IsOneCallOfGlobalEnv<IGlobalEnv*> && IsOneCallOfGlobalEnv<void*> &&
-              IsOneCallOfGlobalEnv<int*>);
+// A null does not say how a module is made: callers cast it.
 static_assert(!IsOneCreation<std::nullptr_t>);
 static_assert(IsOneCreation<IMM::IFactory*> && IsOneCreation<IMM::CreateFun>);
 
@@ -52,6 +44,22 @@ struct Module : IMM::IBase {
 IMM::IBase* create() { return new Module; }
 
 }  // namespace
+
+TEST(FacadeHost, ANullForGlobalEnvIsWhatItIsCastTo) {
+  IFWBase* const facade = IFWBase::instance();
+  ASSERT_TRUE(ec::succeeded(facade->init()));
+  IGlobalEnv* const built_in = facade->global_env();
+  IGlobalEnv* of_null = nullptr;
+  ASSERT_EQ(facade->create_global_env(of_null, nullptr), ec::FW_OK);
+  EXPECT_EQ(facade->global_env(static_cast<void*>(nullptr)), of_null);
+  EXPECT_EQ(facade->global_env(of_null), built_in) << "installs";
+  EXPECT_EQ(facade->global_env(static_cast<IGlobalEnv*>(nullptr)), of_null);
+  EXPECT_EQ(facade->global_env(), built_in);
+  // Without a cast the const of the facade decides.
+  EXPECT_EQ(facade->global_env(nullptr), built_in);
+  EXPECT_EQ(static_cast<const IFWBase*>(facade)->global_env(nullptr), of_null);
+  facade->release();
+}
 
 TEST(FacadeHost, AHostUsesTheComponentsOfAFacadeThatItStartsAndStops) {
   IFWBase* const facade = IFWBase::instance();

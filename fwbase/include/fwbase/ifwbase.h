@@ -73,8 +73,8 @@ struct FWBASE_API IFWBase {
   /// Returns what was installed before, which is neither released nor deleted. Takes the lock for
   /// writing. Threads may still be using the former one.
   ///
-  /// The setters of the other roles do the same. A literal null needs no cast here; it does
-  /// for global_env().
+  /// The setters of the other roles do the same. A literal null needs a cast for global_env()
+  /// only.
   virtual IRunLog* runlog(IRunLog* replacement) = 0;
 
   /// The installed default global environment, null before init() and after release(). Does not
@@ -84,7 +84,8 @@ struct FWBASE_API IFWBase {
   /// Installs a default global environment; null installs the built-in one. Returns the former
   /// one. Keyed environments keep the parent that they were made with.
   ///
-  /// Overloads: global_env(nullptr) is ambiguous. Say
+  /// Overloads: global_env(nullptr) does not say what it means: it is this form through a facade
+  /// that is not const, and the look-up of a key through one that is. Say
   /// global_env(static_cast<IGlobalEnv*>(nullptr)) to install the built-in one,
   /// global_env(static_cast<void*>(nullptr)) to look up the key null. A pointer to a class that
   /// derives from IGlobalEnv installs; any other object pointer is a key.
