@@ -1,0 +1,84 @@
+#include "listing.h"
+
+#include <algorithm>
+
+#include "text.h"
+
+namespace fwrun {
+
+namespace {
+
+std::string literal(const std::string& type, const std::string& value) {
+  return type == "int" ? value : quoted(value);
+}
+
+// The declared parameters, null for an argument that the engine ignores.
+const Parameter* parameter(const Function* function, const std::string& tag) {
+  if (function == nullptr) {
+    return nullptr;
+  }
+  const auto found = std::find_if(function->parameters.begin(), function->parameters.end(),
+                                  [&](const Parameter& one) { return one.tag == tag; });
+  return found != function->parameters.end() ? &*found : nullptr;
+}
+
+std::string call_line(const ScriptFile& script, const ScriptCall& call) {
+  const Function* const function = script.function(call.function);
+  std::vector<std::string> arguments;
+  for (const Argument& argument : call.arguments) {
+    const Parameter* const declared = parameter(function, argument.tag);
+    if (declared != nullptr || function == nullptr) {
+      arguments.push_back(
+          argument.tag + "=" +
+          (argument.is_variable
+               ? "$" + argument.text
+               : literal(declared != nullptr ? declared->type : "string", argument.text)));
+    }
+  }
+  const std::string result = call.result.empty() ? "" : " -> " + call.result;
+  const std::string remark = function != nullptr ? "" : "  (no Func declares it)";
+  return "    " + call.function + "(" + joined(arguments) + ")" + result + remark + "\n";
+}
+
+std::string function_line(const Function& function) {
+  std::vector<std::string> parameters;
+  for (const Parameter& one : function.parameters) {
+    parameters.push_back(one.tag + ": " + one.type +
+                         (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
+  }
+  return "  " + function.name + "(" + joined(parameters) + ")\n";
+}
+
+}  // namespace
+
+std::string variable_line(const std::string& name, const std::string& type,
+                          const std::string& value) {
+  return "  " + name + ": " + type + " = " + literal(type, value) + "\n";
+}
+
+std::string listing(const ScriptFile& script) {
+  std::string all = "sections:\n";
+  for (const Section& section : script.sections) {
+    all += "  " + section.name + "\n";
+    for (const ScriptCall& call : section.calls) {
+      all += call_line(script, call);
+    }
+  }
+  all += "functions:\n";
+  for (const Function& function : script.functions) {
+    all += function_line(function);
+  }
+  all += "variables:\n";
+  for (const Variable& variable : script.variables) {
+    all += variable_line(variable.name, variable.type, variable.value);
+  }
+  if (!script.other_processes.empty()) {
+    all += "passed over, since only a Process without a name is read:\n";
+    for (const std::string& name : script.other_processes) {
+      all += "  Process " + quoted(name) + "\n";
+    }
+  }
+  return all;
+}
+
+}  // namespace fwrun

@@ -1,0 +1,187 @@
+#include "options.h"
+
+#include <charconv>
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include <fwbase/irunlog.h>
+#include <CLI/CLI.hpp>
+
+#include "output.h"
+#include "text.h"
+
+namespace fwrun {
+
+namespace {
+
+using fwbase::IRunLog;
+
+typedef std::map<std::string, unsigned int> Bits;
+
+const Bits kLevels = {{"trace", IRunLog::TRACE},
+                      {"debug", IRunLog::DEBUG},
+                      {"warn", IRunLog::WARN},
+                      {"error", IRunLog::ERROR},
+                      {"alert", IRunLog::ALERT},
+                      {"dump", IRunLog::DUMP},
+                      {"all", 0x3F}};
+constexpr unsigned int kDefaultLevels =
+    IRunLog::WARN | IRunLog::ERROR | IRunLog::ALERT | IRunLog::DUMP;
+
+const Bits kDetails = {
+    {"time", IRunLog::INFO_TIME}, {"pid", IRunLog::INFO_PID}, {"tid", IRunLog::INFO_TID}};
+
+const char* const kFooter =
+    "Without SECTION the only one is run; of a script with several, what it holds is listed.\n"
+    "\n"
+    "Exit status: 0 done; 1 a call failed, or a result could not be saved or written;\n"
+    "2 wrong usage, or the script cannot be loaded: nothing was run.\n"
+    "\n"
+    "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
+    "The log is GBK; iconv -f GBK -t UTF-8 run.log shows it.";
+
+// The bits of a comma-separated list of names, in upper or lower case.
+unsigned int bits_of(const char* option, const std::string& list, const Bits& known) {
+  unsigned int bits = 0;
+  for (const std::string& name : CLI::detail::split(list, ',')) {
+    const auto found = known.find(CLI::detail::to_lower(name));
+    if (found == known.end()) {
+      std::vector<std::string> names;
+      for (const auto& entry : known) {
+        names.push_back(entry.first);
+      }
+      throw CLI::ValidationError(option, "'" + name + "' is not one of " + joined(names));
+    }
+    bits |= found->second;
+  }
+  return bits;
+}
+
+bool looks_like_int(std::string_view text) {
+  if (!text.empty() && text.front() == '-') {
+    text.remove_prefix(1);
+  }
+  return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+}
+
+std::int32_t int_of(const char* option, const std::string& name, const std::string& text) {
+  std::int32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error == std::errc::result_out_of_range) {
+    throw CLI::ValidationError(option, "the value of " + name + " does not fit in 32 bits; write " +
+                                           name + ":string=" + text + " for a string");
+  }
+  if (error != std::errc() || stop != end) {
+    throw CLI::ValidationError(option, "'" + text + "', the value of " + name + ", is not an int");
+  }
+  return number;
+}
+
+Assignment assignment_of(const char* option, const std::string& text) {
+  const std::size_t equals = text.find('=');
+  const std::string left = text.substr(0, equals);
+  const std::size_t colon = left.find(':');
+  const std::string name = left.substr(0, colon);
+  const std::string type = colon == left.npos ? "" : left.substr(colon + 1);
+  if (equals == text.npos || name.empty()) {
+    throw CLI::ValidationError(option, "'" + text + "' is not NAME=VALUE");
+  }
+  const std::string value = text.substr(equals + 1);
+  if (colon == left.npos ? looks_like_int(value) : type == "int") {
+    return {name, int_of(option, name, value)};
+  }
+  if (colon != left.npos && type != "string") {
+    throw CLI::ValidationError(option, "'" + type + "' is not a type: NAME:int or NAME:string");
+  }
+  return {name, value};
+}
+
+// What is typed, before its parts are looked at.
+struct Typed {
+  std::string levels;
+  std::string details;
+  std::vector<std::string> globals;
+  std::vector<std::string> environment;
+};
+
+void declare(CLI::App& app, Options& options, Typed& typed) {
+  app.name("fwrun");
+  app.footer(kFooter);
+  app.set_help_flag("--help", "Print this help and exit");
+  app.set_version_flag("--version", "fwrun " FWRUN_VERSION, "Print the version and exit");
+  app.add_option("SCRIPT", options.script, "The script file")->required();
+  app.add_option("SECTION", options.sections, "Sections to run, one after the other");
+
+  app.add_option("--log", options.log_file, "Append log records to FILE")->type_name("FILE");
+  app.add_option("--level", typed.levels,
+                 "Log these levels: of trace,debug,warn,error,alert,dump, or all\n"
+                 "(all but trace and debug when not given)")
+      ->type_name("LIST");
+  app.add_option("--details", typed.details, "Add to each record: of time,pid,tid")
+      ->type_name("LIST");
+  app.add_flag("--queued", options.queued, "Let a thread of its own write the log");
+  app.add_option("--set", typed.globals,
+                 "Set a global variable, an int when VALUE looks like one;\n"
+                 "NAME:int=VALUE and NAME:string=VALUE tell the type")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  app.add_option("--env", typed.environment,
+                 "Set a variable of the environment that the sections run in, likewise")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+  app.add_flag("--print", options.print, "Print all variables at the end");
+  app.add_flag("--save", options.save,
+               "Write changed global variables back into SCRIPT, unless a call failed");
+  app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
+}
+
+void check_combination(const CLI::App& app) {
+  for (const char* const option : {"--level", "--details", "--queued"}) {
+    if (app.count(option) != 0 && app.count("--log") == 0) {
+      throw CLI::ValidationError(option, "is about the log: add --log FILE");
+    }
+  }
+  for (const char* const option : {"SECTION", "--log", "--set", "--env", "--print", "--save"}) {
+    if (app.count(option) != 0 && app.count("--list") != 0) {
+      throw CLI::ValidationError(option, "does not go with --list, which runs nothing");
+    }
+  }
+}
+
+void interpret(const Typed& typed, Options& options) {
+  options.levels =
+      typed.levels.empty() ? kDefaultLevels : bits_of("--level", typed.levels, kLevels);
+  options.details = typed.details.empty() ? 0 : bits_of("--details", typed.details, kDetails);
+  for (const std::string& text : typed.globals) {
+    options.globals.push_back(assignment_of("--set", text));
+  }
+  for (const std::string& text : typed.environment) {
+    options.environment.push_back(assignment_of("--env", text));
+  }
+}
+
+}  // namespace
+
+std::optional<int> parse_options(int argc, char** argv, Options& options) {
+  CLI::App app("Runs sections of a script.");
+  Typed typed;
+  declare(app, options, typed);
+  try {
+    app.parse(argc, argv);
+    check_combination(app);
+    interpret(typed, options);
+    return {};
+  } catch (const CLI::CallForHelp&) {
+    return write_out(app.help());
+  } catch (const CLI::CallForVersion&) {
+    return write_out(app.version() + "\n");
+  } catch (const CLI::ParseError& error) {
+    complain(error.what());
+    complain("fwrun --help shows the options");
+    return kNothing;
+  }
+}
+
+}  // namespace fwrun

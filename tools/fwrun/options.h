@@ -1,0 +1,41 @@
+// The command line.
+#ifndef FWRUN_OPTIONS_H
+#define FWRUN_OPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace fwrun {
+
+typedef std::variant<std::int32_t, std::string> Value;
+
+/// A variable to set: NAME=VALUE, NAME:int=VALUE or NAME:string=VALUE.
+struct Assignment {
+  std::string name;
+  Value value;
+};
+
+struct Options {
+  std::string script;
+  std::vector<std::string> sections;
+  std::string log_file;  ///< empty for none
+  unsigned int levels = 0;
+  unsigned int details = 0;
+  bool queued = false;
+  std::vector<Assignment> globals;
+  std::vector<Assignment> environment;
+  bool list = false;
+  bool print = false;
+  bool save = false;
+};
+
+/// Reads the command line. Gives the exit status when there is nothing left to do: --help and
+/// --version have been answered, or an error has been reported.
+std::optional<int> parse_options(int argc, char** argv, Options& options);
+
+}  // namespace fwrun
+
+#endif

@@ -1,0 +1,23 @@
+// What fwrun itself writes: results to standard output, messages to standard error. All UTF-8.
+#ifndef FWRUN_OUTPUT_H
+#define FWRUN_OUTPUT_H
+
+#include <string>
+
+namespace fwrun {
+
+enum Status : int {
+  kDone = 0,
+  kFailed = 1,   ///< something failed while sections ran, or a result could not be written
+  kNothing = 2,  ///< wrong usage or a script that cannot be loaded: no section was run
+};
+
+/// Writes `text` to standard output at once. When that fails, says so and gives kFailed.
+Status write_out(const std::string& text);
+
+/// Writes "fwrun: ", `message` and the end of the line to standard error.
+void complain(const std::string& message);
+
+}  // namespace fwrun
+
+#endif

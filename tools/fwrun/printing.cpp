@@ -1,0 +1,85 @@
+#include "printing.h"
+
+#include <set>
+
+#include <fwbase/ifwbase.h>
+
+#include "listing.h"
+
+namespace fwrun {
+
+namespace {
+
+using fwbase::IFWBase;
+using fwbase::IRunLog;
+using fwbase::IScript;
+
+typedef std::set<std::string> Names;
+
+// Looking up a name that is not there, or of the other type, is no error here.
+class Silence {
+ public:
+  Silence() : m_levels(IRunLog::ms_type_sign.exchange(0)) {}
+  ~Silence() { IRunLog::ms_type_sign = m_levels; }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+
+ private:
+  unsigned int m_levels;
+};
+
+// Every string of the script may be the name of a variable: functions take names as arguments.
+Names mentioned(const ScriptFile& script, const Options& options) {
+  Names names;
+  for (const Variable& variable : script.variables) {
+    names.insert(variable.name);
+  }
+  for (const Section& section : script.sections) {
+    for (const ScriptCall& call : section.calls) {
+      names.insert(call.result);
+      for (const Argument& argument : call.arguments) {
+        names.insert(argument.text);
+      }
+    }
+  }
+  for (const Assignment& one : options.globals) {
+    names.insert(one.name);
+  }
+  for (const Assignment& one : options.environment) {
+    names.insert(one.name);
+  }
+  return names;
+}
+
+// `get` reads a variable as get_value() and get_value_env() do.
+template <typename Get>
+std::string lines(const Names& names, Get get) {
+  std::string all;
+  for (const std::string& name : names) {
+    std::int32_t number = 0;
+    std::string text;
+    if (ec::succeeded(get(name.c_str(), IScript::VT_INT, &number))) {
+      all += variable_line(name, "int", std::to_string(number));
+    } else if (ec::succeeded(get(name.c_str(), IScript::VT_STRING, &text))) {
+      all += variable_line(name, "string", text);
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
+std::string variables_text(const ScriptFile& script, const Options& options, void* environment) {
+  const Silence silence;
+  const Names names = mentioned(script, options);
+  const IScript& engine = *IFWBase::instance()->script();
+  return "global variables:\n" +
+         lines(names, [&](const char* name, IScript::VType type,
+                          void* out) { return engine.get_value(name, type, out); }) +
+         "variables of the environment:\n" +
+         lines(names, [&](const char* name, IScript::VType type, void* out) {
+           return engine.get_value_env(name, type, out, environment);
+         });
+}
+
+}  // namespace fwrun

@@ -1,0 +1,18 @@
+// --print: the variables after the run.
+#ifndef FWRUN_PRINTING_H
+#define FWRUN_PRINTING_H
+
+#include <string>
+
+#include "options.h"
+#include "script_file.h"
+
+namespace fwrun {
+
+/// The global variables and those of `environment`, in the order of their names. The engine cannot
+/// list its variables: each name that the script or the command line mentions is looked up.
+std::string variables_text(const ScriptFile& script, const Options& options, void* environment);
+
+}  // namespace fwrun
+
+#endif

@@ -1,0 +1,15 @@
+// What fwrun does once its command line is read.
+#ifndef FWRUN_RUN_H
+#define FWRUN_RUN_H
+
+#include "options.h"
+#include "output.h"
+
+namespace fwrun {
+
+/// Lists or runs the script as the options say; gives the exit status.
+Status run(const Options& options);
+
+}  // namespace fwrun
+
+#endif

@@ -1,0 +1,31 @@
+// Running the sections of a loaded script.
+#ifndef FWRUN_RUNNING_H
+#define FWRUN_RUNNING_H
+
+#include <string>
+#include <vector>
+
+#include "call_watch.h"
+#include "error_log.h"
+#include "script_file.h"
+
+namespace fwrun {
+
+/// What the sections run on.
+struct Loaded {
+  const ScriptFile& script;
+  CallWatch& watch;
+  ErrorLog& errors;
+  void* environment;
+};
+
+/// Runs the sections one after the other. Stops at the first call that fails, and says on standard
+/// error which it was and why; false then.
+bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded);
+
+/// Says on standard error what failed with `code`, followed by the errors that were logged.
+void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
+
+}  // namespace fwrun
+
+#endif
