@@ -1,0 +1,124 @@
+#include <fwbase/ifwbase.h>
+#include <gtest/gtest.h>
+
+#include "functions/functions.h"
+#include "running.h"
+#include "tests/support/script_file.h"
+#include "tests/tools/fwrun/fwrun_program.h"
+
+namespace fwrun::test {
+namespace {
+
+std::string two_sections() {
+  return script_with("<section name=\"bad\">" + print_call("one") + kFailingCall +
+                     print_call("never") + "</section><section name=\"good\">" + print_call("two") +
+                     "</section>");
+}
+
+}  // namespace
+
+TEST(FwrunCalls, RunTheOnlySectionWithoutSection) {
+  const fwbase::test::ScriptFile script(
+      script_with("<section name=\"s\">" + print_call("负载") + "</section>"));
+  const ProgramResult result = run_fwrun({script.path()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "负载\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(FwrunCalls, SectionsRunInTheOrderGivenAndInOneEnvironment) {
+  const fwbase::test::ScriptFile script(
+      script_with("<section name=\"show\"><print><text><ref>x</ref></text></print></section>"
+                  "<section name=\"set\"><set_string><value>shared</value><ret>x</ret></set_string>"
+                  "</section>"));
+  const ProgramResult result = run_fwrun({script.path(), "set", "show", "show"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "shared\nshared\n");
+  EXPECT_EQ(result.err, "");
+}
+
+TEST(FwrunCalls, AFailureIsNamedAndEndsTheRun) {
+  const fwbase::test::ScriptFile script(two_sections());
+  const ProgramResult result = run_fwrun({script.path(), "good", "bad", "good"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "two\none\n");
+  EXPECT_EQ(result.err, std::string("fwrun: section 'bad', call 2, ") + kFailureText + kLogAdvice);
+}
+
+TEST(FwrunCalls, AFailureNamesTheLogWhenThereIsOne) {
+  const fwbase::test::ScriptFile script(two_sections());
+  const std::string log = script.directory() + "/run.log";
+  const ProgramResult result = run_fwrun({script.path(), "bad", "--log", log, "--level", "warn"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, std::string("fwrun: section 'bad', call 2, ") + kFailureText +
+                            "fwrun: the records of the run are in " + log +
+                            " (iconv -f GBK -t UTF-8 shows it)\n");
+}
+
+TEST(FwrunCalls, CountTheCallsThatOneElementHolds) {
+  const fwbase::test::ScriptFile script(script_with(
+      "<section name=\"s\"><expect_at_most>"
+      "<params><actual>1</actual><limit>1</limit></params>"
+      "<params><actual>2</actual><limit>1</limit></params></expect_at_most></section>"));
+  const ProgramResult result = run_fwrun({script.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
+}
+
+TEST(FwrunCalls, AnUnknownSectionListsTheKnownOnesAndRunsNothing) {
+  const fwbase::test::ScriptFile script(two_sections());
+  const ProgramResult result = run_fwrun({script.path(), "good", "检查"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, std::string("fwrun: '") + script.path() +
+                            "' has no section '检查'; it has: bad, good\n");
+}
+
+TEST(FwrunCalls, WarnOfAnArgumentThatRefersToNoVariable) {
+  const fwbase::test::ScriptFile script(
+      script_with("<section name=\"s\"><set_int><value>1</value><ret>a</ret></set_int>"
+                  "<add><a><ref>a</ref></a><b><ref>变量</ref></b><ret>r</ret></add></section>"));
+  const ProgramResult result = run_fwrun({script.path(), "--print"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "fwrun: warning: section 's', call 2, add: 没有对应的变量,name[变量]\n");
+  EXPECT_NE(result.out.find("  r: int = 1\n"), std::string::npos) << result.out;
+}
+
+TEST(FwrunCalls, AnErrorThatACallGotOverIsNotPartOfALaterFailure) {
+  const fwbase::test::ScriptFile script(
+      script_with("<section name=\"s\"><log><level>error</level><text>over</text></log>" +
+                  std::string(kFailingCall) + "</section>"));
+  const ProgramResult result = run_fwrun({script.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
+}
+
+// The engine forgets its functions when it is initialised again, but not their signatures.
+TEST(FwrunCalls, NameAFunctionThatTheEngineDoesNotHave) {
+  fwbase::IFWBase* const facade = fwbase::IFWBase::instance();
+  ASSERT_TRUE(ec::succeeded(facade->init()));
+  const fwbase::test::ScriptFile file(
+      script_with("<section name=\"s\"><set_int><value>1</value></set_int>"
+                  "<add><a>1</a><b>2</b></add></section>"));
+  {
+    ErrorLog errors;
+    CallWatch watch(errors);
+    functions::register_functions(*facade->script(), {});
+    ASSERT_TRUE(ec::succeeded(facade->script()->init()));
+    facade->script()->expand_syntax(watch.watch(functions::variable_functions()[0]));
+    ASSERT_TRUE(ec::succeeded(facade->script()->load_script(file.path())));
+    fwrun::ScriptFile script;
+    std::string why;
+    ASSERT_TRUE(read_script_file(file.path(), script, why)) << why;
+
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(run_sections({"s"}, {script, watch, errors, nullptr}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "fwrun: section 's', call 2, add: SCRIPT_NO_FUNC (0x0008000d): call of a script "
+              "function for which no syntax extension exists\n"
+              "fwrun:   不存在的脚本函数:(add)\n");
+  }
+  facade->release();
+}
+
+}  // namespace fwrun::test

@@ -1,0 +1,35 @@
+// The command as the tests run it.
+#ifndef FWRUN_TESTS_FWRUN_PROGRAM_H
+#define FWRUN_TESTS_FWRUN_PROGRAM_H
+
+#include <string>
+#include <vector>
+
+#include "tests/support/run_program.h"
+
+namespace fwrun::test {
+
+using fwbase::test::ProgramResult;
+using fwbase::test::Stdout;
+
+/// Runs fwrun with these arguments.
+ProgramResult run_fwrun(std::vector<std::string> arguments,
+                        Stdout standard_output = Stdout::kCollected);
+
+/// A script with the documented functions; `exec` are the "section" elements, `data` the "var"s.
+std::string script_with(const std::string& exec, const std::string& data = "");
+
+/// A "print" call and a call that fails.
+std::string print_call(const std::string& text);
+extern const char kFailingCall[];
+/// What fwrun writes about kFailingCall after the call's place.
+extern const char kFailureText[];
+/// The line that tells how to learn more when there is no log.
+extern const char kLogAdvice[];
+
+/// The content of a file.
+std::string file_text(const std::string& path);
+
+}  // namespace fwrun::test
+
+#endif

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "tests/support/script_file.h"
+#include "tests/tools/fwrun/fwrun_program.h"
+
+using fwbase::test::ScriptFile;
+
+namespace fwrun::test {
+namespace {
+
+constexpr char kHealth[] = SOURCE_ROOT "/examples/health/health.xml";
+
+ProgramResult run_example(const std::string& directory) {
+  return fwbase::test::run_program(
+      {SOURCE_ROOT "/examples/health/run.sh", FWRUN_PROGRAM, directory});
+}
+
+}  // namespace
+
+TEST(HealthExample, ReportsAndCountsItsRuns) {
+  const ScriptFile place("");
+  const std::string work = place.directory() + "/work";
+  for (const char* const runs : {"1", "2", "3"}) {
+    const ProgramResult result = run_example(work);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(std::regex_search(
+        result.out, std::regex("^Health at \\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\n"
+                               "load:   \\d+\\.\\d\\d \\(one minute\\)\n"
+                               "memory: \\d+% used \\(\\d+ of \\d+ MiB\\)\n"
+                               "uptime: \\d+ days, \\d+ hours\n"
+                               "runs:   " +
+                               std::string(runs) + "\n")))
+        << result.out;
+    EXPECT_NE(result.out.find("负载、内存和运行时间都在限度之内"), std::string::npos) << result.out;
+  }
+}
+
+TEST(HealthExample, SavesInTheWorkingCopyOnly) {
+  const ScriptFile place("");
+  const std::string before = file_text(kHealth);
+  EXPECT_EQ(run_example(place.directory()).status, 0);
+  EXPECT_EQ(file_text(kHealth), before);
+  EXPECT_NE(
+      file_text(place.directory() + "/health.xml").find("name=\"runs\" type=\"int\" value=\"1\""),
+      std::string::npos);
+}
+
+TEST(HealthExample, FailsWhenAThresholdIsPassed) {
+  const ProgramResult result = run_fwrun({kHealth, "--set", "memory_limit=-1", "measure", "check"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(std::regex_search(
+      result.err,
+      std::regex("expect_at_most: memory used in percent is \\d+, expected at most -1\n")))
+      << result.err;
+}
+
+TEST(HealthExample, IsListedWithoutSection) {
+  const ProgramResult result = run_fwrun({kHealth});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out.rfind("sections:\n  measure\n", 0), 0U) << result.out;
+}
+
+TEST(HealthExample, SaysHowItIsUsed) {
+  const ProgramResult result = fwbase::test::run_program({SOURCE_ROOT "/examples/health/run.sh"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, "usage: run.sh FWRUN WORK_DIR\n");
+}
+
+}  // namespace fwrun::test

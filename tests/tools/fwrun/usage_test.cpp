@@ -1,0 +1,78 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/script_file.h"
+#include "tests/tools/fwrun/fwrun_program.h"
+
+using fwbase::test::ScriptFile;
+
+namespace fwrun::test {
+
+TEST(FwrunUsage, HelpNamesEveryOptionAndStatus) {
+  const ProgramResult result = run_fwrun({"--help"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  for (const char* const text :
+       {"SCRIPT", "SECTION", "--log FILE", "--level LIST", "--details LIST", "--queued",
+        "--set NAME=VALUE", "--env NAME=VALUE", "--print", "--save", "--list", "--help",
+        "--version", "Exit status: 0"}) {
+    EXPECT_NE(result.out.find(text), std::string::npos) << text;
+  }
+}
+
+TEST(FwrunUsage, VersionIsTheProjects) {
+  const ProgramResult result = run_fwrun({"--version"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "fwrun " FWRUN_VERSION "\n");
+}
+
+TEST(FwrunUsage, WrongUsageIsStatus2AndPointsToHelp) {
+  const struct {
+    std::vector<std::string> arguments;
+    const char* message;
+  } kCases[] = {
+      {{}, "SCRIPT is required"},
+      {{"--foo", "s.xml"}, "The following argument was not expected: --foo"},
+      {{"s.xml", "--level", "warn"}, "--level: is about the log: add --log FILE"},
+      {{"s.xml", "--details", "pid"}, "--details: is about the log: add --log FILE"},
+      {{"s.xml", "--queued"}, "--queued: is about the log: add --log FILE"},
+      {{"s.xml", "--log", "l", "--level", "warn,info"},
+       "--level: 'info' is not one of alert, all, debug, dump, error, trace, warn"},
+      {{"s.xml", "--log", "l", "--details", "pid,date"},
+       "--details: 'date' is not one of pid, tid, time"},
+      {{"s.xml", "--list", "section"}, "SECTION: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--log", "l"}, "--log: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--set", "a=1"}, "--set: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--env", "a=1"}, "--env: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--print"}, "--print: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--save"}, "--save: does not go with --list, which runs nothing"},
+      {{"s.xml", "--set", "a"}, "--set: 'a' is not NAME=VALUE"},
+      {{"s.xml", "--env", "=1"}, "--env: '=1' is not NAME=VALUE"},
+      {{"s.xml", "--set", ":int=1"}, "--set: ':int=1' is not NAME=VALUE"},
+      {{"s.xml", "--set", "a:long=1"}, "--set: 'long' is not a type: NAME:int or NAME:string"},
+      {{"s.xml", "--set", "a:=1"}, "--set: '' is not a type: NAME:int or NAME:string"},
+      {{"s.xml", "--set", "a:int=x"}, "--set: 'x', the value of a, is not an int"},
+      {{"s.xml", "--set", "a:int="}, "--set: '', the value of a, is not an int"},
+      {{"s.xml", "--env", "a=2147483648"},
+       "--env: the value of a does not fit in 32 bits; write a:string=2147483648 for a string"},
+  };
+  for (const auto& one : kCases) {
+    SCOPED_TRACE(one.message);
+    const ProgramResult result = run_fwrun(one.arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err,
+              std::string("fwrun: ") + one.message + "\nfwrun: fwrun --help shows the options\n");
+  }
+}
+
+TEST(FwrunUsage, OptionsMayStandAnywhere) {
+  const ScriptFile script(script_with("<section name=\"a\">" + print_call("ran a") +
+                                      "</section><section name=\"b\">" + print_call("ran b") +
+                                      "</section>"));
+  const ProgramResult result =
+      run_fwrun({"--set", "x=1", script.path(), "--env", "y=1", "b", "--set=z=1", "a"});
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, "ran b\nran a\n");
+}
+
+}  // namespace fwrun::test
