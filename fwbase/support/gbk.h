@@ -27,9 +27,9 @@ constexpr char16_t code_of(char32_t character) {
   if (character >= kFirst && character < kFirst + kCount) {
     return kIdeographs[character - kFirst];
   }
-  const auto* const found = std::lower_bound(
-      std::begin(kOthers), std::end(kOthers), character,
-      [](const CodePair& pair, char32_t wanted) { return pair.unicode < wanted; });
+  const auto* const found =
+      std::lower_bound(std::begin(kOthers), std::end(kOthers), character,
+                       [](const CodePair& pair, char32_t wanted) { return pair.unicode < wanted; });
   return found != std::end(kOthers) && found->unicode == character ? found->gbk : char16_t{0};
 }
 
@@ -85,11 +85,11 @@ constexpr Text<Size> encode(const char* text) {
 }  // namespace fwbase::gbk
 
 /// A literal as GBK, with static storage.
-#define GBK(literal)                                                                          \
-  ([]() -> const char* {                                                                      \
-    static constexpr auto gbk_text =                                                          \
-        ::fwbase::gbk::encode<::fwbase::gbk::size_of(literal)>(literal);                      \
-    return gbk_text.bytes;                                                                    \
+#define GBK(literal)                                                     \
+  ([]() -> const char* {                                                 \
+    static constexpr auto gbk_text =                                     \
+        ::fwbase::gbk::encode<::fwbase::gbk::size_of(literal)>(literal); \
+    return gbk_text.bytes;                                               \
   }())
 
 #endif

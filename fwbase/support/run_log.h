@@ -54,26 +54,26 @@ void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_for
 #define RUN_LOG_FIRST_OF(first, ...) first
 
 /// Logs for the object given, which may be null.
-#define RUN_LOG_AT(object, level, ...)                                                         \
-  do {                                                                                         \
-    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                                \
-      static constexpr auto run_log_text =                                                     \
-          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>(           \
-              RUN_LOG_FIRST(__VA_ARGS__));                                                     \
-      ::fwbase::support::write_record(                                                         \
-          ::fwbase::IRunLog::level,                                                            \
-          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},               \
-          run_log_text.bytes, __VA_ARGS__);                                                    \
-    }                                                                                          \
+#define RUN_LOG_AT(object, level, ...)                                               \
+  do {                                                                               \
+    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                      \
+      static constexpr auto run_log_text =                                           \
+          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>( \
+              RUN_LOG_FIRST(__VA_ARGS__));                                           \
+      ::fwbase::support::write_record(                                               \
+          ::fwbase::IRunLog::level,                                                  \
+          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},     \
+          run_log_text.bytes, __VA_ARGS__);                                          \
+    }                                                                                \
   } while (false)
 
 /// Logs for `this`.
 #define RUN_LOG(level, ...) RUN_LOG_AT(this, level, __VA_ARGS__)
 
 /// Traces the entry and the exit of the enclosing scope; `text` is a GBK text.
-#define RUN_TRACE(text)                                                                        \
-  const ::fwbase::IRunLog::CTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__,      \
-                                            __PRETTY_FUNCTION__,                               \
+#define RUN_TRACE(text)                                                                   \
+  const ::fwbase::IRunLog::CTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__, \
+                                            __PRETTY_FUNCTION__,                          \
                                             const_cast<void*>(static_cast<const void*>(this)))
 
 #endif

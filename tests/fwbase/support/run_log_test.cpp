@@ -14,9 +14,8 @@ TEST(RunLogMacro, WritesTheMessageInGbkAtItsLevel) {
   LogCapture log;
   RUN_LOG_AT(nullptr, ERROR, "错误的类型，0x%x", 0x1Fu);
   RUN_LOG_AT(nullptr, DEBUG, "value is con`t find. vname=%s\n", "x");
-  EXPECT_EQ(log.records(),
-            (std::vector{record(IRunLog::ERROR, "错误的类型，0x1f"),
-                         record(IRunLog::DEBUG, "value is con`t find. vname=x\n")}));
+  EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "错误的类型，0x1f"),
+                                        record(IRunLog::DEBUG, "value is con`t find. vname=x\n")}));
 }
 
 TEST(RunLogMacro, EvaluatesNothingWhileTheLevelIsOff) {
@@ -51,6 +50,6 @@ TEST(RunLogMacro, ConvertsTheFormatAndLeavesArgumentsAlone) {
   LogCapture log;
   RUN_LOG_AT(nullptr, ERROR, "名为:(%s)的字符串不存在", "\xFF\x80");
   ASSERT_EQ(log.records().size(), 1u);
-  EXPECT_EQ(log.records()[0].message, fwbase::test::gbk("名为:(") + "\xFF\x80" +
-                                          fwbase::test::gbk(")的字符串不存在"));
+  EXPECT_EQ(log.records()[0].message,
+            fwbase::test::gbk("名为:(") + "\xFF\x80" + fwbase::test::gbk(")的字符串不存在"));
 }

@@ -1,0 +1,28 @@
+# Where the library, its headers, its CMake package and its pkg-config file go.
+include(CMakePackageConfigHelpers)
+
+set(headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/fwbase-1)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/fwbase)
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(TARGETS fwbase EXPORT fwbaseTargets)
+install(
+  DIRECTORY fwbase/include/fwbase utility/include/utility
+  DESTINATION ${headers_dir}
+  FILES_MATCHING
+  PATTERN "*.h")
+install(
+  EXPORT fwbaseTargets
+  NAMESPACE fwbase::
+  DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/fwbaseConfig.cmake.in fwbaseConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(fwbaseConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/fwbaseConfig.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/fwbaseConfigVersion.cmake DESTINATION ${package_dir})
+
+# The prefix is found from the file's own place, so that the tree can be moved.
+file(RELATIVE_PATH pkgconfig_to_prefix /${pkgconfig_dir} /)
+configure_file(cmake/fwbase.pc.in fwbase.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/fwbase.pc DESTINATION ${pkgconfig_dir})
