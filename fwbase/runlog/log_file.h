@@ -23,7 +23,8 @@ class LogFile {
   bool open(const char* path, Content content);
   void close();
 
-  /// Writes at the end of the file: everything, or nothing where the file can be cut back.
+  /// Writes at the end of the file: everything, or nothing where the file can be cut back. A FIFO
+  /// that nobody reads any more is a failure like others: no signal is raised.
   bool append(const std::string& bytes);
 
   /// The write position in bytes; -1 for what has none, as pipes and terminals.
@@ -36,6 +37,7 @@ class LogFile {
   void cut_back(std::size_t written);
 
   int m_descriptor = -1;
+  bool m_pipe = false;
 };
 
 }  // namespace fwbase

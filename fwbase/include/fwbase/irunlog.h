@@ -8,34 +8,151 @@
 #include <fwbase/ec.h>
 #include <fwbase/export.h>
 
-// Hosts build with -DDEBUG; the level of that name must survive it.
+// Hosts build with -DDEBUG, and the level of that name must survive it: the macro is put aside
+// while this header is read and is back at its end, with the value that it had. Code that names
+// IRunLog::DEBUG while the macro DEBUG is defined has to do the same.
 #pragma push_macro("DEBUG")
 #undef DEBUG
 
 namespace fwbase {
 
+/// The log that all components of a process share, reached as IFWBase::instance()->runlog().
+///
+/// How to use it: init(), file(), type(), and info() and asynch() as wanted; write() any number of
+/// records; release(). The facade's init() and release() call those of the built-in log.
+///
+/// One record is, byte for byte:
+///
+///   [ERROR]: pid:4711 tid:4711 Wed Oct 29 10:20:30 2014 location\r\n >message\n
+///
+/// where the tag is that of the level ("[TRACE]:", "[DEBUG]:", "[WARN ]:", "[ERROR]:", "[ALERT]:",
+/// "[DUMP ]:", and "[NULL ]:" for every other value), " pid:", " tid:" and the time are there as
+/// info() says, and each is followed by the blank before the next field. The first line end in the
+/// part before "\r\n >" is deleted: it is the one that the time brings; without a time it is the
+/// first one of the location, if it has any. Messages pass unchanged. The library's own messages
+/// are GBK.
+///
+/// A log file whose size reaches 10 MiB (10,485,760 bytes) with a record becomes <file>.bak.0, and
+/// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost.
+///
+/// Threads   every operation may be called from any thread. One reader-writer lock guards the
+///           output and the settings: records never interleave, and no rotation meets a record.
+///           init() and release() follow each other; while one of them runs, write() waits.
+/// Failures  nothing throws. A record that cannot be written, for want of memory (errno is ENOMEM)
+///           or of room on the disk, is dropped, and the next one is tried again. A lock call that
+///           fails stores its error number in errno and the operation goes on.
+/// Exit      a process that ends without release() writes what is queued before the library's
+///           static objects go; from then on records are written in the caller's thread. A child
+///           made with fork() has no writer thread: it should stay in direct mode.
 struct FWBASE_API IRunLog {
+  /// The level of a record. Each is one bit, for masks.
   enum Type : unsigned int { TRACE = 1, DEBUG = 2, WARN = 4, ERROR = 8, ALERT = 16, DUMP = 32 };
-  enum Info : unsigned int { INFO_TIME = 0x2, INFO_PID = 0x4, INFO_TID = 0x8 };
+
+  /// Details of a record, for info(). All other bits have no effect.
+  enum Info : unsigned int {
+    INFO_TIME = 0x2,  ///< the local time of the call of write()
+    INFO_PID = 0x4,   ///< the process id
+    INFO_TID = 0x8    ///< the process id once more: readers of the log expect that number here
+  };
 
   class CTrace;
 
+  /// The levels that are enabled in this process: what callers look at before they format a
+  /// record. 0 until type() sets it, and 0 again after init() and release(). Callers read it
+  /// without a lock, relaxed: a record more or less while it changes does no harm.
   static std::atomic<unsigned int> ms_type_sign;
 
+  /// Formats as printf into a new buffer of 1,024 bytes that the caller frees with delete[].
+  ///
+  /// A text is cut to 1,022 characters; the buffer is zero from the end of the text on. A text
+  /// that cannot be formatted leaves what the formatter had written, terminated.
+  /// Returns null without memory, and for a null format. Takes no lock.
   static char* FormatStr(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+  /// Brings the log into service: direct mode, no level, no details, output to standard output.
+  /// Then starts the writer thread, with all signals blocked, for queued mode.
+  ///
+  /// Nothing is written before file() has succeeded once. After release(), though, the name of the
+  /// file is remembered: records then go to standard output until file() is called.
+  /// Twice without release(): what is queued is written first, to the output of before, and the
+  /// writer is replaced; a file stays open, as after a second file().
+  ///
+  /// Returns
+  ///   LOG_OK             in service
+  ///   LOG_THREAD_FAILED  the writer thread cannot be started; all else is done, and records are
+  ///                      written in the caller's thread. Queued mode must not be chosen then.
+  ///
+  /// Takes the lock for writing.
   virtual ec::EC init() = 0;
+
+  /// Sets ms_type_sign. Takes the lock for writing.
   virtual void type(unsigned int mask) = 0;
+
+  /// Sets the details that records have, as INFO_ bits. Takes the lock for writing.
+  /// INFO_TIME decides when a queued record is written whether its time is read: set it before
+  /// asynch(true), or records that are queued at that moment get a wrong time.
   virtual void info(unsigned int flags) = 0;
+
+  /// Opens the log file, for appending, and makes it the output.
+  /// path   required; copied. Made when it does not exist, with the process's umask. Not inherited
+  ///        by programs that the host starts. A FIFO or a device is written, but never rotated.
+  ///
+  /// Returns
+  ///   LOG_OK           records go to the file. A file opened earlier stays open, unwritten.
+  ///   LOG_BAD_PARAM    path is null; nothing changed
+  ///   LOG_NO_MEMORY    nothing changed
+  ///   LOG_OPEN_FAILED  the file cannot be opened (errno says why); nothing changed
+  ///
+  /// Takes the lock for writing, but not while it opens the file.
   virtual ec::EC file(const char* path) = 0;
+
+  /// Chooses queued mode (true), where the writer thread writes the records, or direct mode, where
+  /// write() does. Takes the lock for writing.
+  ///
+  /// Queued records are written in the order in which they were queued. Records that are queued
+  /// when direct mode is chosen are still written, maybe behind later direct ones. Without a writer
+  /// thread (no init(), or a failed one) records pile up and callers block when the queue is full.
   virtual void asynch(bool on) = 0;
+
+  /// Ends the service: disables all levels, writes what is queued, ends the writer thread, writes
+  /// the closing record (DEBUG, "\nlog system release\n", empty location, whatever the mask was)
+  /// and closes the file. Standard output is not closed, and remains the output where it was.
+  ///
+  /// Threads blocked in write() are woken: what they had to write is written as long as the file is
+  /// open, and dropped from then on. Twice: the second call writes nothing. init() may follow.
+  /// Takes the lock for writing.
   virtual void release() = 0;
+
+  /// Writes one record, whatever ms_type_sign is: looking at it is the caller's job.
+  /// type       any value
+  /// message    the text; null writes nothing
+  /// location   where the record comes from; null is an empty text
+  /// Both texts are zero-terminated and remain the caller's.
+  ///
+  /// Writes nothing as long as there is no output: before file() has succeeded, after release(),
+  /// and after a rotation that could not open the new file, until file() succeeds.
+  /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
+  /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
+  /// Takes the lock for reading, then in direct mode for writing; holds none while it blocks.
   virtual void write(Type type, const char* message, const char* location) = 0;
+
   virtual ~IRunLog() {}
 };
 
+/// Traces a scope: while TRACE is enabled, writes "Call: " and a text when it is made and "Ret: "
+/// and the text when it ends, to the log that the facade has at that moment, if any.
+///
+/// Each end looks at the level by itself. Where TRACE is enabled only within the scope, the "Ret: "
+/// record comes without text and location.
+/// Nothing throws: without memory a record is dropped. One object belongs to one thread.
 class FWBASE_API IRunLog::CTrace {
  public:
+  /// text       what follows the prefixes, in the log's code page; copied. Null: no "Call: "
+  ///            record, and an empty text at the end.
+  /// line, file, date, time, function, object
+  ///            where and when the caller was compiled, its full signature, and its `this`: the
+  ///            location is "this(0x%x) %s %s %d CT:%s %s" of object (its low 32 bits), function,
+  ///            file, line, date and time, cut as FormatStr does
   CTrace(const char* text, int line, const char* file, const char* date, const char* time,
          const char* function, void* object);
   ~CTrace();

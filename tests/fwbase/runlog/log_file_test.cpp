@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "tests/support/file_size_limit.h"
@@ -83,6 +84,28 @@ TEST_F(LogFileTest, AFifoHasNoPosition) {
   char buffer[16];
   EXPECT_EQ(::read(reader, buffer, sizeof buffer), 7);
   ::close(reader);
+}
+
+TEST_F(LogFileTest, AFifoWithoutAReaderLosesTheRecordAndRaisesNoSignal) {
+  ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ::close(reader);
+  sigset_t before, after;
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
+  EXPECT_FALSE(file.append("lost\n"));  // a SIGPIPE would end this process
+  EXPECT_EQ(errno, EPIPE);
+  ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
+  EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
+  sigset_t pending;
+  ::sigpending(&pending);
+  EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
+
+  const int next_reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+  EXPECT_TRUE(file.append("kept\n"));
+  char buffer[16];
+  EXPECT_EQ(::read(next_reader, buffer, sizeof buffer), 5);
+  ::close(next_reader);
 }
 
 TEST_F(LogFileTest, AFullDeviceLosesTheRecord) {

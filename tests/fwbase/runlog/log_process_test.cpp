@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <future>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -78,6 +80,13 @@ class Fifo {
     ::fcntl(m_reader, F_SETFL, 0);
   }
   ~Fifo() { ::close(m_reader); }
+
+  // What was written and not read yet.
+  int bytes() const {
+    int count = 0;
+    ::ioctl(m_reader, FIONREAD, &count);
+    return count;
+  }
 
   // Reads until the text read ends with `end`.
   std::string read_until(const std::string& end) {
@@ -564,6 +573,34 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesTh
   EXPECT_EQ(written(), expected + kClosing);
 }
 
+TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
+  struct SlowWriter : CLogProcess {
+    int svc() override {
+      ready.get_future().wait();
+      return CLogProcess::svc();
+    }
+    std::promise<void> ready;
+  } slow;
+  ASSERT_EQ(slow.init(), ec::LOG_OK);
+  ASSERT_EQ(slow.file(path.c_str()), ec::LOG_OK);
+  slow.asynch(true);
+  const std::string message(20000, 'x');  // one fills the queue
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] { slow.write(IRunLog::ERROR, message.c_str(), ""); });
+  }
+  wait_until([&] { return slow.msg_queue()->is_full(); });
+  threads.emplace_back([&] { slow.release(); });
+  slow.ready.set_value();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const std::string text = written();
+  EXPECT_GE(text.size(), text_of(message).size() + std::strlen(kClosing));
+  EXPECT_EQ((text.size() - std::strlen(kClosing)) % text_of(message).size(), 0u);
+  EXPECT_TRUE(text.ends_with(kClosing));
+}
+
 TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
   Fifo fifo(path);
   start(true);
@@ -576,7 +613,7 @@ TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
       }
     });
   }
-  wait_until([&] { return log.msg_queue()->is_full(); });
+  wait_until([&] { return fifo.bytes() > 60000; });
   std::thread releaser([&] { log.release(); });
   const std::string text = fifo.read_until(kClosing);
   releaser.join();
