@@ -51,7 +51,7 @@ class Reader {
 
   const char* text() {
     const char* const start = m_next;
-    const void* const zero = std::memchr(start, '\0', left());
+    const void* const zero = left() > 0 ? std::memchr(start, '\0', left()) : nullptr;
     const bool taken =
         take(zero != nullptr ? static_cast<const char*>(zero) - start + 1u : left() + 1);
     return taken ? start : "";

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 #include "tests/support/failing_new.h"
 
@@ -86,7 +86,7 @@ TEST(LogMessage, BytesThatAreNoRecordAreRefused) {
   ASSERT_TRUE(whole);
   for (std::size_t size = 0; size < whole->size(); ++size) {
     ACE_Message_Block part(size);
-    std::memcpy(part.wr_ptr(), whole->rd_ptr(), size);
+    std::copy_n(whole->rd_ptr(), size, part.wr_ptr());
     EXPECT_FALSE(unpack_record(part, true)) << size;
   }
 }
