@@ -141,7 +141,10 @@ ec::EC CScript::proc_param_must(CElement& param, XmlFuncParamRule& rule) {
 
 ec::EC CScript::proc_param_default(CElement& param, XmlFuncParamRule& rule) {
   if (!param.has_attr("defaultval")) {
-    rule.defaultval = rule.type == VT_INT ? "0" : "";
+    rule.defaultval.clear();
+    if (rule.type == VT_INT) {
+      rule.defaultval.push_back('0');
+    }
     return ec::SCRIPT_OK;
   }
   if (const unsigned int code = param.get_attr("defaultval", rule.defaultval); code != 0) {
