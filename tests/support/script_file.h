@@ -1,43 +1,28 @@
-// A script in a file of its own, in a fresh temporary directory that goes when the object does.
+// A script in a file of its own, in a fresh directory that goes when the object does.
 #ifndef FWBASE_TESTS_SUPPORT_SCRIPT_FILE_H
 #define FWBASE_TESTS_SUPPORT_SCRIPT_FILE_H
 
-#include <stdlib.h>
-
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
+
+#include "tests/support/temp_dir.h"
 
 namespace fwbase::test {
 
 class ScriptFile {
  public:
-  explicit ScriptFile(const std::string& text) {
-    std::string name = (std::filesystem::temp_directory_path() / "fwbase_XXXXXX").string();
-    m_directory = ::mkdtemp(name.data());
-    m_path = m_directory + "/script.xml";
-    set_text(text);
+  explicit ScriptFile(const std::string& text) : m_path(m_directory.path("script.xml")) {
+    write_file(m_path, text);
   }
-  ~ScriptFile() { std::filesystem::remove_all(m_directory); }
-  ScriptFile(const ScriptFile&) = delete;
-  ScriptFile& operator=(const ScriptFile&) = delete;
 
   const char* path() const { return m_path.c_str(); }
-  const std::string& directory() const { return m_directory; }
-
-  void set_text(const std::string& text) {
-    std::ofstream(m_path, std::ios::binary | std::ios::trunc) << text;
-  }
-
-  std::string text() const {
-    std::ostringstream text;
-    text << std::ifstream(m_path, std::ios::binary).rdbuf();
-    return text.str();
-  }
+  const std::string& directory() const { return m_directory.path(); }
+  std::string text() const { return read_file(m_path); }
+  bool exists() const { return std::filesystem::exists(m_path); }
+  void remove() const { std::filesystem::remove(m_path); }
 
  private:
-  std::string m_directory;
+  TempDir m_directory;
   std::string m_path;
 };
 
