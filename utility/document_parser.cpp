@@ -19,6 +19,30 @@ namespace {
 
 constexpr const char* kSourceName = "document";
 
+// The size in bytes of a character unit of XML text, by its first characters: a byte order mark
+// or "<".
+std::size_t unit_size(std::string_view text) {
+  using std::string_view_literals::operator""sv;
+  for (const std::string_view start :
+       {"\0\0\0<"sv, "<\0\0\0"sv, "\0\0\xFE\xFF"sv, "\xFF\xFE\0\0"sv}) {
+    if (text.starts_with(start)) return 4;
+  }
+  for (const std::string_view start : {"\0<"sv, "<\0"sv, "\xFE\xFF"sv, "\xFF\xFE"sv}) {
+    if (text.starts_with(start)) return 2;
+  }
+  return 1;
+}
+
+// Whether text holds a zero character. The scanner takes one behind the root element for the end
+// of the text: a file that a crash has filled with zeros would be a good one.
+bool has_zero(std::string_view text) {
+  const std::size_t size = unit_size(text);
+  const std::string_view zero("\0\0\0\0", size);
+  std::size_t at = text.find(zero);
+  while (at != std::string_view::npos && at % size != 0) at = text.find(zero, at + 1);
+  return at != std::string_view::npos;
+}
+
 }  // namespace
 
 DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
@@ -28,6 +52,7 @@ DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
 }
 
 bool DocumentParser::parse_text(std::string_view text) {
+  if (has_zero(text)) return false;
   resetDocumentPool();
   m_damaged = false;
   m_in_internal_subset = false;

@@ -8,7 +8,9 @@
 #include "utility/text_codec.h"
 
 #include <new>
+#include <string_view>
 #include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/XMLChar.hpp>
 
 namespace utility {
 namespace {
@@ -22,6 +24,34 @@ constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
 // load() makes parsers of this class only.
 DocumentParser* parser_of(xc::XercesDOMParser* parser) {
   return static_cast<DocumentParser*>(parser);
+}
+
+// Whether an expression's last step is one for attributes or text; before is then the path up to
+// that step, which may be empty.
+bool ends_beyond_elements(const std::string& xpath, std::string& before) {
+  static constexpr std::string_view kAttributeAxis = "attribute::";
+  const std::size_t slash = xpath.rfind('/');
+  std::string_view step =
+      std::string_view(xpath).substr(slash == std::string::npos ? 0 : slash + 1);
+  before.assign(xpath, 0, xpath.find_last_not_of('/', slash) + 1);
+  if (slash == std::string::npos) before.clear();
+  if (step == "text()") return true;
+  if (!step.starts_with('@') && !step.starts_with(kAttributeAxis)) return false;
+  step.remove_prefix(step.starts_with('@') ? 1 : kAttributeAxis.size());
+  DomText name;
+  return step == "*" ||
+         (to_dom_text(step, name) && xc::XMLChar1_0::isValidName(name.c_str(), name.size()));
+}
+
+// What an expression without a result stands for. The library evaluates none that selects
+// attributes or text, though it is as good as one that selects no element.
+unsigned int code_without_result(const CXml& xml, const std::string& xpath,
+                                 unsigned int if_it_selects_others) {
+  std::string before;
+  if (!ends_beyond_elements(xpath, before)) return XEC_XPATH;
+  if (before.empty()) return if_it_selects_others;
+  const DomOwned<xc::DOMXPathResult> result(xml.get_xpath_result(before));
+  return result != nullptr ? if_it_selects_others : XEC_XPATH;
 }
 
 // The first node of a result when that is an element, else null.
@@ -157,7 +187,7 @@ xc::DOMXPathResult* CXml::get_xpath_result(const std::string& xpath) const {
 unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return XEC_XPATH;
+  if (result == nullptr) return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
   try {
     xc::DOMElement* const element = first_element(*result);
     if (element == nullptr) return XEC_XPATH_EMPTY;
@@ -172,7 +202,7 @@ unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) c
 unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& text) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return XEC_XPATH;
+  if (result == nullptr) return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
   try {
     xc::DOMElement* const element = first_element(*result);
     return element == nullptr ? XEC_XPATH_EMPTY : CElement(m_document, element).set_text(text);
@@ -184,7 +214,7 @@ unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& t
 unsigned int CXml::get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const {
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return XEC_XPATH;
+  if (result == nullptr) return code_without_result(*this, xpath, XEC_OK);
   try {
     for (XMLSize_t i = 0; i < result->getSnapshotLength(); ++i) {
       if (!result->snapshotItem(i)) continue;

@@ -100,13 +100,14 @@ class FWBASE_API CXml {
 
   /// Evaluates an XPath expression, as Xerces-C understands it, from the root element, to an
   /// ordered snapshot. The caller release()s the result, before this document is released. Null
-  /// when there is no document, when the expression cannot be converted or evaluated, and when
+  /// when there is no document, when the expression cannot be converted or evaluated (Xerces-C
+  /// knows location paths to elements, with neither predicates nor attributes), and when
   /// elements are nested deeper than a document may be.
   XERCES_CPP_NAMESPACE::DOMXPathResult* get_xpath_result(const std::string& xpath) const;
 
   /// Sets text to the text of the first element that xpath selects, as CElement::get_text().
   /// XEC_OK, XEC_NO_DOCUMENT (32), XEC_XPATH (28) when the expression cannot be evaluated,
-  /// XEC_XPATH_EMPTY (26) when it selects nothing or the first node selected is no element,
+  /// XEC_XPATH_EMPTY (26) when it selects nothing, or attributes or text,
   /// XEC_NO_TEXT (24) when that element's first child is missing or no text, or
   /// XEC_ENCODING (38). text is set on success only.
   unsigned int get_xpath_text(const std::string& xpath, std::string& text) const;

@@ -1,0 +1,118 @@
+#include "utility/document_text.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/utility/xml_file.h"
+
+namespace {
+
+using namespace utility;
+using fwbase::test::read_file;
+using Saving = fwbase::test::XmlFile;
+
+TEST_F(Saving, KeepsTheWholeDocument) {
+  const std::string cases[] = {
+      "<r/>",
+      "<r a=\"1\" b=\"&lt;&amp;&quot;'&gt;\">&lt;&amp;\"'&gt;</r>",
+      "<!--before--><r><!--in--><?p data?><a>t<b/>u</a> \n\t</r><!--after-->",
+      "<r a=\"x&#xA;y&#x9;z&#xD;w\">p&#xD;q</r>",
+      "<r><![CDATA[<a> & ]]></r>",
+      "<r>x<![CDATA[]]]]><![CDATA[>]]>y</r>",
+      "<r>\xE4\xB8\xAD\xE6\x96\x87 \xF0\x9F\x98\x80</r>",
+      "<\xE4\xB8\xAD \xE6\x96\x87=\"1\"/>",
+      "<!DOCTYPE r SYSTEM \"none.dtd\"><r/>",
+      "<!DOCTYPE r PUBLIC \"p\" \"none.dtd\"><r/>",
+      "<!DOCTYPE r [<!ENTITY e \"ent\">]><r a=\"&e;\">1&e;2</r>",
+      "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r d CDATA \"default\">]><r/>",
+      "<p:r xmlns:p=\"u\"><p:a/></p:r>",
+      "<?xml version='1.0' encoding='GBK'?><r a=\"\xD6\xD0\">\xCE\xC4</r>",
+      "<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>",
+      "<?xml version='1.1'?><r>x</r>",
+  };
+  for (const std::string& text : cases) {
+    ASSERT_EQ(load(text), XEC_OK) << text;
+    ASSERT_EQ(xml.save(), XEC_OK) << text;
+    const std::string once = read_file(path());
+    ASSERT_EQ(xml.load(path()), XEC_OK) << text;
+    ASSERT_EQ(xml.save(), XEC_OK) << text;
+    EXPECT_EQ(read_file(path()), once) << text;
+  }
+}
+
+TEST_F(Saving, KeepsTheEncoding) {
+  ASSERT_EQ(load("<?xml version='1.0' encoding='GBK'?><r>\xD6\xD0</r>"), XEC_OK);
+  EXPECT_EQ(root().get_text(), "\xE4\xB8\xAD");
+  EXPECT_EQ(root().set_text("\xE6\x96\x87"), XEC_OK);
+  ASSERT_EQ(xml.save(), XEC_OK);
+  EXPECT_EQ(saved(), "<r>\xCE\xC4</r>");
+}
+
+TEST_F(Saving, AttributeValuesKeepTheirLineBreaksAndTabs) {
+  ASSERT_EQ(load("<r/>"), XEC_OK);
+  const std::string value = " a\n\tb\r\nc  d\"'<>& ";
+  EXPECT_EQ(root().set_attr("a", value), XEC_OK);
+  EXPECT_EQ(root().set_text(value), XEC_OK);
+  ASSERT_EQ(xml.save(), XEC_OK);
+  ASSERT_EQ(xml.load(path()), XEC_OK);
+  std::string read;
+  EXPECT_EQ(root().get_attr("a", read), XEC_OK);
+  EXPECT_EQ(read, value);
+  EXPECT_EQ(root().get_text(), "a\n\tb\r\nc  d\"'<>&");
+}
+
+TEST_F(Saving, RefusesWhatWouldNotComeBackAndLeavesTheFile) {
+  const std::string gbk = "<?xml version='1.0' encoding='GBK'?><r/>";
+  const std::string latin = "<?xml version='1.0' encoding='ISO-8859-1'?><r/>";
+  struct {
+    std::string what, file;
+    std::function<void(CXml& xml, CElement& root)> change;
+  } const cases[] = {
+      {"a control character in an attribute", "<r/>",
+       [](auto&, auto& r) { r.set_attr("a", "x\x01"); }},
+      {"a control character in text", "<r/>", [](auto&, auto& r) { r.set_text("\x1F"); }},
+      {"a character that is none", "<r/>", [](auto&, auto& r) { r.set_text("\xEF\xBF\xBF"); }},
+      {"an emoji in an encoding without it", gbk,
+       [](auto&, auto& r) { r.set_text("\xF0\x9F\x98\x80"); }},
+      {"an element name outside the encoding", latin,
+       [](auto& x, auto& r) {
+         CElement element;
+         ASSERT_EQ(x.create_element("\xE4\xB8\xAD", element), XEC_OK);
+         r.insert_back_child(element);
+       }},
+      {"an attribute name outside the encoding", latin,
+       [](auto&, auto& r) { r.set_attr("\xE4\xB8\xAD", "x"); }},
+      {"quotes in an entity", "<!DOCTYPE r [<!ENTITY e 'a\"b'>]><r>&e;</r>", [](auto&, auto&) {}},
+      {"quotes in an entity that nobody uses", "<!DOCTYPE r [<!ENTITY e 'a\"b'>]><r/>",
+       [](auto&, auto&) {}},
+      {"quotes in a default that read as another declaration",
+       "<!DOCTYPE r [<!ATTLIST z a CDATA 'v\" b CDATA \"w'>]><r/>", [](auto&, auto&) {}},
+      {"blanks that tokens lose", "<!DOCTYPE r [<!ATTLIST r a NMTOKENS #IMPLIED>]><r/>",
+       [](auto&, auto& r) { r.set_attr("a", " x  y "); }},
+      {"a comment with a double hyphen", "<r/>",
+       [](auto& x, auto&) {
+         xercesc::DOMXPathResult* const result = x.get_xpath_result(".");
+         ASSERT_TRUE(result->snapshotItem(0));
+         xercesc::DOMNode* const node = result->getNodeValue();
+         node->appendChild(node->getOwnerDocument()->createComment(u"a--b"));
+         result->release();
+       }},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(load(c.file), XEC_OK) << c.what;
+    CElement element = root();
+    c.change(xml, element);
+    EXPECT_EQ(xml.save(), 5u) << c.what;
+    EXPECT_EQ(read_file(path()), c.file) << c.what;
+    EXPECT_EQ(xml.save_as(path("new.xml")), 5u) << c.what;
+    EXPECT_FALSE(std::filesystem::exists(path("new.xml"))) << c.what;
+  }
+}
+
+TEST_F(Saving, ACharacterOutsideTheEncodingBecomesAReference) {
+  ASSERT_EQ(load("<?xml version='1.0' encoding='ISO-8859-1'?><r/>"), XEC_OK);
+  ASSERT_EQ(root().set_text("\xE4\xB8\xAD"), XEC_OK);
+  ASSERT_EQ(xml.save(), XEC_OK);
+  EXPECT_EQ(saved(), "<r>&#x4E2D;</r>");
+}
+
+}  // namespace
