@@ -65,7 +65,7 @@ bool DocumentParser::parse_text(std::string_view text) {
   setDoSchema(false);
   setLoadExternalDTD(false);
   const xc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                     kSourceName);
+                                     kSourceName, false, &m_memory);
   m_memory.watch(kMaxMemory + kMaxMemoryPerByte * text.size(), kMaxExpansions,
                  kMaxWork + kMaxWorkPerByte * text.size());
   try {
@@ -96,6 +96,7 @@ void DocumentParser::error(unsigned int code, const XMLCh* domain, XMLErrorRepor
 // left out, and for external entities, without which the document would not be whole.
 xc::InputSource* DocumentParser::resolveEntity(xc::XMLResourceIdentifier*) {
   if (m_in_internal_subset) throw DocumentRefused();
+  m_has_external_subset = true;
   static constexpr XMLByte kNothing[] = {'\n'};  // no bytes at all would be an error
   return new (&m_memory)
       xc::MemBufInputSource(kNothing, sizeof(kNothing), kSourceName, false, &m_memory);

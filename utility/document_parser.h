@@ -1,8 +1,8 @@
 #ifndef UTILITY_DOCUMENT_PARSER_H
 #define UTILITY_DOCUMENT_PARSER_H
 
-#include "utility/parser_memory.h"
 #include "utility/text_codec.h"
+#include "utility/xml_memory.h"
 
 #include <new>
 #include <string_view>
@@ -31,14 +31,14 @@ constexpr std::size_t kMaxNames = 50'000;
 constexpr std::size_t kMaxDeclarations = 5'000;
 
 // A base class, so that it outlives the parser that allocates from it.
-struct ParserMemoryHolder {
-  ParserMemory m_memory;
+struct XmlMemoryHolder {
+  XmlMemory m_memory;
 };
 
 /// DOM parser for one self-contained, well-formed document. It reads nothing but the bytes that
 /// it is given and tells a damaged document from a good one, which the base class by itself does
 /// not: that gives the part it has read and no error. What a document may cost is limited.
-class DocumentParser : private ParserMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
+class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
  public:
   DocumentParser();
 
@@ -52,6 +52,10 @@ class DocumentParser : private ParserMemoryHolder, public XERCES_CPP_NAMESPACE::
   /// the text is not a well-formed document within the limits; the parser may then only be
   /// deleted. Throws when memory runs out, with the same consequence.
   bool parse_text(std::string_view text);
+
+  /// Whether another document may be parsed. The library forgets an object for each external DTD
+  /// subset, which is freed only with the parser.
+  bool is_reusable() const { return !m_has_external_subset; }
 
   /// The effective declarations of the document's internal DTD subset, to compare two documents.
   const DomText& declarations() const { return m_declarations; }
@@ -93,6 +97,7 @@ class DocumentParser : private ParserMemoryHolder, public XERCES_CPP_NAMESPACE::
   XERCES_CPP_NAMESPACE::HandlerBase m_handler;
   bool m_damaged = false;
   bool m_in_internal_subset = false;
+  bool m_has_external_subset = false;
   std::size_t m_depth = 0;
   std::size_t m_declaration_count = 0;
   DomText m_declarations;

@@ -12,11 +12,14 @@ namespace {
 
 namespace xc = XERCES_CPP_NAMESPACE;
 
+constexpr XMLSize_t kInitialSize = 4096;
+
 bool serialise(const xc::DOMDocument& document, std::string& text) {
-  xc::DOMImplementation* const dom = xc::DOMImplementationRegistry::getDOMImplementation(u"LS");
-  const DomOwned<xc::DOMLSSerializer> serializer(dom->createLSSerializer());
-  const DomOwned<xc::DOMLSOutput> output(dom->createLSOutput());
-  xc::MemBufFormatTarget target;
+  xc::DOMImplementation* const dom = document.getImplementation();
+  XmlMemory memory;
+  const DomOwned<xc::DOMLSSerializer> serializer(dom->createLSSerializer(&memory));
+  const DomOwned<xc::DOMLSOutput> output(dom->createLSOutput(&memory));
+  xc::MemBufFormatTarget target(kInitialSize, &memory);
   output->setByteStream(&target);
   try {
     if (!serializer->write(&document, output.get())) return false;

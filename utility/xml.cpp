@@ -75,7 +75,7 @@ unsigned int CXml::init() {
 }
 
 void CXml::release() {
-  if (platform_is_initialised()) delete m_parser;
+  delete m_parser;
   m_parser = nullptr;
   m_document = nullptr;
 }
@@ -108,6 +108,7 @@ unsigned int CXml::load(const std::string& path) {
 }
 
 bool CXml::make_parser() {
+  if (m_parser != nullptr && !parser_of(m_parser)->is_reusable()) release();
   if (m_parser == nullptr && platform_is_initialised()) {
     m_parser = new (std::nothrow) DocumentParser;
   }

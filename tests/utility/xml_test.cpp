@@ -72,6 +72,10 @@ TEST_F(Xml, LoadingAgainTakesTheOtherDocumentAndKeepsNoneOfTheFirst) {
   EXPECT_LT(parser->bytes_in_use(), first + first / 10);
   delete parser;
 
+  // An external subset costs an object that only the parser's end frees.
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(load("<!DOCTYPE r SYSTEM 'none.dtd'><r/>"), XEC_OK);
+  }
   ASSERT_EQ(load("<one/>"), XEC_OK);
   fwbase::test::write_file(path("two.xml"), "<two/>");
   ASSERT_EQ(xml.load(path("two.xml")), XEC_OK);
@@ -259,10 +263,10 @@ TEST(XmlPlatform, LoadingWithoutItIsACode) {
   xml.release();
 }
 
-TEST(XmlPlatform, ReleaseAfterItsEndForgetsTheDocument) {
+TEST(XmlPlatform, ReleaseAfterItsEndFreesTheDocument) {
   const fwbase::test::TempDir directory;
   fwbase::test::write_file(directory.path("x.xml"), "<r/>");
-  static CXml xml;  // reachable for the leak checker: the document is given up, not freed
+  CXml xml;
   {
     const fwbase::test::XmlPlatform platform;
     ASSERT_EQ(xml.load(directory.path("x.xml")), XEC_OK);

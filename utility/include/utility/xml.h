@@ -16,7 +16,8 @@ namespace utility {
 ///
 /// Use: xercesc::XMLPlatformUtils::Initialize() must have been called (the script engine's
 ///   init() does). Then load(), work, release(). The destructor does not free the document:
-///   release() comes first, and before the last XMLPlatformUtils::Terminate(). Not copyable.
+///   release() comes first. After the last XMLPlatformUtils::Terminate() nothing else may be
+///   called on a loaded object. Not copyable.
 /// Threads: not synchronised; see CElement. Different objects are independent.
 /// Strings: as in CElement; paths are taken byte by byte.
 /// Failures: codes of XmlResult, nothing is logged and no exception leaves load(), save() and
@@ -46,8 +47,8 @@ class FWBASE_API CXml {
   unsigned int init();
 
   /// Frees the document and forgets it; all handles become invalid. The path stays. Harmless
-  /// when there is no document, and thus a second time. When the XML platform has been terminated
-  /// meanwhile, the document is forgotten without being freed.
+  /// when there is no document, and thus a second time, and when the XML platform has been
+  /// terminated meanwhile.
   void release();
 
   /// Loads the document of a file in place of the one that this object holds.

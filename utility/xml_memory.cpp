@@ -1,9 +1,7 @@
-#include "utility/parser_memory.h"
-
-#include <malloc.h>
+#include "utility/xml_memory.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <memory>
 #include <new>
 #include <xercesc/internal/XMLReader.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
@@ -20,9 +18,17 @@ std::size_t reader_size() {
          xc::XMLPlatformUtils::alignPointerForNewBlockAllocation(sizeof(xc::MemoryManager*));
 }
 
+struct Free {
+  void operator()(void* block) const { ::operator delete(block); }
+};
+
 }  // namespace
 
-void ParserMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work) {
+XmlMemory::~XmlMemory() {
+  for (const auto& [block, size] : m_blocks) ::operator delete(block);
+}
+
+void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work) {
   m_watching = true;
   m_max_bytes = max_bytes;
   m_readers = 0;
@@ -32,37 +38,43 @@ void ParserMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std:
   m_max_work = max_work;
 }
 
-void ParserMemory::entity_declared(std::size_t length) {
+void XmlMemory::entity_declared(std::size_t length) {
   m_longest_entity = std::max(m_longest_entity, length);
 }
 
-void ParserMemory::count_work(std::size_t amount) {
+void XmlMemory::count_work(std::size_t amount) {
   m_work += amount;
   if (m_work > m_max_work) throw DocumentRefused();
 }
 
-void* ParserMemory::allocate(XMLSize_t size) {
+void* XmlMemory::allocate(XMLSize_t size) {
   if (m_watching) {
     if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();
     if (size == reader_size()) count_reader();
   }
-  void* const block = std::malloc(size);
-  if (block == nullptr) throw std::bad_alloc();
-  m_in_use += malloc_usable_size(block);
-  return block;
+  std::unique_ptr<void, Free> block(::operator new(size));
+  m_blocks.emplace(block.get(), size);
+  m_in_use += size;
+  return block.release();
 }
 
-void ParserMemory::deallocate(void* block) {
+void XmlMemory::deallocate(void* block) {
   if (block == nullptr) return;
-  m_in_use -= malloc_usable_size(block);
-  std::free(block);
+  const auto found = m_blocks.find(block);
+  if (found == m_blocks.end()) {
+    xc::XMLPlatformUtils::fgMemoryManager->deallocate(block);
+    return;
+  }
+  m_in_use -= found->second;
+  m_blocks.erase(found);
+  ::operator delete(block);
 }
 
-xc::MemoryManager* ParserMemory::getExceptionMemoryManager() {
+xc::MemoryManager* XmlMemory::getExceptionMemoryManager() {
   return xc::XMLPlatformUtils::fgMemoryManager;  // an exception may outlive the parser
 }
 
-void ParserMemory::count_reader() {
+void XmlMemory::count_reader() {
   if (++m_readers > m_max_readers) throw DocumentRefused();
   count_work(m_longest_entity);
 }

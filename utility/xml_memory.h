@@ -1,21 +1,31 @@
-#ifndef UTILITY_PARSER_MEMORY_H
-#define UTILITY_PARSER_MEMORY_H
+#ifndef UTILITY_XML_MEMORY_H
+#define UTILITY_XML_MEMORY_H
 
 #include <cstddef>
+#include <unordered_map>
 #include <xercesc/framework/MemoryManager.hpp>
 
 namespace utility {
 
-/// Thrown by ParserMemory and DocumentParser, through the XML library, to stop parsing a document
+/// Thrown by XmlMemory and DocumentParser, through the XML library, to stop parsing a document
 /// that exceeds a limit or is not whole without another file.
 struct DocumentRefused {};
 
-/// The memory of one parser and of its document, which bounds what a hostile document can make
-/// the XML library do. The library's own limit counts entity references in content only; but it
-/// makes every expansion, wherever the reference stands, by allocating a reader, and all that
-/// grows in it grows here.
-class ParserMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
+/// The memory of one parser and its document, or of one serializer.
+///
+/// It frees what the XML library forgets: the library loses objects when an exception passes
+/// through it, and one for each document with an external DTD subset.
+///
+/// It bounds what a hostile document can make the library do. The library's own limit counts
+/// entity references in content only; but it makes every expansion, wherever the reference
+/// stands, by allocating a reader, and all that grows in it grows here.
+class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
  public:
+  XmlMemory() = default;
+
+  /// Frees all blocks that are left.
+  ~XmlMemory() override;
+
   /// Starts counting for one parse: from now on DocumentRefused is thrown when more than max_bytes
   /// are in use, when entities are expanded more than max_expansions times, and when the work
   /// counted, in characters read from expansions, is more than max_work.
@@ -35,7 +45,11 @@ class ParserMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   void count_work(std::size_t amount);
 
   void* allocate(XMLSize_t size) override;
+
+  /// Takes blocks of the default manager as well: the library gives back the text of an XPath
+  /// expression to another manager than the one that it got it from.
   void deallocate(void* block) override;
+
   MemoryManager* getExceptionMemoryManager() override;
 
   /// What the parser and its document hold at present.
@@ -44,6 +58,7 @@ class ParserMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
  private:
   void count_reader();
 
+  std::unordered_map<void*, std::size_t> m_blocks;  // with their sizes
   bool m_watching = false;
   std::size_t m_in_use = 0;
   std::size_t m_max_bytes = 0;
