@@ -26,8 +26,10 @@ namespace fwbase {
 ///          failure is logged once, at ERROR unless said otherwise. When memory runs out, an
 ///          operation with a result logs that, gives GENV_BAD_PARAM and changes nothing.
 /// Hosts:   clone() and release() of stored objects are called under the lock. They must not call
-///          the same environment. What they throw reaches the caller, with the lock given back
-///          and the tables sound; each operation says what is stored then.
+///          the same environment, nor the module manager (modules use environments while they are
+///          initialised and released, under the manager's lock: the opposite order). What they
+///          throw reaches the caller, with the lock given back and the tables sound; each
+///          operation says what is stored then.
 /// Trace:   init(), release() and the object operations trace their entry and exit.
 struct FWBASE_API IGlobalEnv {
   /// What a host stores by name as an object. The environment stores copies only.

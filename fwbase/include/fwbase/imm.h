@@ -21,7 +21,7 @@ namespace fwbase {
 /// Throws:  what a module, a factory or a creation function throws reaches the caller of the
 ///          operation, with the lock given back; each operation says what is remembered then.
 /// Failure: a failure is logged at ERROR unless said otherwise. When memory runs out, the
-///          operation logs that and fails, before any host code ran.
+///          operation logs that and fails, before it calls any module, factory or function.
 /// Trace:   init(), release(), the creation by path and by factory, get_module_factory(),
 ///          destroy_module(), create_mid(), destroy_mid() and query_mid() trace their entry and
 ///          exit, and so does each test of a module's validity, wherever it is made.
@@ -75,10 +75,11 @@ struct FWBASE_API IMM {
 
   /// Creates a module by a function of a shared library.
   /// out     receives what the function gives; untouched when it was not called or threw.
-  /// path    the library, required. Without a suffix, the platform's prefix and suffix are tried,
-  ///         and without a directory the loader's search path. Opened once per path as given, with
-  ///         lazy binding and global symbols, and kept until release(); that it is open already is
-  ///         logged at DEBUG. A path that failed is not tried again before release().
+  /// path    the library, required. A file name without a dot stands for lib<name>.so, <name>.so
+  ///         and <name>, tried in this order; without a directory, in the loader's search path.
+  ///         Opened once per path as given, with lazy binding and global symbols, and kept until
+  ///         release(); that it is open already is logged at DEBUG. A path that failed is not
+  ///         tried again before release().
   /// fname   the name of the exported function, required: a CreateFun.
   /// arg     for the module's init().
   ///
