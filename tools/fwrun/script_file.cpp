@@ -151,7 +151,7 @@ bool read_script_file(const std::string& path, ScriptFile& script, std::string& 
   Document document;
   CElement root;
   if (document.xml().load(path) != 0 || document.xml().get_root_element(root) != 0) {
-    why = "it is not well-formed XML";
+    why = "it is not well-formed XML; xmllint --noout tells the line";
     return false;
   }
   if (root.get_element_name() != "korvid") {

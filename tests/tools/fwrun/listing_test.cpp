@@ -93,7 +93,7 @@ TEST(FwrunListing, FailsForAFileThatIsNoScript) {
   } kCases[] = {
       {broken.directory() + "/none.xml", "No such file or directory"},
       {broken.directory(), "it is not a regular file"},
-      {broken.path(), "it is not well-formed XML"},
+      {broken.path(), "it is not well-formed XML; xmllint --noout tells the line"},
       {other.path(), "its root element is 'html', not 'korvid'"},
   };
   for (const auto& one : kCases) {

@@ -30,10 +30,10 @@ TEST(FwrunLoading, FailsForAFileThatCannotBeRead) {
 
 TEST(FwrunLoading, FailsForAFileThatIsNotXml) {
   const ScriptFile file("<korvid><template></korvid>");
-  expect_load_failure(file.path(), std::string(kNotLoaded) + "fwrun:   加载脚本出错, File[" +
-                                       file.path() +
-                                       "], Xec[4]\n"
-                                       "fwrun:   it is not well-formed XML\n");
+  expect_load_failure(file.path(),
+                      std::string(kNotLoaded) + "fwrun:   加载脚本出错, File[" + file.path() +
+                          "], Xec[4]\n"
+                          "fwrun:   it is not well-formed XML; xmllint --noout tells the line\n");
 }
 
 TEST(FwrunLoading, FailsForAnotherRootElement) {

@@ -124,4 +124,19 @@ TEST(FwrunVariables, NothingIsSavedAfterAFailure) {
   EXPECT_EQ(script.text(), before);
 }
 
+// XML cannot hold the character.
+TEST(FwrunVariables, ASaveThatFailsIsReported) {
+  const ScriptFile script(script_with("<section name=\"s\"/>", kRuns));
+  const std::string before = script.text();
+  const ProgramResult result = run_fwrun({script.path(), "--save", "--set", "x=\x01"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err.rfind(std::string("fwrun: cannot save '") + script.path() +
+                                 "': SCRIPT_E_SAVE_XML (0x0008001b): writing the script document "
+                                 "failed\n",
+                             0),
+            0U)
+      << result.err;
+  EXPECT_EQ(script.text(), before);
+}
+
 }  // namespace fwrun::test
