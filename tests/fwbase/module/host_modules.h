@@ -64,7 +64,8 @@ struct HostFactory : IMM::IFactory {
     return module;
   }
   void destroy(IMM::IBase* module) override {
-    events.push_back("destroy by " + name + " of " + static_cast<HostModule*>(module)->name);
+    const auto* const made = dynamic_cast<HostModule*>(module);
+    events.push_back("destroy by " + name + " of " + (made != nullptr ? made->name : "a factory"));
     on_destroy();
   }
 
