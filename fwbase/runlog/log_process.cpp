@@ -20,6 +20,29 @@ namespace fwbase {
 using support::ReadGuard;
 using support::WriteGuard;
 
+namespace {
+
+// Nothing without memory: the record is dropped.
+std::string text_or_nothing(const LogRecord& record) {
+  try {
+    return record_text(record);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return std::string();
+  }
+}
+
+// All but those that a fault of the thread itself raises.
+ACE_Sig_Set host_signals() {
+  ACE_Sig_Set signals(1);
+  for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+    signals.sig_del(fault);
+  }
+  return signals;
+}
+
+}  // namespace
+
 class CLogProcess::Standstill {
  public:
   explicit Standstill(CLogProcess& log) : m_log(log) { m_log.begin_standstill(); }
@@ -96,8 +119,10 @@ void CLogProcess::release() {
   }
   closing.type = DEBUG;
   closing.message = "\nlog system release\n";
-  do_write_log(closing);
+  const std::string text = text_or_nothing(closing);
+  // In one step, so that no record follows the closing one.
   const WriteGuard guard(m_lock);
+  output(text);
   m_file.reset();
 }
 
@@ -146,7 +171,7 @@ CLogProcess::Way CLogProcess::admit(LogRecord& record) {
       return Way::kNone;
     }
     record = details();
-    if (!m_asynch || m_finished) {
+    if (!m_asynch || m_finished || msg_queue() == nullptr) {
       return Way::kDirect;
     }
     ++m_enqueuing;
@@ -172,8 +197,7 @@ LogRecord CLogProcess::details() const {
   LogRecord record;
   const unsigned int flags = m_info;
   record.pid = (flags & INFO_PID) != 0 ? ::getpid() : 0;
-  record.tid =
-      (flags & INFO_TID) != 0 ? ::getpid() : 0;  // readers of the log rely on the process id
+  record.tid = (flags & INFO_TID) != 0 ? ::getpid() : 0;  // not a thread's: as readers expect
   if ((flags & INFO_TIME) != 0) {
     record.time = std::time(nullptr);
   }
@@ -183,15 +207,9 @@ LogRecord CLogProcess::details() const {
 // --- Output ---
 
 void CLogProcess::do_write_log(const LogRecord& record) {
-  try {
-    const std::string text = record_text(record);
-    const WriteGuard guard(m_lock);
-    if (!m_file_name.empty()) {
-      output(text);
-    }
-  } catch (const std::bad_alloc&) {
-    errno = ENOMEM;
-  }
+  const std::string text = text_or_nothing(record);
+  const WriteGuard guard(m_lock);
+  output(text);
 }
 
 bool CLogProcess::has_output() const { return m_standard_output || m_file != nullptr; }
@@ -205,7 +223,7 @@ void write_standard_output(const std::string& text) {
     if (!std::cout) {
       std::cout.clear();
     }
-  } catch (const std::ios_base::failure&) {
+  } catch (const std::exception&) {
     std::cout.clear();
   }
 }
@@ -213,6 +231,9 @@ void write_standard_output(const std::string& text) {
 }  // namespace
 
 void CLogProcess::output(const std::string& text) {
+  if (text.empty() || m_file_name.empty()) {
+    return;
+  }
   if (m_standard_output) {
     write_standard_output(text);
   } else if (m_file && m_file->append(text) && rotation_due(m_file->position())) {
@@ -220,9 +241,15 @@ void CLogProcess::output(const std::string& text) {
   }
 }
 
-// Without a new file the log is silent until file() succeeds.
+// Without a new file the log is silent until file() succeeds. Without memory the next record finds
+// the rotation still due.
 void CLogProcess::backup_log() {
-  rotate_backups(m_file_name);
+  try {
+    rotate_backups(m_file_name);
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    return;
+  }
   if (!m_file->open(m_file_name.c_str(), LogFile::Content::kDiscard)) {
     m_file.reset();
   }
@@ -258,8 +285,9 @@ void CLogProcess::write_message(const ACE_Message_Block& message) {
 }
 
 ec::EC CLogProcess::start_writer() {
-  const ACE_Sig_Guard host_signals;  // the writer starts with all blocked: they are the host's
-  m_has_writer = activate() == 0;
+  ACE_Sig_Set signals = host_signals();
+  const ACE_Sig_Guard blocked(&signals);  // the writer inherits that: its host handles them
+  m_has_writer = msg_queue() != nullptr && activate() == 0;
   return m_has_writer ? ec::LOG_OK : ec::LOG_THREAD_FAILED;
 }
 
@@ -282,6 +310,9 @@ void CLogProcess::begin_standstill() {
   {
     const WriteGuard guard(m_lock);
     m_standstill = true;
+  }
+  if (msg_queue() == nullptr) {
+    return;  // no memory for it when the log was made: all is direct
   }
   if (m_process.exchange(::getpid()) != ::getpid()) {
     leave_parent();

@@ -17,6 +17,7 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -435,7 +436,33 @@ TEST_F(LogProcess, TheWriterIsOneJoinableThreadThatTakesNoSignals) {
   EXPECT_EQ(probe.seen_threads, 1);
   EXPECT_EQ(sigismember(&probe.mask, SIGTERM), 1);
   EXPECT_EQ(sigismember(&probe.mask, SIGUSR1), 1);
+  EXPECT_EQ(sigismember(&probe.mask, SIGSEGV), 0);  // a fault of its own
   EXPECT_EQ(sigismember(&before, SIGTERM), sigismember(&after, SIGTERM));
+}
+
+TEST_F(LogProcess, WithoutMemoryForItsQueueTheLogIsDirect) {
+  int failures = 0;
+  for (int n = 1;; ++n) {
+    std::optional<CLogProcess> made;
+    bool failed;
+    {
+      const FailingNew memory(n, FailingNew::ANY);
+      made.emplace();
+      failed = memory.has_failed();
+    }
+    EXPECT_EQ(made->init(), failed ? ec::LOG_THREAD_FAILED : ec::LOG_OK);
+    ASSERT_EQ(made->file(path.c_str()), ec::LOG_OK);
+    made->asynch(true);
+    made->write(IRunLog::ERROR, "x", "");
+    made->release();
+    EXPECT_EQ(written(), text_of("x") + kClosing);
+    std::filesystem::remove(path);
+    if (!failed) {
+      break;
+    }
+    ++failures;
+  }
+  EXPECT_GE(failures, 1);
 }
 
 // --- Queued mode ---
@@ -886,7 +913,7 @@ TEST_F(LogProcess, DirectRecordsOfManyThreadsDoNotInterleaveAndSurviveRotation) 
   }
 }
 
-TEST_F(LogProcess, EightThreadsLogWhileTheLogStartsAndStops) {
+TEST_F(Standard, EightThreadsLogWhileTheLogStartsAndStops) {
   std::atomic<bool> stop{false};
   std::vector<std::thread> threads;
   for (int t = 0; t < 8; ++t) {
@@ -911,4 +938,5 @@ TEST_F(LogProcess, EightThreadsLogWhileTheLogStartsAndStops) {
     thread.join();
   }
   EXPECT_TRUE(written().ends_with("\r\n >\nlog system release\n\n"));
+  output();  // what was written between an init() and its file()
 }
