@@ -17,7 +17,6 @@ struct DocumentedParameter {
 struct DocumentedFunction {
   std::string name;
   std::vector<DocumentedParameter> parameters;
-  std::string result;
 };
 
 /// The rows of the table.
