@@ -1,11 +1,15 @@
 #include "utility/document_parser.h"
 
+#include <algorithm>
+#include <memory>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
 #include <xercesc/sax/SAXException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
@@ -18,6 +22,7 @@ namespace xc = XERCES_CPP_NAMESPACE;
 namespace {
 
 constexpr const char* kSourceName = "document";
+constexpr XMLCh kReplacement = 0xFFFD;
 
 // The size in bytes of a character unit of XML text, by its first characters: a byte order mark
 // or "<".
@@ -43,6 +48,38 @@ bool has_zero(std::string_view text) {
   return at != std::string_view::npos;
 }
 
+bool is_ascii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+}
+
+// Whether text holds bytes that its encoding does not have. Of encodings that it has from ICU the
+// library reads them as U+FFFD, without an error; it refuses them in those that it knows itself,
+// which pass here again.
+bool has_foreign_bytes(std::string_view text, const XMLCh* encoding, XmlMemory& memory) {
+  if (encoding == nullptr || is_ascii(text) || unit_size(text) != 1 ||
+      xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0) {
+    return false;
+  }
+  constexpr XMLSize_t kBlock = 4096;
+  xc::XMLTransService::Codes code;
+  const std::unique_ptr<xc::XMLTranscoder> transcoder(
+      xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code, kBlock, &memory));
+  if (transcoder == nullptr) return true;
+  XMLCh characters[kBlock];
+  unsigned char sizes[kBlock];
+  while (!text.empty()) {
+    XMLSize_t eaten = 0;
+    const XMLSize_t count = transcoder->transcodeFrom(reinterpret_cast<const XMLByte*>(text.data()),
+                                                      std::min<XMLSize_t>(text.size(), kBlock),
+                                                      characters, kBlock, eaten, sizes);
+    const bool replaced =
+        std::find(characters, characters + count, kReplacement) != characters + count;
+    if (eaten == 0 || replaced) return true;
+    text.remove_prefix(eaten);
+  }
+  return false;
+}
+
 }  // namespace
 
 DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
@@ -66,7 +103,8 @@ bool DocumentParser::parse_text(std::string_view text) {
   setLoadExternalDTD(false);
   const xc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                      kSourceName, false, &m_memory);
-  m_memory.watch(kMaxMemory + kMaxMemoryPerByte * text.size(), kMaxExpansions,
+  m_memory.watch(kMaxMemory + kMaxMemoryPerByte * text.size(),
+                 kMaxExpansions + text.size() / kBytesPerExpansion,
                  kMaxWork + kMaxWorkPerByte * text.size());
   try {
     parse(source);
@@ -80,7 +118,8 @@ bool DocumentParser::parse_text(std::string_view text) {
     m_damaged = true;
   }
   m_memory.unwatch();
-  return !m_damaged && getDocument() != nullptr;
+  return !m_damaged && getDocument() != nullptr &&
+         !has_foreign_bytes(text, getDocument()->getInputEncoding(), m_memory);
 }
 
 void DocumentParser::error(unsigned int code, const XMLCh* domain, XMLErrorReporter::ErrTypes type,

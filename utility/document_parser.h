@@ -17,8 +17,9 @@ namespace utility {
 /// Elements and entity references nested in each other. The XML library saves, copies and
 /// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
 constexpr std::size_t kMaxNesting = 1000;
-/// Expansions of entities, wherever they are referenced.
+/// Expansions of entities, wherever they are referenced: so many, and one for so many bytes.
 constexpr std::size_t kMaxExpansions = 20'000;
+constexpr std::size_t kBytesPerExpansion = 32;
 /// Characters read from expansions, and attribute declarations looked at for elements.
 constexpr std::size_t kMaxWork = 8'000'000;
 constexpr std::size_t kMaxWorkPerByte = 8;

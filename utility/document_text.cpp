@@ -14,6 +14,13 @@ namespace xc = XERCES_CPP_NAMESPACE;
 
 constexpr XMLSize_t kInitialSize = 4096;
 
+// The library has names of its own for UTF-16 text that it has read, which no parser takes.
+bool is_utf16(const xc::DOMDocument& document) {
+  const XMLCh* const encoding = document.getInputEncoding();
+  return xc::XMLString::equals(encoding, xc::XMLUni::fgUTF16LEncodingString) ||
+         xc::XMLString::equals(encoding, xc::XMLUni::fgUTF16BEncodingString);
+}
+
 bool serialise(const xc::DOMDocument& document, std::string& text) {
   xc::DOMImplementation* const dom = document.getImplementation();
   XmlMemory memory;
@@ -21,6 +28,10 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
   const DomOwned<xc::DOMLSOutput> output(dom->createLSOutput(&memory));
   xc::MemBufFormatTarget target(kInitialSize, &memory);
   output->setByteStream(&target);
+  if (is_utf16(document)) {
+    output->setEncoding(xc::XMLUni::fgUTF16EncodingString);
+    serializer->getDomConfig()->setParameter(xc::XMLUni::fgDOMWRTBOM, true);
+  }
   try {
     if (!serializer->write(&document, output.get())) return false;
   } catch (const xc::DOMException&) {

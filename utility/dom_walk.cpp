@@ -170,4 +170,37 @@ bool have_same_content(const xc::DOMDocument& left, const xc::DOMDocument& right
   }
 }
 
+namespace {
+
+void free_attributes(xc::DOMElement& element) {
+  const xc::DOMNamedNodeMap& attributes = *element.getAttributes();
+  for (XMLSize_t i = attributes.getLength(); i-- > 0;) {
+    auto* const attribute = static_cast<xc::DOMAttr*>(attributes.item(i));
+    // A default value comes back when it is removed; the document keeps it.
+    if (attribute->getSpecified()) element.removeAttributeNode(attribute)->release();
+  }
+}
+
+}  // namespace
+
+void free_detached(xc::DOMElement* element) {
+  xc::DOMNode* node = element;
+  for (;;) {
+    // What an entity reference holds cannot be taken out of it; it goes with the reference.
+    if (node->getFirstChild() != nullptr &&
+        node->getNodeType() != xc::DOMNode::ENTITY_REFERENCE_NODE) {
+      node = node->getFirstChild();
+      continue;
+    }
+    xc::DOMNode* const parent = node->getParentNode();
+    if (parent != nullptr) parent->removeChild(node);
+    if (node->getNodeType() == xc::DOMNode::ELEMENT_NODE) {
+      free_attributes(static_cast<xc::DOMElement&>(*node));
+    }
+    node->release();
+    if (parent == nullptr) return;
+    node = parent;
+  }
+}
+
 }  // namespace utility

@@ -23,6 +23,10 @@ DomText whole_text(const XERCES_CPP_NAMESPACE::DOMText& first);
 /// Whether elements and entity references are nested deeper than limit under and with top.
 bool is_deeper_than(std::size_t limit, const XERCES_CPP_NAMESPACE::DOMNode& top);
 
+/// Frees an element that is in no tree, with its attributes and everything below it. The library
+/// alone would keep the attributes as long as the document.
+void free_detached(XERCES_CPP_NAMESPACE::DOMElement* element);
+
 /// A copy of element, attributes included, with everything below it.
 XERCES_CPP_NAMESPACE::DOMElement* deep_copy(const XERCES_CPP_NAMESPACE::DOMElement& element);
 

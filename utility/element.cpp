@@ -335,7 +335,8 @@ unsigned int CElement::insert_pre_child_element(const CElement& ref, const CElem
 
 unsigned int CElement::insert_next_child_element(const CElement& ref, const CElement& child) const {
   if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (ref.m_element == nullptr || ref.m_element->getParentNode() != m_element ||
+  if (ref.m_element == nullptr ||
+      ref.m_element->getOwnerDocument() != m_element->getOwnerDocument() ||
       !insert_before(m_element, child.m_element, next_sibling(ref.m_element))) {
     return XEC_INSERT_AFTER;
   }
@@ -379,6 +380,12 @@ unsigned int CElement::remove_child_node(xc::DOMNode* node) const {
 
 unsigned int CElement::remove_child_element(const CElement& child) const {
   return remove_child_node(child.m_element);
+}
+
+unsigned int CElement::discard_child_element(const CElement& child) const {
+  const unsigned int code = remove_child_element(child);
+  if (code == XEC_OK) free_detached(child.m_element);
+  return code;
 }
 
 }  // namespace utility

@@ -233,10 +233,10 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
   if (!file.is_open() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return ReadResult::kNoFile;
   }
+  const auto expected = static_cast<std::size_t>(status.st_size);
+  if (expected > max_size) return ReadResult::kTooLarge;
   text.clear();
-  if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) <= max_size) {
-    text.reserve(static_cast<std::size_t>(status.st_size));
-  }
+  text.reserve(expected);
   static constexpr std::size_t kBlock = 64 * 1024;
   const std::unique_ptr<char[]> block(new char[kBlock]);
   for (;;) {

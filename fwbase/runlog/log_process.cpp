@@ -92,11 +92,11 @@ ec::EC CLogProcess::file(const char* path) {
   if (!opened) {
     return ec::LOG_NO_MEMORY;
   }
-  if (!opened->open(path, LogFile::Content::kKeep)) {
-    return ec::LOG_OPEN_FAILED;
-  }
   try {
     std::string name(path);
+    if (!opened->open(path, LogFile::Content::kKeep)) {
+      return ec::LOG_OPEN_FAILED;
+    }
     const WriteGuard guard(m_lock);
     keep_file_open();
     m_file = std::move(opened);

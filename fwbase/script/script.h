@@ -173,7 +173,7 @@ class CScript : public IScript {
   std::map<void*, std::unique_ptr<ValueTable>> m_env_values FWBASE_GUARDED_BY(m_lock);
   bool m_modified FWBASE_GUARDED_BY(m_lock) = false;  ///< never cleared: saving then always writes
 
-  void* m_env FWBASE_GUARDED_BY(m_lock) = nullptr;  ///< of the run that has the lock, else null
+  void* m_env FWBASE_GUARDED_BY(m_lock) = nullptr;  ///< of the run that has, or gave up, the lock
   unsigned int m_releases FWBASE_GUARDED_BY(m_lock) = 0;  ///< tells a run that its tables are gone
   bool m_platform FWBASE_GUARDED_BY(m_lock) = false;  ///< this engine initialised the XML platform
 };

@@ -129,7 +129,7 @@ ec::EC CScript::remove_proc_data(CElement& proc) {
     return ec::SCRIPT_E_FORMAT;
   }
   for (CElement& data : old) {
-    if (proc.remove_child_element(data) != 0) {
+    if (proc.discard_child_element(data) != 0) {
       RUN_LOG(ERROR, "删除节点失败");
       return ec::SCRIPT_E_REMOVE;
     }

@@ -51,7 +51,8 @@ struct Parament {
 
 /// A recorded call.
 struct Fun {
-  std::int32_t state = 0;  ///< 0 never run, 1 the last run of this call succeeded, 2 it failed
+  std::int32_t state =
+      0;  ///< 0 never run, 1 the last run succeeded, 2 it failed or has not returned
   std::string name;
   std::list<Parament> params;  ///< one per declared parameter, in their order
   std::string ret;             ///< variable that receives the result; empty for none

@@ -22,6 +22,8 @@ class FWBASE_CAPABILITY RwLock {
   bool acquire_write() FWBASE_ACQUIRE() { return m_mutex.acquire_write() == 0; }
   void release() FWBASE_RELEASE_GENERIC() { m_mutex.release(); }
 
+  ACE_RW_Thread_Mutex& mutex() { return m_mutex; }
+
  private:
   ACE_RW_Thread_Mutex m_mutex;
 };

@@ -52,6 +52,18 @@ TEST(InterfaceSlots, OfTheFacade) {
   });
 }
 
+TEST(InterfaceSlots, OfTheRunLog) {
+  expect_in_order({
+      slot_of(&IRunLog::init),
+      slot_of(&IRunLog::type),
+      slot_of(&IRunLog::info),
+      slot_of(&IRunLog::file),
+      slot_of(&IRunLog::asynch),
+      slot_of(&IRunLog::release),
+      slot_of(&IRunLog::write),
+  });
+}
+
 TEST(InterfaceSlots, OfAnEnvironment) {
   expect_in_order({
       slot_of(&IGlobalEnv::init),

@@ -39,6 +39,23 @@ TEST_F(Saving, KeepsTheWholeDocument) {
   }
 }
 
+TEST_F(Saving, KeepsUtf16OfBothByteOrders) {
+  const std::string declarations[] = {"", "<?xml version='1.0' encoding='UTF-16'?>"};
+  for (const std::string& declaration : declarations) {
+    for (const bool big : {false, true}) {
+      std::string text = big ? "\xFE\xFF" : "\xFF\xFE";
+      for (const char c : declaration + "<r a='1'>text</r>") {
+        text += big ? std::string{'\0', c} : std::string{c, '\0'};
+      }
+      ASSERT_EQ(load(text), XEC_OK) << declaration << big;
+      ASSERT_EQ(root().set_text("\xE4\xB8\xAD"), XEC_OK);
+      ASSERT_EQ(xml.save(), XEC_OK) << declaration << big;
+      ASSERT_EQ(xml.load(path()), XEC_OK) << declaration << big;
+      EXPECT_EQ(root().get_text(), "\xE4\xB8\xAD");
+    }
+  }
+}
+
 TEST_F(Saving, KeepsTheEncoding) {
   ASSERT_EQ(load("<?xml version='1.0' encoding='GBK'?><r>\xD6\xD0</r>"), XEC_OK);
   EXPECT_EQ(root().get_text(), "\xE4\xB8\xAD");

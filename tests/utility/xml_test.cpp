@@ -82,6 +82,31 @@ TEST_F(Xml, LoadingAgainTakesTheOtherDocumentAndKeepsNoneOfTheFirst) {
   EXPECT_EQ(root().get_element_name(), "two");
 }
 
+TEST_F(Xml, DiscardedElementsGiveTheirMemoryBack) {
+  std::size_t in_use[2];
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_EQ(load("<!DOCTYPE r [<!ENTITY e 'x'><!ATTLIST a d CDATA 'd'>]><r/>"), XEC_OK);
+    const std::size_t before = mallinfo2().uordblks;
+    for (int i = 0; i < (round == 0 ? 20 : 400); ++i) {
+      CElement data;
+      ASSERT_EQ(xml.create_element("data", data), XEC_OK);
+      ASSERT_EQ(root().insert_front_child(data), XEC_OK);
+      for (int j = 0; j < 20; ++j) {
+        CElement child;
+        ASSERT_EQ(xml.create_element("a", child), XEC_OK);
+        ASSERT_EQ(child.insert_attr("value", std::to_string(j)), XEC_OK);
+        ASSERT_EQ(child.insert_text("text"), XEC_OK);
+        ASSERT_EQ(data.insert_back_child(child), XEC_OK);
+      }
+      ASSERT_EQ(root().discard_child_element(data), XEC_OK);
+    }
+    in_use[round] = mallinfo2().uordblks - before;
+  }
+  EXPECT_LE(in_use[1], in_use[0] + 65536);
+  EXPECT_EQ(root().discard_child_element(root()), XEC_REMOVE_CHILD);
+  EXPECT_EQ(root().discard_child_element(CElement()), XEC_BAD_PARAM);
+}
+
 TEST_F(Xml, XPathLookUpsKeepNoMemory) {
   // What a document gives out and takes back is reused: ten times the look-ups, the same memory.
   std::size_t in_use[2];

@@ -3,10 +3,13 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
+#include <new>
 
 #include <optional>
 
 #include "options.h"
+#include "output.h"
 #include "run.h"
 
 namespace {
@@ -31,9 +34,14 @@ int main(int argc, char** argv) {
   // A reader that went away is an error of writing, which is reported, not the end of the process.
   std::signal(SIGPIPE, SIG_IGN);
 
-  fwrun::Options options;
-  if (const std::optional<int> status = fwrun::parse_options(argc, argv, options)) {
-    return *status;
+  try {
+    fwrun::Options options;
+    if (const std::optional<int> status = fwrun::parse_options(argc, argv, options)) {
+      return *status;
+    }
+    return fwrun::run(options);
+  } catch (const std::bad_alloc&) {
+    std::fputs("fwrun: memory ran out\n", stderr);
+    return fwrun::kFailed;
   }
-  return fwrun::run(options);
 }

@@ -138,11 +138,6 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void check_combination(const CLI::App& app) {
-  for (const char* const option : {"--level", "--details", "--queued"}) {
-    if (app.count(option) != 0 && app.count("--log") == 0) {
-      throw CLI::ValidationError(option, "is about the log: add --log FILE");
-    }
-  }
   for (const char* const option : {"SECTION", "--log", "--set", "--env", "--print", "--save"}) {
     if (app.count(option) != 0 && app.count("--list") != 0) {
       throw CLI::ValidationError(option, "does not go with --list, which runs nothing");

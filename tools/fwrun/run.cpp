@@ -69,6 +69,13 @@ void report_load_failure(const Options& options, ec::EC code, const std::string&
   point_to_log(options);
 }
 
+// The engine stops at the first mistake; a mismatch is the reason only where it says so.
+std::string reason_refused(ec::EC loaded, const ScriptFile& script, const CallWatch& watch) {
+  const bool is_mismatch = loaded == ec::SCRIPT_NO_RULE || loaded == ec::SCRIPT_PARAM_COUNT ||
+                           loaded == ec::SCRIPT_PARAM_TYPE;
+  return is_mismatch ? mismatch(script, watch) : "";
+}
+
 bool load(const Options& options, ScriptFile& script, CallWatch& watch, ErrorLog& errors) {
   std::string why = reason_unreadable(options.script);
   if (!why.empty()) {
@@ -81,7 +88,7 @@ bool load(const Options& options, ScriptFile& script, CallWatch& watch, ErrorLog
     return true;
   }
   report_load_failure(options, ec::failed(loaded) ? loaded : ec::SCRIPT_E_LOAD,
-                      is_read ? mismatch(script, watch) : why, errors);
+                      is_read ? reason_refused(loaded, script, watch) : why, errors);
   return false;
 }
 

@@ -119,7 +119,8 @@ struct FWBASE_API IRunLog {
   /// and closes the file. Standard output is not closed, and remains the output where it was.
   ///
   /// Threads blocked in write() are woken: what they had to write is written as long as the file is
-  /// open, and dropped from then on. Twice: the second call writes nothing. init() may follow.
+  /// open, and dropped from then on. Once the file is closed, another call writes nothing. init()
+  /// may follow.
   /// Takes the lock for writing.
   virtual void release() = 0;
 
@@ -129,7 +130,8 @@ struct FWBASE_API IRunLog {
   /// location   where the record comes from; null is an empty text
   /// Both texts are zero-terminated and remain the caller's.
   ///
-  /// Writes nothing as long as there is no output: before file() has succeeded, after release(),
+  /// Writes nothing as long as there is no output: before file() has succeeded, after a
+  /// release() that closed the file,
   /// and after a rotation that could not open the new file, until file() succeeds.
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
   /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.

@@ -28,8 +28,10 @@ namespace fwbase {
 ///   runs; one reader-writer lock guards the engine. Only release() must wait for running
 ///   sections (see there).
 /// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise; where
-///   memory runs out, SCRIPT_NO_MEMORY. Operations let no exception out except those of host
-///   functions.
+///   memory runs out, SCRIPT_NO_MEMORY (from the parser SCRIPT_E_LOAD, from writing the file
+///   SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
+///   installs must not call the engine from write(), and must not throw. Operations let no
+///   exception out except those of host functions.
 struct FWBASE_API IScript {
   /// The type of a variable, a parameter or an argument.
   enum VType : int {
@@ -109,7 +111,8 @@ struct FWBASE_API IScript {
   /// Returns
   ///   SCRIPT_OK              loaded
   ///   SCRIPT_E_PARAM         path is null or empty; nothing changed
-  ///   SCRIPT_E_LOAD          there is no such file, or it is not well-formed
+  ///   SCRIPT_E_LOAD          there is no such file, it cannot be read, it is not well-formed or is
+  ///                          beyond the limits in utility/xml.h, or init() has not been called
   ///   SCRIPT_E_ROOT_NAME     the root element is not "korvid"
   ///   SCRIPT_NO_PROCESS      there is no "Process" element
   ///   SCRIPT_E_ATTR          a required attribute is missing, or cannot be converted to the code
@@ -144,12 +147,16 @@ struct FWBASE_API IScript {
   /// Returns
   ///   SCRIPT_OK             saved, or nothing to save
   ///   SCRIPT_E_SAVE         load_script() has not been called
-  ///   SCRIPT_E_FORMAT       there is no document, as after a load that failed
+  ///   SCRIPT_E_FORMAT       there is no document, as after SCRIPT_E_LOAD. After any other failed
+  ///   load
+  ///                         there is one, and saving drops the variables that were not read
   ///   SCRIPT_NO_PROCESS     the document has no process with an empty name; not logged
   ///   SCRIPT_E_REMOVE, SCRIPT_E_CREATE_NODE, SCRIPT_E_SET_ATTR, SCRIPT_E_INSERT_NODE
   ///                         the document cannot be changed; SCRIPT_E_SET_ATTR also for a name or
   ///                         a string that is no text of the code page
-  ///   SCRIPT_E_SAVE_XML     the file cannot be written
+  ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot, such
+  ///   as
+  ///                         a control character
   ///   SCRIPT_NO_MEMORY      memory ran out
   /// A failure leaves the file as it was; the next save that succeeds writes everything.
   /// Takes the lock for writing.

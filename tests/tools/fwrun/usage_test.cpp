@@ -32,9 +32,6 @@ TEST(FwrunUsage, WrongUsageIsStatus2AndPointsToHelp) {
   } kCases[] = {
       {{}, "SCRIPT is required"},
       {{"--foo", "s.xml"}, "The following argument was not expected: --foo"},
-      {{"s.xml", "--level", "warn"}, "--level: is about the log: add --log FILE"},
-      {{"s.xml", "--details", "pid"}, "--details: is about the log: add --log FILE"},
-      {{"s.xml", "--queued"}, "--queued: is about the log: add --log FILE"},
       {{"s.xml", "--log", "l", "--level", "warn,info"},
        "--level: 'info' is not one of alert, all, debug, dump, error, trace, warn"},
       {{"s.xml", "--log", "l", "--details", "pid,date"},

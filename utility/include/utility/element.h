@@ -52,8 +52,8 @@ enum XmlResult : unsigned int {
 ///   their handles valid, as long as the document.
 /// Const:    as with a pointer, const is about the handle: every operation may be called on a
 ///   const handle, also those that change the element.
-/// Threads:  not synchronised. Threads may share a document for reading; a change needs the
-///   document to itself.
+/// Threads:  not synchronised. Threads may share a document for the get_ and has_ operations; all
+///   others, clone() included, need the document to themselves.
 /// Strings:  names, texts and values are in the code page of the calling thread's locale
 ///   (UTF-8 in the "C" and "POSIX" locales). A name or value that is no text of that code page,
 ///   or holds a zero byte, gives XEC_ENCODING, and so does text of the document that the code
@@ -183,9 +183,9 @@ class FWBASE_API CElement {
   /// XEC_INSERT_BEFORE (13), also when ref is not a child of this element.
   unsigned int insert_pre_child_element(const CElement& ref, const CElement& child) const;
 
-  /// Inserts child before the element that follows ref, a child of this element, or behind all
-  /// children when none follows: behind any text and comments after ref. XEC_OK, or
-  /// XEC_INSERT_AFTER (14), also when ref is not a child of this element.
+  /// Inserts child before the element that follows ref, or behind all children when none follows:
+  /// behind any text and comments after ref. XEC_OK, or XEC_INSERT_AFTER (14), also when the
+  /// element that follows ref is not a child of this element.
   unsigned int insert_next_child_element(const CElement& ref, const CElement& child) const;
 
   /// Inserts elem as this element's previous, or next, sibling, as the two operations above do
@@ -207,6 +207,10 @@ class FWBASE_API CElement {
 
   /// remove_child_node() for an element; an empty handle is XEC_BAD_PARAM (10).
   unsigned int remove_child_element(const CElement& child) const;
+
+  /// remove_child_element() that also frees the child with everything below it: handles on any of
+  /// these must not be used any more. For trees that are changed again and again.
+  unsigned int discard_child_element(const CElement& child) const;
 
  private:
   XERCES_CPP_NAMESPACE::DOMElement* m_element;

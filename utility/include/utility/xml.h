@@ -18,7 +18,8 @@ namespace utility {
 ///   init() does). Then load(), work, release(). The destructor does not free the document:
 ///   release() comes first. After the last XMLPlatformUtils::Terminate() nothing else may be
 ///   called on a loaded object. Not copyable.
-/// Threads: not synchronised; see CElement. Different objects are independent.
+/// Threads: not synchronised. Different objects are independent; of one object, search_element()
+///   and the XPath operations too need the document to themselves, since they use its memory.
 /// Strings: as in CElement; paths are taken byte by byte.
 /// Failures: codes of XmlResult, nothing is logged and no exception leaves load(), save() and
 ///   save_as(). Elsewhere only running out of memory leaves as an exception.
@@ -70,11 +71,12 @@ class FWBASE_API CXml {
 
   /// Writes the document to path. A regular file is replaced in one step, when the new text is
   /// complete on disk: whoever opens it finds the old or the new document, never a part, and
-  /// after a failure it is as it was. It keeps its permissions and, where allowed, its owner; a
-  /// symbolic link is followed. A new file gets the permissions that the umask leaves of 0666.
-  /// What exists and is not a regular file (a device; a pipe, which waits for its reader) is
-  /// written to directly, and so is /dev/stdout. The text is in the encoding that the document was
-  /// loaded in, and the path of save() does not change.
+  /// after a failure it is as it was (or new already, where only flushing its directory failed).
+  /// Its directory must be writable, and other hard links keep the old document. It keeps its
+  /// permissions and, where allowed, its owner; a symbolic link is followed. A new file gets the
+  /// permissions that the umask leaves of 0666. What exists and is not a regular file (a device; a
+  /// pipe, which waits for its reader) is written to directly, and so is /dev/stdout. The text is
+  /// in the encoding that the document was loaded in, and the path of save() does not change.
   ///
   /// Returns
   ///   XEC_OK (0)            saved
