@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <locale>
 
@@ -291,6 +292,45 @@ TEST_F(ScriptData, AStringThatIsNoTextCannotBeSavedAndTheFileStays) {
   EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
   EXPECT_EQ(root_of(file),
             process("<Data><var name=\"x\" type=\"string\" value=\"text\"/></Data>"));
+}
+
+TEST_F(ScriptData, WhatXmlCannotHoldIsNotSavedAndTheFileStays) {
+  const struct {
+    std::string value;
+    ec::EC code;
+    const char* message;
+  } cases[] = {
+      {"a\x01", ec::SCRIPT_E_SAVE_XML, "保存脚本失败, XEC[5]"},
+      {std::string("a\0b", 3), ec::SCRIPT_E_SET_ATTR, "插入属性出错\n, XEC[26]\n"},
+  };
+  for (const auto& wrong : cases) {
+    const ScriptFile file(process("<Data/>"));
+    ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
+    engine.set("x", wrong.value);
+    log.clear();
+    EXPECT_EQ(engine.save_script(), wrong.code);
+    EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, wrong.message)});
+    EXPECT_EQ(file.text(), process("<Data/>"));
+    EXPECT_EQ(engine.rm_value("x"), ec::SCRIPT_OK);
+    EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
+    EXPECT_EQ(root_of(file), process("<Data/>"));
+  }
+}
+
+TEST_F(ScriptData, SavingAgainAndAgainTakesNoMoreMemory) {
+  const ScriptFile file(process("<Data/>"));
+  ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
+  const auto save = [&](int times) {
+    for (int i = 0; i < times; ++i) {
+      for (int variable = 0; variable < 20; ++variable) {
+        engine.set("variable" + std::to_string(variable), i);
+      }
+      EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
+    }
+    return mallinfo2().uordblks;
+  };
+  const std::size_t before = save(5);
+  EXPECT_LT(save(100), before + 65536);
 }
 
 TEST_F(ScriptData, AFileThatCannotBeWrittenIsAnError) {
