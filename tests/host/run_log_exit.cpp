@@ -20,6 +20,13 @@
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() { return "atexit_sleep_ms=0"; }
 
+// A forked child has the memory that ACE keeps for the writer thread, but not the thread, which
+// alone refers to it.
+extern "C" const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:ACE_Log_Msg\nleak:ACE_Thread_Exit\n";
+}
+
 namespace {
 
 constexpr int kThreads = 3;
