@@ -276,7 +276,7 @@ TEST_F(Loading, BoundsNestingAndWorksAtTheLimitOnASmallStack) {
   const auto nested = [](std::size_t depth) {
     return repeated("<a>", depth) + repeated("</a>", depth);
   };
-  fwbase::test::run_with_stack(512 * 1024, [&] {
+  fwbase::test::run_with_stack(fwbase::test::kSmallStack, [&] {
     EXPECT_EQ(load(nested(100'000)), 4u);
     EXPECT_EQ(load(repeated("<a>", 100'000)), 4u);
     EXPECT_EQ(load(nested(kMaxNesting + 1)), 4u);

@@ -395,7 +395,7 @@ TEST_F(Element, CloningCopiesEntityReferences) {
 
 TEST_F(Element, ClonesAndReleasesTreesOfAnyDepthOnASmallStack) {
   ASSERT_EQ(load("<r/>"), XEC_OK);
-  fwbase::test::run_with_stack(512 * 1024, [this] {
+  fwbase::test::run_with_stack(fwbase::test::kSmallStack, [this] {
     CElement top = made("a");
     for (int depth = 1; depth < 100'000; ++depth) {  // from the inside: each step is a small one
       const CElement outer = made("a");

@@ -60,6 +60,13 @@ inline std::string repeated(const std::string& text, std::size_t times) {
   return all;
 }
 
+/// What a thread of a host may have at the least; the thread sanitizer takes a part of it.
+#ifdef __SANITIZE_THREAD__
+constexpr std::size_t kSmallStack = 2 * 1024 * 1024;
+#else
+constexpr std::size_t kSmallStack = 512 * 1024;
+#endif
+
 /// Runs body in a thread with that stack, in bytes.
 inline void run_with_stack(std::size_t size, std::function<void()> body) {
   pthread_attr_t attributes;
