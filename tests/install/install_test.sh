@@ -14,7 +14,7 @@ mv "$work/first" "$work/moved"
 libdir=$(dirname "$(find "$work/moved" -name libfwbase.so)")
 export LD_LIBRARY_PATH=$libdir
 
-cmake -S "$here/consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$work/moved" \
+cmake -G Ninja -S "$here/consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$work/moved" \
   -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log"
 cmake --build "$work/by_cmake" >"$work/build.log"
 "$work/by_cmake/consumer"

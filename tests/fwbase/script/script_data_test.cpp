@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <locale>
 
@@ -315,22 +314,6 @@ TEST_F(ScriptData, WhatXmlCannotHoldIsNotSavedAndTheFileStays) {
     EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
     EXPECT_EQ(root_of(file), process("<Data/>"));
   }
-}
-
-TEST_F(ScriptData, SavingAgainAndAgainTakesNoMoreMemory) {
-  const ScriptFile file(process("<Data/>"));
-  ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
-  const auto save = [&](int times) {
-    for (int i = 0; i < times; ++i) {
-      for (int variable = 0; variable < 20; ++variable) {
-        engine.set("variable" + std::to_string(variable), i);
-      }
-      EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
-    }
-    return mallinfo2().uordblks;
-  };
-  const std::size_t before = save(5);
-  EXPECT_LT(save(100), before + 65536);
 }
 
 TEST_F(ScriptData, AFileThatCannotBeWrittenIsAnError) {
