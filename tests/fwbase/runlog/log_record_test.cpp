@@ -21,7 +21,7 @@ constexpr std::time_t kTime = 1417425630;
 class RecordWithTime : public testing::Test {
  protected:
   RecordWithTime() {
-    ::setenv("TZ", "XXX-1", 1);
+    ::setenv("TZ", "CET-1", 1);
     ::tzset();
   }
 };
