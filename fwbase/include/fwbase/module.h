@@ -1,0 +1,126 @@
+// For authors of modules: exporting a module's creation function, logging and tracing.
+#ifndef FWBASE_MODULE_H
+#define FWBASE_MODULE_H
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include <fwbase/export.h>
+#include <fwbase/ifwbase.h>
+#include <fwbase/imm.h>
+#include <fwbase/irunlog.h>
+
+/// Exports the creation function of a module library: `extern "C" create_module`, which makes a
+/// `Class` with new. Stands at the outermost level of one source file of the library; `Class` may
+/// lie in any namespace, the unnamed one included.
+///
+///   class Counter : public fwbase::IMM::IBase {
+///    public:
+///     ec::EC init(void* arg) override;
+///     void release() override { delete this; }
+///   };
+///   FWBASE_MODULE(Counter)
+///
+/// Class   derives from fwbase::IMM::IBase or fwbase::IMM::IFactory and has a constructor without
+///         arguments. A module that is not made by a factory ends in its release(), which deletes
+///         it.
+/// The function gives null when memory runs out, and lets out what the constructor throws: either
+/// way IMM::create_module() fails and nothing is remembered.
+#define FWBASE_MODULE(Class) FWBASE_MODULE_AS(Class, create_module)
+
+/// The same with a name of one's own for the function, for a library of several modules.
+#define FWBASE_MODULE_AS(Class, function)                                                    \
+  extern "C" FWBASE_API ::fwbase::IMM::IBase* function();                                    \
+  extern "C" ::fwbase::IMM::IBase* function() {                                              \
+    static_assert(std::is_base_of<::fwbase::IMM::IBase, Class>::value,                       \
+                  "a module derives from fwbase::IMM::IBase or from fwbase::IMM::IFactory"); \
+    return new (std::nothrow) Class;                                                         \
+  }
+
+/// Writes one record to the facade's run log, from a member function:
+///
+///   FWBASE_LOG(WARN, "%d lines dropped, session %s", count, name.c_str());
+///
+/// level   TRACE, DEBUG, WARN, ERROR, ALERT or DUMP; the macro DEBUG does not disturb it
+/// ...     a printf format and its arguments, which the compiler checks. Bytes pass unchanged: in
+///         whatever encoding the host keeps its log. The library's own messages are GBK.
+///
+/// When the level is off, nothing is evaluated: the cost is one relaxed load and a test. Else the
+/// text is cut to 1,022 characters, and the record's location is
+/// "this(0x%x) %s %s(%d) CT:%s %s" of `this` (its low 32 bits), the function's signature, file,
+/// line, and when the file was compiled. __FILE__ is as the compiler was given it;
+/// -fmacro-prefix-map makes it relative. Without a run log (before IFWBase::init()) or memory the
+/// record is dropped. Any thread; throws only what a run log of the host's throws.
+#define FWBASE_LOG(level, ...) FWBASE_LOG_RECORD(this, ::fwbase::host_log::k##level, __VA_ARGS__)
+
+/// The same from any function. object   what the record is about; may be null
+#define FWBASE_LOG_AT(object, level, ...) \
+  FWBASE_LOG_RECORD(object, ::fwbase::host_log::k##level, __VA_ARGS__)
+
+/// Traces the enclosing scope of a member function: at TRACE, a record "Call: " and text now and a
+/// record "Ret: " and text when the scope ends. See IRunLog::CTrace.
+/// text   zero-terminated, copied; not evaluated when TRACE is off
+#define FWBASE_TRACE(text) FWBASE_TRACE_AT(this, text)
+
+/// The same in any function. object   what the records are about; may be null
+#define FWBASE_TRACE_AT(object, text) FWBASE_TRACE_NAMED(object, text, __LINE__)
+
+// What the macros above are made of.
+
+#define FWBASE_LOG_RECORD(object, level, ...)                                                     \
+  do {                                                                                            \
+    if (::fwbase::host_log::enabled(level)) {                                                     \
+      ::fwbase::host_log::write(level, object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, \
+                                __TIME__, ::fwbase::IRunLog::FormatStr(__VA_ARGS__));             \
+    }                                                                                             \
+  } while (false)
+
+#define FWBASE_TRACE_NAMED(object, text, line) FWBASE_TRACE_DEFINED(object, text, line)
+#define FWBASE_TRACE_DEFINED(object, text, line)                                                  \
+  const ::fwbase::IRunLog::CTrace fwbase_trace_##line(                                            \
+      ::fwbase::host_log::enabled(::fwbase::host_log::kTRACE) ? (text) : nullptr, line, __FILE__, \
+      __DATE__, __TIME__, __PRETTY_FUNCTION__,                                                    \
+      const_cast<void*>(static_cast<const void*>(object)))
+
+// As in irunlog.h: hosts build with -DDEBUG.
+#pragma push_macro("DEBUG")
+#undef DEBUG
+
+namespace fwbase {
+namespace host_log {
+
+constexpr IRunLog::Type kTRACE = IRunLog::TRACE;
+constexpr IRunLog::Type kDEBUG = IRunLog::DEBUG;
+constexpr IRunLog::Type kWARN = IRunLog::WARN;
+constexpr IRunLog::Type kERROR = IRunLog::ERROR;
+constexpr IRunLog::Type kALERT = IRunLog::ALERT;
+constexpr IRunLog::Type kDUMP = IRunLog::DUMP;
+
+inline bool enabled(IRunLog::Type level) {
+  return (IRunLog::ms_type_sign.load(std::memory_order_relaxed) & level) != 0;
+}
+
+/// Writes a record; takes `formatted` over, which may be null.
+inline void write(IRunLog::Type level, const void* object, const char* function, const char* file,
+                  int line, const char* date, const char* time, char* formatted) {
+  const std::unique_ptr<char[]> message(formatted);
+  IRunLog* const log = IFWBase::instance()->runlog();
+  if (message == nullptr || log == nullptr) {
+    return;
+  }
+  const std::unique_ptr<char[]> location(
+      IRunLog::FormatStr("this(0x%x) %s %s(%d) CT:%s %s",
+                         static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(object)),
+                         function, file, line, date, time));
+  log->write(level, message.get(), location.get());
+}
+
+}  // namespace host_log
+}  // namespace fwbase
+
+#pragma pop_macro("DEBUG")
+
+#endif
