@@ -1,8 +1,10 @@
 #include "error_log.h"
 
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::readable;
 
 namespace {
 

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::joined;
+using tools::quoted;
 
 namespace {
 

@@ -1,8 +1,10 @@
 #include "load_report.h"
 
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::joined;
 
 namespace {
 

@@ -9,9 +9,11 @@
 #include <CLI/CLI.hpp>
 
 #include "output.h"
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::joined;
 
 namespace {
 

@@ -10,9 +10,12 @@
 #include "load_report.h"
 #include "printing.h"
 #include "running.h"
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::described;
+using tools::joined;
 
 namespace {
 

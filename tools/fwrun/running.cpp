@@ -3,9 +3,11 @@
 #include <fwbase/ifwbase.h>
 
 #include "output.h"
-#include "text.h"
+#include "support/text.h"
 
 namespace fwrun {
+
+using tools::described;
 
 namespace {
 

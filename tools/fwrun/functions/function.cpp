@@ -6,13 +6,14 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "functions/charset.h"
+#include "support/charset.h"
 
 namespace functions {
 
 using fwbase::IFWBase;
 using fwbase::IRunLog;
 using fwbase::IScript;
+using tools::gbk_of;
 
 ec::EC Call::give(std::int32_t result) const {
   if (m_ret == nullptr) {

@@ -1,10 +1,10 @@
-#include "functions/charset.h"
+#include "support/charset.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/support/log_capture.h"
 
-namespace functions {
+namespace tools::test {
 
 TEST(Charset, ConvertsBothWays) {
   for (const std::string text : {"", "plain", "负载 is 高", "—…€"}) {
@@ -30,4 +30,4 @@ TEST(Charset, PutsAQuestionMarkForEachCharacterThatCannotBeConverted) {
   EXPECT_EQ(utf8_of("\xB8"), "?");
 }
 
-}  // namespace functions
+}  // namespace tools::test

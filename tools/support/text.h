@@ -1,13 +1,13 @@
-// Texts as fwrun shows them.
-#ifndef FWRUN_TEXT_H
-#define FWRUN_TEXT_H
+// Texts as the commands show them.
+#ifndef TOOLS_SUPPORT_TEXT_H
+#define TOOLS_SUPPORT_TEXT_H
 
 #include <string>
 #include <vector>
 
 #include <fwbase/ec.h>
 
-namespace fwrun {
+namespace tools {
 
 /// "a, b, c"
 std::string joined(const std::vector<std::string>& texts);
@@ -22,6 +22,6 @@ std::string described(ec::EC code);
 /// them are as the script has them, which is UTF-8.
 std::string readable(const std::string& message);
 
-}  // namespace fwrun
+}  // namespace tools
 
 #endif

@@ -1,4 +1,4 @@
-#include "text.h"
+#include "support/text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,27 +6,27 @@
 
 using fwbase::test::gbk;
 
-namespace fwrun::test {
+namespace tools::test {
 
-TEST(FwrunText, QuotedIsOneLine) {
+TEST(ToolText, QuotedIsOneLine) {
   EXPECT_EQ(quoted("a \"b\" \\ 值"), "\"a \\\"b\\\" \\\\ 值\"");
   EXPECT_EQ(quoted("\n\t\r\x01\x7F"), "\"\\n\\t\\x0d\\x01\\x7f\"");
 }
 
-TEST(FwrunText, JoinedHasCommas) {
+TEST(ToolText, JoinedHasCommas) {
   EXPECT_EQ(joined({}), "");
   EXPECT_EQ(joined({"a"}), "a");
   EXPECT_EQ(joined({"a", "b", "c"}), "a, b, c");
 }
 
-TEST(FwrunText, DescribedHasNameNumberAndText) {
+TEST(ToolText, DescribedHasNameNumberAndText) {
   EXPECT_EQ(described(ec::SCRIPT_E_SECTION),
             "SCRIPT_E_SECTION (0x00080002): no section of that name to execute");
   EXPECT_EQ(described(0x00080099),
             "UNKNOWN (0x00080099): a failure code that is not the library's own");
 }
 
-TEST(FwrunText, ReadableTakesGbkWithUtf8InIt) {
+TEST(ToolText, ReadableTakesGbkWithUtf8InIt) {
   const struct {
     std::string message;
     const char* readable;
@@ -46,4 +46,4 @@ TEST(FwrunText, ReadableTakesGbkWithUtf8InIt) {
   }
 }
 
-}  // namespace fwrun::test
+}  // namespace tools::test

@@ -1,10 +1,10 @@
 // Between UTF-8, which scripts and terminals use, and GBK, which the run log uses.
-#ifndef FWRUN_FUNCTIONS_CHARSET_H
-#define FWRUN_FUNCTIONS_CHARSET_H
+#ifndef TOOLS_SUPPORT_CHARSET_H
+#define TOOLS_SUPPORT_CHARSET_H
 
 #include <string>
 
-namespace functions {
+namespace tools {
 
 /// `utf8` as GBK. What GBK has no code for, and bytes that are not UTF-8, become "?".
 std::string gbk_of(const std::string& utf8);
@@ -12,6 +12,6 @@ std::string gbk_of(const std::string& utf8);
 /// `gbk` as UTF-8. Bytes that are not GBK become "?".
 std::string utf8_of(const std::string& gbk);
 
-}  // namespace functions
+}  // namespace tools
 
 #endif

@@ -1,11 +1,11 @@
-#include "text.h"
+#include "support/text.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "functions/charset.h"
+#include "support/charset.h"
 
-namespace fwrun {
+namespace tools {
 
 namespace {
 
@@ -96,11 +96,11 @@ std::string readable(const std::string& message) {
       all.append(message, at, end - at);
       at = end;
     } else {
-      all += functions::utf8_of(message.substr(at, 2));
+      all += utf8_of(message.substr(at, 2));
       at = std::min(at + 2, message.size());
     }
   }
   return all;
 }
 
-}  // namespace fwrun
+}  // namespace tools

@@ -1,11 +1,11 @@
 // Conversion by the C library's iconv, one bad character at a time replaced by "?".
-#include "functions/charset.h"
+#include "support/charset.h"
 
 #include <iconv.h>
 
 #include <algorithm>
 
-namespace functions {
+namespace tools {
 
 namespace {
 
@@ -83,4 +83,4 @@ std::string utf8_of(const std::string& gbk) {
   return convert("UTF-8", "GBK", gbk, [](char) { return false; });
 }
 
-}  // namespace functions
+}  // namespace tools
