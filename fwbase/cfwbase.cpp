@@ -19,7 +19,7 @@ namespace {
 // and that the writer thread is not left waiting.
 class ProcessFacade {
  public:
-  ProcessFacade() : m_facade(new (m_storage) CFWBase) {}
+  ProcessFacade() : m_facade(new (m_storage) CFWBase) { CFWBase::watch_forks(); }
   ~ProcessFacade() { m_facade->finish_log(); }
   ProcessFacade(const ProcessFacade&) = delete;
   ProcessFacade& operator=(const ProcessFacade&) = delete;
@@ -77,7 +77,7 @@ void CFWBase::release() {
   m_script = nullptr;
   m_db_ft = nullptr;
   while (!m_envs.empty()) {
-    const std::unique_ptr<IGlobalEnv> env(m_envs.begin()->second);
+    const std::unique_ptr<CGlobalEnvImpl> env(m_envs.begin()->second);
     m_envs.erase(m_envs.begin());
     env->release();
   }
@@ -154,7 +154,7 @@ IGlobalEnv* CFWBase::global_env(void* key) const {
 }
 
 void CFWBase::destroy_global_env(void* key) {
-  std::unique_ptr<IGlobalEnv> removed;
+  std::unique_ptr<CGlobalEnvImpl> removed;
   {
     const WriteGuard guard(m_lock);
     const auto found = m_envs.find(key);

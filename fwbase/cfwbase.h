@@ -39,11 +39,21 @@ class CFWBase final : public IFWBase {
   /// facade stays usable, for threads that are still running and destructors that come later.
   void finish_log();
 
+  /// For the start of the process: from then on, a child that the host forks can use the facade.
+  static void watch_forks();
+
+  // cfwbase_fork.cpp, called by fork() in the thread that forks
+  void before_fork();
+  void after_fork_in_parent();
+  void after_fork_in_child();
+
  private:
   template <typename Component>
   Component* install(std::atomic<Component*>& installed, Component* replacement,
                      Component& built_in);
   bool insert_env(void* key, CGlobalEnvImpl* env);
+  template <typename Visit>
+  void for_each_env_lock(Visit visit);
 
   // Written under the lock. Read without it: a component asks for the run log while it holds its
   // own lock, and release() holds this lock while it waits for the locks of environments.
@@ -52,7 +62,7 @@ class CFWBase final : public IFWBase {
   std::atomic<IMM*> m_mm{nullptr};
   std::atomic<IScript*> m_script{nullptr};
   std::atomic<IDataBlockFT*> m_db_ft{nullptr};
-  std::map<void*, IGlobalEnv*> m_envs FWBASE_GUARDED_BY(m_lock);  // owned
+  std::map<void*, CGlobalEnvImpl*> m_envs FWBASE_GUARDED_BY(m_lock);  // owned
 
   CLogProcess m_log;
   CGlobalEnvImpl m_env{nullptr};
@@ -60,6 +70,7 @@ class CFWBase final : public IFWBase {
   CScript m_scr;
   CDataBlockFT m_dbft;
   mutable support::RwLock m_lock;
+  bool m_has_fork_lock = false;  // while the process forks: that m_lock was got
 };
 
 }  // namespace fwbase

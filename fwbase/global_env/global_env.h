@@ -38,6 +38,9 @@ class CGlobalEnvImpl final : public IGlobalEnv {
   ec::EC mod_obj(const char* name, const IObject* object) override;
   void rm_obj(const char* name) override;
 
+  /// For the facade, when the process forks.
+  support::RwLock& lock() { return m_lock; }
+
  private:
   // In the order of the bytes of the names; std::less<> looks a name up without a string of its
   // own.

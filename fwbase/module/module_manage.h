@@ -36,6 +36,9 @@ class CModuleManage final : public IMM {
   void destroy_mid(unsigned int id) override;
   IBase* query_mid(unsigned int id) const override;
 
+  /// For the facade, when the process forks.
+  support::RwLock& lock() { return m_lock; }
+
  private:
   /// How a module was made that no factory made; "NULL" for one made by a function given directly.
   struct ModuleInfo {

@@ -127,9 +127,6 @@ void CLogProcess::release() {
 }
 
 void CLogProcess::finish() {
-  if (m_process != ::getpid()) {
-    return;
-  }
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   const Standstill standstill(*this);
   const WriteGuard guard(m_lock);
@@ -171,7 +168,7 @@ CLogProcess::Way CLogProcess::admit(LogRecord& record) {
       return Way::kNone;
     }
     record = details();
-    if (!m_asynch || m_finished || msg_queue() == nullptr) {
+    if (!m_asynch || m_finished || m_forked || msg_queue() == nullptr) {
       return Way::kDirect;
     }
     ++m_enqueuing;
@@ -180,17 +177,24 @@ CLogProcess::Way CLogProcess::admit(LogRecord& record) {
 }
 
 // False when the log came to a standstill while the record waited for room in the queue: it is
-// not in the queue then.
+// not in the queue then. A thread that is cancelled while it waits leaves the queue as well.
 bool CLogProcess::enqueue(const LogRecord& record) {
+  struct Leaving {
+    CLogProcess& log;
+    ~Leaving() { log.leave_queue(); }
+  } const leaving{*this};
   MessagePtr message = pack_record(record);
   const bool done = !message || putq(message.get()) != -1;
   if (done) {
     message.release();
   }
+  return done;
+}
+
+void CLogProcess::leave_queue() {
   if (--m_enqueuing == 0) {
     m_enqueuing.notify_all();
   }
-  return done;
 }
 
 LogRecord CLogProcess::details() const {
@@ -287,6 +291,10 @@ void CLogProcess::write_message(const ACE_Message_Block& message) {
 ec::EC CLogProcess::start_writer() {
   ACE_Sig_Set signals = host_signals();
   const ACE_Sig_Guard blocked(&signals);  // the writer inherits that: its host handles them
+  if (m_forked) {
+    renew_task();
+    m_forked = false;
+  }
   m_has_writer = msg_queue() != nullptr && activate() == 0;
   return m_has_writer ? ec::LOG_OK : ec::LOG_THREAD_FAILED;
 }
@@ -311,11 +319,8 @@ void CLogProcess::begin_standstill() {
     const WriteGuard guard(m_lock);
     m_standstill = true;
   }
-  if (msg_queue() == nullptr) {
-    return;  // no memory for it when the log was made: all is direct
-  }
-  if (m_process.exchange(::getpid()) != ::getpid()) {
-    leave_parent();
+  if (msg_queue() == nullptr || m_forked) {
+    return;  // all is direct: there was no memory for a queue, or it is the parent's
   }
   if (!m_has_writer) {
     msg_queue()->deactivate();  // nobody makes room for threads that wait for it
@@ -334,11 +339,26 @@ void CLogProcess::begin_standstill() {
   }
 }
 
-// In a forked child: the writer thread, and what was queued for it, stayed with the parent.
-void CLogProcess::leave_parent() {
-  m_has_writer = false;
+// A standstill of the parent's, and threads that were putting messages into its queue, are not the
+// child's.
+void CLogProcess::after_fork_in_child() {
+  m_lock.after_fork_in_child();
+  new (&m_lifecycle) std::mutex;
+  m_standstill = false;
   m_enqueuing = 0;
-  msg_queue()->flush();
+  m_has_writer = false;
+  m_forked = true;
+}
+
+// Threads of the parent may have held the locks in the task, its queue and its thread manager, and
+// the child has only copies of them: they are left as they are, and others take their place.
+void CLogProcess::renew_task() {
+  new (&lock_) ACE_Thread_Mutex;
+  thr_count_ = 0;
+  thr_mgr(new (std::nothrow) ACE_Thread_Manager);
+  delete_msg_queue_ = false;
+  msg_queue(new (std::nothrow) ACE_Message_Queue<ACE_MT_SYNCH>);
+  delete_msg_queue_ = true;
 }
 
 void CLogProcess::end_standstill() {

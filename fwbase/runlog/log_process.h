@@ -3,7 +3,6 @@
 #define FWBASE_RUNLOG_LOG_PROCESS_H
 
 #include <ace/Task.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <memory>
@@ -45,6 +44,11 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
   /// log stays usable; records are written in the caller's thread from then on.
   void finish();
 
+  /// For the facade, when the process forks. The child has no writer thread, and the queue belongs
+  /// to the parent: it writes in the caller's thread, until init() gives it a writer of its own.
+  support::RwLock& lock() { return m_lock; }
+  void after_fork_in_child();
+
  private:
   enum class Way { kNone, kDirect, kQueued };
   class Standstill;
@@ -55,6 +59,7 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
 
   Way admit(LogRecord& record);
   bool enqueue(const LogRecord& record);
+  void leave_queue();
   void write_message(const ACE_Message_Block& message);
   void do_write_log(const LogRecord& record);
 
@@ -66,7 +71,7 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
 
   void begin_standstill();
   void end_standstill();
-  void leave_parent();
+  void renew_task();
   ec::EC start_writer() FWBASE_REQUIRES(m_lock);
   void stop_writer();
 
@@ -84,9 +89,8 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
   std::atomic<unsigned int> m_enqueuing{0};  // threads between admit() and the end of enqueue()
 
   std::mutex m_lifecycle;
-  bool m_has_writer = false;  // under m_lifecycle
-  std::atomic<pid_t> m_process{
-      ::getpid()};  // whose writer and queue these are: a forked child has neither
+  bool m_has_writer = false;          // under m_lifecycle
+  std::atomic<bool> m_forked{false};  // writer and queue are those of the parent
 };
 
 }  // namespace fwbase

@@ -39,6 +39,9 @@ class CScript : public IScript {
   void drop_values(ValueTable& table);
   void drop_sections() FWBASE_REQUIRES(m_lock);
 
+  /// For the facade, when the process forks.
+  support::RwLock& lock() { return m_lock; }
+
   // The other operations of IScript, by the file that holds them.
   bool expand_syntax(ISyntax* syntax) override;                               // script_rules.cpp
   ec::EC load_script(const char* path) override;                              // script_load.cpp

@@ -7,6 +7,8 @@
 
 #include <ace/RW_Thread_Mutex.h>
 
+#include <ctime>
+
 #include "fwbase/support/thread_safety.h"
 
 namespace fwbase::support {
@@ -24,8 +26,19 @@ class FWBASE_CAPABILITY RwLock {
 
   ACE_RW_Thread_Mutex& mutex() { return m_mutex; }
 
+  /// Around fork(), in the thread that forks. No other thread changes what the lock guards while
+  /// the process is copied, and the child's copy of the lock is free, or held by the thread that
+  /// forked as it was before. Says whether the lock was got until the deadline (CLOCK_REALTIME):
+  /// a thread that keeps it longer must not keep the host from forking.
+  bool before_fork(const timespec& deadline);
+  void after_fork_in_parent();
+  void after_fork_in_child();
+
  private:
+  enum class Fork { kNotHeld, kHeld, kHeldForWritingBefore };
+
   ACE_RW_Thread_Mutex m_mutex;
+  Fork m_fork = Fork::kNotHeld;  // changed by one thread at a time: that which forks
 };
 
 /// Holds the lock for reading.

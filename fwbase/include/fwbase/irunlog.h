@@ -42,8 +42,10 @@ namespace fwbase {
 ///           or of room on the disk, is dropped, and the next one is tried again. A lock call that
 ///           fails stores its error number in errno and the operation goes on.
 /// Exit      a process that ends without release() writes what is queued before the library's
-///           static objects go; from then on records are written in the caller's thread. A child
-///           made with fork() has no writer thread: it should stay in direct mode.
+///           static objects go; from then on records are written in the caller's thread.
+/// Fork      a child made with fork() has no writer thread: its records are written in the caller's
+///           thread, whatever asynch() says, until its own init(). What was queued is written by
+///           the parent, which notices nothing. See IFWBase.
 struct FWBASE_API IRunLog {
   /// The level of a record. Each is one bit, for masks.
   enum Type : unsigned int { TRACE = 1, DEBUG = 2, WARN = 4, ERROR = 8, ALERT = 16, DUMP = 32 };
