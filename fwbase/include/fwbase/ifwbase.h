@@ -25,12 +25,12 @@ namespace fwbase {
 ///          A replacement must live until it is no longer installed and no thread uses it.
 /// Hosts:   code of modules, objects and environments that throws does not leave the facade's
 ///          lock held; release() says what a second call does.
-/// Forks:   fork() may be called at any time; the child can use the facade, with what it held at that
-///          moment. The call waits, at most one second, until no other thread changes a component:
-///          one that is busy longer (in a module's init(), say) may leave the child that component
-///          half changed. A host function, module or factory may fork; IObject::clone() must not,
-///          nor must a run log's write(). The child's run log writes in the caller's thread until
-///          init(). vfork() and posix_spawn() concern the facade in no way.
+/// Forks:   fork() may be called at any time; the child can use the facade, with what it held at
+///          that moment. The call waits, at most one second, until no other thread changes a
+///          component: one that is busy longer (in a module's init(), say) may leave the child that
+///          component half changed. A host function, module or factory may fork; IObject::clone()
+///          must not, nor must a run log's write(). The child's run log writes in the caller's
+///          thread until init(). vfork() and posix_spawn() do not concern the facade.
 struct FWBASE_API IFWBase {
   /// Gives the facade: the same pointer on every call, from any thread. The first call makes it.
   ///
