@@ -1,36 +1,18 @@
 #include "utility/text_codec.h"
 
 #include <gtest/gtest.h>
-#include <langinfo.h>
 #include <locale.h>
-#include <stdlib.h>
 
 #include <thread>
 
+#include "tests/support/gbk_locale.h"
 #include "tests/utility/xml_file.h"
 
 namespace {
 
 using namespace utility;
+using fwbase::test::GbkLocale;
 using std::string_literals::operator""s;
-
-// The locale zh_CN.GBK: the system's, or one made for the test.
-class GbkLocale {
- public:
-  GbkLocale() {
-    if (::setlocale(LC_ALL, "zh_CN.GBK") == nullptr) {
-      const std::string name = m_directory.path("zh_CN.GBK");
-      EXPECT_EQ(::system(("localedef -i zh_CN -f GBK " + name).c_str()), 0);
-      ::setenv("LOCPATH", m_directory.path().c_str(), 1);
-      ::setlocale(LC_ALL, "zh_CN.GBK");
-    }
-    EXPECT_STREQ(::nl_langinfo(CODESET), "GBK") << "there is no locale zh_CN.GBK";
-  }
-  ~GbkLocale() { ::setlocale(LC_ALL, "C"); }
-
- private:
-  fwbase::test::TempDir m_directory;
-};
 
 TEST(TextCodec, ConvertsTheCLocaleAsUtf8) {
   struct {
