@@ -64,8 +64,10 @@ struct FWBASE_API IFWBase {
   /// code is its own removes it in its IMM::IBase::release().
   ///
   /// Objects in keyed environments are released while the facade's lock is held: they must not
-  /// call its setters, create_global_env(), global_env(key) or destroy_global_env(), which would
-  /// wait for ever. The getters without an argument are safe.
+  /// call its setters, create_global_env(), global_env(key) or destroy_global_env(), nor wait for a
+  /// thread that does: that thread would wait for ever. A call on their own thread does not wait
+  /// (errno is EDEADLK) but runs in the middle of release(). The getters without an argument are
+  /// safe, and give null by then.
   ///
   /// When host code throws (a module, or an object in an environment), the exception reaches the
   /// caller and what would have followed is left as it was. A second call goes on from there:

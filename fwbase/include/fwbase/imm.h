@@ -17,7 +17,10 @@ namespace fwbase {
 ///          are refused before the lock is taken.
 /// Hosts:   modules (init, release), factories (create, destroy), creation functions and the
 ///          loading and unloading of libraries (with their static objects) run under the lock
-///          held for writing. They must not call the same manager, or they wait for ever.
+///          held for writing. They must not call the same manager, nor wait for a thread that
+///          does: that thread would wait for ever. A call on their own thread does not wait (errno
+///          is EDEADLK) but runs in the middle of the operation around it, whose tables it may
+///          upset: a module may be released twice, say.
 /// Throws:  what a module, a factory or a creation function throws reaches the caller of the
 ///          operation, with the lock given back; each operation says what is remembered then.
 /// Failure: a failure is logged at ERROR unless said otherwise. When memory runs out, the
