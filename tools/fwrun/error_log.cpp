@@ -23,8 +23,10 @@ using fwbase::IFWBase;
 ErrorLog::ErrorLog() : m_inner(IFWBase::instance()->runlog(this)) { type(0); }
 
 ErrorLog::~ErrorLog() {
-  IFWBase::instance()->runlog(m_inner);
-  m_inner->type(m_levels);
+  if (IFWBase::instance()->runlog() == this) {
+    IFWBase::instance()->runlog(m_inner);
+    m_inner->type(m_levels);
+  }
 }
 
 void ErrorLog::type(unsigned int mask) {

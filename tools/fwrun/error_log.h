@@ -12,7 +12,8 @@
 
 namespace fwrun {
 
-/// Installed as the facade's run log while it lives. Any thread may write.
+/// Installed as the facade's run log while it lives, unless the facade is released before. Any
+/// thread may write.
 class ErrorLog : public fwbase::IRunLog {
  public:
   ErrorLog();

@@ -11,10 +11,6 @@ using tools::quoted;
 
 namespace {
 
-std::string literal(const std::string& type, const std::string& value) {
-  return type == "int" ? value : quoted(value);
-}
-
 // The declared parameters, null for an argument that the engine ignores.
 const Parameter* parameter(const Function* function, const std::string& tag) {
   if (function == nullptr) {
@@ -26,7 +22,7 @@ const Parameter* parameter(const Function* function, const std::string& tag) {
 }
 
 std::string call_line(const ScriptFile& script, const ScriptCall& call) {
-  const Function* const function = script.function(call.function);
+  const Function* const function = script.functions.find(call.function);
   std::vector<std::string> arguments;
   for (const Argument& argument : call.arguments) {
     const Parameter* const declared = parameter(function, argument.tag);
@@ -38,9 +34,8 @@ std::string call_line(const ScriptFile& script, const ScriptCall& call) {
                : literal(declared != nullptr ? declared->type : "string", argument.text)));
     }
   }
-  const std::string result = call.result.empty() ? "" : " -> " + call.result;
   const std::string remark = function != nullptr ? "" : "  (no Func declares it)";
-  return "    " + call.function + "(" + joined(arguments) + ")" + result + remark + "\n";
+  return "    " + call_text(call.function, arguments, call.result) + remark + "\n";
 }
 
 std::string function_line(const Function& function) {
@@ -53,6 +48,15 @@ std::string function_line(const Function& function) {
 }
 
 }  // namespace
+
+std::string literal(const std::string& type, const std::string& value) {
+  return type == "int" ? value : quoted(value);
+}
+
+std::string call_text(const std::string& function, const std::vector<std::string>& arguments,
+                      const std::string& result) {
+  return function + "(" + joined(arguments) + ")" + (result.empty() ? "" : " -> " + result);
+}
 
 std::string variable_line(const std::string& name, const std::string& type,
                           const std::string& value) {

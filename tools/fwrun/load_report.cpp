@@ -30,13 +30,14 @@ std::string provided_signature(IScript::ISyntax& function) {
 
 std::string call_mismatch(const ScriptFile& script, const CallWatch& provided,
                           const std::string& name) {
-  const Function* const declared = script.function(name);
+  const Function* const declared = script.functions.find(name);
   if (declared == nullptr) {
     return "which no Func in the script declares";
   }
   IScript::ISyntax* const function = provided.find(name);
   if (function == nullptr) {
-    return "which fwrun does not provide; docs/functions.md describes what it does";
+    return "which no module provides; --module names one that does, --mock " + name +
+           " stands in for it";
   }
   if (declared_signature(*declared) != provided_signature(*function)) {
     return "whose Func declares " + declared_signature(*declared) + " where " +

@@ -1,4 +1,4 @@
-// fwrun: runs sections of a script with the general functions.
+// fwrun: runs sections of a script with the functions of modules.
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -37,8 +37,9 @@ const Bits kDetails = {
 const char* const kFooter =
     "Without SECTION the only one is run; of a script with several, what it holds is listed.\n"
     "\n"
-    "Exit status: 0 done; 1 a call failed, or a result could not be saved or written;\n"
-    "2 wrong usage, or the script cannot be loaded: nothing was run.\n"
+    "Exit status: 0 done; 1 a call failed, a result could not be saved or written, or a module\n"
+    "threw as it was released;\n"
+    "2 wrong usage, or a module or the script cannot be loaded: nothing was run.\n"
     "\n"
     "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
     "The log is GBK; iconv -f GBK -t UTF-8 run.log shows it.";
@@ -100,8 +101,32 @@ Assignment assignment_of(const char* option, const std::string& text) {
   return {name, value};
 }
 
+// The function stands behind the last colon of the file name: directories may have colons, and a
+// file name with one needs a function behind it. What follows the first '=' is the argument.
+ModuleOption module_of(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  const std::string left = text.substr(0, equals);
+  const std::size_t slash = left.rfind('/');
+  std::size_t colon = left.rfind(':');
+  if (slash != left.npos && colon != left.npos && colon < slash) {
+    colon = left.npos;
+  }
+  ModuleOption module{left.substr(0, colon), kDefaultCreateFunction, {}};
+  if (colon != left.npos) {
+    module.function = left.substr(colon + 1);
+  }
+  if (equals != text.npos) {
+    module.argument = text.substr(equals + 1);
+  }
+  if (module.path.empty() || module.function.empty()) {
+    throw CLI::ValidationError("--module", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
+  }
+  return module;
+}
+
 // What is typed, before its parts are looked at.
 struct Typed {
+  std::vector<std::string> modules;
   std::string levels;
   std::string details;
   std::vector<std::string> globals;
@@ -116,6 +141,21 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_option("SCRIPT", options.script, "The script file")->required();
   app.add_option("SECTION", options.sections, "Sections to run, one after the other");
 
+  app.add_option("--module", typed.modules,
+                 "Create a module of the library PATH by FUNCTION (create_module\n"
+                 "when not given) and hand ARGUMENT to its init(). Without a\n"
+                 "directory PATH is looked for beside fwrun first. The module of\n"
+                 "the library fwstd is always created, before the others")
+      ->type_name("PATH[:FUNCTION][=ARGUMENT]")
+      ->allow_extra_args(false);
+  app.add_option("--mock", options.mocks,
+                 "Let a function that the script declares and no module provides\n"
+                 "print its calls and succeed")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  app.add_flag("--mock-missing", options.mock_missing,
+               "Mock every function that the script declares and no module\n"
+               "provides");
   app.add_option("--log", options.log_file, "Append log records to FILE")->type_name("FILE");
   app.add_option("--level", typed.levels,
                  "Log these levels: of trace,debug,warn,error,alert,dump, or all\n"
@@ -140,7 +180,8 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void check_combination(const CLI::App& app) {
-  for (const char* const option : {"SECTION", "--log", "--set", "--env", "--print", "--save"}) {
+  for (const char* const option : {"SECTION", "--module", "--mock", "--mock-missing", "--log",
+                                   "--set", "--env", "--print", "--save"}) {
     if (app.count(option) != 0 && app.count("--list") != 0) {
       throw CLI::ValidationError(option, "does not go with --list, which runs nothing");
     }
@@ -151,6 +192,9 @@ void interpret(const Typed& typed, Options& options) {
   options.levels =
       typed.levels.empty() ? kDefaultLevels : bits_of("--level", typed.levels, kLevels);
   options.details = typed.details.empty() ? 0 : bits_of("--details", typed.details, kDetails);
+  for (const std::string& text : typed.modules) {
+    options.modules.push_back(module_of(text));
+  }
   for (const std::string& text : typed.globals) {
     options.globals.push_back(assignment_of("--set", text));
   }

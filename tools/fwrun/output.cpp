@@ -6,8 +6,18 @@
 
 namespace fwrun {
 
+bool write_text(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+    return true;
+  }
+  const int error = errno;
+  std::clearerr(stdout);
+  errno = error;
+  return false;
+}
+
 Status write_out(const std::string& text) {
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+  if (!write_text(text)) {
     complain(std::string("cannot write to standard output: ") + std::strerror(errno));
     return kFailed;
   }

@@ -12,7 +12,10 @@ enum Status : int {
   kNothing = 2,  ///< wrong usage or a script that cannot be loaded: no section was run
 };
 
-/// Writes `text` to standard output at once. When that fails, says so and gives kFailed.
+/// Writes `text` to standard output at once. False when that fails, with the reason in errno.
+bool write_text(const std::string& text);
+
+/// The same; says on standard error what went wrong, and gives kFailed.
 Status write_out(const std::string& text);
 
 /// Writes "fwrun: ", `message` and the end of the line to standard error.

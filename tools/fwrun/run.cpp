@@ -5,9 +5,10 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "functions/functions.h"
 #include "listing.h"
 #include "load_report.h"
+#include "mocks.h"
+#include "modules.h"
 #include "printing.h"
 #include "running.h"
 #include "support/text.h"
@@ -22,18 +23,25 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IScript;
 
-// The library, in service while this lives.
+// Takes the library out of service, and with it all modules.
 class Library {
  public:
-  Library() : m_state(IFWBase::instance()->init()) {}
-  ~Library() { IFWBase::instance()->release(); }
+  Library() = default;
+  ~Library() { release(); }
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  ec::EC state() const { return m_state; }
-
- private:
-  ec::EC m_state;
+  // False when a module threw. The next call goes on behind it, so that the others end too.
+  bool release() {
+    for (bool all_ended = true;; all_ended = false) {
+      try {
+        IFWBase::instance()->release();
+        return all_ended;
+      } catch (...) {
+        complain("a module could not be released: " + tools::exception_text());
+      }
+    }
+  }
 };
 
 bool open_log(const Options& options, ErrorLog& log) {
@@ -79,23 +87,33 @@ std::string reason_refused(ec::EC loaded, const ScriptFile& script, const CallWa
   return is_mismatch ? mismatch(script, watch) : "";
 }
 
-bool load(const Options& options, ScriptFile& script, CallWatch& watch, ErrorLog& errors) {
+// What the sections run with, apart from the modules.
+struct Host {
+  ErrorLog errors;
+  CallWatch watch{errors};
+  Mocks mocks;
+};
+
+bool load(const Options& options, ScriptFile& script, Host& host) {
   std::string why = reason_unreadable(options.script);
   if (!why.empty()) {
-    report_load_failure(options, ec::SCRIPT_E_LOAD, why, errors);
+    report_load_failure(options, ec::SCRIPT_E_LOAD, why, host.errors);
+    return false;
+  }
+  const bool is_read = read_script_file(options.script, script, why);
+  if (is_read && !host.mocks.add(options, script, host.watch)) {
     return false;
   }
   const ec::EC loaded = IFWBase::instance()->script()->load_script(options.script.c_str());
-  const bool is_read = read_script_file(options.script, script, why);
   if (ec::succeeded(loaded) && is_read) {
     return true;
   }
   report_load_failure(options, ec::failed(loaded) ? loaded : ec::SCRIPT_E_LOAD,
-                      is_read ? reason_refused(loaded, script, watch) : why, errors);
+                      is_read ? reason_refused(loaded, script, host.watch) : why, host.errors);
   return false;
 }
 
-std::vector<std::string> names_of(const std::vector<Section>& sections) {
+std::vector<std::string> names_of(const NamedList<Section>& sections) {
   std::vector<std::string> names;
   for (const Section& section : sections) {
     names.push_back(section.name);
@@ -105,7 +123,7 @@ std::vector<std::string> names_of(const std::vector<Section>& sections) {
 
 bool all_known(const Options& options, const ScriptFile& script) {
   for (const std::string& name : options.sections) {
-    if (script.section(name) == nullptr) {
+    if (script.sections.find(name) == nullptr) {
       complain("'" + options.script + "' has no section '" + name +
                "'; it has: " + joined(names_of(script.sections)));
       return false;
@@ -171,10 +189,10 @@ Status run_and_store(const std::vector<std::string>& sections, const Options& op
   return status;
 }
 
-Status run_script(const Options& options, CallWatch& watch, ErrorLog& errors) {
+Status run_script(const Options& options, Host& host) {
   char environment = 0;  // its address tells this environment from others
   ScriptFile script;
-  if (!load(options, script, watch, errors) || !all_known(options, script)) {
+  if (!load(options, script, host) || !all_known(options, script)) {
     return kNothing;
   }
   std::vector<std::string> sections = options.sections;
@@ -184,10 +202,10 @@ Status run_script(const Options& options, CallWatch& watch, ErrorLog& errors) {
   if (sections.empty()) {
     return write_out(listing(script));
   }
-  if (!set_variables(options, errors, &environment)) {
+  if (!set_variables(options, host.errors, &environment)) {
     return kNothing;
   }
-  return run_and_store(sections, options, {script, watch, errors, &environment});
+  return run_and_store(sections, options, {script, host.watch, host.errors, &environment});
 }
 
 Status list_script(const Options& options) {
@@ -200,25 +218,32 @@ Status list_script(const Options& options) {
   return write_out(listing(script));
 }
 
-}  // namespace
-
-Status run(const Options& options) {
-  const Library library;
-  if (ec::failed(library.state())) {
-    complain("cannot start the library: " + described(library.state()));
-    return kNothing;
-  }
+Status work(const Options& options, Host& host) {
   if (options.list) {
     return list_script(options);
   }
-  ErrorLog log;
-  if (!open_log(options, log)) {
+  if (!open_log(options, host.errors)) {
     return kNothing;
   }
-  CallWatch watch(log);
-  functions::register_functions(*IFWBase::instance()->script(),
-                                [&](IScript::ISyntax& function) { return watch.watch(function); });
-  return run_script(options, watch, log);
+  if (!create_modules(options.modules, host.errors)) {
+    point_to_log(options);
+    return kNothing;
+  }
+  return run_script(options, host);
+}
+
+}  // namespace
+
+Status run(const Options& options) {
+  const ec::EC started = IFWBase::instance()->init();
+  Host host;
+  Library library;  // ends before the host, which modules use until they are released
+  if (ec::failed(started)) {
+    complain("cannot start the library: " + described(started));
+    return kNothing;
+  }
+  const Status status = work(options, host);
+  return library.release() || status != kDone ? status : kFailed;
 }
 
 }  // namespace fwrun

@@ -8,6 +8,7 @@
 namespace fwrun {
 
 using tools::described;
+using tools::exception_text;
 
 namespace {
 
@@ -23,14 +24,27 @@ std::string failed_call(const Section& section, std::size_t succeeded) {
 
 bool run_section(const std::string& name, const Loaded& loaded) {
   loaded.watch.begin(name);
-  const ec::EC result =
-      fwbase::IFWBase::instance()->script()->exec_scommad(name.c_str(), loaded.environment);
-  if (ec::succeeded(result)) {
-    return true;
+  const auto place = [&] {
+    return failed_call(*loaded.script.sections.find(name), loaded.watch.succeeded());
+  };
+  try {
+    const ec::EC result =
+        fwbase::IFWBase::instance()->script()->exec_scommad(name.c_str(), loaded.environment);
+    if (ec::failed(result)) {
+      report_failure(place(), result, loaded.errors);
+    }
+    return ec::succeeded(result);
+  } catch (...) {
+    report_exception(place(), loaded.errors);
+    return false;
   }
-  report_failure(failed_call(*loaded.script.section(name), loaded.watch.succeeded()), result,
-                 loaded.errors);
-  return false;
+}
+
+void report(const std::string& what, ErrorLog& errors) {
+  complain(what);
+  for (const std::string& error : errors.take_errors()) {
+    complain("  " + error);
+  }
 }
 
 }  // namespace
@@ -45,10 +59,11 @@ bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded
 }
 
 void report_failure(const std::string& what, ec::EC code, ErrorLog& errors) {
-  complain(what + ": " + described(code));
-  for (const std::string& error : errors.take_errors()) {
-    complain("  " + error);
-  }
+  report(what + ": " + described(code), errors);
+}
+
+void report_exception(const std::string& what, ErrorLog& errors) {
+  report(what + ": " + exception_text(), errors);
 }
 
 }  // namespace fwrun

@@ -26,6 +26,9 @@ bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded
 /// Says on standard error what failed with `code`, followed by the errors that were logged.
 void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
 
+/// The same about what failed with the exception that is being handled.
+void report_exception(const std::string& what, ErrorLog& errors);
+
 }  // namespace fwrun
 
 #endif

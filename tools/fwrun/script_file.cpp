@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -105,7 +104,7 @@ void read_process(CElement process, ScriptFile& script) {
   }
   for (const CElement& exec : children(process, "Exec")) {
     for (const CElement& section : children(exec, "section")) {
-      script.sections.push_back(read_section(section));
+      script.sections.add(read_section(section));
     }
   }
 }
@@ -113,7 +112,7 @@ void read_process(CElement process, ScriptFile& script) {
 void read_root(CElement root, ScriptFile& script) {
   for (const CElement& group : children(root, "template")) {
     for (const CElement& function : children(group, "Func")) {
-      script.functions.push_back(read_function(function));
+      script.functions.add(read_function(function));
     }
   }
   for (const CElement& process : children(root, "Process")) {
@@ -126,22 +125,7 @@ void read_root(CElement root, ScriptFile& script) {
   }
 }
 
-template <typename Named>
-const Named* find_named(const std::vector<Named>& all, const std::string& name) {
-  const auto found =
-      std::find_if(all.begin(), all.end(), [&](const Named& one) { return one.name == name; });
-  return found != all.end() ? &*found : nullptr;
-}
-
 }  // namespace
-
-const Section* ScriptFile::section(const std::string& name) const {
-  return find_named(sections, name);
-}
-
-const Function* ScriptFile::function(const std::string& name) const {
-  return find_named(functions, name);
-}
 
 bool read_script_file(const std::string& path, ScriptFile& script, std::string& why) {
   why = reason_unreadable(path);

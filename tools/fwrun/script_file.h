@@ -2,11 +2,38 @@
 #ifndef FWRUN_SCRIPT_FILE_H
 #define FWRUN_SCRIPT_FILE_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace fwrun {
+
+/// Things that have a name, in the order of the file. Of several with one name the first is found.
+template <typename Named>
+class NamedList {
+ public:
+  void add(Named one) {
+    m_places.emplace(one.name, m_all.size());
+    m_all.push_back(std::move(one));
+  }
+
+  /// Null when there is none. Valid until another one is added.
+  const Named* find(const std::string& name) const {
+    const auto found = m_places.find(name);
+    return found != m_places.end() ? &m_all[found->second] : nullptr;
+  }
+
+  std::size_t size() const { return m_all.size(); }
+  auto begin() const { return m_all.begin(); }
+  auto end() const { return m_all.end(); }
+
+ private:
+  std::vector<Named> m_all;
+  std::unordered_map<std::string, std::size_t> m_places;
+};
 
 struct Parameter {
   std::string tag;
@@ -43,13 +70,10 @@ struct Variable {
 };
 
 struct ScriptFile {
-  std::vector<Function> functions;
-  std::vector<Section> sections;
+  NamedList<Function> functions;
+  NamedList<Section> sections;
   std::vector<Variable> variables;
   std::vector<std::string> other_processes;  ///< names of those that the engine passes over
-
-  const Section* section(const std::string& name) const;
-  const Function* function(const std::string& name) const;
 };
 
 /// Reads the file; the engine must be initialised. What a script must have and this one lacks

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
 #include "support/charset.h"
 
@@ -77,6 +78,16 @@ std::string described(ec::EC code) {
   char number[16];
   std::snprintf(number, sizeof number, " (0x%08x): ", code);
   return ec::name(code) + std::string(number) + ec::text(code);
+}
+
+std::string exception_text() {
+  try {
+    throw;
+  } catch (const std::exception& error) {
+    return std::string("an exception: ") + error.what();
+  } catch (...) {
+    return "an exception of unknown type";
+  }
 }
 
 std::string readable(const std::string& message) {

@@ -18,6 +18,10 @@ std::string quoted(const std::string& text);
 /// "SCRIPT_E_LOAD (0x0008000f): the script document could not be loaded"
 std::string described(ec::EC code);
 
+/// What the exception that is being handled says: "an exception: memory is low", or "an exception
+/// of unknown type".
+std::string exception_text();
+
 /// A log message as UTF-8. The library's own words are GBK; names and values that it puts among
 /// them are as the script has them, which is UTF-8.
 std::string readable(const std::string& message);

@@ -1,8 +1,8 @@
 #include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 
-#include "functions/functions.h"
 #include "running.h"
+#include "tests/support/host_function.h"
 #include "tests/support/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
@@ -100,25 +100,59 @@ TEST(FwrunCalls, NameAFunctionThatTheEngineDoesNotHave) {
   const fwbase::test::ScriptFile file(
       script_with("<section name=\"s\"><set_int><value>1</value></set_int>"
                   "<add><a>1</a><b>2</b></add></section>"));
+  fwbase::test::HostFunction set_int("set_int", {fwbase::IScript::VT_INT});
+  fwbase::test::HostFunction add("add", {fwbase::IScript::VT_INT, fwbase::IScript::VT_INT});
+  ErrorLog errors;
+  CallWatch watch(errors);
+  ASSERT_TRUE(facade->script()->expand_syntax(&add));
+  ASSERT_TRUE(ec::succeeded(facade->script()->init()));
+  ASSERT_TRUE(facade->script()->expand_syntax(&set_int));
+  ASSERT_TRUE(ec::succeeded(facade->script()->load_script(file.path())));
+  fwrun::ScriptFile script;
+  std::string why;
+  ASSERT_TRUE(read_script_file(file.path(), script, why)) << why;
+
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(run_sections({"s"}, {script, watch, errors, nullptr}));
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "fwrun: section 's', call 2, add: SCRIPT_NO_FUNC (0x0008000d): call of a script "
+            "function for which no syntax extension exists\n"
+            "fwrun:   不存在的脚本函数:(add)\n");
+  facade->release();
+}
+
+TEST(FwrunCalls, WatchTheEngineOnlyWhileTheWatchLives) {
+  fwbase::IFWBase* const facade = fwbase::IFWBase::instance();
+  ASSERT_TRUE(ec::succeeded(facade->init()));
+  fwbase::IScript* const engine = facade->script();
   {
     ErrorLog errors;
     CallWatch watch(errors);
-    functions::register_functions(*facade->script(), {});
-    ASSERT_TRUE(ec::succeeded(facade->script()->init()));
-    facade->script()->expand_syntax(watch.watch(functions::variable_functions()[0]));
-    ASSERT_TRUE(ec::succeeded(facade->script()->load_script(file.path())));
-    fwrun::ScriptFile script;
-    std::string why;
-    ASSERT_TRUE(read_script_file(file.path(), script, why)) << why;
-
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(run_sections({"s"}, {script, watch, errors, nullptr}));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "fwrun: section 's', call 2, add: SCRIPT_NO_FUNC (0x0008000d): call of a script "
-              "function for which no syntax extension exists\n"
-              "fwrun:   不存在的脚本函数:(add)\n");
+    EXPECT_EQ(facade->script(), &watch);
+    EXPECT_FALSE(watch.expand_syntax(nullptr));
+    EXPECT_EQ(errors.take_errors().size(), 1U);
+    EXPECT_EQ(watch.find("f"), nullptr);
+    fwbase::test::HostFunction first("f");
+    fwbase::test::HostFunction second("f", {fwbase::IScript::VT_INT});
+    EXPECT_TRUE(watch.expand_syntax(&first));
+    EXPECT_TRUE(watch.expand_syntax(&second));
+    ASSERT_NE(watch.find("f"), nullptr);
+    EXPECT_EQ(watch.find("f")->param_count(), 1);
   }
+  EXPECT_EQ(facade->script(), engine);
   facade->release();
+}
+
+TEST(FwrunCalls, AReleasedFacadeStaysReleasedWhenTheWatchEnds) {
+  fwbase::IFWBase* const facade = fwbase::IFWBase::instance();
+  ASSERT_TRUE(ec::succeeded(facade->init()));
+  {
+    ErrorLog errors;
+    CallWatch watch(errors);
+    facade->release();
+  }
+  EXPECT_EQ(facade->script(), nullptr);
+  EXPECT_EQ(facade->runlog(), nullptr);
 }
 
 }  // namespace fwrun::test

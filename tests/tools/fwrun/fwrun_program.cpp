@@ -3,7 +3,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "tests/tools/fwrun/functions/documented_functions.h"
+#include "tests/tools/fwstd/documented_functions.h"
 
 namespace fwrun::test {
 
@@ -24,8 +24,8 @@ ProgramResult run_fwrun(std::vector<std::string> arguments, Stdout standard_outp
 
 std::string script_with(const std::string& exec, const std::string& data) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<korvid>" +
-         functions::test::documented_template() + "<Process name=\"\"><Data>" + data +
-         "</Data><Exec>" + exec + "</Exec></Process></korvid>";
+         fwstd::test::documented_template() + "<Process name=\"\"><Data>" + data + "</Data><Exec>" +
+         exec + "</Exec></Process></korvid>";
 }
 
 std::string print_call(const std::string& text) {

@@ -62,7 +62,7 @@ TEST(FwrunLoading, NamesACallThatNoFuncDeclares) {
                       "fwrun:   section 's' calls '查询', which no Func in the script declares\n");
 }
 
-TEST(FwrunLoading, NamesAFunctionThatIsNotProvided) {
+TEST(FwrunLoading, NamesAFunctionThatNoModuleProvides) {
   const ScriptFile file(
       "<korvid><template><Func name=\"fly\"/></template><Process name=\"\"><Exec>"
       "<section name=\"s\"><fly/></section></Exec></Process></korvid>");
@@ -70,8 +70,8 @@ TEST(FwrunLoading, NamesAFunctionThatIsNotProvided) {
                       "SCRIPT_NO_RULE (0x00080005): no template registered for a function, or a "
                       "call of a function that no function declaration names\n"
                       "fwrun:   没有找到模板[fly]\n"
-                      "fwrun:   section 's' calls 'fly', which fwrun does not provide; "
-                      "docs/functions.md describes what it does\n");
+                      "fwrun:   section 's' calls 'fly', which no module provides; --module "
+                      "names one that does, --mock fly stands in for it\n");
 }
 
 TEST(FwrunLoading, ShowsTheSignatureThatAFuncMustDeclare) {

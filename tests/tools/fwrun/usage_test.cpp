@@ -12,9 +12,10 @@ TEST(FwrunUsage, HelpNamesEveryOptionAndStatus) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   for (const char* const text :
-       {"SCRIPT", "SECTION", "--log FILE", "--level LIST", "--details LIST", "--queued",
-        "--set NAME=VALUE", "--env NAME=VALUE", "--print", "--save", "--list", "--help",
-        "--version", "Exit status: 0"}) {
+       {"SCRIPT", "SECTION", "--module PATH[:FUNCTION][=ARGUMENT]", "--mock NAME", "--mock-missing",
+        "--log FILE", "--level LIST", "--details LIST", "--queued", "--set NAME=VALUE",
+        "--env NAME=VALUE", "--print", "--save", "--list", "--help", "--version",
+        "Exit status: 0"}) {
     EXPECT_NE(result.out.find(text), std::string::npos) << text;
   }
 }
@@ -37,6 +38,17 @@ TEST(FwrunUsage, WrongUsageIsStatus2AndPointsToHelp) {
       {{"s.xml", "--log", "l", "--details", "pid,date"},
        "--details: 'date' is not one of pid, tid, time"},
       {{"s.xml", "--list", "section"}, "SECTION: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--module", "m"},
+       "--module: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--mock", "f"}, "--mock: does not go with --list, which runs nothing"},
+      {{"s.xml", "--list", "--mock-missing"},
+       "--mock-missing: does not go with --list, which runs nothing"},
+      {{"s.xml", "--module", ""}, "--module: '' is not PATH[:FUNCTION][=ARGUMENT]"},
+      {{"s.xml", "--module", "=x"}, "--module: '=x' is not PATH[:FUNCTION][=ARGUMENT]"},
+      {{"s.xml", "--module", ":create"}, "--module: ':create' is not PATH[:FUNCTION][=ARGUMENT]"},
+      {{"s.xml", "--module", "m:"}, "--module: 'm:' is not PATH[:FUNCTION][=ARGUMENT]"},
+      {{"s.xml", "--module", "./m.so:=x"},
+       "--module: './m.so:=x' is not PATH[:FUNCTION][=ARGUMENT]"},
       {{"s.xml", "--list", "--log", "l"}, "--log: does not go with --list, which runs nothing"},
       {{"s.xml", "--list", "--set", "a=1"}, "--set: does not go with --list, which runs nothing"},
       {{"s.xml", "--list", "--env", "a=1"}, "--env: does not go with --list, which runs nothing"},

@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Installs the build into a fresh prefix, moves it, and runs a script there with the installed
+# command, which has to find its library and its module by itself.
+#
+# usage: installed_command_test.sh BUILD_DIR WORK_DIR
+set -euo pipefail
+build=$1 work=$2
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+
+rm -rf "$work"
+mkdir -p "$work"
+work=$(realpath "$work")
+cmake --install "$build" --prefix "$work/first" >"$work/install.log"
+mv "$work/first" "$work/moved"
+
+unset LD_LIBRARY_PATH
+cd /
+"$(find "$work/moved" -type f -name fwrun)" --env a=40 "$here/sum.xml" >"$work/out"
+diff - "$work/out" <<<"40 and 2 make 42"
+
+# The module stands where modules are installed, not beside the command.
+[ "$(find "$work/moved" -name libfwstd.so | grep -c '/fwbase-1/libfwstd\.so$')" = 1 ]
+# It finds the library without the help of the command's own copy.
+module=$(find "$work/moved" -name libfwstd.so)
+ldd "$module" | grep -q "libfwbase\.so\.1 => $work/moved/"

@@ -1,0 +1,114 @@
+// Input from outside the script: files and the clock.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "fwstd/functions.h"
+
+namespace fwstd {
+
+namespace {
+
+using fwbase::IScript;
+
+class Descriptor {
+ public:
+  // Not blocking: opening a pipe that nobody writes to would wait for ever.
+  explicit Descriptor(const char* path) : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+  ~Descriptor() {
+    if (m_number >= 0) {
+      close(m_number);
+    }
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int number() const { return m_number; }
+
+ private:
+  int m_number;
+};
+
+std::string cannot_read(const std::string& path, const std::string& why) {
+  return "cannot read '" + path + "': " + why;
+}
+
+// Appends up to `size` bytes; false, with errno set, when reading fails. The size that the file
+// system tells is of no use: for files that the kernel makes up as they are read it is 0.
+bool read_some(int descriptor, std::size_t size, std::string& content) {
+  while (content.size() < size) {
+    char buffer[4096];
+    const ssize_t got = read(descriptor, buffer, std::min(sizeof buffer, size - content.size()));
+    if (got > 0) {
+      content.append(buffer, static_cast<std::size_t>(got));
+    } else if (got == 0) {
+      break;
+    } else if (errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
+}
+
+ec::EC read_file(const Call& call) {
+  const std::string path = call.text(0);
+  const std::int32_t limit = call.number(1);
+  if (limit < 1) {
+    return call.fail(ec::SCRIPT_BAD_PARAM,
+                     "the limit is " + std::to_string(limit) + " bytes, not 1 or more");
+  }
+  const Descriptor file(path.c_str());
+  if (file.number() < 0) {
+    const int error = errno;
+    return call.fail(error == ENOENT ? ec::SCRIPT_NOT_FOUND : ec::SCRIPT_BAD_PARAM,
+                     cannot_read(path, std::strerror(error)));
+  }
+  struct stat status {};
+  if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    return call.fail(ec::SCRIPT_BAD_PARAM, cannot_read(path, "it is not a regular file"));
+  }
+  std::string content;
+  if (!read_some(file.number(), static_cast<std::size_t>(limit) + 1, content)) {
+    return call.fail(ec::SCRIPT_BAD_PARAM, cannot_read(path, std::strerror(errno)));
+  }
+  if (content.size() > static_cast<std::size_t>(limit)) {
+    return call.fail(ec::SCRIPT_BAD_PARAM,
+                     cannot_read(path, "it is longer than " + std::to_string(limit) + " bytes"));
+  }
+  if (content.find('\0') != content.npos) {
+    return call.fail(ec::SCRIPT_BAD_PARAM,
+                     cannot_read(path, "it holds a zero byte, so it is no text"));
+  }
+  return call.give(content);
+}
+
+ec::EC current_time(const Call& call) {
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  // The blank in front tells an empty text from one that is too long, for which strftime gives 0.
+  const std::string format = std::string(" ") + call.text(0);
+  char text[1 + 256] = "";
+  if (localtime_r(&now, &local) == nullptr ||
+      std::strftime(text, sizeof text, format.c_str(), &local) == 0) {
+    return call.fail(ec::SCRIPT_BAD_PARAM, std::string("the format '") + call.text(0) +
+                                               "' gives no text of up to 255 bytes");
+  }
+  return call.give(std::string(text + 1));
+}
+
+}  // namespace
+
+std::span<Function> input_functions() {
+  static Function functions[] = {
+      {"read_file", {IScript::VT_STRING, IScript::VT_INT}, read_file},
+      {"current_time", {IScript::VT_STRING}, current_time},
+  };
+  return functions;
+}
+
+}  // namespace fwstd
