@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "tests/docs/markdown.h"
+#include "tests/support/matching.h"
 #include "tests/support/run_program.h"
 #include "tests/support/temp_dir.h"
 
@@ -21,6 +22,7 @@ using fwbase::IGlobalEnv;
 using fwbase::IMM;
 using fwbase::IScript;
 using fwbase::test::code_spans;
+using fwbase::test::has_match;
 using fwbase::test::MarkdownPage;
 using fwbase::test::ProgramResult;
 using fwbase::test::read_file;
@@ -263,6 +265,7 @@ TEST_F(ModulesGuideProject, BuildsAModuleThatDoesWhatThePageSays) {
       fw->mm()->create_module(module, project.path("build/tally").c_str(), "create_module", start),
       ec::MM_OK);
 
+  EXPECT_TRUE(has_match(project.output(), "\n +sum: int = 42\n")) << project.output();
   ASSERT_EQ(fw->script()->load_script(project.path("tally.xml").c_str()), ec::SCRIPT_OK);
   EXPECT_EQ(fw->script()->exec_scommad("add", nullptr), ec::SCRIPT_OK);
   std::int32_t sum = 0;
