@@ -1,0 +1,135 @@
+// One connection: the lines that come in, the script that answers them, the replies that go out.
+#ifndef SESSION_SERVER_SESSION_H
+#define SESSION_SERVER_SESSION_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <ace/Event_Handler.h>
+#include <ace/Message_Block.h>
+
+#include <fwbase/fwbase.h>
+
+#include "isession.h"
+
+namespace session_server {
+
+class Server;
+
+/// A session has one owner at a time, so it has no lock: either the reactor's thread, while the
+/// session waits for its client, or the worker that has taken it from the queue. That is also what
+/// keeps the lines of one session in order. Passing it on (through the queue of the workers, and
+/// by Server::give_back()) orders what one thread did before what the next one does.
+///
+/// It is a module: the server creates it with the module manager, by a factory that keeps the
+/// objects of ended sessions for later ones. The script variables of an environment live as long
+/// as the engine, so memory stays bounded only if the addresses that serve as environments are
+/// few, and used again.
+class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Event_Handler {
+ public:
+  /// What the session needs next.
+  enum class Wait {
+    kTurn,       ///< nothing: lines are left for a worker
+    kInput,      ///< something to read
+    kOutput,     ///< room for what the client has not taken yet
+    kPeerClose,  ///< the client's end of the connection; all is sent
+    kNothing     ///< it is over
+  };
+
+  /// The argument of init().
+  struct Connection {
+    Server* server;
+    ACE_HANDLE handle;  ///< the session's, when init() succeeds
+    unsigned long long number;
+  };
+
+  explicit Session(bool& usable);
+
+  // A module's life. init() makes the session's global environment, release() destroys it and
+  // closes the connection.
+  ec::EC init(void* connection) override;
+  void release() override;
+
+  /// Goes on as far as possible without waiting; a worker calls it.
+  Wait work();
+
+  /// Has work() end the session without sending anything more. The reactor's thread, as owner.
+  void drop() { m_failed = true; }
+
+  /// The key of the session's environments.
+  void* env() { return static_cast<ISession*>(this); }
+
+  /// The message that stands for the session in the queue of the workers. It has no size, so the
+  /// queue never counts as full, and it is made once, so queueing needs no memory.
+  ACE_Message_Block* ticket() { return &m_ticket; }
+  static Session* of_ticket(const ACE_Message_Block* ticket) {
+    return reinterpret_cast<Session*>(ticket->base());
+  }
+
+  // ISession, for script functions.
+  unsigned long long number() const override { return m_number; }
+  bool reply(const std::string& line) override;
+  void quit() override { m_quitting = true; }
+
+  // ACE_Event_Handler: the connection is ready, or broken. Both are for a worker to find out.
+  ACE_HANDLE get_handle() const override { return m_handle; }
+  int handle_input(ACE_HANDLE) override;
+  int handle_output(ACE_HANDLE) override;
+  int handle_close(ACE_HANDLE, ACE_Reactor_Mask) override;
+
+ private:
+  enum class Stage { kNew, kServing, kFlushing, kLingering };
+  enum class Line { kNone, kComplete, kRefused };
+
+  Wait serve();
+  Wait flush();
+  Wait linger();
+  void receive();
+  bool answer_lines();
+  Line next_line(std::string& line, const char*& refusal);
+  void answer(Line kind, const std::string& line, const char* refusal);
+  bool room_for_answer();
+  void send();
+  void run(const char* section);
+  void fail(const char* what);
+
+  Server* m_server = nullptr;
+  ACE_HANDLE m_handle = ACE_INVALID_HANDLE;
+  unsigned long long m_number = 0;
+  Stage m_stage = Stage::kNew;
+  bool m_lines_left = false;   ///< a worker stopped before it had answered all
+  bool m_skipping = false;     ///< inside a line that was refused for its length
+  bool m_quitting = false;     ///< no more lines
+  bool m_input_ended = false;  ///< the client has closed its side
+  bool m_failed = false;       ///< the connection is of no use any more
+
+  struct Release {
+    void operator()(fwbase::IDataBlock* block) const { block->release(); }
+  };
+  using Block = std::unique_ptr<fwbase::IDataBlock, Release>;
+  static Block make_block(unsigned int size);
+  static void clear(fwbase::IDataBlock& block);
+  static void move_to_front(fwbase::IDataBlock& block);
+
+  const Block m_input;   ///< what was read and belongs to no line yet
+  const Block m_output;  ///< what the client has not taken yet
+  ACE_Message_Block m_ticket;
+};
+
+/// Makes sessions, and keeps those that have ended for later ones. The module manager calls it
+/// under its lock.
+class SessionPool final : public fwbase::IMM::IFactory {
+ public:
+  ec::EC init(void*) override { return ec::MM_OK; }
+  void release() override { delete this; }
+  fwbase::IMM::IBase* create() override;
+  void destroy(fwbase::IMM::IBase* session) override;
+
+ private:
+  std::vector<std::unique_ptr<Session>> m_free;
+};
+
+}  // namespace session_server
+
+#endif

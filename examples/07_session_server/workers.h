@@ -1,0 +1,35 @@
+// The threads that run the scripts.
+#ifndef SESSION_SERVER_WORKERS_H
+#define SESSION_SERVER_WORKERS_H
+
+#include <ace/Task.h>
+
+#include "session.h"
+
+namespace session_server {
+
+class Server;
+
+/// A pool of threads with one queue of sessions. A session is in the queue once at most, because
+/// whoever queues it gives it away.
+class Workers : public ACE_Task<ACE_MT_SYNCH> {
+ public:
+  explicit Workers(Server& server) : m_server(server) {}
+
+  bool start(int threads) { return activate(THR_NEW_LWP | THR_JOINABLE, threads) == 0; }
+
+  /// Ends the threads. No session may be queued any more.
+  void stop();
+
+  /// Passes a session to the next thread that is free.
+  void take(Session& session) { putq(session.ticket()); }
+
+ private:
+  int svc() override;
+
+  Server& m_server;
+};
+
+}  // namespace session_server
+
+#endif
