@@ -151,12 +151,15 @@ void Client::receive() {
         take(m_in.substr(begin, end - begin));
       }
       m_in.erase(0, begin);
+      if (!m_problem.empty()) {
+        m_in.clear();
+        end();
+      }
     } else if (count == -1 && errno == EAGAIN) {
       return;
     } else if (count == 0 || errno != EINTR) {
       m_reset = count == -1;
-      m_closed = true;
-      check_end();
+      end();
     }
   }
 }
@@ -166,7 +169,7 @@ void Client::take(const std::string& reply) {
                                : m_answered < m_added ? reply_to(m_answered + 1)
                                                       : std::string("nothing");
   if (reply != expected) {
-    if (m_problem.empty()) {
+    if (m_problem.empty()) {  // the first one says most
       m_problem = "session " + std::to_string(m_number) + " expects '" + expected + "', not '" +
                   reply + "'";
     }
@@ -186,7 +189,8 @@ void Client::take(const std::string& reply) {
   }
 }
 
-void Client::check_end() {
+void Client::end() {
+  m_closed = true;
   ::close(m_handle);  // the server waits for this
   m_handle = -1;
   if (!m_in.empty() && m_problem.empty()) {

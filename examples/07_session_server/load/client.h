@@ -36,7 +36,7 @@ class Client {
   bool greeted() const { return m_greeted; }
   bool answered_all() const { return m_answered == m_lines; }
   bool wants_to_send() const { return !m_closed && !m_broken && !m_out.empty(); }
-  /// The server has closed the connection.
+  /// The server has closed the connection, or sent a wrong reply.
   bool closed() const { return m_closed; }
   /// It ended by a reset: replies may have been lost.
   bool reset() const { return m_reset; }
@@ -54,7 +54,7 @@ class Client {
   void receive();
   void take(const std::string& reply);
   void send();
-  void check_end();
+  void end();
 
   const int m_number;
   const int m_lines;
