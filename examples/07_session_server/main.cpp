@@ -34,7 +34,7 @@ Serves sessions on the loopback interface until SIGTERM or SIGINT.
   --log-lines          log a record for each line and each session that ends, too
   --port N             0, as when not given: a port that the system chooses
   --threads N          threads that run scripts (as many as processors)
-  --max-sessions N     more clients wait until a session ends (4096)
+  --max-sessions N     more clients wait until a session ends (2000)
   --stall-seconds N    how long a client may leave its replies untaken (30)
   --help               this text
 )";

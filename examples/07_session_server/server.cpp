@@ -1,5 +1,7 @@
 #include "server.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <signal.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -146,6 +148,8 @@ bool Server::accept_client() {
     return false;
   }
   client.enable(ACE_NONBLOCK);
+  int on = 1;  // a reply does not wait until the one before is acknowledged
+  client.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   open(client.get_handle());
   return true;
 }

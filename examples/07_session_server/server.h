@@ -32,7 +32,7 @@ class Server : public ACE_Event_Handler {
   struct Settings {
     int port = 0;  ///< 0: the system chooses
     int threads = 2;
-    int max_sessions = 4096;  ///< more clients wait in the listening socket's queue
+    int max_sessions = 2000;  ///< more clients wait in the listening socket's queue
     int stall_seconds = 30;   ///< how long a client may leave its replies untaken
   };
 
