@@ -1,0 +1,54 @@
+// The memory that the two processes share.
+#include "report.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <memory>
+
+namespace fwmod::test {
+
+TEST(FwmodReport, TextIsSetOnce) {
+  const auto text = std::make_unique<Text>();
+  EXPECT_FALSE(text->is_set());
+  EXPECT_TRUE(text->set("first"));
+  EXPECT_FALSE(text->set("second"));
+  EXPECT_EQ(text->get(), "first");
+}
+
+TEST(FwmodReport, LongTextIsCutBetweenCharacters) {
+  const auto text = std::make_unique<Text>();
+  text->set(std::string(2046, 'x') + "中");
+  EXPECT_EQ(text->get(), std::string(2046, 'x'));
+}
+
+TEST(FwmodReport, KeepsTheFirstTextsAndCountsAll) {
+  const auto texts = std::make_unique<Texts<2>>();
+  for (const char* const text : {"a", "b", "c"}) {
+    texts->add(text);
+  }
+  EXPECT_EQ(texts->get(), (std::vector<std::string>{"a", "b"}));
+  EXPECT_EQ(texts->count(), 3U);
+}
+
+TEST(FwmodReport, IsSharedThroughItsDescriptorOnly) {
+  const ReportMemory memory;
+  Report* const shared = map_report(dup(memory.descriptor()));
+  ASSERT_NE(shared, nullptr);
+  shared->step = Step::kUnloading;
+  shared->fault.set("found");
+  EXPECT_EQ(memory.report().step, Step::kUnloading);
+  EXPECT_EQ(memory.report().fault.get(), "found");
+  EXPECT_EQ(map_report(-1), nullptr);
+  const int other = open("/dev/null", O_RDWR);
+  EXPECT_EQ(map_report(other), nullptr);
+  close(other);
+}
+
+TEST(FwmodReport, CannotBeMadeShorter) {
+  const ReportMemory memory;
+  EXPECT_NE(ftruncate(memory.descriptor(), 0), 0);
+}
+
+}  // namespace fwmod::test

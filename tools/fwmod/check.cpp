@@ -1,0 +1,130 @@
+#include "check.h"
+
+#include <string.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "elf_file.h"
+#include "inspection.h"
+#include "report.h"
+#include "support/module_path.h"
+
+namespace fwmod {
+
+namespace {
+
+bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
+
+// The files that the module manager tries for a path, in its order.
+std::vector<std::string> candidates(const std::string& path) {
+  const std::size_t file = path.rfind('/') + 1;  // 0 without a directory
+  if (path.find('.', file) != path.npos) {
+    return {path};
+  }
+  return {path.substr(0, file) + "lib" + path.substr(file) + ".so", path + ".so", path};
+}
+
+// The one file that there is, or all that the loader's search path may have.
+std::vector<std::string> files_of(const std::string& library) {
+  const std::string path = tools::module_path(library);
+  const std::vector<std::string> files = candidates(path);
+  if (path.find('/') == path.npos) {
+    return files;
+  }
+  for (const std::string& file : files) {
+    if (exists(file)) {
+      return {file};
+    }
+  }
+  return {path};
+}
+
+// "SIGSEGV (Segmentation fault)"
+std::string signal_text(int number) {
+  const char* const name = sigabbrev_np(number);
+  const char* const meaning = sigdescr_np(number);
+  return name == nullptr || meaning == nullptr ? "signal " + std::to_string(number)
+                                               : std::string("SIG") + name + " (" + meaning + ")";
+}
+
+// Empty for a sound library.
+std::string fault_of(const Report& report, const Ending& ending, const Options& options) {
+  if (report.fault.is_set()) {
+    return report.fault.get();
+  }
+  const std::string place = fwmod::place(report, options.function);
+  if (ending.kind == Ending::kTimedOut) {
+    return "hangs " + place + ": killed after " + std::to_string(options.timeout) + " s";
+  }
+  if (ending.kind == Ending::kSignalled) {
+    return "crashes " + place + ": " + signal_text(ending.number);
+  }
+  if (report.step != Step::kDone) {
+    return "ends the process " + place + ": exit status " + std::to_string(ending.number);
+  }
+  return "";
+}
+
+std::string soundness(const Report& report, const Options& options) {
+  if (!options.exercise) {
+    return "ok: it loads with all symbols bound, exports " + options.function + "(), and unloads";
+  }
+  return std::string("ok: ") + (report.product != nullptr ? "factory" : "module") +
+         " created, initialised and released; nothing left behind";
+}
+
+template <typename Texts>
+std::string lines_of(const Texts& texts, const std::string& prefix) {
+  const std::vector<std::string> all = texts.get();
+  std::string lines;
+  for (const std::string& text : all) {
+    lines += "  " + prefix + text + "\n";
+  }
+  if (texts.count() > all.size()) {
+    lines += "  " + prefix + "and " + std::to_string(texts.count() - all.size()) + " more\n";
+  }
+  return lines;
+}
+
+Status tell(const std::string& name, const Report& report, const Ending& ending,
+            const Options& options) {
+  const std::string logged = lines_of(report.logged, "logged: ");
+  const std::string fault = fault_of(report, ending, options);
+  if (!fault.empty()) {
+    return write_out(name + ": " + fault + "\n" + logged, kFaulty);
+  }
+  const std::string left = lines_of(report.left, "");
+  if (!left.empty()) {
+    return write_out(name + ": sound, but leaves behind:\n" + left + logged, kLeavesThings);
+  }
+  return write_out(name + ": " + soundness(report, options) + "\n" + logged, kSound);
+}
+
+}  // namespace
+
+Status check(const Options& options) {
+  const std::vector<std::string> files = files_of(options.library);
+  const bool is_one_file = files.size() == 1 && files.front().find('/') != std::string::npos;
+  const std::string name = is_one_file ? files.front() : options.library;
+  if (is_one_file) {
+    const std::string fault = fault_of_file(name);
+    if (!fault.empty()) {
+      return write_out(name + ": " + fault + "\n", kFaulty);
+    }
+  }
+  const ReportMemory memory;
+  const Ending ending =
+      run_self(inspection_arguments({files, options.function, options.argument, options.exercise}),
+               memory.descriptor(), std::chrono::seconds(options.timeout));
+  if (memory.report().step == Step::kStarting) {
+    complain(fault_of(memory.report(), ending, options));
+    return kNotChecked;
+  }
+  return tell(name, memory.report(), ending, options);
+}
+
+}  // namespace fwmod

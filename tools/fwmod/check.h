@@ -1,0 +1,16 @@
+// The whole check of one library.
+#ifndef FWMOD_CHECK_H
+#define FWMOD_CHECK_H
+
+#include "options.h"
+#include "output.h"
+
+namespace fwmod {
+
+/// Looks at the file, has another process try the library, and writes what came of it. Throws
+/// std::system_error when there can be no such process.
+Status check(const Options& options);
+
+}  // namespace fwmod
+
+#endif

@@ -1,0 +1,235 @@
+// Reads the headers of ELF files. The identification and the machine lie at the same place for all
+// machines; the rest is only read when the file is for this one.
+#include "elf_file.h"
+
+#include <byteswap.h>
+#include <elf.h>
+#include <fcntl.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <map>
+
+namespace fwmod {
+
+namespace {
+
+class File {
+ public:
+  // Without waiting for the other end of a FIFO.
+  explicit File(const std::string& path)
+      : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
+        m_error(m_descriptor < 0 ? errno : 0) {
+    if (m_descriptor >= 0 && fstat(m_descriptor, &m_status) != 0) {
+      m_error = errno;
+    }
+  }
+  ~File() {
+    if (m_descriptor >= 0) {
+      close(m_descriptor);
+    }
+  }
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+
+  int error() const { return m_error; }
+  bool is_directory() const { return S_ISDIR(m_status.st_mode); }
+  bool is_regular() const { return S_ISREG(m_status.st_mode); }
+  std::uint64_t size() const { return static_cast<std::uint64_t>(m_status.st_size); }
+
+  // False when the file does not have so many bytes there.
+  bool read(std::uint64_t offset, void* to, std::size_t bytes) const {
+    return has(offset, bytes) && pread(m_descriptor, to, bytes, static_cast<off_t>(offset)) ==
+                                     static_cast<ssize_t>(bytes);
+  }
+  template <typename Type>
+  bool read_all(std::uint64_t offset, std::vector<Type>& all) const {
+    return read(offset, all.data(), all.size() * sizeof(Type));
+  }
+  bool has(std::uint64_t offset, std::uint64_t bytes) const {
+    return offset <= size() && bytes <= size() - offset;
+  }
+
+ private:
+  int m_descriptor;
+  int m_error;
+  struct stat m_status = {};
+};
+
+// What the headers of all machines begin with.
+struct Beginning {
+  unsigned char ident[EI_NIDENT];
+  std::uint16_t type;
+  std::uint16_t machine;
+};
+
+constexpr unsigned char kNativeData =
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ELFDATA2LSB : ELFDATA2MSB;
+
+std::string machine_name(std::uint16_t machine) {
+  static const std::map<std::uint16_t, const char*> kNames = {
+      {EM_386, "x86"},         {EM_X86_64, "x86-64"},      {EM_ARM, "ARM"},
+      {EM_AARCH64, "AArch64"}, {EM_MIPS, "MIPS"},          {EM_PPC, "PowerPC"},
+      {EM_PPC64, "PowerPC64"}, {EM_S390, "S/390"},         {EM_RISCV, "RISC-V"},
+      {EM_SPARCV9, "SPARC"},   {EM_LOONGARCH, "LoongArch"}};
+  const auto found = kNames.find(machine);
+  return found != kNames.end() ? found->second : "machine " + std::to_string(machine);
+}
+
+// "x86-64, 64-bit"
+std::string architecture(const Beginning& file) {
+  const unsigned char data = file.ident[EI_DATA];
+  const std::uint16_t machine = data == kNativeData ? file.machine : bswap_16(file.machine);
+  std::string name = machine_name(machine);
+  name += file.ident[EI_CLASS] == ELFCLASS32   ? ", 32-bit"
+          : file.ident[EI_CLASS] == ELFCLASS64 ? ", 64-bit"
+                                               : ", of an unknown class";
+  return name + (data == ELFDATA2MSB ? ", big-endian" : "");
+}
+
+std::string own_architecture() {
+  Beginning own = {};
+  File("/proc/self/exe").read(0, &own, sizeof own);
+  return architecture(own);
+}
+
+std::string kind_without_header(const char* bytes) {
+  if (std::memcmp(bytes, "!<arch>", 7) == 0) {
+    return "not a shared object, but a static library";
+  }
+  return "not a shared object: no ELF header";
+}
+
+std::string kind_of_type(std::uint16_t type) {
+  switch (type) {
+    case ET_REL:
+      return "not a shared object, but an object file: link it with -shared";
+    case ET_EXEC:
+      return "not a shared object, but a program";
+    case ET_CORE:
+      return "not a shared object, but a core dump";
+    default:
+      return "not a shared object: ELF type " + std::to_string(type);
+  }
+}
+
+// Where the part that begins at `offset` ends; the largest number when that is beyond all files.
+std::uint64_t end_of(std::uint64_t offset, std::uint64_t bytes) {
+  return bytes <= UINT64_MAX - offset ? offset + bytes : UINT64_MAX;
+}
+
+// The size that the headers ask for, as far as they are there.
+std::uint64_t needed_size(const File& file, const ElfW(Ehdr) & header) {
+  std::uint64_t needed = end_of(header.e_phoff, std::uint64_t{header.e_phnum} * sizeof(ElfW(Phdr)));
+  needed =
+      std::max(needed, end_of(header.e_shoff, std::uint64_t{header.e_shnum} * sizeof(ElfW(Shdr))));
+  std::vector<ElfW(Phdr)> segments(header.e_phnum);
+  if (file.read_all(header.e_phoff, segments)) {
+    for (const ElfW(Phdr) & segment : segments) {
+      needed = std::max(needed, end_of(segment.p_offset, segment.p_filesz));
+    }
+  }
+  return needed;
+}
+
+std::string truncated(const File& file, std::uint64_t needed) {
+  return "truncated: it has " + std::to_string(file.size()) + " bytes of " + std::to_string(needed);
+}
+
+std::string fault_of_header(const File& file) {
+  Beginning beginning = {};
+  if (file.size() == 0) {
+    return "not a shared object: the file is empty";
+  }
+  if (!file.read(0, &beginning, std::min<std::uint64_t>(sizeof beginning, file.size()))) {
+    return "cannot be read";
+  }
+  const char* const bytes = reinterpret_cast<const char*>(beginning.ident);
+  if (std::memcmp(bytes, ELFMAG, SELFMAG) != 0) {
+    return kind_without_header(bytes);
+  }
+  if (file.size() < sizeof beginning) {
+    return truncated(file, sizeof(ElfW(Ehdr)));
+  }
+  if (architecture(beginning) != own_architecture()) {
+    return "wrong architecture: it is for " + architecture(beginning) + "; this system is " +
+           own_architecture();
+  }
+  if (beginning.type != ET_DYN) {
+    return kind_of_type(beginning.type);
+  }
+  ElfW(Ehdr) header = {};
+  if (!file.read(0, &header, sizeof header)) {
+    return truncated(file, sizeof header);
+  }
+  const std::uint64_t needed = needed_size(file, header);
+  return needed > file.size() ? truncated(file, needed) : "";
+}
+
+bool is_exported_function(const ElfW(Sym) & symbol) {
+  // The accessors of both classes are the same.
+  const unsigned int type = ELF64_ST_TYPE(symbol.st_info);
+  const unsigned int binding = ELF64_ST_BIND(symbol.st_info);
+  return type == STT_FUNC && binding != STB_LOCAL && symbol.st_shndx != SHN_UNDEF;
+}
+
+void add_functions(const File& file, const ElfW(Shdr) & table, const ElfW(Shdr) & texts,
+                   std::vector<std::string>& names) {
+  if (!file.has(table.sh_offset, table.sh_size) || !file.has(texts.sh_offset, texts.sh_size)) {
+    return;
+  }
+  std::vector<ElfW(Sym)> symbols(table.sh_size / sizeof(ElfW(Sym)));
+  std::vector<char> text(texts.sh_size);
+  if (!file.read_all(table.sh_offset, symbols) || !file.read_all(texts.sh_offset, text)) {
+    return;
+  }
+  text.push_back('\0');
+  for (const ElfW(Sym) & symbol : symbols) {
+    if (is_exported_function(symbol) && symbol.st_name < text.size()) {
+      names.emplace_back(&text[symbol.st_name]);
+    }
+  }
+}
+
+}  // namespace
+
+std::string fault_of_file(const std::string& path) {
+  const File file(path);
+  if (file.error() == ENOENT) {
+    return "no such file";
+  }
+  if (file.error() != 0) {
+    return std::string("cannot be read: ") + std::strerror(file.error());
+  }
+  if (file.is_directory()) {
+    return "not a file, but a directory";
+  }
+  return file.is_regular() ? fault_of_header(file) : "not a regular file";
+}
+
+std::vector<std::string> exported_functions(const std::string& path) {
+  const File file(path);
+  ElfW(Ehdr) header = {};
+  std::vector<std::string> names;
+  if (file.error() != 0 || !file.read(0, &header, sizeof header)) {
+    return names;
+  }
+  std::vector<ElfW(Shdr)> sections(header.e_shnum);
+  if (!file.read_all(header.e_shoff, sections)) {
+    return names;
+  }
+  for (const ElfW(Shdr) & section : sections) {
+    if (section.sh_type == SHT_DYNSYM && section.sh_link < sections.size()) {
+      add_functions(file, section, sections[section.sh_link], names);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+}  // namespace fwmod

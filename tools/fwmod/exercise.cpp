@@ -1,0 +1,160 @@
+#include "exercise.h"
+
+#include <map>
+#include <set>
+
+#include "process_state.h"
+#include "support/text.h"
+#include "watch/manager_lock.h"
+
+namespace fwmod {
+
+namespace {
+
+using fwbase::IMM;
+
+// An object whose class was compiled without type information has none in its table.
+bool has_type_information(const IMM::IBase* module) {
+  const void* const* const vtable = static_cast<const void* const*>(vtable_of(module));
+  return vtable != nullptr && vtable[-1] != nullptr;
+}
+
+class Exercise {
+ public:
+  Exercise(const Library& library, IMM& manager, void* argument, Findings& findings)
+      : m_library(library),
+        m_manager(manager),
+        m_argument(argument),
+        m_findings(findings),
+        m_report(findings.report()),
+        m_threads(running_threads()),
+        m_descriptors(open_descriptors()) {}
+
+  void run() {
+    create();
+    wait_for_quiet_threads(m_threads);
+    if (has_type_information(m_report.module)) {
+      if (auto* const factory = dynamic_cast<IMM::IFactory*>(m_report.module)) {
+        create_product(*factory);
+        release(m_report.product, Step::kProductReleasing);
+      }
+    }
+    release(m_report.module, Step::kReleasing);
+    m_findings.step(Step::kReleased);
+    wait_for_quiet_threads(m_threads);
+    require_descriptors();
+  }
+
+  const std::set<const void*>& released() const { return m_released; }
+
+  // True when a thread is still running.
+  bool list_process_state() const {
+    bool any_thread = false;
+    for (const auto& [number, name] : running_threads()) {
+      if (!m_threads.contains(number)) {
+        any_thread = true;
+        m_findings.left("thread " + tools::quoted(tools::readable(name)) +
+                        ": it still runs, in code that is unloaded; end and join it in release()");
+      }
+    }
+    for (const auto& [number, target] : open_descriptors()) {
+      if (!m_descriptors.contains(number)) {
+        m_findings.left("descriptor " + std::to_string(number) + " (" + tools::readable(target) +
+                        "): it is still open; close it in release()");
+      }
+    }
+    if (has_child_process()) {
+      m_findings.left("child process: nobody has waited for its end; do so in release()");
+    }
+    return any_thread;
+  }
+
+ private:
+  // Calls the module manager as a host does. What is thrown is a fault.
+  template <typename Call>
+  auto call(Step step, Call call) {
+    m_findings.step(step);
+    try {
+      const ManagerLock lock;
+      return call();
+    } catch (...) {
+      m_findings.fault("throws " + current_exception_text() + " " + m_findings.place());
+    }
+  }
+
+  void create() {
+    const std::string& function = m_findings.function();
+    const ec::EC result = call(Step::kCreating, [&] {
+      return m_manager.create_module(m_report.module, m_library.path.c_str(), function.c_str(),
+                                     m_argument);
+    });
+    if (m_report.module == nullptr) {
+      m_findings.fault(result == ec::MM_INIT_FAILED
+                           ? function + "() gives null"
+                           : "the module manager cannot create it: " + tools::described(result));
+    }
+    require_success(result, "init()");
+    m_findings.step(Step::kRunning);
+  }
+
+  void create_product(IMM::IFactory& factory) {
+    const ec::EC result = call(Step::kProductCreating, [&] {
+      return m_manager.create_module(m_report.product, &factory, m_argument);
+    });
+    if (m_report.product == nullptr) {
+      m_findings.fault("the factory's create() gives null");
+    }
+    require_success(result, "init() of the factory's module");
+    wait_for_quiet_threads(m_threads);
+  }
+
+  void require_success(ec::EC result, const char* operation) {
+    if (ec::failed(result)) {
+      m_findings.fault(std::string(operation) + " fails: " + tools::described(result));
+    }
+  }
+
+  void release(IMM::IBase* module, Step step) {
+    m_released.insert(module);
+    if (has_type_information(module)) {
+      m_released.insert(dynamic_cast<const void*>(module));
+    }
+    if (!call(step, [&] { return m_manager.destroy_module(module); })) {
+      m_findings.fault("destroys its module before the host does");
+    }
+  }
+
+  // A host would lose its files.
+  void require_descriptors() {
+    const std::map<int, std::string> now = open_descriptors();
+    for (const auto& [number, target] : m_descriptors) {
+      const auto found = now.find(number);
+      if (found == now.end() || found->second != target) {
+        m_findings.fault("closes descriptor " + std::to_string(number) + ", which is the host's");
+      }
+    }
+  }
+
+  const Library& m_library;
+  IMM& m_manager;
+  void* const m_argument;
+  Findings& m_findings;
+  Report& m_report;
+  const std::map<int, std::string> m_threads;
+  const std::map<int, std::string> m_descriptors;
+  std::set<const void*> m_released;
+};
+
+}  // namespace
+
+bool exercise(const Library& library, IMM& manager, const std::optional<std::string>& argument,
+              Watch& watch, Findings& findings) {
+  void* const init_argument = argument ? const_cast<char*>(argument->c_str()) : nullptr;
+  Exercise module(library, manager, init_argument, findings);
+  module.run();
+  findings.step(Step::kListing);
+  const bool needs_code = watch.list(library.segments, module.released());
+  return module.list_process_state() || needs_code;
+}
+
+}  // namespace fwmod

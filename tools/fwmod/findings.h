@@ -1,0 +1,46 @@
+// How the process that tries a library says what it finds.
+#ifndef FWMOD_FINDINGS_H
+#define FWMOD_FINDINGS_H
+
+#include <string>
+#include <utility>
+
+#include "report.h"
+
+namespace fwmod {
+
+/// Writes into the report. Any thread may.
+class Findings {
+ public:
+  /// function   the name of the creation function
+  Findings(Report& report, std::string function)
+      : m_report(report), m_function(std::move(function)) {}
+
+  Report& report() { return m_report; }
+  const std::string& function() const { return m_function; }
+
+  void step(Step step) { m_report.step = step; }
+  /// What runs now, such as "in init()".
+  std::string place() const { return fwmod::place(m_report, m_function); }
+
+  /// The library is faulty: ends the process. Of two threads the first has its say.
+  [[noreturn]] void fault(const std::string& text);
+  void left(const std::string& text) { m_report.left.add(text); }
+  /// A message of the run log, in whatever encoding.
+  void logged(const std::string& message);
+
+ private:
+  Report& m_report;
+  const std::string m_function;
+};
+
+/// Inside of a catch block: the exception's type and text, such as
+/// `std::runtime_error: "no such host"`.
+std::string current_exception_text();
+
+/// A C++ name as it is written in sources; other names as they are.
+std::string demangled(const char* name);
+
+}  // namespace fwmod
+
+#endif

@@ -1,0 +1,25 @@
+// What fwmod itself writes: findings to standard output, messages to standard error. All UTF-8.
+#ifndef FWMOD_OUTPUT_H
+#define FWMOD_OUTPUT_H
+
+#include <string>
+
+namespace fwmod {
+
+enum Status : int {
+  kSound = 0,
+  kFaulty = 1,       ///< the library does not do what a module library must
+  kNotChecked = 2,   ///< wrong usage, or the check cannot be made or told of
+  kLeavesThings = 3  ///< sound, but something of the module is left after its release()
+};
+
+/// Writes `text` to standard output at once and gives `status`; when that fails, says so and gives
+/// kNotChecked.
+Status write_out(const std::string& text, Status status);
+
+/// Writes "fwmod: ", `message` and the end of the line to standard error.
+void complain(const std::string& message);
+
+}  // namespace fwmod
+
+#endif

@@ -1,0 +1,109 @@
+#include "report.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+
+namespace fwmod {
+
+namespace {
+
+void* map(int descriptor) {
+  return mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+}
+
+bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+// The longest part that fits and does not end within a character.
+std::size_t fitting(std::string_view text, std::size_t room) {
+  if (text.size() <= room) {
+    return text.size();
+  }
+  while (room > 0 && is_continuation(text[room])) {
+    --room;
+  }
+  return room;
+}
+
+}  // namespace
+
+bool Text::set(std::string_view text) {
+  int expected = kEmpty;
+  if (!m_state.compare_exchange_strong(expected, kBeingSet)) {
+    return false;
+  }
+  const std::size_t length = fitting(text, sizeof m_bytes - 1);
+  std::copy_n(text.data(), length, m_bytes);
+  m_bytes[length] = '\0';
+  m_state = kSet;
+  return true;
+}
+
+std::string Text::get() const { return {m_bytes, strnlen(m_bytes, sizeof m_bytes)}; }
+
+ReportMemory::ReportMemory()
+    : m_descriptor(memfd_create("fwmod report", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
+  // Sealed: if the library made it shorter, reading would end fwmod.
+  if (m_descriptor < 0 || ftruncate(m_descriptor, sizeof(Report)) != 0 ||
+      fcntl(m_descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
+    throw std::system_error(errno, std::generic_category(), "no memory to share");
+  }
+  void* const mapped = map(m_descriptor);
+  if (mapped == MAP_FAILED) {
+    throw std::system_error(errno, std::generic_category(), "no memory to share");
+  }
+  m_report = static_cast<Report*>(mapped);
+}
+
+ReportMemory::~ReportMemory() {
+  munmap(m_report, sizeof(Report));
+  close(m_descriptor);
+}
+
+Report* map_report(int descriptor) {
+  struct stat status = {};
+  if (fstat(descriptor, &status) != 0 || status.st_size != sizeof(Report)) {
+    return nullptr;
+  }
+  void* const mapped = map(descriptor);
+  close(descriptor);
+  if (mapped == MAP_FAILED || madvise(mapped, sizeof(Report), MADV_DONTFORK) != 0) {
+    return nullptr;
+  }
+  return static_cast<Report*>(mapped);
+}
+
+std::string place(const Report& report, const std::string& function) {
+  switch (report.step) {
+    case Step::kStarting:
+      return "before it is loaded";
+    case Step::kLoading:
+      return "while loading";
+    case Step::kCreating:
+      return report.module == nullptr ? "in " + function + "()" : "in init()";
+    case Step::kRunning:
+      return "after init()";
+    case Step::kProductCreating:
+      return report.product == nullptr ? "in the factory's create()"
+                                       : "in init() of the factory's module";
+    case Step::kProductReleasing:
+      return "in release() of the factory's module, or in the factory's destroy()";
+    case Step::kReleasing:
+      return "in release()";
+    case Step::kUnloading:
+      return "while unloading";
+    case Step::kReleased:
+    case Step::kListing:
+    case Step::kDone:
+      return "after release()";
+  }
+  return "at an unknown place";  // the library has written there
+}
+
+}  // namespace fwmod

@@ -1,0 +1,110 @@
+// What the process that tries a library finds, in memory that it shares with fwmod.
+#ifndef FWMOD_REPORT_H
+#define FWMOD_REPORT_H
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fwbase/imm.h>
+
+namespace fwmod {
+
+/// How far the process has come; what it was doing when it ended.
+enum class Step : int {
+  kStarting,          ///< nothing of the library has run
+  kLoading,           ///< its static constructors run
+  kCreating,          ///< its creation function, then the module's init()
+  kRunning,           ///< the threads that the module started
+  kProductCreating,   ///< the factory's create(), then the product's init()
+  kProductReleasing,  ///< the product's release(), then the factory's destroy()
+  kReleasing,         ///< the module's release()
+  kReleased,          ///< its threads come to their end
+  kListing,           ///< what it left behind is looked at
+  kUnloading,         ///< its static destructors run
+  kDone
+};
+
+/// One text, written once. Cut when it is too long.
+class Text {
+ public:
+  /// False when another thread has written or is writing.
+  bool set(std::string_view text);
+  bool is_set() const { return m_state == kSet; }
+  std::string get() const;
+
+ private:
+  enum State : int { kEmpty, kBeingSet, kSet };
+  std::atomic<int> m_state;
+  char m_bytes[2048];
+};
+
+/// The first `Most` texts of any number.
+template <std::size_t Most>
+class Texts {
+ public:
+  void add(std::string_view text) {
+    const unsigned int index = m_count++;
+    if (index < Most) {
+      m_texts[index].set(text);
+    }
+  }
+  std::size_t count() const { return m_count; }
+  std::vector<std::string> get() const {
+    std::vector<std::string> texts;
+    for (const Text& text : m_texts) {
+      if (text.is_set()) {
+        texts.push_back(text.get());
+      }
+    }
+    return texts;
+  }
+
+ private:
+  std::atomic<unsigned int> m_count;
+  std::array<Text, Most> m_texts;
+};
+
+/// Begins as zero bytes. A library that closes descriptors or writes to them does not reach it, and
+/// what is in it survives the process. Nothing in it is trusted to end or to make sense.
+struct Report {
+  std::atomic<Step> step;
+  // Set by the module manager between the creation and init(): they tell which of both ran.
+  fwbase::IMM::IBase* module;
+  fwbase::IMM::IBase* product;
+  Text fault;
+  Texts<256> left;   ///< what the module left behind
+  Texts<16> logged;  ///< messages at ERROR
+};
+
+/// The memory of one report.
+class ReportMemory {
+ public:
+  /// A new one. Throws std::system_error.
+  ReportMemory();
+  ~ReportMemory();
+  ReportMemory(const ReportMemory&) = delete;
+  ReportMemory& operator=(const ReportMemory&) = delete;
+
+  /// For the process that shares it.
+  int descriptor() const { return m_descriptor; }
+  const Report& report() const { return *m_report; }
+
+ private:
+  int m_descriptor;
+  Report* m_report;
+};
+
+/// In that process: the report behind the descriptor, which is closed. Null when it is not one.
+/// A copy of the process that the library makes with fork() does not have it.
+Report* map_report(int descriptor);
+
+/// What ran when the process ended, such as "in init()". `function` is the creation function.
+std::string place(const Report& report, const std::string& function);
+
+}  // namespace fwmod
+
+#endif

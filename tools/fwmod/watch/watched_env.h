@@ -1,0 +1,69 @@
+// A global environment as the library sees it.
+#ifndef FWMOD_WATCH_WATCHED_ENV_H
+#define FWMOD_WATCH_WATCHED_ENV_H
+
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+#include <fwbase/iglobal_env.h>
+
+#include "findings.h"
+#include "library_segments.h"
+
+namespace fwmod {
+
+/// Passes everything on and remembers the stored addresses and objects. Strings are copies of the
+/// environment's own and harm nobody.
+class WatchedEnv final : public fwbase::IGlobalEnv {
+ public:
+  /// name   such as "the default environment"
+  WatchedEnv(fwbase::IGlobalEnv& inner, std::string name)
+      : m_inner(inner), m_name(std::move(name)) {}
+
+  const std::string& name() const { return m_name; }
+
+  /// Says which objects have their code in the library, and which addresses lie in it or are those
+  /// of a released module. True when there is such an object.
+  bool list(Findings& findings, const LibrarySegments& library,
+            const std::set<const void*>& released);
+
+  ec::EC init() override;
+  void release() override;
+  ec::EC insert_str(const char* name, const char* val) override {
+    return m_inner.insert_str(name, val);
+  }
+  const std::string& get_str(const char* name) override { return m_inner.get_str(name); }
+  ec::EC get_str(const char* name, const char*& val) override { return m_inner.get_str(name, val); }
+  ec::EC mod_str(const char* name, const char* val) override { return m_inner.mod_str(name, val); }
+  ec::EC ex_str(const char* name, const char* nval, bool end) override {
+    return m_inner.ex_str(name, nval, end);
+  }
+  void rm_str(const char* name) override { m_inner.rm_str(name); }
+  ec::EC insert_addr(const char* name, void* val) override;
+  void* get_addr(const char* name) override { return m_inner.get_addr(name); }
+  ec::EC get_addr(const char* name, void*& val) override { return m_inner.get_addr(name, val); }
+  ec::EC mod_addr(const char* name, void* val) override;
+  void rm_addr(const char* name) override;
+  ec::EC insert_obj(const char* name, const IObject* object) override;
+  ec::EC get_obj(const char* name, IObject** object) override {
+    return m_inner.get_obj(name, object);
+  }
+  ec::EC mod_obj(const char* name, const IObject* object) override;
+  void rm_obj(const char* name) override;
+
+ private:
+  std::string in_here(const char* kind, const std::string& name) const;
+  void forget();
+
+  fwbase::IGlobalEnv& m_inner;
+  const std::string m_name;
+  std::mutex m_mutex;  // held while something is stored: the records follow the tables
+  std::map<std::string, void*> m_addresses;
+  std::map<std::string, const IObject*> m_objects;  // the stored copies
+};
+
+}  // namespace fwmod
+
+#endif

@@ -1,0 +1,40 @@
+#include "watch/watched_script.h"
+
+#include "support/text.h"
+
+namespace fwmod {
+
+void WatchedScript::list(Findings& findings) {
+  const std::lock_guard<std::mutex> guard(m_mutex);
+  for (const std::string& name : m_functions) {
+    findings.left("script function " + tools::quoted(name) +
+                  ": only the engine's own release() takes it back; run no section after the "
+                  "module's release()");
+  }
+}
+
+ec::EC WatchedScript::init() {
+  forget();
+  return m_inner.init();
+}
+
+void WatchedScript::release() {
+  forget();
+  m_inner.release();
+}
+
+void WatchedScript::forget() {
+  const std::lock_guard<std::mutex> guard(m_mutex);
+  m_functions.clear();
+}
+
+bool WatchedScript::expand_syntax(ISyntax* syntax) {
+  const bool registered = m_inner.expand_syntax(syntax);
+  if (registered) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_functions.push_back(tools::readable(syntax->name()));
+  }
+  return registered;
+}
+
+}  // namespace fwmod
