@@ -53,7 +53,7 @@ class CFWBase final : public IFWBase {
                      Component& built_in);
   bool insert_env(void* key, CGlobalEnvImpl* env);
   template <typename Visit>
-  void for_each_env_lock(Visit visit);
+  void for_each_env_lock(Visit visit) FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
   // Written under the lock. Read without it: a component asks for the run log while it holds its
   // own lock, and release() holds this lock while it waits for the locks of environments.

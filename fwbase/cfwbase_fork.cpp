@@ -74,7 +74,7 @@ void CFWBase::after_fork_in_child() {
 
 // Keyed environments are out of reach while another thread keeps changing them.
 template <typename Visit>
-void CFWBase::for_each_env_lock(Visit visit) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+void CFWBase::for_each_env_lock(Visit visit) {
   if (m_has_fork_lock) {
     for (const auto& [key, env] : m_envs) {
       visit(env->lock());
