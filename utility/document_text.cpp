@@ -14,11 +14,13 @@ namespace xc = XERCES_CPP_NAMESPACE;
 
 constexpr XMLSize_t kInitialSize = 4096;
 
-// The library has names of its own for UTF-16 text that it has read, which no parser takes.
+// The library has names of its own for UTF-16 text that it has read, which no parser takes, and
+// leaves out the byte order mark, which UTF-16 text must have.
 bool is_utf16(const xc::DOMDocument& document) {
   const XMLCh* const encoding = document.getInputEncoding();
   return xc::XMLString::equals(encoding, xc::XMLUni::fgUTF16LEncodingString) ||
-         xc::XMLString::equals(encoding, xc::XMLUni::fgUTF16BEncodingString);
+         xc::XMLString::equals(encoding, xc::XMLUni::fgUTF16BEncodingString) ||
+         xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF16EncodingString) == 0;
 }
 
 bool serialise(const xc::DOMDocument& document, std::string& text) {

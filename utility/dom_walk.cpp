@@ -1,5 +1,7 @@
 #include "utility/dom_walk.h"
 
+#include <xercesc/dom/impl/DOMNodeBase.hpp>
+#include <xercesc/dom/impl/DOMNodeImpl.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 namespace utility {
@@ -181,14 +183,21 @@ void free_attributes(xc::DOMElement& element) {
   }
 }
 
+// What an entity reference holds cannot be taken out of it, nor can the library release elements
+// with attributes in it: it tries to remove these.
+void make_writable(xc::DOMNode& reference) {
+  dynamic_cast<xc::HasDOMNodeImpl&>(reference).getNodeImpl()->setReadOnly(false, true);
+}
+
 }  // namespace
 
 void free_detached(xc::DOMElement* element) {
   xc::DOMNode* node = element;
   for (;;) {
-    // What an entity reference holds cannot be taken out of it; it goes with the reference.
-    if (node->getFirstChild() != nullptr &&
-        node->getNodeType() != xc::DOMNode::ENTITY_REFERENCE_NODE) {
+    if (node->getNodeType() == xc::DOMNode::ENTITY_REFERENCE_NODE) {
+      make_writable(*node);
+    }
+    if (node->getFirstChild() != nullptr) {
       node = node->getFirstChild();
       continue;
     }

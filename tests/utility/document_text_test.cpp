@@ -50,8 +50,12 @@ TEST_F(Saving, KeepsUtf16OfBothByteOrders) {
       ASSERT_EQ(load(text), XEC_OK) << declaration << big;
       ASSERT_EQ(root().set_text("\xE4\xB8\xAD"), XEC_OK);
       ASSERT_EQ(xml.save(), XEC_OK) << declaration << big;
+      const std::string once = read_file(path());
+      EXPECT_TRUE(once.starts_with("\xFF\xFE") || once.starts_with("\xFE\xFF"));
       ASSERT_EQ(xml.load(path()), XEC_OK) << declaration << big;
       EXPECT_EQ(root().get_text(), "\xE4\xB8\xAD");
+      ASSERT_EQ(xml.save(), XEC_OK) << declaration << big;
+      EXPECT_EQ(read_file(path()), once) << declaration << big;
     }
   }
 }

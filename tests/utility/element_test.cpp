@@ -359,6 +359,25 @@ TEST_F(Element, RefusesToChangeWhatAnEntityGives) {
   EXPECT_EQ(a.get_text(), "t");
 }
 
+TEST_F(Element, DiscardsEntityReferencesWithAllThatTheyHold) {
+  const std::string entities[] = {"x",    "<b/>",       "<b c=\"1\">t</b>", "<b><c d=\"1\"/></b>u",
+                                  "<d/>", "&f;<b/>&f;", "<b>&f;</b>"};
+  for (const std::string& entity : entities) {
+    ASSERT_EQ(load("<!DOCTYPE r [<!ATTLIST d e CDATA 'v'><!ENTITY f '<c d=\"1\"/>'><!ENTITY e '" +
+                   entity + "'>]><r><a>&e;<b/></a>&e;</r>"),
+              XEC_OK)
+        << entity;
+    CElement copy;
+    ASSERT_EQ(child("a").clone(true, copy), XEC_OK);
+    ASSERT_EQ(root().insert_back_child(copy), XEC_OK);
+    EXPECT_EQ(root().discard_child_element(child("a")), XEC_OK) << entity;
+    EXPECT_EQ(root().discard_child_element(child("a")), XEC_OK) << entity;
+    EXPECT_FALSE(root().has_child_element("a"));
+    EXPECT_EQ(xml.save(), XEC_OK);
+    EXPECT_TRUE(saved().ends_with("]><r>&e;</r>")) << saved();
+  }
+}
+
 TEST_F(Element, ARemovedElementStaysUsable) {
   ASSERT_EQ(load("<r><a>1</a><b/></r>"), XEC_OK);
   const CElement a = child("a");

@@ -176,6 +176,17 @@ TEST_F(ScriptData, SeveralDataElementsBecomeOneInFrontOfTheOtherChildren) {
                                    "<Exec/><other/>"));
 }
 
+TEST_F(ScriptData, DataWithEntityReferencesIsReplaced) {
+  const ScriptFile file("<!DOCTYPE korvid [<!ENTITY v '<var name=\"a\"/>'>]>" +
+                        process("<Data>&v;<var name='x' type='int' value='1'/></Data>"));
+  ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
+  engine.set("x", 2);
+  EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
+  EXPECT_TRUE(file.text().ends_with(
+      "]>" + process("<Data><var name=\"x\" type=\"int\" value=\"2\"/></Data>")))
+      << file.text();
+}
+
 TEST_F(ScriptData, WithoutVariablesAnEmptyDataElementRemains) {
   const ScriptFile file(process("<Data><var name='x' type='int' value='1'/></Data><Data/>"));
   ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
