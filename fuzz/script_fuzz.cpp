@@ -24,6 +24,7 @@ namespace {
 using fwbase::IRunLog;
 using fwbase::IScript;
 using fwbase::fuzz::Document;
+using fwbase::fuzz::element_of;
 using fwbase::test::HostFunction;
 using fwbase::test::LogCapture;
 using fwbase::test::Record;
@@ -141,6 +142,7 @@ class ScriptModel {
   int nameless_processes = 0;
   bool can_save = false;      // there is a process to which variables are saved
   bool has_defaults = false;  // for the attributes of variables, which therefore cannot be added
+  bool has_declarations = false;  // which the XML library may write wrongly; then nothing is saved
 
  private:
   void load(const Document& document) {
@@ -170,6 +172,7 @@ class ScriptModel {
   void find_defaults(const Document& document) {
     CElement var;
     FUZZ_CHECK(document.create_element("var", var) == 0);
+    has_declarations = element_of(var)->getOwnerDocument()->getDoctype() != nullptr;
     has_defaults = var.has_attr("name") || var.has_attr("type") || var.has_attr("value");
   }
 
@@ -417,9 +420,11 @@ bool change_and_save(ScriptEngine& engine, const ScriptModel& model, unsigned in
                           : !model.can_save    ? ec::SCRIPT_NO_PROCESS
                           : model.has_defaults ? ec::SCRIPT_E_SET_ATTR
                                                : ec::SCRIPT_OK;
-  FUZZ_CHECK(engine.save_script() == expected);
-  FUZZ_CHECK(ec::succeeded(expected) || fwbase::test::read_file(world().path) == before);
-  return ec::succeeded(expected);
+  const ec::EC code = engine.save_script();
+  FUZZ_CHECK(code == expected ||
+             (ec::succeeded(expected) && model.has_declarations && code == ec::SCRIPT_E_SAVE_XML));
+  FUZZ_CHECK(ec::succeeded(code) || fwbase::test::read_file(world().path) == before);
+  return ec::succeeded(code);
 }
 
 }  // namespace

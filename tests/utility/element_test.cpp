@@ -360,11 +360,11 @@ TEST_F(Element, RefusesToChangeWhatAnEntityGives) {
 }
 
 TEST_F(Element, DiscardsEntityReferencesWithAllThatTheyHold) {
-  const std::string entities[] = {"x",    "<b/>",       "<b c=\"1\">t</b>", "<b><c d=\"1\"/></b>u",
+  const std::string entities[] = {"x",    "<b/>",       "<b c='1'>t</b>", "<b><c d='1'/></b>u",
                                   "<d/>", "&f;<b/>&f;", "<b>&f;</b>"};
   for (const std::string& entity : entities) {
-    ASSERT_EQ(load("<!DOCTYPE r [<!ATTLIST d e CDATA 'v'><!ENTITY f '<c d=\"1\"/>'><!ENTITY e '" +
-                   entity + "'>]><r><a>&e;<b/></a>&e;</r>"),
+    ASSERT_EQ(load("<!DOCTYPE r [<!ATTLIST d e CDATA 'v'><!ENTITY f \"<c d='1'/>\"><!ENTITY e \"" +
+                   entity + "\">]><r><a>&e;<b/></a>&e;</r>"),
               XEC_OK)
         << entity;
     CElement copy;

@@ -177,7 +177,7 @@ TEST_F(ScriptData, SeveralDataElementsBecomeOneInFrontOfTheOtherChildren) {
 }
 
 TEST_F(ScriptData, DataWithEntityReferencesIsReplaced) {
-  const ScriptFile file("<!DOCTYPE korvid [<!ENTITY v '<var name=\"a\"/>'>]>" +
+  const ScriptFile file("<!DOCTYPE korvid [<!ENTITY v \"<var name='a'/>\">]>" +
                         process("<Data>&v;<var name='x' type='int' value='1'/></Data>"));
   ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
   engine.set("x", 2);
