@@ -170,7 +170,6 @@ class LogRun {
 
   void restart(bool asynch) {
     stop();
-    check_files();
     start();
     m_log.asynch(asynch);
     m_asynch = asynch;
@@ -186,8 +185,8 @@ class LogRun {
   // Leaves so many bytes to the size at which the file is rotated. What was written is checked now.
   void approach_rotation(unsigned int distance) {
     if (m_asynch) restart(false);
-    check_files();
     ExpectedFile& file = m_files[0];
+    check_file(path(), file);
     file.hole = file.size = kRotationSize - distance - 1;
     file.records.clear();
     FUZZ_CHECK(::truncate(path().c_str(), file.size) == 0);

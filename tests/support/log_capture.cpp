@@ -30,7 +30,10 @@ std::string convert(const char* to, const char* from, const std::string& text) {
 
 }  // namespace
 
-std::string gbk(const std::string& utf8) { return convert("GBK", "UTF-8", utf8); }
+std::string encoded(const char* encoding, const std::string& utf8) {
+  return convert(encoding, "UTF-8", utf8);
+}
+std::string gbk(const std::string& utf8) { return encoded("GBK", utf8); }
 std::string utf8(const std::string& gbk) { return convert("UTF-8", "GBK", gbk); }
 
 void PrintTo(const Record& record, std::ostream* out) {

@@ -23,7 +23,10 @@ struct Record {
 /// Prints level and message, with the message as UTF-8.
 void PrintTo(const Record& record, std::ostream* out);
 
-/// UTF-8 as GBK and back, by the C library's converter.
+/// UTF-8 in another encoding, by the C library's converter.
+std::string encoded(const char* encoding, const std::string& utf8);
+
+/// UTF-8 as GBK and back, likewise.
 std::string gbk(const std::string& utf8);
 std::string utf8(const std::string& gbk);
 

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/log_capture.h"
 #include "tests/utility/xml_file.h"
 
 namespace {
 
 using namespace utility;
+using fwbase::test::encoded;
 using fwbase::test::read_file;
 using Saving = fwbase::test::XmlFile;
 
@@ -66,6 +68,72 @@ TEST_F(Saving, KeepsTheEncoding) {
   EXPECT_EQ(root().set_text("\xE6\x96\x87"), XEC_OK);
   ASSERT_EQ(xml.save(), XEC_OK);
   EXPECT_EQ(saved(), "<r>\xCE\xC4</r>");
+}
+
+// With the names that a document gives them and those that iconv knows.
+TEST_F(Saving, KeepsEveryEncodingThatTheLibraryKnows) {
+  const std::string latin = "\xC3\xA9", chinese = "\xE4\xB8\xAD", emoji = "\xF0\x9F\x98\x80";
+  const std::string euro = "\xE2\x82\xAC", cyrillic = "\xD0\xB6", thai = "\xE0\xB8\x81";
+  const std::string little = "\xFF\xFE", big = "\xFE\xFF";
+  struct {
+    const char* declared;
+    const char* encoding;
+    std::string mark, text;
+  } const cases[] = {
+      {"UTF-8", "UTF-8", "", chinese + emoji},
+      {"UTF-8", "UTF-8", "\xEF\xBB\xBF", chinese + emoji},
+      {"UTF-16", "UTF-16LE", little, chinese + emoji},
+      {"UTF-16", "UTF-16BE", big, chinese + emoji},
+      {"utf-16", "UTF-16LE", little, chinese + emoji},
+      {"UTF-16LE", "UTF-16LE", "", chinese + emoji},
+      {"UTF-16BE", "UTF-16BE", "", chinese + emoji},
+      {"ISO-10646-UCS-2", "UTF-16LE", little, latin + chinese},
+      {"UCS-4", "UCS-4LE", "", chinese + emoji},
+      {"UCS-4", "UCS-4BE", "", chinese + emoji},
+      {"ISO-10646-UCS-4", "UCS-4LE", "", chinese + emoji},
+      {"ISO-10646-UCS-4", "UCS-4BE", std::string("\0\0\xFE\xFF", 4), chinese + emoji},
+      {"UTF-32", "UCS-4BE", "", chinese + emoji},
+      {"US-ASCII", "ASCII", "", "e"},
+      {"ISO-8859-1", "ISO-8859-1", "", latin},
+      {"latin1", "ISO-8859-1", "", latin},
+      {"ISO-8859-2", "ISO-8859-2", "", latin},
+      {"ISO-8859-15", "ISO-8859-15", "", latin + euro},
+      {"windows-1250", "CP1250", "", latin + euro},
+      {"windows-1251", "CP1251", "", cyrillic},
+      {"windows-1252", "CP1252", "", latin + euro},
+      {"KOI8-R", "KOI8-R", "", cyrillic},
+      {"TIS-620", "TIS-620", "", thai},
+      {"macintosh", "MACINTOSH", "", latin},
+      {"EBCDIC-CP-US", "IBM037", "", latin},
+      {"IBM037", "IBM037", "", latin},
+      {"IBM500", "IBM500", "", latin},
+      {"IBM1047", "IBM1047", "", latin},
+      {"IBM1140", "IBM1140", "", latin + euro},
+      {"GB2312", "GB2312", "", chinese},
+      {"GBK", "GBK", "", chinese},
+      {"GB18030", "GB18030", "", chinese + latin + emoji},
+      {"Big5", "BIG5", "", chinese},
+      {"Shift_JIS", "SJIS", "", chinese},
+      {"EUC-JP", "EUC-JP", "", chinese},
+      {"EUC-KR", "EUC-KR", "", chinese},
+  };
+  for (const auto& c : cases) {
+    const std::string what = std::string(c.declared) + " as " + c.encoding;
+    const std::string text = "<?xml version=\"1.0\" encoding=\"" + std::string(c.declared) +
+                             "\"?><r a=\"" + c.text + "\">" + c.text + "</r>";
+    ASSERT_EQ(load(c.mark + encoded(c.encoding, text)), XEC_OK) << what;
+    std::string once;
+    for (int round = 0; round < 2; ++round) {
+      std::string value;
+      EXPECT_EQ(root().get_attr("a", value), XEC_OK) << what;
+      EXPECT_EQ(value, c.text) << what;
+      EXPECT_EQ(root().get_text(), c.text) << what;
+      ASSERT_EQ(xml.save(), XEC_OK) << what;
+      EXPECT_TRUE(round == 0 || read_file(path()) == once) << what;
+      once = read_file(path());
+      ASSERT_EQ(xml.load(path()), XEC_OK) << what;
+    }
+  }
 }
 
 TEST_F(Saving, AttributeValuesKeepTheirLineBreaksAndTabs) {

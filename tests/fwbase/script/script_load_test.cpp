@@ -6,6 +6,7 @@
 #include "tests/fwbase/script/script_engine.h"
 #include "tests/support/code_page.h"
 #include "tests/support/failing_new.h"
+#include "tests/utility/xml_file.h"
 
 namespace {
 
@@ -97,6 +98,30 @@ TEST_F(ScriptLoad, AFileThatIsNotWellFormedCannotBeLoaded) {
                                                                     file.path() + "], Xec[4]\n")})
         << text;
   }
+  EXPECT_EQ(engine.load_text(korvid("<Process name=''/>")), ec::SCRIPT_OK);
+}
+
+TEST_F(ScriptLoad, AFileThatCostsTooMuchCannotBeLoaded) {
+  std::string bomb = "<!DOCTYPE korvid [<!ENTITY e0 'text'>";
+  for (int i = 1; i < 20; ++i) {
+    const std::string inner = "&e" + std::to_string(i - 1) + ";";
+    bomb += "<!ENTITY e" + std::to_string(i) + " '" + inner + inner + inner + "'>";
+  }
+  const std::string levels = repeated("<a>", 100'000) + repeated("</a>", 100'000);
+  const std::string files[] = {
+      bomb + "]><korvid><Process name=''>&e19;</Process></korvid>",
+      bomb + "]><korvid><Process name='&e19;'/></korvid>",
+      "<korvid><Process name=''><Exec><section name='s'>" + levels +
+          "</section></Exec></Process></korvid>",
+      levels,
+  };
+  run_with_stack(kSmallStack, [&] {
+    for (const std::string& text : files) {
+      log.clear();
+      EXPECT_EQ(engine.load_text(text), ec::SCRIPT_E_LOAD) << text.substr(0, 60);
+      EXPECT_EQ(log.records().size(), 1u) << text.substr(0, 60);
+    }
+  });
   EXPECT_EQ(engine.load_text(korvid("<Process name=''/>")), ec::SCRIPT_OK);
 }
 
