@@ -19,7 +19,7 @@ namespace {
 // and that the writer thread is not left waiting.
 class ProcessFacade {
  public:
-  ProcessFacade() : m_facade(new (m_storage) CFWBase) { CFWBase::watch_forks(); }
+  ProcessFacade() : m_facade(new (m_storage) CFWBase) { m_facade->watch_forks(); }
   ~ProcessFacade() { m_facade->finish_log(); }
   ProcessFacade(const ProcessFacade&) = delete;
   ProcessFacade& operator=(const ProcessFacade&) = delete;

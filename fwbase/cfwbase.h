@@ -40,7 +40,7 @@ class CFWBase final : public IFWBase {
   void finish_log();
 
   /// For the start of the process: from then on, a child that the host forks can use the facade.
-  static void watch_forks();
+  void watch_forks();
 
   // cfwbase_fork.cpp, called by fork() in the thread that forks
   void before_fork();

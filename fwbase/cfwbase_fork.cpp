@@ -16,26 +16,28 @@ constexpr std::time_t kPatience = 1;  // seconds
 
 std::mutex forking;
 
-CFWBase& facade() { return *static_cast<CFWBase*>(IFWBase::instance()); }
+// Not IFWBase::instance(): a program may have its own, which is found first.
+CFWBase* watched = nullptr;
 
 void before_fork() {
   forking.lock();
-  facade().before_fork();
+  watched->before_fork();
 }
 
 void after_fork_in_parent() {
-  facade().after_fork_in_parent();
+  watched->after_fork_in_parent();
   forking.unlock();
 }
 
 void after_fork_in_child() {
   new (&forking) std::mutex;
-  facade().after_fork_in_child();
+  watched->after_fork_in_child();
 }
 
 }  // namespace
 
 void CFWBase::watch_forks() {
+  watched = this;
   ::pthread_atfork(&fwbase::before_fork, &fwbase::after_fork_in_parent,
                    &fwbase::after_fork_in_child);
 }
