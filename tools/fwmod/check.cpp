@@ -56,7 +56,7 @@ std::string fault_of(const Report& report, const Ending& ending, const Options& 
   if (report.fault.is_set()) {
     return report.fault.get();
   }
-  const std::string place = fwmod::place(report, options.function);
+  const std::string place = fwmod::place(report, options.module.function);
   if (ending.kind == Ending::kTimedOut) {
     return "hangs " + place + ": killed after " + std::to_string(options.timeout) + " s";
   }
@@ -71,7 +71,8 @@ std::string fault_of(const Report& report, const Ending& ending, const Options& 
 
 std::string soundness(const Report& report, const Options& options) {
   if (!options.exercise) {
-    return "ok: it loads with all symbols bound, exports " + options.function + "(), and unloads";
+    return "ok: it loads with all symbols bound, exports " + options.module.function +
+           "(), and unloads";
   }
   return std::string("ok: ") + (report.product != nullptr ? "factory" : "module") +
          " created, initialised and released; nothing left behind";
@@ -107,9 +108,9 @@ Status tell(const std::string& name, const Report& report, const Ending& ending,
 }  // namespace
 
 Status check(const Options& options) {
-  const std::vector<std::string> files = files_of(options.library);
+  const std::vector<std::string> files = files_of(options.module.path);
   const bool is_one_file = files.size() == 1 && files.front().find('/') != std::string::npos;
-  const std::string name = is_one_file ? files.front() : options.library;
+  const std::string name = is_one_file ? files.front() : options.module.path;
   if (is_one_file) {
     const std::string fault = fault_of_file(name);
     if (!fault.empty()) {
@@ -117,9 +118,9 @@ Status check(const Options& options) {
     }
   }
   const ReportMemory memory;
-  const Ending ending =
-      run_self(inspection_arguments({files, options.function, options.argument, options.exercise}),
-               memory.descriptor(), std::chrono::seconds(options.timeout));
+  const Ending ending = run_self(inspection_arguments({files, options.module.function,
+                                                       options.module.argument, options.exercise}),
+                                 memory.descriptor(), std::chrono::seconds(options.timeout));
   if (memory.report().step == Step::kStarting) {
     complain(fault_of(memory.report(), ending, options));
     return kNotChecked;

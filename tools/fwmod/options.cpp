@@ -20,23 +20,14 @@ const char* const kFooter =
     "\n"
     "Example: fwmod --exercise ./libcounter.so:create_counter=counter.conf";
 
-// What follows the first '=' is the argument. The function stands behind the last colon of the file
-// name: directories may have colons, and a file name with one needs a function behind it.
-void split(const std::string& text, Options& options) {
-  const std::size_t equals = text.find('=');
-  if (equals != text.npos) {
-    options.argument = text.substr(equals + 1);
-  }
-  const std::string left = text.substr(0, equals);
-  const std::size_t file = left.rfind('/') + 1;  // 0 without a directory
-  const std::size_t colon = left.rfind(':');
-  const bool has_function = colon != left.npos && colon >= file;
-  options.library = has_function ? left.substr(0, colon) : left;
-  if (has_function) {
-    options.function = left.substr(colon + 1);
-  }
-  if (options.library.empty() || options.function.empty()) {
+void interpret(const std::string& text, Options& options) {
+  const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
+  if (!module) {
     throw CLI::ValidationError("PATH", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
+  }
+  options.module = *module;
+  if (module->argument && !options.exercise) {
+    throw CLI::ValidationError("PATH", "an ARGUMENT goes with --exercise only");
   }
 }
 
@@ -58,10 +49,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
       ->check(CLI::Range(1, 86400));
   try {
     app.parse(argc, argv);
-    split(library, options);
-    if (options.argument && !options.exercise) {
-      throw CLI::ValidationError("PATH", "an ARGUMENT goes with --exercise only");
-    }
+    interpret(library, options);
     return {};
   } catch (const CLI::CallForHelp&) {
     return write_out(app.help(), kSound);

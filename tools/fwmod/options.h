@@ -3,14 +3,13 @@
 #define FWMOD_OPTIONS_H
 
 #include <optional>
-#include <string>
+
+#include "support/module_argument.h"
 
 namespace fwmod {
 
 struct Options {
-  std::string library;  ///< a path, or a name to look up
-  std::string function = "create_module";
-  std::optional<std::string> argument;
+  tools::ModuleArgument module;
   bool exercise = false;
   int timeout = 10;  ///< seconds
 };

@@ -14,14 +14,14 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IMM;
 
-const ModuleOption kGeneralFunctions = {"fwstd", kDefaultCreateFunction, {}};
+const tools::ModuleArgument kGeneralFunctions = {"fwstd"};
 
-std::string shown(const ModuleOption& module) {
+std::string shown(const tools::ModuleArgument& module) {
   return "module '" + module.path + ":" + module.function + "'";
 }
 
 // The manager leaves a module that did not come into service to its caller.
-void dispose_of(IMM::IBase* module, const ModuleOption& option) {
+void dispose_of(IMM::IBase* module, const tools::ModuleArgument& option) {
   if (module == nullptr) {
     return;
   }
@@ -32,13 +32,13 @@ void dispose_of(IMM::IBase* module, const ModuleOption& option) {
   }
 }
 
-void warn_of_errors(const ModuleOption& module, ErrorLog& errors) {
+void warn_of_errors(const tools::ModuleArgument& module, ErrorLog& errors) {
   for (const std::string& error : errors.take_errors()) {
     complain("warning: " + shown(module) + ": " + error);
   }
 }
 
-bool create_module(const ModuleOption& module, ErrorLog& errors) {
+bool create_module(const tools::ModuleArgument& module, ErrorLog& errors) {
   const std::string path = tools::module_path(module.path);
   const char* const argument = module.argument ? module.argument->c_str() : nullptr;
   const std::string failure = "cannot create " + shown(module);
@@ -60,11 +60,11 @@ bool create_module(const ModuleOption& module, ErrorLog& errors) {
 
 }  // namespace
 
-bool create_modules(const std::vector<ModuleOption>& modules, ErrorLog& errors) {
+bool create_modules(const std::vector<tools::ModuleArgument>& modules, ErrorLog& errors) {
   if (!create_module(kGeneralFunctions, errors)) {
     return false;
   }
-  for (const ModuleOption& module : modules) {
+  for (const tools::ModuleArgument& module : modules) {
     if (!create_module(module, errors)) {
       return false;
     }

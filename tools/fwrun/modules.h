@@ -11,7 +11,7 @@ namespace fwrun {
 
 /// Creates the module of the general functions, then `modules` in their order, through the module
 /// manager. False at the first that cannot be created: which and why is on standard error then.
-bool create_modules(const std::vector<ModuleOption>& modules, ErrorLog& errors);
+bool create_modules(const std::vector<tools::ModuleArgument>& modules, ErrorLog& errors);
 
 }  // namespace fwrun
 

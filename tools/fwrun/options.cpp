@@ -101,27 +101,12 @@ Assignment assignment_of(const char* option, const std::string& text) {
   return {name, value};
 }
 
-// The function stands behind the last colon of the file name: directories may have colons, and a
-// file name with one needs a function behind it. What follows the first '=' is the argument.
-ModuleOption module_of(const std::string& text) {
-  const std::size_t equals = text.find('=');
-  const std::string left = text.substr(0, equals);
-  const std::size_t slash = left.rfind('/');
-  std::size_t colon = left.rfind(':');
-  if (slash != left.npos && colon != left.npos && colon < slash) {
-    colon = left.npos;
-  }
-  ModuleOption module{left.substr(0, colon), kDefaultCreateFunction, {}};
-  if (colon != left.npos) {
-    module.function = left.substr(colon + 1);
-  }
-  if (equals != text.npos) {
-    module.argument = text.substr(equals + 1);
-  }
-  if (module.path.empty() || module.function.empty()) {
+tools::ModuleArgument module_of(const std::string& text) {
+  const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
+  if (!module) {
     throw CLI::ValidationError("--module", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
   }
-  return module;
+  return *module;
 }
 
 // What is typed, before its parts are looked at.

@@ -8,6 +8,8 @@
 #include <variant>
 #include <vector>
 
+#include "support/module_argument.h"
+
 namespace fwrun {
 
 typedef std::variant<std::int32_t, std::string> Value;
@@ -18,20 +20,10 @@ struct Assignment {
   Value value;
 };
 
-/// The creation function of a module when --module names none.
-constexpr char kDefaultCreateFunction[] = "create_module";
-
-/// A module to create: PATH[:FUNCTION][=ARGUMENT].
-struct ModuleOption {
-  std::string path;  ///< as given; see tools::module_path()
-  std::string function;
-  std::optional<std::string> argument;  ///< for the module's init()
-};
-
 struct Options {
   std::string script;
   std::vector<std::string> sections;
-  std::vector<ModuleOption> modules;
+  std::vector<tools::ModuleArgument> modules;
   std::vector<std::string> mocks;  ///< names of functions
   bool mock_missing = false;
   std::string log_file;  ///< empty for none
