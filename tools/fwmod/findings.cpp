@@ -1,8 +1,6 @@
 #include "findings.h"
 
 #include <cxxabi.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -12,8 +10,14 @@
 
 namespace fwmod {
 
+void Findings::step(Step step) {
+  if (!is_copy()) {
+    m_report.step = step;
+  }
+}
+
 void Findings::fault(const std::string& text) {
-  if (!m_report.fault.set(text)) {
+  if (!is_copy() && !m_report.fault.set(text)) {
     while (true) {
       pause();  // the other thread ends the process
     }
@@ -21,7 +25,16 @@ void Findings::fault(const std::string& text) {
   _exit(0);
 }
 
+void Findings::left(const std::string& text) {
+  if (!is_copy()) {
+    m_report.left.add(text);
+  }
+}
+
 void Findings::logged(const std::string& message) {
+  if (is_copy()) {
+    return;
+  }
   const std::size_t last = message.find_last_not_of("\r\n");
   m_report.logged.add(tools::quoted(tools::readable(message.substr(0, last + 1))));
 }

@@ -73,10 +73,7 @@ Report* map_report(int descriptor) {
   }
   void* const mapped = map(descriptor);
   close(descriptor);
-  if (mapped == MAP_FAILED || madvise(mapped, sizeof(Report), MADV_DONTFORK) != 0) {
-    return nullptr;
-  }
-  return static_cast<Report*>(mapped);
+  return mapped == MAP_FAILED ? nullptr : static_cast<Report*>(mapped);
 }
 
 std::string place(const Report& report, const std::string& function) {

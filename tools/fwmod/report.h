@@ -99,7 +99,6 @@ class ReportMemory {
 };
 
 /// In that process: the report behind the descriptor, which is closed. Null when it is not one.
-/// A copy of the process that the library makes with fork() does not have it.
 Report* map_report(int descriptor);
 
 /// What ran when the process ended, such as "in init()". `function` is the creation function.

@@ -29,6 +29,8 @@ TEST(FwmodExercise, SoundFactoryWithAModule) {
                   "ok: factory created, initialised and released; nothing left behind");
 }
 
+TEST(FwmodExercise, SoundModuleThatForks) { expect_exercise(0, "sound_fork", kSoundModule); }
+
 TEST(FwmodExercise, UsesTheFunctionThatIsTold) {
   expect_exercise(0, "sound_module", kSoundModule, ":create_second");
 }
