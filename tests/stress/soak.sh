@@ -9,7 +9,7 @@
 # records in its log as it has counted lines, and its memory must not have grown by 1 % or more
 # since the first tenth of the time (not checked for programs with a sanitizer: SOAK_MEMORY=no).
 set -euo pipefail
-[ $# -eq 5 ] || { sed -n '4p' "$0" >&2 && exit 2; }
+[ $# -eq 5 ] || { sed -n 4p "$0" >&2 && exit 2; }
 minutes=$1 server=$2 load=$3 module=$4 work=$5
 examples=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../examples/07_session_server" && pwd)
 log=$work/soak.log
@@ -55,7 +55,7 @@ polite_load() { "$load" --port "$port" "$@" >"$work/figures" || fail "the load h
 
 # What the log holds of sessions behind number $1: how many records of lines, the last session.
 log_behind() {
-  cat "$log".bak.{3,2,1,0} "$log" 2>/dev/null | awk -v behind="$1" '
+  { cat "$log".bak.{3,2,1,0} "$log" 2>/dev/null || true; } | awk -v behind="$1" '
     match($0, /^ >session [0-9]+: line /) {
       number = substr($2, 1, length($2) - 1) + 0
       if (number > behind) { ++count }
