@@ -62,9 +62,16 @@ struct Node {
   }
 };
 
-// The nearest element along the siblings, that has the name if one is given.
+// Where handles lead to; null, also for an empty handle's, where they lead nowhere. With a name, to
+// the nearest element that has it.
+
+Node* parent_element(const Node* node) {
+  const bool has_one = node != nullptr && node->parent != nullptr && node->parent->is_element();
+  return has_one ? node->parent : nullptr;
+}
+
 Node* sibling(const Node* node, int step, const std::string* name = nullptr) {
-  if (node->parent == nullptr) return nullptr;
+  if (node == nullptr || node->parent == nullptr) return nullptr;
   const std::vector<Node*>& all = node->parent->children;
   for (std::size_t i = node->place() + step; i < all.size(); i += step) {
     if (all[i]->is_element() && (name == nullptr || all[i]->name == *name)) return all[i];
@@ -74,10 +81,21 @@ Node* sibling(const Node* node, int step, const std::string* name = nullptr) {
 
 std::vector<Node*> child_elements(const Node* node, const std::string* name = nullptr) {
   std::vector<Node*> found;
+  if (node == nullptr) return found;
   for (Node* const child : node->children) {
     if (child->is_element() && (name == nullptr || child->name == *name)) found.push_back(child);
   }
   return found;
+}
+
+Node* first_child(const Node* node, const std::string* name = nullptr) {
+  const std::vector<Node*> all = child_elements(node, name);
+  return all.empty() ? nullptr : all.front();
+}
+
+Node* last_child(const Node* node) {
+  const std::vector<Node*> all = child_elements(node);
+  return all.empty() ? nullptr : all.back();
 }
 
 bool is_or_is_below(const Node* node, const Node* ancestor) {
@@ -312,56 +330,62 @@ class ElementRun {
 
   void move(Input& input) {
     const Slot& slot = own(input);
-    const Node* const node = slot.node;
     const unsigned int way = input.below(8);
     const std::string& wanted = name(input).text;
-    const std::string* const by_name = way >= 5 ? &wanted : nullptr;
-    CElement out = m_slots[kForeign].handle;
-    unsigned int code = 0;
-    Node* expected = nullptr;
-    unsigned int not_found = XEC_NOT_FOUND;
+    CElement out = world().foreign_root;
+    if (way < 5) {
+      const auto [code, found] = move_anywhere(slot, way, out);
+      arrive(input, code, found, out,
+             slot.node == nullptr ? XEC_NO_ELEMENT
+             : way == 0           ? XEC_NO_PARENT
+                                  : XEC_NOT_FOUND);
+    } else {
+      const auto [code, found] = move_by_name(slot, way - 5, wanted, out);
+      arrive(input, code, found, out,
+             slot.node == nullptr ? XEC_NO_ELEMENT
+             : is_text(wanted)    ? XEC_NOT_FOUND
+                                  : XEC_ENCODING);
+    }
+  }
+
+  using Step = std::pair<unsigned int, Node*>;  // the result, and where it should lead
+
+  static Step move_anywhere(const Slot& slot, unsigned int way, CElement& out) {
+    const Node* const node = slot.node;
     switch (way) {
       case 0:
-        code = slot.handle.get_parent_element(out);
-        expected = node != nullptr && node->parent != nullptr && node->parent->is_element()
-                       ? node->parent
-                       : nullptr;
-        not_found = XEC_NO_PARENT;
-        break;
+        return {slot.handle.get_parent_element(out), parent_element(node)};
       case 1:
-      case 5:
-        code =
-            by_name ? slot.handle.get_pre_element(wanted, out) : slot.handle.get_pre_element(out);
-        expected = node != nullptr ? sibling(node, -1, by_name) : nullptr;
-        break;
+        return {slot.handle.get_pre_element(out), sibling(node, -1)};
       case 2:
-      case 6:
-        code =
-            by_name ? slot.handle.get_next_element(wanted, out) : slot.handle.get_next_element(out);
-        expected = node != nullptr ? sibling(node, 1, by_name) : nullptr;
-        break;
+        return {slot.handle.get_next_element(out), sibling(node, 1)};
       case 3:
-      case 7: {
-        code = by_name ? slot.handle.get_first_child_element(wanted, out)
-                       : slot.handle.get_first_child_element(out);
-        if (node != nullptr && !child_elements(node, by_name).empty()) {
-          expected = child_elements(node, by_name).front();
-        }
-        break;
-      }
+        return {slot.handle.get_first_child_element(out), first_child(node)};
       default:
-        code = slot.handle.get_last_child_element(out);
-        if (node != nullptr && !child_elements(node).empty()) {
-          expected = child_elements(node).back();
-        }
+        return {slot.handle.get_last_child_element(out), last_child(node)};
     }
-    if (by_name != nullptr && !is_text(wanted)) not_found = XEC_ENCODING;
-    if (node == nullptr) not_found = XEC_NO_ELEMENT;
-    FUZZ_CHECK(code == (expected != nullptr ? unsigned{XEC_OK} : not_found));
+  }
+
+  static Step move_by_name(const Slot& slot, unsigned int way, const std::string& wanted,
+                           CElement& out) {
+    const Node* const node = slot.node;
+    switch (way) {
+      case 0:
+        return {slot.handle.get_pre_element(wanted, out), sibling(node, -1, &wanted)};
+      case 1:
+        return {slot.handle.get_next_element(wanted, out), sibling(node, 1, &wanted)};
+      default:
+        return {slot.handle.get_first_child_element(wanted, out), first_child(node, &wanted)};
+    }
+  }
+
+  void arrive(Input& input, unsigned int code, Node* expected, const CElement& out,
+              unsigned int nowhere) {
+    FUZZ_CHECK(code == (expected != nullptr ? unsigned{XEC_OK} : nowhere));
     if (expected != nullptr) {
       keep(input, out, expected);
     } else {
-      FUZZ_CHECK(element_of(out) == element_of(m_slots[kForeign].handle));
+      FUZZ_CHECK(element_of(out) == element_of(world().foreign_root));
     }
   }
 
@@ -369,31 +393,38 @@ class ElementRun {
     const Slot& slot = own(input);
     const std::string& wanted = name(input).text;
     const Node* const node = slot.node;
-    const bool usable = node != nullptr && !wanted.empty() && is_text(wanted);
-    const unsigned int refusal = node == nullptr  ? XEC_NO_ELEMENT
-                                 : wanted.empty() ? XEC_BAD_PARAM
-                                                  : XEC_ENCODING;
-    const std::vector<Node*> named = usable ? child_elements(node, &wanted) : std::vector<Node*>();
+    FUZZ_CHECK(slot.handle.get_element_name() == (node != nullptr ? node->name : ""));
+    FUZZ_CHECK(slot.handle.get_text() == (node != nullptr ? text_of(node) : ""));
+    const unsigned int code = node == nullptr    ? XEC_NO_ELEMENT
+                              : wanted.empty()   ? XEC_BAD_PARAM
+                              : !is_text(wanted) ? XEC_ENCODING
+                                                 : XEC_OK;
+    look_at_children(slot, wanted, code);
+    look_at_attribute(slot, wanted, code);
+  }
+
+  // code is what an operation gives that needs the element and the name.
+  static void look_at_children(const Slot& slot, const std::string& wanted, unsigned int code) {
+    const std::vector<Node*> named =
+        code == XEC_OK ? child_elements(slot.node, &wanted) : std::vector<Node*>();
     std::vector<CElement> found;
-    FUZZ_CHECK(slot.handle.get_child_element(wanted, found) == (usable ? 0 : refusal));
+    FUZZ_CHECK(slot.handle.get_child_element(wanted, found) == code);
     FUZZ_CHECK(are(found, named));
     FUZZ_CHECK(slot.handle.has_child_element(wanted) == !named.empty());
     FUZZ_CHECK(slot.handle.get_child_text(wanted) == (named.empty() ? "" : text_of(named.front())));
-    FUZZ_CHECK(slot.handle.get_element_name() == (node != nullptr ? node->name : ""));
-    FUZZ_CHECK(slot.handle.get_text() == (node != nullptr ? text_of(node) : ""));
-
-    const auto attribute = usable ? node->attributes.find(wanted) : Attributes::const_iterator();
-    const bool has = usable && attribute != node->attributes.end();
-    std::string value = "untouched";
-    FUZZ_CHECK(slot.handle.has_attr(wanted) == has);
-    FUZZ_CHECK(slot.handle.get_attr(wanted, value) == (has      ? unsigned{XEC_OK}
-                                                       : usable ? unsigned{XEC_NO_ATTR}
-                                                                : refusal));
-    FUZZ_CHECK(value == (has ? attribute->second : "untouched"));
-
     found.clear();
-    FUZZ_CHECK(slot.handle.get_all_child_element(found) == (node != nullptr ? 0u : 9u));
-    FUZZ_CHECK(are(found, node != nullptr ? child_elements(node) : std::vector<Node*>()));
+    FUZZ_CHECK(slot.handle.get_all_child_element(found) ==
+               (slot.node != nullptr ? XEC_OK : XEC_NO_ELEMENT));
+    FUZZ_CHECK(are(found, child_elements(slot.node)));
+  }
+
+  static void look_at_attribute(const Slot& slot, const std::string& wanted, unsigned int code) {
+    const bool exists = code == XEC_OK && slot.node->attributes.count(wanted) != 0;
+    std::string value = "untouched";
+    FUZZ_CHECK(slot.handle.has_attr(wanted) == exists);
+    FUZZ_CHECK(slot.handle.get_attr(wanted, value) ==
+               (code == XEC_OK && !exists ? unsigned{XEC_NO_ATTR} : code));
+    FUZZ_CHECK(value == (exists ? slot.node->attributes.at(wanted) : "untouched"));
   }
 
   static bool are(const std::vector<CElement>& handles, const std::vector<Node*>& nodes) {
@@ -435,31 +466,26 @@ class ElementRun {
     }
   }
 
+  // What setting (0), inserting (1) or removing (2) an attribute must give.
+  static unsigned int attribute_code(const Node* node, unsigned int way, const Name& wanted,
+                                     const std::string& value) {
+    if (node == nullptr) return XEC_NO_ELEMENT;
+    if (wanted.text.empty()) return XEC_BAD_PARAM;
+    if (!is_text(wanted.text)) return XEC_ENCODING;
+    if (way == 2) return node->read_only ? XEC_REMOVE_ATTR : XEC_OK;
+    if (way == 1 && node->attributes.count(wanted.text) != 0) return XEC_ATTR_EXISTS;
+    if (!is_text(value)) return XEC_ENCODING;
+    if (way == 1 && !wanted.is_xml_name) return XEC_CREATE_ATTR;
+    return node->read_only || !wanted.is_xml_name ? XEC_SET_ATTR : XEC_OK;
+  }
+
   void change_attribute(Input& input) {
     const Slot& slot = own(input);
     Node* const node = slot.node;
     const unsigned int way = input.below(3);
     const Name& wanted = name(input);
     const std::string value = way < 2 ? input.text() : "";
-    const bool exists = node != nullptr && node->attributes.count(wanted.text) != 0;
-    unsigned int expected = XEC_OK;
-    if (node == nullptr) {
-      expected = XEC_NO_ELEMENT;
-    } else if (wanted.text.empty()) {
-      expected = XEC_BAD_PARAM;
-    } else if (!is_text(wanted.text)) {
-      expected = XEC_ENCODING;
-    } else if (way == 2) {
-      expected = node->read_only ? XEC_REMOVE_ATTR : XEC_OK;
-    } else if (way == 1 && exists) {
-      expected = XEC_ATTR_EXISTS;
-    } else if (!is_text(value)) {
-      expected = XEC_ENCODING;
-    } else if (way == 1 && !wanted.is_xml_name) {
-      expected = XEC_CREATE_ATTR;
-    } else if (node->read_only || !wanted.is_xml_name) {
-      expected = XEC_SET_ATTR;
-    }
+    const unsigned int expected = attribute_code(node, way, wanted, value);
     const unsigned int code = way == 0   ? slot.handle.set_attr(wanted.text, value)
                               : way == 1 ? slot.handle.insert_attr(wanted.text, value)
                                          : slot.handle.remove_attr(wanted.text);
@@ -526,15 +552,11 @@ class ElementRun {
                parent != nullptr && insert_before(parent, child.node, sibling(node, 1)),
                XEC_INSERT_AFTER);
         break;
-      case 4: {
-        const std::vector<Node*> all =
-            node != nullptr ? child_elements(node) : std::vector<Node*>();
-        expect(
-            slot.handle.insert_front_child(child.handle), node, XEC_NO_ELEMENT,
-            node != nullptr && insert_before(node, child.node, all.empty() ? nullptr : all.front()),
-            XEC_INSERT_FRONT);
+      case 4:
+        expect(slot.handle.insert_front_child(child.handle), node, XEC_NO_ELEMENT,
+               node != nullptr && insert_before(node, child.node, first_child(node)),
+               XEC_INSERT_FRONT);
         break;
-      }
       default:
         expect(slot.handle.insert_back_child(child.handle), node, XEC_NO_ELEMENT,
                node != nullptr && insert_before(node, child.node, nullptr), XEC_INSERT_BACK);
