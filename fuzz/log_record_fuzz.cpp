@@ -168,7 +168,9 @@ class LogRun {
     m_log.write(IRunLog::ERROR, "after the closing record", "");
   }
 
+  // Each takes a new writer thread: the longer inputs would take very long.
   void restart(bool asynch) {
+    if (++m_restarts > kMaxRestarts) return;
     stop();
     start();
     m_log.asynch(asynch);
@@ -177,14 +179,15 @@ class LogRun {
 
   // Not while records are queued: they would be read with other details than they have.
   void set_info(unsigned int flags) {
-    if (m_asynch) restart(false);
+    if (m_asynch) return;
     m_log.info(flags);
     m_info = flags;
   }
 
-  // Leaves so many bytes to the size at which the file is rotated. What was written is checked now.
+  // Leaves so many bytes to the size at which the file is rotated, unless records are queued. What
+  // was written is checked now.
   void approach_rotation(unsigned int distance) {
-    if (m_asynch) restart(false);
+    if (m_asynch) return;
     ExpectedFile& file = m_files[0];
     check_file(path(), file);
     file.hole = file.size = kRotationSize - distance - 1;
@@ -228,12 +231,14 @@ class LogRun {
   }
 
   static constexpr std::size_t kFiles = 5;
+  static constexpr int kMaxRestarts = 8;
 
   const TempDir m_directory;
   CLogProcess m_log;
   ExpectedFile m_files[kFiles];  // the log, and its backups from the newest on
   unsigned int m_info = 0;
   bool m_asynch = false;
+  int m_restarts = 0;
 };
 
 }  // namespace
