@@ -75,8 +75,8 @@ TEST(FwmodExercise, InitCrashes) {
 }
 
 TEST(FwmodExercise, InitHangs) {
-  expect_check(1, fault("hangs_in_init"), "hangs in init(): killed after 3 s",
-               {"--exercise", "--timeout=3"});
+  expect_check(1, fault("hangs_in_init"), "hangs in init(): killed after 5 s",
+               {"--exercise", "--timeout=5"});
 }
 
 TEST(FwmodExercise, InitEndsTheProcessAsIfAllWereWell) {

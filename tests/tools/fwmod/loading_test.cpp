@@ -82,8 +82,8 @@ TEST(FwmodLoading, SurvivesACrash) {
 
 TEST(FwmodLoading, SurvivesAHang) {
   // The limit must leave room for the start of the process.
-  expect_check(1, fault("hangs_on_loading"), "hangs while loading: killed after 3 s",
-               {"--timeout=3"});
+  expect_check(1, fault("hangs_on_loading"), "hangs while loading: killed after 5 s",
+               {"--timeout=5"});
 }
 
 TEST(FwmodLoading, SurvivesAnExit) {
