@@ -50,13 +50,20 @@ class BlockRun {
  private:
   static int distance(Input& input) { return static_cast<int>(input.byte()) - 128; }
 
-  // Positions may leave the buffer, but not the reach of pointers.
+  // Positions may lie behind the buffer. In front of it, and where there is no buffer, there are no
+  // addresses to give.
+  bool has_address(long position) const {
+    return position == 0 || (position > 0 && !m_buffer.empty());
+  }
+
   void move_read(int n) {
+    if (!has_address(m_read + n)) return;
     m_block->rd_ptr(n);
     m_read += n;
   }
 
   void move_write(int n) {
+    if (!has_address(m_write + n)) return;
     m_block->wr_ptr(n);
     m_write += n;
   }
