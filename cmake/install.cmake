@@ -4,6 +4,9 @@ include(CMakePackageConfigHelpers)
 set(headers_dir ${CMAKE_INSTALL_INCLUDEDIR}/fwbase-1)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/fwbase)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# The module libraries of this project.
+set(FWBASE_INSTALL_MODULEDIR ${CMAKE_INSTALL_LIBDIR}/fwbase-1)
+set(FWBASE_INSTALL_FULL_MODULEDIR ${CMAKE_INSTALL_FULL_LIBDIR}/fwbase-1)
 
 install(TARGETS fwbase EXPORT fwbaseTargets)
 install(
@@ -16,8 +19,10 @@ install(
   NAMESPACE fwbase::
   DESTINATION ${package_dir})
 
-configure_package_config_file(cmake/fwbaseConfig.cmake.in fwbaseConfig.cmake
-                              INSTALL_DESTINATION ${package_dir})
+configure_package_config_file(
+  cmake/fwbaseConfig.cmake.in fwbaseConfig.cmake
+  INSTALL_DESTINATION ${package_dir}
+  PATH_VARS FWBASE_INSTALL_MODULEDIR)
 write_basic_package_version_file(fwbaseConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/fwbaseConfig.cmake
               ${CMAKE_CURRENT_BINARY_DIR}/fwbaseConfigVersion.cmake DESTINATION ${package_dir})

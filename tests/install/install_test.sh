@@ -24,3 +24,6 @@ read -r -a pkg_flags <<<"$(pkg-config --cflags --libs fwbase)"
 read -r -a cxx_flags <<<"$flags"
 "$cxx" -std=c++11 "${cxx_flags[@]}" "$here/consumer/consumer.cpp" -o "$work/by_pkg_config" "${pkg_flags[@]}"
 "$work/by_pkg_config"
+
+# The directory of the module libraries.
+[ -f "$(pkg-config --variable=moduledir fwbase)/libfwstd.so" ]

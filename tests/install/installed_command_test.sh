@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build into a fresh prefix, moves it, and runs a script there with the installed
-# command, which has to find its library and its module by itself.
+# Installs the build into a fresh prefix, moves it, and runs the installed commands there, which have
+# to find their library and the module library by themselves.
 #
 # usage: installed_command_test.sh BUILD_DIR WORK_DIR
 set -euo pipefail
@@ -20,6 +20,13 @@ diff - "$work/out" <<<"40 and 2 make 42"
 
 # The module stands where modules are installed, not beside the command.
 [ "$(find "$work/moved" -name libfwstd.so | grep -c '/fwbase-1/libfwstd\.so$')" = 1 ]
+# Its check finds it by its name; a module with script functions cannot take them back.
+fwmod=$(find "$work/moved" -type f -name fwmod)
+"$fwmod" fwstd >"$work/check"
+status=0
+"$fwmod" --exercise fwstd >"$work/exercise" || status=$?
+[ "$status" = 3 ]
+grep -q 'script function "add"' "$work/exercise"
 # It finds the library without the help of the command's own copy.
 module=$(find "$work/moved" -name libfwstd.so)
 ldd "$module" | grep -q "libfwbase\.so\.1 => $work/moved/"

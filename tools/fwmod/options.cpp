@@ -16,7 +16,7 @@ const char* const kFooter =
     "The library runs in a process of its own. What it writes goes to standard error.\n"
     "\n"
     "Exit status: 0 sound; 1 faulty; 2 wrong usage, or the check cannot be made;\n"
-    "3 sound, but the module left something behind.\n"
+    "3 sound, but the module left something behind: so does every module with script functions.\n"
     "\n"
     "Example: fwmod --exercise ./libcounter.so:create_counter=counter.conf";
 

@@ -10,7 +10,7 @@ fwbase::IGlobalEnv* environment() { return fwbase::IFWBase::instance()->global_e
 class Greeter : public fwbase::IMM::IBase, public IGreeter {
  public:
   // Called by create_module(), with its last argument. A module may use the log, environments, the
-  // script engine and data blocks here; the module manager holds its lock and would wait for ever.
+  // script engine and data blocks here; the module manager is in the middle of its own work.
   ec::EC init(void* arg) override {
     if (arg == nullptr) {
       FWBASE_LOG(ERROR, "a greeting is required");

@@ -25,8 +25,8 @@
 ///   FWBASE_MODULE(Counter)
 ///
 /// Class   derives from fwbase::IMM::IBase or fwbase::IMM::IFactory and has a constructor without
-///         arguments. A module that is not made by a factory ends in its release(), which deletes
-///         it.
+///         arguments; a name without a comma. A module that is not made by a factory ends in its
+///         release(), which deletes it.
 /// The function gives null when memory runs out, and lets out what the constructor throws: either
 /// way IMM::create_module() fails and nothing is remembered.
 #define FWBASE_MODULE(Class) FWBASE_MODULE_AS(Class, create_module)
@@ -35,9 +35,9 @@
 #define FWBASE_MODULE_AS(Class, function)                                                    \
   extern "C" FWBASE_API ::fwbase::IMM::IBase* function();                                    \
   extern "C" ::fwbase::IMM::IBase* function() {                                              \
-    static_assert(std::is_base_of<::fwbase::IMM::IBase, Class>::value,                       \
+    static_assert(::std::is_base_of<::fwbase::IMM::IBase, Class>::value,                     \
                   "a module derives from fwbase::IMM::IBase or from fwbase::IMM::IFactory"); \
-    return new (std::nothrow) Class;                                                         \
+    return new (::std::nothrow) Class;                                                       \
   }
 
 /// Writes one record to the facade's run log, from a member function:

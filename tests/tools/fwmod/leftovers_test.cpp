@@ -27,6 +27,12 @@ TEST(FwmodLeftovers, ScriptFunctions) {
               "\n  script function \"greet\"" + advice + "\n  script function \"查询\"" + advice);
 }
 
+TEST(FwmodLeftovers, ScriptFunctionsThatAreNoStaticObjects) {
+  expect_left("leaves_dynamic_functions",
+              "\n  script function \"greet\": only the engine's own release() takes it back; its "
+              "object may be gone by then: make it a static one");
+}
+
 TEST(FwmodLeftovers, ObjectsInEnvironments) {
   const std::string advice =
       ": its code is in the library, which is unloaded before environments are emptied; remove it "

@@ -62,7 +62,7 @@ Watch::Watch(Findings& findings)
 Watch::~Watch() { watching = nullptr; }
 
 bool Watch::list(const LibrarySegments& library, const std::set<const void*>& released) {
-  m_script.list(m_findings);
+  m_script.list(library, m_findings);
   bool any_object = m_env.list(m_findings, library, released);
   {
     const Guard guard(m_mutex);

@@ -15,7 +15,8 @@ void WatchedModules::refuse_inside(const char* operation) const {
   if (ManagerLock::is_held_by_this_thread()) {
     m_findings.fault(std::string("calls the module manager's ") + operation + "() " +
                      m_findings.place() +
-                     ": the manager's lock is held there, so that the call waits for ever");
+                     ": the manager's lock is held there, and the call runs in the middle of the "
+                     "operation around it");
   }
 }
 

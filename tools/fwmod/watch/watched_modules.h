@@ -15,8 +15,8 @@
 namespace fwmod {
 
 /// Passes everything on and remembers what the library created and numbered. A call from within a
-/// module's init() or release(), or the like, would wait for the manager's lock for ever: it is
-/// reported instead.
+/// module's init() or release(), or the like, would run in the middle of the manager's operation:
+/// it is reported instead.
 class WatchedModules final : public fwbase::IMM {
  public:
   WatchedModules(fwbase::IMM& inner, Findings& findings) : m_inner(inner), m_findings(findings) {}

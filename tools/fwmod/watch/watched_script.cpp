@@ -4,12 +4,14 @@
 
 namespace fwmod {
 
-void WatchedScript::list(Findings& findings) {
+void WatchedScript::list(const LibrarySegments& library, Findings& findings) {
   const std::lock_guard<std::mutex> guard(m_mutex);
-  for (const std::string& name : m_functions) {
-    findings.left("script function " + tools::quoted(name) +
-                  ": only the engine's own release() takes it back; run no section after the "
-                  "module's release()");
+  for (const Function& function : m_functions) {
+    findings.left("script function " + tools::quoted(function.name) +
+                  ": only the engine's own release() takes it back; " +
+                  (library.contain(function.object)
+                       ? "run no section after the module's release()"
+                       : "its object may be gone by then: make it a static one"));
   }
 }
 
@@ -32,7 +34,7 @@ bool WatchedScript::expand_syntax(ISyntax* syntax) {
   const bool registered = m_inner.expand_syntax(syntax);
   if (registered) {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    m_functions.push_back(tools::readable(syntax->name()));
+    m_functions.push_back({tools::readable(syntax->name()), syntax});
   }
   return registered;
 }

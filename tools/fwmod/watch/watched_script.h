@@ -9,6 +9,7 @@
 #include <fwbase/iscript.h>
 
 #include "findings.h"
+#include "library_segments.h"
 
 namespace fwmod {
 
@@ -17,8 +18,8 @@ class WatchedScript final : public fwbase::IScript {
  public:
   explicit WatchedScript(fwbase::IScript& inner) : m_inner(inner) {}
 
-  /// Says which functions are registered.
-  void list(Findings& findings);
+  /// Says which functions are registered, and which of them are no static objects of the library.
+  void list(const LibrarySegments& library, Findings& findings);
 
   ec::EC init() override;
   void release() override;
@@ -44,11 +45,16 @@ class WatchedScript final : public fwbase::IScript {
   }
 
  private:
+  struct Function {
+    std::string name;
+    const void* object;
+  };
+
   void forget();
 
   fwbase::IScript& m_inner;
   std::mutex m_mutex;
-  std::vector<std::string> m_functions;  // in the order of registration
+  std::vector<Function> m_functions;  // in the order of registration
 };
 
 }  // namespace fwmod
