@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include <thread>
 
 #include <fwbase/fwbase.h>
+#include <fwbase/module.h>
 
 #include "command_line.h"
 #include "server.h"
@@ -34,7 +36,8 @@ Serves sessions on the loopback interface until SIGTERM or SIGINT.
   --log-lines          log a record for each line and each session that ends, too
   --port N             0, as when not given: a port that the system chooses
   --threads N          threads that run scripts (as many as processors)
-  --max-sessions N     more clients wait until a session ends (2000)
+  --max-sessions N     more clients wait until a session ends (2000, or as many as the limit of
+                       descriptors allows)
   --stall-seconds N    how long a client may leave its replies untaken (30)
   --help               this text
 )";
@@ -45,6 +48,7 @@ struct Options {
   std::string log = "session_server.log";
   bool log_lines = false;
   bool help = false;
+  int max_sessions = 0;  ///< 0: not given
   Server::Settings server;
 };
 
@@ -59,7 +63,7 @@ std::string parse(int argc, char** argv, Options& options) {
   line.flag("--help", options.help);
   line.number("--port", options.server.port, 0, 65535);
   line.number("--threads", options.server.threads, 1, 256);
-  line.number("--max-sessions", options.server.max_sessions, 1, 1000000);
+  line.number("--max-sessions", options.max_sessions, 1, 1000000);
   line.number("--stall-seconds", options.server.stall_seconds, 1, 3600);
   const std::string problem = line.parse(argc, argv);
   if (!problem.empty() || options.help) {
@@ -90,21 +94,33 @@ void block_signals() {
   ::signal(SIGPIPE, SIG_IGN);  // for whoever reads standard output
 }
 
-/// Each session takes a descriptor.
-std::string raise_descriptor_limit(const Options& options) {
-  const rlim_t needed = static_cast<rlim_t>(options.server.max_sessions) + 64;
+/// Each session takes a descriptor. Where the limit cannot be raised far enough, there are fewer
+/// sessions, unless their number was asked for.
+std::string raise_descriptor_limit(Options& options) {
+  constexpr rlim_t kOthers = Server::kOtherHandles;
+  int& sessions = options.server.max_sessions;
+  sessions = options.max_sessions != 0 ? options.max_sessions : sessions;
+  const rlim_t needed = static_cast<rlim_t>(sessions) + kOthers;
   rlimit limit;
   if (::getrlimit(RLIMIT_NOFILE, &limit) == -1 || limit.rlim_cur >= needed) {
     return "";
   }
-  if (limit.rlim_max < needed) {
-    return "--max-sessions " + std::to_string(options.server.max_sessions) +
-           " is more than the limit of " + std::to_string(limit.rlim_max) + " descriptors allows";
+  limit.rlim_cur = std::min(needed, limit.rlim_max);
+  const rlim_t least = options.max_sessions != 0 ? needed : 1 + kOthers;
+  if (limit.rlim_cur < least) {
+    return "serving " + std::to_string(least - kOthers) + " at a time takes " +
+           std::to_string(least) + " descriptors, but the limit (ulimit -Hn) is " +
+           std::to_string(limit.rlim_max);
   }
-  limit.rlim_cur = needed;
-  return ::setrlimit(RLIMIT_NOFILE, &limit) == 0
-             ? ""
-             : std::string("cannot raise the limit of descriptors: ") + std::strerror(errno);
+  if (::setrlimit(RLIMIT_NOFILE, &limit) == -1) {
+    return std::string("cannot raise the limit of descriptors: ") + std::strerror(errno);
+  }
+  if (limit.rlim_cur < needed) {
+    sessions = static_cast<int>(limit.rlim_cur - kOthers);
+    FWBASE_LOG_AT(nullptr, WARN, "%d sessions at a time: the limit of descriptors is %llu",
+                  sessions, static_cast<unsigned long long>(limit.rlim_max));
+  }
+  return "";
 }
 
 IMM::IBase* create_session_pool() { return new session_server::SessionPool; }
@@ -123,6 +139,15 @@ bool open_log(const Options& options) {
   return true;
 }
 
+int save_counters(const Options& options) {
+  fwbase::IScript* const script = IFWBase::instance()->script();
+  ec::EC result = script->exec_scommad("stop", nullptr);
+  if (ec::succeeded(result)) {
+    result = script->save_script();
+  }
+  return ec::succeeded(result) ? 0 : failed("cannot save the counters", result, options);
+}
+
 int serve(const Options& options, IMM::IFactory& sessions) {
   Server server(options.server, sessions);
   const std::string problem = server.start();
@@ -131,15 +156,20 @@ int serve(const Options& options, IMM::IFactory& sessions) {
   }
   std::printf("listening on 127.0.0.1:%d\n", static_cast<int>(server.port()));
   std::fflush(stdout);
-  server.run();
-  return 0;
+  const bool served = server.run();
+  const int status = save_counters(options);
+  return served ? status : failed("cannot go on serving; see the log, " + options.log);
 }
 
 /// The library is in service. Loads what the options name, serves, and saves the counters.
-int run(const Options& options) {
+int run(Options& options) {
   IFWBase* const facade = IFWBase::instance();
   if (!open_log(options)) {
     return failed("cannot open the log " + options.log + ": " + std::strerror(errno));
+  }
+  const std::string limit = raise_descriptor_limit(options);
+  if (!limit.empty()) {
+    return failed(limit);
   }
   for (const std::string& file : {options.module, options.script}) {
     if (::access(file.c_str(), R_OK) == -1) {
@@ -150,6 +180,9 @@ int run(const Options& options) {
   ec::EC result =
       facade->mm()->create_module(module, options.module.c_str(), "create_module", nullptr);
   if (ec::failed(result)) {
+    if (module != nullptr) {  // its init() has failed: the manager does not know it
+      module->release();
+    }
     return failed("cannot load the module " + options.module, result, options);
   }
   // Behind the module: the script is checked against the functions that there are.
@@ -164,14 +197,7 @@ int run(const Options& options) {
   }
   const int status = serve(options, static_cast<IMM::IFactory&>(*pool));
   facade->mm()->destroy_module(pool);
-  if (status != 0) {
-    return status;
-  }
-  result = facade->script()->exec_scommad("stop", nullptr);
-  if (ec::succeeded(result)) {
-    result = facade->script()->save_script();
-  }
-  return ec::succeeded(result) ? 0 : failed("cannot save the counters", result, options);
+  return status;
 }
 
 }  // namespace
@@ -188,19 +214,11 @@ int main(int argc, char** argv) {
     return 0;
   }
   block_signals();
-  const std::string limit = raise_descriptor_limit(options);
-  if (!limit.empty()) {
-    return failed(limit);
-  }
   IFWBase* const facade = IFWBase::instance();
   const ec::EC result = facade->init();
   const int status = ec::succeeded(result)
                          ? run(options)
                          : failed(std::string("cannot start: ") + ec::text(result));
-  // The script engine first: its functions are in the module that release() unloads.
-  if (facade->script() != nullptr) {
-    facade->script()->release();
-  }
   facade->release();
   return status;
 }

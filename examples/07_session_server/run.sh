@@ -52,10 +52,11 @@ start_server() {
   local line
   rm -f "$work/output"
   mkfifo "$work/output"
-  "$server" --script "$script" --module "$module" --log "$log" "$@" >"$work/output" &
+  "$server" --script "$script" --module "$module" --log "$log" --max-sessions "$sessions" "$@" \
+    >"$work/output" &
   pid=$!
   # The server keeps the other end open, so this waits for its line, or for its end.
-  read -r line <"$work/output" || fail "the server has not started"
+  read -r line <"$work/output" || fail "the server has not started for $sessions sessions"
   port=${line##*:}
 }
 

@@ -25,9 +25,6 @@ namespace {
 
 constexpr int kBacklog = 4096;
 
-/// Handles that are no connections: the log, the reactor's own, standard streams, inherited ones.
-constexpr int kOtherHandles = 256;
-
 /// How long a client may take to close its end when its session is over.
 constexpr std::chrono::seconds kLinger(5);
 
@@ -106,11 +103,27 @@ std::string Server::take_signals() {
   return "";
 }
 
-void Server::run() {
-  while (!m_stopping || !m_sessions.empty()) {
-    m_reactor.handle_events();
+bool Server::run() {
+  bool sound = true;
+  while (sound && (!m_stopping || !m_sessions.empty())) {
+    sound = handle_events();
   }
+  m_stopping = true;
   m_workers.stop();
+  while (!m_sessions.empty()) {  // after a failure only
+    Session& session = *m_sessions.begin()->first;
+    m_reactor.remove_handler(&session, ALL_EVENTS_MASK | kNoUpcall);
+    close(session);
+  }
+  return sound;
+}
+
+bool Server::handle_events() {
+  if (m_reactor.handle_events() != -1 || errno == EINTR) {
+    return true;
+  }
+  FWBASE_LOG(ERROR, "cannot wait for events: %s", std::strerror(errno));
+  return false;
 }
 
 int Server::handle_input(ACE_HANDLE handle) {

@@ -29,6 +29,10 @@ namespace session_server {
 /// registered for what it waits for.
 class Server : public ACE_Event_Handler {
  public:
+  /// Descriptors that are no sessions: the log, the reactor's own, standard streams, inherited
+  /// ones.
+  static constexpr int kOtherHandles = 256;
+
   struct Settings {
     int port = 0;  ///< 0: the system chooses
     int threads = 2;
@@ -48,8 +52,9 @@ class Server : public ACE_Event_Handler {
   unsigned short port() const { return m_port; }
 
   /// Returns after a signal, when all lines that were read by then are answered and all sessions
-  /// are closed.
-  void run();
+  /// are closed. False, with the reason in the log and all sessions dropped, when it can no longer
+  /// wait for events.
+  bool run();
 
   /// True from the signal on. Any thread.
   bool stopping() const { return m_stopping; }
@@ -86,6 +91,7 @@ class Server : public ACE_Event_Handler {
   void take_back();
   void wait_for(Session& session, Session::Wait wait);
   void pass_on(Sessions::value_type& entry);
+  bool handle_events();
   void stop();
   bool overdue(const Sessions::value_type& entry) const;
 

@@ -1,5 +1,9 @@
 #include "workers.h"
 
+#include <exception>
+
+#include <fwbase/module.h>
+
 #include "server.h"
 
 namespace session_server {
@@ -13,7 +17,7 @@ int Workers::svc() {
   ACE_Message_Block* ticket = nullptr;
   while (getq(ticket) != -1) {
     Session& session = *Session::of_ticket(ticket);
-    const Session::Wait wait = session.work();
+    const Session::Wait wait = work(session);
     if (wait == Session::Wait::kTurn) {
       take(session);  // behind those that have waited meanwhile
     } else {
@@ -21,6 +25,19 @@ int Workers::svc() {
     }
   }
   return 0;
+}
+
+// What throws, such as a script function for want of memory, ends its session and no other one.
+Session::Wait Workers::work(Session& session) {
+  try {
+    return session.work();
+  } catch (const std::exception& error) {
+    FWBASE_LOG_AT(&session, ERROR, "session %llu dropped: exception: %s", session.number(),
+                  error.what());
+  } catch (...) {
+    FWBASE_LOG_AT(&session, ERROR, "session %llu dropped: exception", session.number());
+  }
+  return Session::Wait::kNothing;
 }
 
 }  // namespace session_server

@@ -26,6 +26,7 @@ class Workers : public ACE_Task<ACE_MT_SYNCH> {
 
  private:
   int svc() override;
+  static Session::Wait work(Session& session);
 
   Server& m_server;
 };

@@ -217,13 +217,22 @@ bool Load::report() const {
   return wrong == 0 && unanswered == 0 && resets == 0;
 }
 
-/// Each session takes a descriptor.
-void raise_descriptor_limit() {
+/// Each session takes a descriptor; a few are open anyway. Returns an empty string, or what is
+/// wrong.
+std::string raise_descriptor_limit(int sessions) {
+  const rlim_t needed = static_cast<rlim_t>(sessions) + 16;
   rlimit limit;
-  if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
-    limit.rlim_cur = limit.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
+  if (::getrlimit(RLIMIT_NOFILE, &limit) == -1 || limit.rlim_cur >= needed) {
+    return "";
   }
+  if (limit.rlim_max < needed) {
+    return std::to_string(sessions) + " sessions take " + std::to_string(needed) +
+           " descriptors, but the limit (ulimit -Hn) is " + std::to_string(limit.rlim_max);
+  }
+  limit.rlim_cur = needed;
+  return ::setrlimit(RLIMIT_NOFILE, &limit) == 0
+             ? ""
+             : std::string("cannot raise the limit of descriptors: ") + std::strerror(errno);
 }
 
 }  // namespace
@@ -239,8 +248,11 @@ int main(int argc, char** argv) {
     std::fputs(kUsage, stdout);
     return 0;
   }
-  raise_descriptor_limit();
   try {
+    const std::string limit = raise_descriptor_limit(options.sessions);
+    if (!limit.empty()) {
+      throw std::runtime_error(limit);
+    }
     Load load(options);
     load.run();
     return load.report() ? 0 : kFailed;

@@ -4,8 +4,6 @@
 // That ends the section; run() then runs the section that tells the client.
 #include <cctype>
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -168,13 +166,25 @@ ec::EC run(const IScript::VValue* args, void* env, const char*) {
   return script()->exec_scommad(args[2].string_value, env);
 }
 
+/// For all sessions, by the one module: its functions and their counters live as long as the
+/// library.
+Counters counters;
+
+ec::EC count(const IScript::VValue* args, void*, const char*) {
+  const std::int32_t by = args[1].int_value;
+  counters.add(args[0].string_value, by > 0 ? static_cast<std::uint64_t>(by) : 0);
+  return ec::SCRIPT_OK;
+}
+
+ec::EC store_counters(const IScript::VValue*, void*, const char*) { return counters.store(); }
+
 /// One script function: a name, the types of its parameters, and what it does.
 class Function : public IScript::ISyntax {
  public:
-  using Body = std::function<ec::EC(const IScript::VValue* args, void* env, const char* ret)>;
+  using Body = ec::EC (*)(const IScript::VValue* args, void* env, const char* ret);
 
   Function(const char* name, std::vector<IScript::VType> types, Body body)
-      : m_name(name), m_types(std::move(types)), m_body(std::move(body)) {}
+      : m_name(name), m_types(std::move(types)), m_body(body) {}
 
   const char* name() override { return m_name; }
   IScript::VType* param_types() override { return m_types.data(); }
@@ -189,50 +199,47 @@ class Function : public IScript::ISyntax {
   const Body m_body;
 };
 
+// Not members of the module: the script engine keeps their addresses beyond the module's end.
+Function functions[] = {
+    {"add", {kInt, kInt}, add},
+    {"length", {kText}, length},
+    {"first_word", {kText}, first_word},
+    {"after_first_word", {kText}, after_first_word},
+    {"upper", {kText}, upper},
+    {"fetch", {kText}, fetch},
+    {"store", {kText, kText}, store},
+    {"reply", {kText, kInt, kText}, reply},
+    {"quit", {}, quit},
+    {"record", {kText, kInt}, record},
+    {"run", {kText, kText, kText}, run},
+    {"count", {kText, kInt}, count},
+    {"store_counters", {}, store_counters},
+};
+
 class SessionFunctions : public IMM::IBase {
  public:
   ec::EC init(void*) override {
-    offer("add", {kInt, kInt}, add);
-    offer("length", {kText}, length);
-    offer("first_word", {kText}, first_word);
-    offer("after_first_word", {kText}, after_first_word);
-    offer("upper", {kText}, upper);
-    offer("fetch", {kText}, fetch);
-    offer("store", {kText, kText}, store);
-    offer("reply", {kText, kInt, kText}, reply);
-    offer("quit", {}, quit);
-    offer("record", {kText, kInt}, record);
-    offer("run", {kText, kText, kText}, run);
-    offer("count", {kText, kInt}, [this](const IScript::VValue* args, void*, const char*) {
-      const std::int32_t by = args[1].int_value;
-      m_counters.add(args[0].string_value, by > 0 ? static_cast<std::uint64_t>(by) : 0);
-      return ec::SCRIPT_OK;
-    });
-    offer("store_counters", {},
-          [this](const IScript::VValue*, void*, const char*) { return m_counters.store(); });
-    for (const auto& function : m_functions) {
-      if (!script()->expand_syntax(function.get())) {
+    for (Function& function : functions) {
+      if (!script()->expand_syntax(&function)) {
         return ec::MM_INIT_FAILED;
       }
     }
     // For all sessions: "get server" finds it, unless the session has set a value of that name.
-    return IFWBase::instance()->global_env()->insert_str((kValuePrefix + "server").c_str(),
-                                                         "fwbase session server");
+    const ec::EC stored = IFWBase::instance()->global_env()->insert_str(
+        (kValuePrefix + "server").c_str(), "fwbase session server");
+    m_stored = ec::succeeded(stored);
+    return stored;
   }
 
-  // The server empties the script engine first, so that nothing knows the functions any more.
   void release() override {
-    IFWBase::instance()->global_env()->rm_str((kValuePrefix + "server").c_str());
+    if (m_stored) {
+      IFWBase::instance()->global_env()->rm_str((kValuePrefix + "server").c_str());
+    }
     delete this;
   }
 
  private:
-  void offer(const char* name, std::vector<IScript::VType> types, Function::Body body) {
-    m_functions.push_back(std::make_unique<Function>(name, std::move(types), std::move(body)));
-  }
-
-  Counters m_counters;
-  std::vector<std::unique_ptr<Function>> m_functions;
+  bool m_stored = false;
 };
 
 }  // namespace

@@ -22,6 +22,15 @@ TEST(SessionLoad, FindsAWrongReply) {
   EXPECT_NE(result.err.find("expects 'ok 5 V"), std::string::npos) << result.err;
 }
 
+TEST(SessionLoad, SaysThatTheLimitOfDescriptorsIsTooLow) {
+  const ProgramResult result = run_program({"/bin/sh", "-c", "ulimit -n 300; exec \"$@\"", "sh",
+                                            SESSION_LOAD, "--port", "1", "--sessions", "1000"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "session_load: 1000 sessions take 1016 descriptors, but the limit (ulimit -Hn) is "
+            "300\n");
+}
+
 TEST(SessionLoad, FindsSessionsThatAreClosedEarly) {
   ServerProcess server;
   const ProgramResult result =

@@ -1,10 +1,14 @@
 // What the session server answers.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <vector>
 
+#include "tests/docs/markdown.h"
 #include "tests/examples/session_server/server_process.h"
 
+using fwbase::test::MarkdownPage;
 using fwbase::test::ServerProcess;
 using fwbase::test::TestClient;
 
@@ -20,6 +24,26 @@ TEST(SessionServerProtocol, GreetsAndAnswersEachCommandWithTheNumberOfItsLine) {
   EXPECT_EQ(client.ask("get colour"), "ok 6");
   EXPECT_EQ(client.ask("echo"), "ok 7");
   EXPECT_EQ(client.ask("quit"), "bye 8");
+  EXPECT_EQ(client.line(), "(closed)");
+}
+
+TEST(SessionServerProtocol, AnswersAsItsReadmeShows) {
+  const std::vector<std::string> blocks =
+      MarkdownPage("examples/07_session_server/README.md").blocks("text");
+  ASSERT_EQ(blocks.size(), 1u);
+  std::istringstream transcript(blocks[0]);
+  std::string sent;
+  std::string received;
+  ASSERT_TRUE(std::getline(transcript, sent));
+  EXPECT_EQ(sent, "$ telnet 127.0.0.1 4000");
+  ASSERT_TRUE(std::getline(transcript, received));
+  const ServerProcess server;
+  TestClient client(server);
+  EXPECT_EQ(client.line(), received);
+  while (std::getline(transcript, sent)) {
+    ASSERT_TRUE(std::getline(transcript, received)) << sent;
+    EXPECT_EQ(client.ask(sent), received) << sent;
+  }
   EXPECT_EQ(client.line(), "(closed)");
 }
 

@@ -14,14 +14,16 @@ namespace fwbase::test {
 
 std::string server_script() { return read_file(SESSION_SERVER_SCRIPT); }
 
-ServerProcess::ServerProcess(const std::vector<std::string>& options, const std::string& script)
+ServerProcess::ServerProcess(const std::vector<std::string>& options, const std::string& script,
+                             rlim_t descriptors)
     : m_arguments{SESSION_SERVER,
                   "--module",
                   SESSION_MODULE,
                   "--script",
                   m_directory.path("server.xml"),
                   "--log",
-                  m_directory.path("server.log")} {
+                  m_directory.path("server.log")},
+      m_descriptors(descriptors) {
   m_arguments.insert(m_arguments.end(), options.begin(), options.end());
   write_file(m_directory.path("server.xml"), script);
   start();
@@ -49,6 +51,10 @@ void ServerProcess::start() {
     ::dup2(ends[1], STDOUT_FILENO);
     ::close(ends[0]);
     ::close(ends[1]);
+    if (m_descriptors != RLIM_INFINITY) {
+      const rlimit limit = {m_descriptors, m_descriptors};
+      ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
     ::execv(arguments[0], arguments.data());
     ::_exit(127);
   }

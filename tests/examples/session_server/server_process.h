@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include "tests/support/temp_dir.h"
@@ -15,11 +16,12 @@ namespace fwbase::test {
 std::string server_script();
 
 /// Runs the server in a directory of its own until stop(), or until the test ends. Throws
-/// std::runtime_error when it does not come up.
+/// std::runtime_error when it does not come up. `descriptors` is the limit that it has for them.
 class ServerProcess {
  public:
   explicit ServerProcess(const std::vector<std::string>& options = {},
-                         const std::string& script = server_script());
+                         const std::string& script = server_script(),
+                         rlim_t descriptors = RLIM_INFINITY);
   ~ServerProcess();
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;
@@ -40,6 +42,7 @@ class ServerProcess {
  private:
   const TempDir m_directory;
   std::vector<std::string> m_arguments;
+  const rlim_t m_descriptors;
   pid_t m_pid = -1;
   int m_output = -1;
   int m_port = 0;

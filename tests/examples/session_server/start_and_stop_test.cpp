@@ -28,12 +28,12 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 struct Start : testing::Test {
   ProgramResult start(const std::string& script, const std::string& module,
                       const std::vector<std::string>& more = {}) {
-    std::vector<std::string> arguments = {SESSION_SERVER, "--script", script, "--module",
-                                          module,         "--log",    m_log()};
+    std::vector<std::string> arguments = {SESSION_SERVER, "--script", script,    "--module",
+                                          module,         "--log",    log_path()};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return run_program(arguments);
   }
-  std::string m_log() const { return directory.path("server.log"); }
+  std::string log_path() const { return directory.path("server.log"); }
   std::string script(const std::string& text) {
     write_file(directory.path("server.xml"), text);
     return directory.path("server.xml");
@@ -107,13 +107,42 @@ TEST_F(SessionServerStart, SaysThatAModuleOrAScriptIsNoneAndLeavesTheReasonInThe
   ProgramResult result = start(script(server_script()), text);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err.find("session_server: cannot load the module " + text + ": "), 0u);
-  EXPECT_NE(read_file(m_log()).find("file too short"), std::string::npos);
+  EXPECT_NE(read_file(log_path()).find("file too short"), std::string::npos);
 
   const std::string unknown = script(replaced(server_script(), "\"upper\"", "\"lower\""));
   result = start(unknown, SESSION_MODULE);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err.find("session_server: cannot load the script " + unknown + ": "), 0u);
-  EXPECT_NE(read_file(m_log()).find("upper"), std::string::npos);
+  EXPECT_NE(read_file(log_path()).find("upper"), std::string::npos);
+}
+
+TEST_F(SessionServerStart, ReleasesAModuleWhoseInitHasFailed) {
+  const ProgramResult result = start(script(server_script()), SESSION_INIT_FAILS);
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err.find("session_server: cannot load the module " SESSION_INIT_FAILS ": "), 0u);
+  EXPECT_NE(read_file(log_path()).find("released by the host"), std::string::npos);
+}
+
+TEST_F(SessionServerStart, RefusesMoreSessionsThanTheLimitOfDescriptorsAllows) {
+  const ProgramResult result =
+      run_program({"/bin/sh", "-c", "ulimit -n 300; exec \"$@\"", "sh", SESSION_SERVER, "--script",
+                   script(server_script()), "--module", SESSION_MODULE, "--log", log_path(),
+                   "--max-sessions", "45"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "session_server: serving 45 at a time takes 301 descriptors, but the limit "
+            "(ulimit -Hn) is 300\n");
+}
+
+TEST(SessionServerLimit, LowersTheNumberOfSessionsThatWasNotGiven) {
+  ServerProcess server({}, server_script(), 300);
+  {
+    TestClient client(server);
+    EXPECT_EQ(client.line(), "hello 0");
+  }
+  EXPECT_EQ(server.stop(), 0);
+  EXPECT_NE(server.log().find("44 sessions at a time: the limit of descriptors is 300"),
+            std::string::npos);
 }
 
 TEST_F(SessionServerStart, SaysThatAPortIsTaken) {
