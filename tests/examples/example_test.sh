@@ -11,14 +11,8 @@ set -euo pipefail
 example=$1 work=$2
 shift 2
 
-# block LANGUAGE NUMBER: that block of the README.
-block() {
-  awk -v fence="\`\`\`$1" -v wanted="$2" '
-    inside && /^```$/ { exit }
-    inside { print }
-    $0 == fence && ++seen == wanted { inside = 1 }
-  ' README.md
-}
+# shellcheck source=/dev/null
+. "$(dirname "${BASH_SOURCE[0]}")/readme_block.sh"
 
 normalised() {
   sed -E -e 's/\r//g' -e 's/ +$//' -e 's/0x[0-9a-f]+/0xN/g' -e 's/pid:[0-9]+/pid:N/g' \
