@@ -1,24 +1,12 @@
 // Storage and positions of a data block are those of its message block.
 #include "fwbase/data_block/data_block.h"
 
-#include <ace/Time_Value.h>
-
-#include <new>
-
 #include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
 namespace {
-
 constexpr unsigned int kLargeSize = 10240;  // bytes; more are reported
-
-/// Whether the message block got all that it allocates for itself: it has no other way to tell. One
-/// of no bytes needs no buffer.
-bool has_storage(const ACE_Message_Block& block, unsigned int size) {
-  return block.data_block() != nullptr && (block.base() != nullptr || size == 0);
-}
-
 }  // namespace
 
 ec::EC CDataBlock::init(unsigned int size) {
@@ -26,11 +14,8 @@ ec::EC CDataBlock::init(unsigned int size) {
   if (size > kLargeSize) {
     RUN_LOG(WARN, "分配较大DataBlock: %d(B)", size);
   }
-  m_block.reset(new (std::nothrow)
-                    ACE_Message_Block(size, ACE_Message_Block::MB_DATA, nullptr, nullptr, nullptr,
-                                      nullptr, 0, ACE_Time_Value::zero, ACE_Time_Value::max_time));
-  if (!m_block || !has_storage(*m_block, size)) {
-    m_block.reset();
+  m_block = support::new_message_block(size, ACE_Message_Block::MB_DATA);
+  if (!m_block) {
     RUN_LOG(ERROR, "new ACE_Message_Block( %d ) 失败.", size);
     return ec::DB_NO_MEMORY;
   }

@@ -2,11 +2,9 @@
 #ifndef FWBASE_DATA_BLOCK_DATA_BLOCK_H
 #define FWBASE_DATA_BLOCK_DATA_BLOCK_H
 
-#include <ace/Message_Block.h>
-
-#include <memory>
-
 #include <fwbase/idata_block.h>
+
+#include "fwbase/support/message_block.h"
 
 namespace fwbase {
 
@@ -29,11 +27,7 @@ class CDataBlock final : public IDataBlock {
   void type(int tag) override;
 
  private:
-  struct DropReference {
-    void operator()(ACE_Message_Block* block) const { block->release(); }
-  };
-
-  std::unique_ptr<ACE_Message_Block, DropReference> m_block;
+  support::MessagePtr m_block;
   int m_type = 0;
 };
 

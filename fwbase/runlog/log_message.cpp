@@ -3,9 +3,7 @@
 // The room for the time is there even when no time is stored; it is zero then.
 #include "fwbase/runlog/log_message.h"
 
-#include <cerrno>
 #include <cstring>
-#include <new>
 
 namespace fwbase {
 
@@ -15,17 +13,6 @@ constexpr std::size_t kFieldsRoom = 20;  // the fields of fixed size
 
 static_assert(sizeof(IRunLog::Type) + 2 * sizeof(std::int32_t) + sizeof(std::time_t) ==
               kFieldsRoom);
-
-MessagePtr new_message(std::size_t size, int kind) {
-  MessagePtr message(new (std::nothrow) ACE_Message_Block(size, kind));
-  const bool complete =
-      message && message->data_block() != nullptr && (size == 0 || message->base() != nullptr);
-  if (!complete) {
-    errno = ENOMEM;
-    return nullptr;
-  }
-  return message;
-}
 
 template <typename Field>
 void put(ACE_Message_Block& message, const Field& field) {
@@ -76,8 +63,8 @@ class Reader {
 MessagePtr pack_record(const LogRecord& record) {
   const std::size_t message_size = std::strlen(record.message) + 1;
   const std::size_t location_size = std::strlen(record.location) + 1;
-  MessagePtr message =
-      new_message(message_size + location_size + kFieldsRoom, ACE_Message_Block::MB_DATA);
+  MessagePtr message = support::new_message_block(message_size + location_size + kFieldsRoom,
+                                                  ACE_Message_Block::MB_DATA);
   if (!message) {
     return nullptr;
   }
@@ -108,6 +95,8 @@ std::optional<LogRecord> unpack_record(const ACE_Message_Block& message, bool wi
   return reader.good() ? std::optional(record) : std::nullopt;
 }
 
-MessagePtr shut_down_message() { return new_message(0, ACE_Message_Block::MB_HANGUP); }
+MessagePtr shut_down_message() {
+  return support::new_message_block(0, ACE_Message_Block::MB_HANGUP);
+}
 
 }  // namespace fwbase

@@ -2,19 +2,14 @@
 #ifndef FWBASE_RUNLOG_LOG_MESSAGE_H
 #define FWBASE_RUNLOG_LOG_MESSAGE_H
 
-#include <ace/Message_Block.h>
-
-#include <memory>
 #include <optional>
 
 #include "fwbase/runlog/log_record.h"
+#include "fwbase/support/message_block.h"
 
 namespace fwbase {
 
-struct MessageReleaser {
-  void operator()(ACE_Message_Block* message) const { message->release(); }
-};
-using MessagePtr = std::unique_ptr<ACE_Message_Block, MessageReleaser>;
+using support::MessagePtr;
 
 /// A data message that holds a copy of the record. Null without memory; errno is ENOMEM then.
 MessagePtr pack_record(const LogRecord& record);

@@ -1,0 +1,24 @@
+// Making the blocks that hold queued records and the storage of data blocks.
+#ifndef FWBASE_SUPPORT_MESSAGE_BLOCK_H
+#define FWBASE_SUPPORT_MESSAGE_BLOCK_H
+
+#include <ace/Message_Block.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace fwbase::support {
+
+struct MessageRelease {
+  void operator()(ACE_Message_Block* block) const { block->release(); }
+};
+
+/// Holds one reference to a block.
+using MessagePtr = std::unique_ptr<ACE_Message_Block, MessageRelease>;
+
+/// A block of some kind with a buffer of `size` bytes. Null without memory; errno is ENOMEM then.
+MessagePtr new_message_block(std::size_t size, int kind);
+
+}  // namespace fwbase::support
+
+#endif
