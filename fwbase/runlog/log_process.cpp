@@ -9,7 +9,6 @@
 #include <iostream>
 #include <memory>
 #include <new>
-#include <thread>
 #include <utility>
 
 #include "fwbase/runlog/log_message.h"
@@ -281,6 +280,27 @@ int CLogProcess::svc() {
   return 0;
 }
 
+int CLogProcess::activate(long, int, int, long, int, ACE_Task_Base*, ACE_hthread_t*, void**,
+                          size_t*, ACE_thread_t*, const char**) {
+  const auto run = [](void* log) -> void* {
+    static_cast<CLogProcess*>(log)->svc();
+    return nullptr;
+  };
+  if (::pthread_create(&m_writer, nullptr, run, this) != 0) {
+    return -1;
+  }
+  thr_count_ = 1;
+  return 0;
+}
+
+int CLogProcess::wait() {
+  if (thr_count_ != 0) {
+    ::pthread_join(m_writer, nullptr);
+    thr_count_ = 0;
+  }
+  return 0;
+}
+
 // The flags of this moment, not of the record's, say whether a time is read.
 void CLogProcess::write_message(const ACE_Message_Block& message) {
   if (const auto record = unpack_record(message, (m_info & INFO_TIME) != 0)) {
@@ -306,11 +326,7 @@ void CLogProcess::stop_writer() {
   } else {
     msg_queue()->deactivate();
   }
-  if (wait() == -1) {  // no memory for joining: the next wait() does that
-    while (thr_count() != 0) {
-      std::this_thread::yield();
-    }
-  }
+  wait();
   m_has_writer = false;
 }
 
@@ -350,12 +366,11 @@ void CLogProcess::after_fork_in_child() {
   m_forked = true;
 }
 
-// Threads of the parent may have held the locks in the task, its queue and its thread manager, and
-// the child has only copies of them: they are left as they are, and others take their place.
+// Threads of the parent may have held the locks in the task and its queue, and the child has only
+// copies of them: they are left as they are, and others take their place.
 void CLogProcess::renew_task() {
   new (&lock_) ACE_Thread_Mutex;
   thr_count_ = 0;
-  thr_mgr(new (std::nothrow) ACE_Thread_Manager);
   delete_msg_queue_ = false;
   msg_queue(new (std::nothrow) ACE_Message_Queue<ACE_MT_SYNCH>);
   delete_msg_queue_ = true;

@@ -3,6 +3,7 @@
 #define FWBASE_RUNLOG_LOG_PROCESS_H
 
 #include <ace/Task.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <memory>
@@ -39,6 +40,16 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
 
   /// The writer thread: writes the queue's records until the stop message.
   int svc() override;
+
+  /// Starts the writer thread, and waits for its end. The task's own operations would make records
+  /// of the thread in other places, and without memory for one of these a new thread crashes and an
+  /// ended one is never joined. Of the arguments none is looked at: one joinable thread is started.
+  int activate(long flags = THR_NEW_LWP | THR_JOINABLE | THR_INHERIT_SCHED, int threads = 1,
+               int force = 0, long priority = ACE_DEFAULT_THREAD_PRIORITY, int group = -1,
+               ACE_Task_Base* task = nullptr, ACE_hthread_t* handles = nullptr,
+               void** stacks = nullptr, size_t* sizes = nullptr, ACE_thread_t* ids = nullptr,
+               const char** names = nullptr) override;
+  int wait() override;
 
   /// For the end of the process: writes what is queued and ends the writer thread for good. The
   /// log stays usable; records are written in the caller's thread from then on.
@@ -89,6 +100,7 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
   std::atomic<unsigned int> m_enqueuing{0};  // threads between admit() and the end of enqueue()
 
   std::mutex m_lifecycle;
+  pthread_t m_writer{};               // under m_lifecycle, while thr_count() is 1
   bool m_has_writer = false;          // under m_lifecycle
   std::atomic<bool> m_forked{false};  // writer and queue are those of the parent
 };
