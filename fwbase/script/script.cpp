@@ -1,11 +1,8 @@
 // The engine's life cycle.
 #include "fwbase/script/script.h"
 
-#include <new>
-#include <xercesc/util/OutOfMemoryException.hpp>
-#include <xercesc/util/PlatformUtils.hpp>
-
 #include "fwbase/support/run_log.h"
+#include "utility/xml_platform.h"
 
 namespace fwbase {
 
@@ -17,15 +14,8 @@ ec::EC CScript::init() {
   const WriteGuard guard(m_lock);
   m_syntaxes.clear();
   m_xml.release();
-  try {
-    if (!m_platform) {
-      xercesc::XMLPlatformUtils::Initialize();
-      m_platform = true;
-    }
-  } catch (const std::bad_alloc&) {
-    RUN_LOG(ERROR, "申请内存失败");
-    return ec::SCRIPT_NO_MEMORY;
-  } catch (const xercesc::OutOfMemoryException&) {
+  m_platform = m_platform || utility::start_xml_platform();
+  if (!m_platform) {
     RUN_LOG(ERROR, "申请内存失败");
     return ec::SCRIPT_NO_MEMORY;
   }
@@ -49,7 +39,7 @@ void CScript::release() {
   m_script_file.clear();
   m_xml.release();
   if (m_platform) {
-    xercesc::XMLPlatformUtils::Terminate();
+    utility::stop_xml_platform();
     m_platform = false;
   }
 }

@@ -79,12 +79,16 @@ struct FWBASE_API IScript {
   /// Variables, sections, and the signatures of functions stay: calls of a function that was
   /// registered before then end with SCRIPT_NO_FUNC until it is registered again.
   ///
-  /// Returns SCRIPT_OK, or SCRIPT_NO_MEMORY. Traced. Takes the lock for writing.
+  /// Returns SCRIPT_OK, or SCRIPT_NO_MEMORY: then call it again when there is memory. There is one
+  /// place, the converter for the code page, where memory must not run out: the XML platform can
+  /// then neither be started nor ended, and each later call in the process gives SCRIPT_NO_MEMORY.
+  /// Traced. Takes the lock for writing.
   virtual ec::EC init() = 0;
 
   /// Empties the engine: functions, variables of all tables, sections, the document and its path;
   /// ends the use of the XML platform, if this engine initialised it. The host's functions are
-  /// not freed. Harmless without init() and a second time; init() makes the engine ready again.
+  /// not freed. Without memory the XML platform stays in use until the engine is started and
+  /// released again. Harmless without init() and a second time; init() makes the engine ready again.
   /// That global variables were changed stays known: save_script() then writes the next script.
   ///
   /// No section may be running. One that runs nevertheless ends with SCRIPT_E_SECTION as soon as
