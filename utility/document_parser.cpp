@@ -118,6 +118,7 @@ bool DocumentParser::parse_text(std::string_view text) {
     m_damaged = true;
   }
   m_memory.unwatch();
+  m_bytes_after_parse = bytes_in_use();
   return !m_damaged && getDocument() != nullptr &&
          !has_foreign_bytes(text, getDocument()->getInputEncoding(), m_memory);
 }

@@ -42,6 +42,7 @@ struct XmlMemoryHolder {
 class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
  public:
   DocumentParser();
+  ~DocumentParser() override { m_memory.begin_release(); }
 
   static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
     return ::operator new(size, tag);
@@ -54,14 +55,18 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
   /// deleted. Throws when memory runs out, with the same consequence.
   bool parse_text(std::string_view text);
 
-  /// Whether another document may be parsed. The library forgets an object for each external DTD
-  /// subset, which is freed only with the parser.
-  bool is_reusable() const { return !m_has_external_subset; }
+  /// Whether another document may be parsed: after one without declarations. The library forgets an
+  /// object for each external DTD subset, which is freed only with the parser, and takes memory for
+  /// forgetting declarations, which is put by only for the parser's end.
+  bool is_reusable() const { return !m_has_external_subset && m_declaration_count == 0; }
 
   /// The effective declarations of the document's internal DTD subset, to compare two documents.
   const DomText& declarations() const { return m_declarations; }
 
   std::size_t bytes_in_use() const { return m_memory.bytes_in_use(); }
+
+  /// Whether changes have doubled what the parser and its document hold.
+  bool has_grown() const { return bytes_in_use() / 2 > m_bytes_after_parse; }
 
   // What the scanner reports.
 
@@ -99,6 +104,7 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
   bool m_damaged = false;
   bool m_in_internal_subset = false;
   bool m_has_external_subset = false;
+  std::size_t m_bytes_after_parse = 0;
   std::size_t m_depth = 0;
   std::size_t m_declaration_count = 0;
   DomText m_declarations;

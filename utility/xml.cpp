@@ -6,7 +6,9 @@
 #include "utility/dom_walk.h"
 #include "utility/file_io.h"
 #include "utility/text_codec.h"
+#include "utility/xml_platform.h"
 
+#include <memory>
 #include <new>
 #include <string_view>
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -16,8 +18,6 @@ namespace utility {
 namespace {
 
 namespace xc = XERCES_CPP_NAMESPACE;
-
-bool platform_is_initialised() { return xc::XMLPlatformUtils::fgMemoryManager != nullptr; }
 
 constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
 
@@ -109,7 +109,7 @@ unsigned int CXml::load(const std::string& path) {
 
 bool CXml::make_parser() {
   if (m_parser != nullptr && !parser_of(m_parser)->is_reusable()) release();
-  if (m_parser == nullptr && platform_is_initialised()) {
+  if (m_parser == nullptr && xml_platform_is_usable()) {
     m_parser = new (std::nothrow) DocumentParser;
   }
   return m_parser != nullptr;
@@ -129,6 +129,22 @@ unsigned int CXml::save_as(const std::string& path) const {
   } catch (const std::exception&) {
     return XEC_NO_TARGET;
   }
+}
+
+bool CXml::compact() try {
+  if (m_document == nullptr || !parser_of(m_parser)->has_grown()) return false;
+  std::string text;
+  if (!to_document_text(*parser_of(m_parser), *m_document, text)) return false;
+  std::unique_ptr<DocumentParser> again(new (std::nothrow) DocumentParser);
+  if (again == nullptr || !again->parse_text(text)) return false;
+  delete m_parser;
+  m_parser = again.release();
+  m_document = m_parser->getDocument();
+  return true;
+} catch (const xc::OutOfMemoryException&) {
+  return false;
+} catch (const std::exception&) {
+  return false;
 }
 
 unsigned int CXml::get_root_element(CElement& root) const {

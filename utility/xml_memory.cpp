@@ -1,6 +1,7 @@
 #include "utility/xml_memory.h"
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <new>
 #include <xercesc/internal/XMLReader.hpp>
@@ -52,14 +53,37 @@ void* XmlMemory::allocate(XMLSize_t size) {
     if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();
     if (size == reader_size()) count_reader();
   }
-  std::unique_ptr<void, Free> block(::operator new(size));
-  m_blocks.emplace(block.get(), size);
-  m_in_use += size;
-  return block.release();
+  try {
+    std::unique_ptr<void, Free> block(::operator new(size));
+    m_blocks.emplace(block.get(), size);
+    m_in_use += size;
+    return block.release();
+  } catch (const std::bad_alloc&) {
+    return allocate_from_reserve(size);
+  }
+}
+
+void* XmlMemory::allocate_from_reserve(std::size_t size) {
+  constexpr std::size_t kAlignment = alignof(std::max_align_t);
+  const std::size_t rounded = (size + kAlignment - 1) / kAlignment * kAlignment;
+  if (!m_releasing || rounded > kReserveSize - m_reserve_used) throw std::bad_alloc();
+  void* const block = m_reserve.get() + m_reserve_used;
+  m_reserve_used += rounded;
+  ++m_reserve_blocks;
+  return block;
+}
+
+bool XmlMemory::is_in_reserve(const void* block) const {
+  return std::less_equal<>()(m_reserve.get(), static_cast<const char*>(block)) &&
+         std::less<>()(static_cast<const char*>(block), m_reserve.get() + kReserveSize);
 }
 
 void XmlMemory::deallocate(void* block) {
   if (block == nullptr) return;
+  if (is_in_reserve(block)) {
+    if (--m_reserve_blocks == 0) m_reserve_used = 0;
+    return;
+  }
   const auto found = m_blocks.find(block);
   if (found == m_blocks.end()) {
     xc::XMLPlatformUtils::fgMemoryManager->deallocate(block);

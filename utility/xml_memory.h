@@ -2,6 +2,7 @@
 #define UTILITY_XML_MEMORY_H
 
 #include <cstddef>
+#include <memory>
 #include <unordered_map>
 #include <xercesc/framework/MemoryManager.hpp>
 
@@ -44,6 +45,10 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
 
+  /// For the end of the parser: from now on there is memory put by for short-lived blocks. To free
+  /// a content model the library takes memory, in a destructor: without any the process would end.
+  void begin_release() { m_releasing = true; }
+
   void* allocate(XMLSize_t size) override;
 
   /// Takes blocks of the default manager as well: the library gives back the text of an XPath
@@ -56,9 +61,17 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   std::size_t bytes_in_use() const { return m_in_use; }
 
  private:
+  static constexpr std::size_t kReserveSize = 16 * 1024;
+
   void count_reader();
+  void* allocate_from_reserve(std::size_t size);
+  bool is_in_reserve(const void* block) const;
 
   std::unordered_map<void*, std::size_t> m_blocks;  // with their sizes
+  const std::unique_ptr<char[]> m_reserve = std::make_unique<char[]>(kReserveSize);
+  std::size_t m_reserve_used = 0;    // bytes
+  std::size_t m_reserve_blocks = 0;  // in use; without any, all of it is free again
+  bool m_releasing = false;
   bool m_watching = false;
   std::size_t m_in_use = 0;
   std::size_t m_max_bytes = 0;

@@ -89,6 +89,10 @@ ec::EC CScript::save_script_data() {
   if (ec::succeeded(result)) {
     result = remove_proc_data(proc);
   }
+  // Removed elements leave memory behind; each save would add some.
+  if (ec::succeeded(result) && m_xml.compact()) {
+    result = get_proc_element(m_proc_name, proc);
+  }
   if (ec::succeeded(result)) {
     result = insert_proc_data(proc);
   }

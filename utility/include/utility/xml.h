@@ -59,9 +59,11 @@ class FWBASE_API CXml {
   ///
   /// Returns
   ///   XEC_OK (0)            loaded; handles on an earlier document of this object are invalid
-  ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised
-  ///   XEC_PARSE (4)         not well-formed (an empty file included), beyond the limits, or not
-  ///                         whole without another file
+  ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised, or an engine's
+  ///                         init() has left it out of service
+  ///   XEC_PARSE (4)         not well-formed (an empty file included), beyond the limits, not
+  ///                         whole without another file, or in an encoding for which there is no
+  ///                         converter, or no memory for it
   ///   XEC_NO_DOCUMENT (32)  there is no such file, it cannot be read, or it is not a regular file
   /// After a failure no document is loaded, an earlier one is gone; only the path stays.
   unsigned int load(const std::string& path);
@@ -83,10 +85,18 @@ class FWBASE_API CXml {
   ///   XEC_NO_TARGET (3)     memory ran out; nothing was written
   ///   XEC_WRITE (5)         the file could not be written, or the document cannot be written so
   ///                         that loading it again gives the same document (a control character,
-  ///                         a name outside the encoding, a limit exceeded)
+  ///                         a name outside the encoding, a limit exceeded), or there is no memory
+  ///                         for a converter
   ///   XEC_BAD_PARAM (10)    empty path
   ///   XEC_NO_DOCUMENT (32)  no document is loaded
   unsigned int save_as(const std::string& path) const;
+
+  /// Gives back what changes have left unused in memory, which is otherwise kept until the next
+  /// load() or release(): for documents that are changed again and again. Where the document takes
+  /// twice the memory that it took when it was loaded or made compact, it is made anew from its own
+  /// text. True when it was; all handles are invalid then. Otherwise nothing has changed, also when
+  /// there is no document, it cannot be saved, or memory runs out.
+  bool compact();
 
   /// Lets root designate the root element. XEC_OK, XEC_NO_DOCUMENT (32), or XEC_NO_ELEMENT (9).
   unsigned int get_root_element(CElement& root) const;
