@@ -1,5 +1,6 @@
 #include "utility/file_io.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <limits.h>
 #include <linux/magic.h>
@@ -7,6 +8,7 @@
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/xattr.h>
@@ -157,11 +159,15 @@ bool copy_permissions(int from, int to) {
   return ::fchmod(to, mode) == 0;
 }
 
-// A new, empty file with a name of its own, removed again unless it is renamed.
+constexpr const char* kTemporaryPrefix = ".fwbase-save-";
+
+// A new, empty file with a name of its own, removed again unless it is renamed. It is locked as
+// long as this lives, so that others can tell it from one that a killed process has left.
 class TemporaryFile {
  public:
   TemporaryFile(const std::string& directory, mode_t mode)
-      : m_descriptor(create(directory, mode)) {}
+      : m_descriptor(create(directory, mode)),
+        m_lock(::fcntl(m_descriptor.get(), F_DUPFD_CLOEXEC, 0)) {}
   ~TemporaryFile() {
     if (!m_path.empty()) ::unlink(m_path.c_str());
   }
@@ -183,20 +189,45 @@ class TemporaryFile {
   int create(const std::string& directory, mode_t mode) {
     static std::atomic<unsigned int> serial{0};
     for (int tries = 0; tries < kMaxTries; ++tries) {
-      m_path = directory + "/.fwbase-save-" + std::to_string(::getpid()) + "-" +
+      m_path = directory + "/" + kTemporaryPrefix + std::to_string(::getpid()) + "-" +
                std::to_string(serial.fetch_add(1, std::memory_order_relaxed));
       const int fd =
           ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
-      if (fd >= 0) return fd;
-      if (errno != EEXIST) break;
+      if (fd >= 0) {
+        if (lock(fd)) return fd;
+        ::close(fd);
+      } else if (errno != EEXIST) {
+        break;
+      }
     }
     m_path.clear();
     return -1;
   }
 
+  // False when someone has taken the file for a leftover before it was locked. Where there are no
+  // locks, nobody takes one for a leftover.
+  static bool lock(int fd) {
+    struct stat status;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;
+    return ::fstat(fd, &status) == 0 && status.st_nlink > 0;
+  }
+
   std::string m_path;
   Descriptor m_descriptor;
+  const Descriptor m_lock;  // keeps it when the descriptor is closed
 };
+
+// Removes the temporary files of processes that were killed while they saved.
+void remove_leftovers(const std::string& directory) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(directory.c_str()), &::closedir);
+  while (const dirent* const entry = listing ? ::readdir(listing.get()) : nullptr) {
+    const char* const name = entry->d_name;
+    if (!std::string_view(name).starts_with(kTemporaryPrefix)) continue;
+    const int at = ::dirfd(listing.get());
+    const Descriptor file(::openat(at, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (file.is_open() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlinkat(at, name, 0);
+  }
+}
 
 bool sync_directory(const Descriptor& directory) {
   // A directory that may not be read cannot be opened for this, and some file systems have
@@ -213,10 +244,13 @@ bool replace_file(const std::string& path, std::string_view text) {
   const Descriptor directory(::open(directory_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   TemporaryFile new_file(directory_name, old_file.is_open() ? 0600 : 0666);
   Descriptor& descriptor = new_file.descriptor();
-  return descriptor.is_open() &&
-         (!old_file.is_open() || copy_permissions(old_file.get(), descriptor.get())) &&
-         write_all(descriptor.get(), text) && ::fsync(descriptor.get()) == 0 &&
-         descriptor.close() && new_file.rename_to(path) && sync_directory(directory);
+  const bool replaced =
+      descriptor.is_open() &&
+      (!old_file.is_open() || copy_permissions(old_file.get(), descriptor.get())) &&
+      write_all(descriptor.get(), text) && ::fsync(descriptor.get()) == 0 && descriptor.close() &&
+      new_file.rename_to(path) && sync_directory(directory);
+  if (replaced) remove_leftovers(directory_name);
+  return replaced;
 }
 
 bool names_a_file(const std::string& path) {

@@ -18,7 +18,8 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
 /// through /proc (as /dev/stdout is), is written to as it is; opening a pipe waits for a reader.
 ///
 /// False on any failure. A regular file is then as it was and nothing is left beside it, with one
-/// exception: when only the directory could not be written to disk, the file is new already.
+/// exception: when only the directory could not be written to disk, the file is new already. What a
+/// process has left beside it that was killed meanwhile goes with the next success.
 /// Throws std::bad_alloc, before anything is changed.
 bool write_file(const std::string& path, std::string_view text);
 

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -188,6 +189,20 @@ TEST_F(FileIo, AReaderFindsAWholeFileAtAnyMoment) {
   done = true;
   reader.join();
   EXPECT_GT(reads, 0);
+}
+
+// A temporary file is locked as long as somebody is writing it.
+TEST_F(FileIo, RemovesWhatAKilledProcessHasLeftAndNoFileInUse) {
+  make(path(".fwbase-save-1-0"), "left");
+  make(path(".fwbase-save-1-1"), "in use");
+  make(path("fwbase-save-1-2"), "another file");
+  const int in_use = ::open(path(".fwbase-save-1-1").c_str(), O_RDONLY | O_CLOEXEC);
+  ASSERT_EQ(::flock(in_use, LOCK_EX), 0);
+  EXPECT_TRUE(write_file(path("x"), "text"));
+  EXPECT_EQ(names(), (std::set<std::string>{".fwbase-save-1-1", "fwbase-save-1-2", "x"}));
+  ::close(in_use);
+  EXPECT_TRUE(write_file(path("x"), "text"));
+  EXPECT_EQ(names(), (std::set<std::string>{"fwbase-save-1-2", "x"}));
 }
 
 TEST_F(FileIo, ReadsUpToALimit) {

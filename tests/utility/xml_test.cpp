@@ -107,6 +107,29 @@ TEST_F(Xml, DiscardedElementsGiveTheirMemoryBack) {
   EXPECT_EQ(root().discard_child_element(CElement()), XEC_BAD_PARAM);
 }
 
+TEST_F(Xml, CompactMakesADocumentAnewThatChangesHaveDoubled) {
+  EXPECT_FALSE(xml.compact());
+  ASSERT_EQ(load("<?xml version='1.0' encoding='GBK'?><!DOCTYPE r [<!ENTITY e 'x'>]>"
+                 "<r a='1'>&e;<!--c--><b>text</b></r>"),
+            XEC_OK);
+  EXPECT_FALSE(xml.compact());
+  ASSERT_EQ(xml.save_as(path("before.xml")), XEC_OK);
+  int changes = 0;
+  do {
+    CElement element;
+    ASSERT_EQ(xml.create_element("data", element), XEC_OK);
+    ASSERT_EQ(root().insert_back_child(element), XEC_OK);
+    ASSERT_EQ(element.set_attr("name", std::to_string(++changes)), XEC_OK);
+    ASSERT_EQ(root().discard_child_element(element), XEC_OK);
+    ASSERT_LT(changes, 100000);
+  } while (!xml.compact());
+  EXPECT_GT(changes, 100);
+  EXPECT_FALSE(xml.compact());
+  ASSERT_EQ(xml.save_as(path("after.xml")), XEC_OK);
+  EXPECT_EQ(fwbase::test::read_file(path("after.xml")),
+            fwbase::test::read_file(path("before.xml")));
+}
+
 TEST_F(Xml, XPathLookUpsKeepNoMemory) {
   // What a document gives out and takes back is reused: ten times the look-ups, the same memory.
   std::size_t in_use[2];
