@@ -19,7 +19,7 @@ namespace {
 bool long_form = false;
 
 constexpr int kTriedAll = 60;  // first allocations that the quick form tries as well
-constexpr int kGrowth = 12;    // then the n-th and the (n + n/12)-th
+constexpr int kGrowth = 7;     // then the n-th and the (n + n/7)-th
 
 struct Operation {
   const std::string& name;
@@ -187,12 +187,18 @@ int main(int argc, char** argv) {
   using namespace fwbase::faults;
   long_form = argc == 3 && std::strcmp(argv[2], "--long") == 0;
   for (const Scenario& scenario : kScenarios) {
+    if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
+      std::printf("%s\n", scenario.name);
+    }
     if (argc > 1 && std::strcmp(argv[1], scenario.name) == 0) {
       begin_scenario(std::string("alloc_faults ") + scenario.name);
       run(scenario);
       return end_scenario();
     }
   }
-  std::fprintf(stderr, "usage: alloc_faults <scenario> [--long]\n");
+  if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
+    return 0;
+  }
+  std::fprintf(stderr, "usage: alloc_faults <scenario>|--list [--long]\n");
   return 2;
 }

@@ -41,34 +41,48 @@ Module module_object;
 
 IMM::IBase* create() { return &module_object; }
 
+// Goes on after a failure, as a host does that does not look; says whether there was none.
+class AllGood {
+ public:
+  void operator()(bool good) { m_good = m_good && good; }
+  void operator()(ec::EC code) { (*this)(ec::succeeded(code)); }
+  operator bool() const { return m_good; }
+
+ private:
+  bool m_good = true;
+};
+
 bool use_script(const char* file) {
   IScript& script = *facade()->script();
   const std::int32_t value = 2;
-  return script.expand_syntax(&function) & ec::succeeded(script.load_script(file)) &
-         ec::succeeded(script.exec_scommad("all", nullptr)) &
-         ec::succeeded(script.set_value("v", IScript::VT_INT, &value)) &
-         ec::succeeded(script.save_script());
+  AllGood note;
+  note(script.expand_syntax(&function));
+  note(script.load_script(file));
+  note(script.exec_scommad("all", nullptr));
+  note(script.set_value("v", IScript::VT_INT, &value));
+  note(script.save_script());
+  return note;
 }
 
 bool use_others() {
   IGlobalEnv* env = nullptr;
   int key = 0;
   IMM::IBase* module = nullptr;
-  bool good = ec::succeeded(facade()->global_env()->insert_str("name", "value")) &
-              ec::succeeded(facade()->create_global_env(env, &key)) &
-              ec::succeeded(facade()->mm()->create_module(module, create, nullptr)) &
-              facade()->mm()->create_mid(1, &module_object);
+  AllGood note;
+  note(facade()->global_env()->insert_str("name", "value"));
+  note(facade()->create_global_env(env, &key));
+  note(facade()->mm()->create_module(module, create, nullptr));
+  note(facade()->mm()->create_mid(1, &module_object));
   IDataBlock* block = nullptr;
-  if (ec::succeeded(facade()->db_ft()->create(block, 10))) {
+  const ec::EC code = facade()->db_ft()->create(block, 10);
+  note(code);
+  if (ec::succeeded(code)) {
     block->release();
-  } else {
-    good = false;
   }
-  return good;
+  return note;
 }
 
-// Everything once; goes on after a failure, as a host does that does not look. `xml` tells whether
-// the engine could do its part.
+// Everything once. `xml` tells whether the engine could do its part.
 bool live(const char* log, const char* script, bool& xml) {
   xml = ec::succeeded(facade()->init());
   bool good = ec::succeeded(facade()->runlog()->file(log));

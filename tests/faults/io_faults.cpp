@@ -262,6 +262,9 @@ constexpr Scenario kScenarios[] = {{"save_script", save_script},
 int main(int argc, char** argv) {
   using namespace fwbase::faults;
   for (const Scenario& scenario : kScenarios) {
+    if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
+      std::printf("%s\n", scenario.name);
+    }
     if (argc == 2 && std::strcmp(argv[1], scenario.name) == 0) {
       begin_scenario(std::string("io_faults ") + scenario.name);
       expect(ec::succeeded(facade()->init()), "init()");
@@ -270,6 +273,9 @@ int main(int argc, char** argv) {
       return end_scenario();
     }
   }
-  std::fprintf(stderr, "usage: io_faults <scenario>\n");
+  if (argc == 2 && std::strcmp(argv[1], "--list") == 0) {
+    return 0;
+  }
+  std::fprintf(stderr, "usage: io_faults <scenario>|--list\n");
   return 2;
 }
