@@ -88,8 +88,9 @@ struct FWBASE_API IScript {
   /// Empties the engine: functions, variables of all tables, sections, the document and its path;
   /// ends the use of the XML platform, if this engine initialised it. The host's functions are
   /// not freed. Without memory the XML platform stays in use until the engine is started and
-  /// released again. Harmless without init() and a second time; init() makes the engine ready again.
-  /// That global variables were changed stays known: save_script() then writes the next script.
+  /// released again. Harmless without init() and a second time; init() makes the engine ready
+  /// again. That global variables were changed stays known: save_script() then writes the next
+  /// script.
   ///
   /// No section may be running. One that runs nevertheless ends with SCRIPT_E_SECTION as soon as
   /// its present function returns. Traced. Takes the lock for writing.
