@@ -7,7 +7,6 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <new>
 #include <xercesc/util/DefaultPanicHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -28,12 +27,12 @@ class Reserve {
  public:
   Reserve() {
     owner = ::pthread_self();
-    block = std::malloc(kSize);
+    block = ::operator new(kSize, std::nothrow);
     handler_before = std::set_new_handler(&Reserve::give);
   }
   ~Reserve() {
     std::set_new_handler(handler_before);
-    std::free(block.exchange(nullptr));
+    ::operator delete(block.exchange(nullptr));
   }
   Reserve(const Reserve&) = delete;
   Reserve& operator=(const Reserve&) = delete;
@@ -50,7 +49,7 @@ class Reserve {
         ::pthread_equal(owner, ::pthread_self()) ? block.exchange(nullptr) : nullptr;
     const std::new_handler before = handler_before;
     if (given != nullptr) {
-      std::free(given);
+      ::operator delete(given);
     } else if (before != nullptr) {
       before();
     } else {
