@@ -31,9 +31,8 @@ Outcome outcome_of_xml(unsigned int code, unsigned int no_memory) {
 }
 
 // A converter that cannot be made, for want of memory, is an encoding that the library lacks.
-Outcome outcome_of_save(unsigned int code) {
-  return outcome_of_xml(code == utility::XEC_WRITE ? utility::XEC_NO_TARGET : code,
-                        utility::XEC_NO_TARGET);
+Outcome outcome_of_file(unsigned int code, unsigned int no_converter, unsigned int no_memory) {
+  return outcome_of_xml(code == no_converter ? no_memory : code, no_memory);
 }
 
 // For an operation that lets running out of memory leave as an exception.
@@ -128,7 +127,10 @@ void xml_document() {
   Document xml;
   CXml other;
   fail_each_allocation(
-      "load", [&] { return outcome_of_xml(other.load(xml.path()), utility::XEC_NO_MEMORY); },
+      "load",
+      [&] {
+        return outcome_of_file(other.load(xml.path()), utility::XEC_PARSE, utility::XEC_NO_MEMORY);
+      },
       [&](Outcome outcome) {
         CElement root;
         expect((other.get_root_element(root) == utility::XEC_OK) == (outcome == Outcome::kDone),
@@ -145,7 +147,10 @@ void xml_document() {
   other.release();
   const std::string target = xml.file().directory() + "/saved.xml";
   fail_each_allocation(
-      "save_as", [&] { return outcome_of_save(xml.save_as(target)); },
+      "save_as",
+      [&] {
+        return outcome_of_file(xml.save_as(target), utility::XEC_WRITE, utility::XEC_NO_TARGET);
+      },
       [&](Outcome outcome) {
         expect((test::read_file(target).find("</r>") != std::string::npos) ==
                    (outcome == Outcome::kDone),
