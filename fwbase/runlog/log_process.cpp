@@ -371,6 +371,7 @@ void CLogProcess::after_fork_in_child() {
 void CLogProcess::renew_task() {
   new (&lock_) ACE_Thread_Mutex;
   thr_count_ = 0;
+  m_parents_queue = msg_queue();
   delete_msg_queue_ = false;
   msg_queue(new (std::nothrow) ACE_Message_Queue<ACE_MT_SYNCH>);
   delete_msg_queue_ = true;

@@ -29,4 +29,5 @@ status=0
 grep -q 'script function "add"' "$work/exercise"
 # It finds the library without the help of the command's own copy.
 module=$(find "$work/moved" -name libfwstd.so)
-ldd "$module" | grep -q "libfwbase\.so\.1 => $work/moved/"
+libraries=$(ldd "$module")
+grep -q "libfwbase\.so\.1 => $work/moved/" <<<"$libraries"

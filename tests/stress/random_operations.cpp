@@ -184,11 +184,13 @@ class Worker {
     env->rm_str(m_name.c_str());
   }
 
+  // A round's init() would forget an object without releasing it.
   void objects() {
-    IGlobalEnv* const env = m_world.facade.global_env();
-    if (env == nullptr) {
+    const InRound round(m_world);
+    if (!round) {
       return;
     }
+    IGlobalEnv* const env = m_world.facade.global_env();
     Object object;
     env->insert_obj("shared", &object);
     IGlobalEnv::IObject* copy = nullptr;
