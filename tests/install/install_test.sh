@@ -2,9 +2,11 @@
 # Installs the build into a fresh prefix, moves it, and builds and runs a host there, by CMake and
 # by pkg-config.
 #
-# usage: install_test.sh BUILD_DIR WORK_DIR CXX CXX_FLAGS
+# usage: install_test.sh BUILD_DIR WORK_DIR CXX CXX_FLAGS MODULES
+#
+# MODULES  1 when module libraries are installed as well, else 0
 set -euo pipefail
-build=$1 work=$2 cxx=$3 flags=$4
+build=$1 work=$2 cxx=$3 flags=$4 modules=$5
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 rm -rf "$work"
@@ -15,7 +17,7 @@ libdir=$(dirname "$(find "$work/moved" -name libfwbase.so)")
 export LD_LIBRARY_PATH=$libdir
 
 cmake -G Ninja -S "$here/consumer" -B "$work/by_cmake" -DCMAKE_PREFIX_PATH="$work/moved" \
-  -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log"
+  -DMODULES="$modules" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log"
 cmake --build "$work/by_cmake" >"$work/build.log"
 "$work/by_cmake/consumer"
 
@@ -25,5 +27,5 @@ read -r -a cxx_flags <<<"$flags"
 "$cxx" -std=c++11 "${cxx_flags[@]}" "$here/consumer/consumer.cpp" -o "$work/by_pkg_config" "${pkg_flags[@]}"
 "$work/by_pkg_config"
 
-# The directory of the module libraries.
-[ -f "$(pkg-config --variable=moduledir fwbase)/libfwstd.so" ]
+moduledir=$(pkg-config --variable=moduledir fwbase)
+[ "$modules" = 0 ] || [ -f "$moduledir/libfwstd.so" ]
