@@ -92,7 +92,9 @@ TEST(FwmodLeftovers, ChildProcessesAreKilled) {
   const ProgramResult result = run_fwmod({"--exercise", fault("leaves_process_resources")});
   const std::string stat = "/proc/" + std::to_string(std::stoi(result.err)) + "/stat";
   // Killed already, but maybe not gone yet.
-  while (has_match(read_file(stat), "\\) [RSDTt] ")) {
+  const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (has_match(read_file(stat), "\\) [RSDTt] ") &&
+         std::chrono::steady_clock::now() < patience) {
     std::this_thread::yield();
   }
   EXPECT_FALSE(has_match(read_file(stat), "\\) [RSDTt] "));
