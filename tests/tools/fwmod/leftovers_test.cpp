@@ -1,6 +1,7 @@
 // What a module leaves behind.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 
 #include "tests/support/matching.h"
