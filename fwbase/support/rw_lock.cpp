@@ -33,7 +33,11 @@ void RwLock::after_fork_in_parent() {
   }
 }
 
+// Given back first, for the tools that keep account of what a thread holds.
 void RwLock::after_fork_in_child() {
+  if (m_fork != Fork::kNotHeld) {
+    m_mutex.release();
+  }
   new (&m_mutex) ACE_RW_Thread_Mutex;
   if (m_fork == Fork::kHeldForWritingBefore) {
     m_mutex.acquire_write();
