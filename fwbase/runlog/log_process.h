@@ -100,7 +100,7 @@ class CLogProcess : public IRunLog, public ACE_Task<ACE_MT_SYNCH> {
   std::atomic<unsigned int> m_enqueuing{0};  // threads between admit() and the end of enqueue()
 
   std::mutex m_lifecycle;
-  pthread_t m_writer{};               // under m_lifecycle, while thr_count() is 1
+  pthread_t m_writer{};  // under m_lifecycle, while thr_count() is 1
   // Given up by a forked child, and not to be taken for leaked.
   ACE_Message_Queue<ACE_MT_SYNCH>* m_parents_queue = nullptr;
   bool m_has_writer = false;          // under m_lifecycle
