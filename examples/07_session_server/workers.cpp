@@ -11,6 +11,12 @@ namespace session_server {
 void Workers::stop() {
   msg_queue()->deactivate();
   wait();
+  // The tickets left are parts of their sessions, and the queue would free them.
+  msg_queue()->activate();
+  for (ACE_Message_Block* ticket = nullptr; !msg_queue()->is_empty();) {
+    getq(ticket);
+  }
+  msg_queue()->deactivate();
 }
 
 int Workers::svc() {

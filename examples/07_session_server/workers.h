@@ -18,7 +18,8 @@ class Workers : public ACE_Task<ACE_MT_SYNCH> {
 
   bool start(int threads) { return activate(THR_NEW_LWP | THR_JOINABLE, threads) == 0; }
 
-  /// Ends the threads. No session may be queued any more.
+  /// Ends the threads; sessions that wait for one are not worked on any more. Called again, it
+  /// does nothing.
   void stop();
 
   /// Passes a session to the next thread that is free.

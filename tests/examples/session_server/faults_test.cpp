@@ -69,7 +69,8 @@ TEST(SessionServerFaults, AReactorThatFailsEndsTheServerWhichSavesItsCounters) {
   expect_end(idle);
   EXPECT_EQ(server.wait(), 1);
   EXPECT_EQ(server.counter("lines"), "stored");
-  EXPECT_NE(server.log().find("cannot wait for events: Bad file descriptor"), std::string::npos);
+  // The reason differs when a file that is opened meanwhile gets the number of the descriptor.
+  EXPECT_NE(server.log().find("cannot wait for events: "), std::string::npos);
 }
 
 TEST(SessionModule, ItsFunctionsOutliveItUntilTheLibraryIsUnloaded) {
