@@ -1,16 +1,16 @@
 #!/usr/bin/env bash
 # Keeps the session server under load with clients that misbehave, and watches what it takes.
 #
-# usage: soak.sh MINUTES SERVER LOAD MODULE WORK_DIR      0 minutes: three rounds
+# usage: soak.sh MINUTES SERVER LOAD MODULE FAULTS WORK_DIR      0 minutes: three rounds
 #
-# A round is a load whose replies are checked while another one is stopped or killed at a random
+# FAULTS is preloaded into the server, and interrupts or shortens one I/O call of twenty. A round is a load whose replies are checked while another one is stopped or killed at a random
 # moment, so that its connections stall or break in the middle of a line. After each round the
 # server must have closed all their descriptors. At the end it must stop cleanly, with as many
 # records in its log as it has counted lines, and its memory must not have grown by 1 % or more
 # since the first tenth of the time (not checked for programs with a sanitizer: SOAK_MEMORY=no).
 set -euo pipefail
-[ $# -eq 5 ] || { sed -n 4p "$0" >&2 && exit 2; }
-minutes=$1 server=$2 load=$3 module=$4 work=$5
+[ $# -eq 6 ] || { sed -n 4p "$0" >&2 && exit 2; }
+minutes=$1 server=$2 load=$3 module=$4 faults=$5 work=$6
 examples=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../examples/07_session_server" && pwd)
 log=$work/soak.log
 script=$work/soak.xml
@@ -29,7 +29,9 @@ start_server() {
   rm -rf "$work" && mkdir -p "$work"
   cp "$examples/server.xml" "$script"
   mkfifo "$work/output"
-  "$server" --script "$script" --module "$module" --log "$log" --log-lines --stall-seconds 1 >"$work/output" &
+  LD_PRELOAD=$faults ASAN_OPTIONS=${ASAN_OPTIONS:-}:verify_asan_link_order=0 \
+    "$server" --script "$script" --module "$module" --log "$log" --log-lines --stall-seconds 1 \
+    >"$work/output" 2>"$work/errors" &
   pid=$!
   read -r line <"$work/output" || fail "the server has not started"
   port=${line##*:}
@@ -105,11 +107,13 @@ kill -TERM "$pid"
 status=0
 wait "$pid" || status=$?
 pid=
-[ "$status" -eq 0 ] || fail "the server ended with status $status"
+[ "$status" -eq 0 ] || fail "the server ended with status $status: $(cat "$work/errors")"
+injected=$(sed -n 's/^random_faults: //p' "$work/errors")
+[ "${injected:-0}" -gt 0 ] || fail "no I/O call has failed"
 
 lines=$(sed -n 's/.*<var name="lines" type="string" value="\([0-9]*\)".*/\1/p' "$script")
-printf '%s rounds: %s lines, %s records; memory %s kB, then %s kB\n' \
-  "$rounds" "$lines" "$records" "$first_memory" "$last_memory"
+printf '%s rounds, %s faults: %s lines, %s records; memory %s kB, then %s kB\n' \
+  "$rounds" "$injected" "$lines" "$records" "$first_memory" "$last_memory"
 [ "$lines" = "$records" ] || fail "lines and records differ"
 if [ "${SOAK_MEMORY:-yes}" = yes ] && [ "$minutes" -gt 0 ] && [ $((last_memory * 100)) -ge $((first_memory * 101)) ]; then
   fail "memory has grown by 1 % or more"
