@@ -1,0 +1,135 @@
+// The run log and other loggers: records that are off, written directly, and queued.
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+#include "bench/log/logger.h"
+#include "tests/support/temp_dir.h"
+
+namespace fwbase::bench {
+
+std::vector<LoggerKind>& logger_kinds() {
+  static std::vector<LoggerKind> kinds;
+  return kinds;
+}
+
+namespace {
+
+constexpr const char* kOwn = "fwbase";
+constexpr const char* kHost = "fwbase, FWBASE_LOG";
+
+struct Work {
+  Mode mode;
+  int threads;
+  int records;  // of all threads; fewer than lead to a rotation at 10 MiB
+};
+
+// A logger with a directory of its own for its file.
+class Session {
+ public:
+  Session(const LoggerKind& kind, Mode mode)
+      : m_file(m_directory.path("bench.log")), m_logger(kind.make(mode, m_file)) {}
+
+  Logger* operator->() const { return m_logger.get(); }
+
+  // No figure counts of a logger that loses records or writes shorter ones.
+  void check(int records) const {
+    const auto bytes = static_cast<double>(std::filesystem::file_size(m_file));
+    const double each = bytes / records;
+    if (each < 200 || each > 290) {
+      throw std::runtime_error("records of " + std::to_string(each) + " bytes");
+    }
+  }
+
+ private:
+  test::TempDir m_directory;
+  std::string m_file;
+  std::unique_ptr<Logger> m_logger;
+};
+
+double sustained(const LoggerKind& kind, const Work& work) {
+  const Session session(kind, work.mode);
+  const int each = work.records / work.threads;
+  const double spent = nanoseconds_each(each * work.threads, [&] {
+    on_threads(work.threads, [&](int thread) { session->log(thread * each, each); });
+    session->finish();
+  });
+  if (work.mode != Mode::kDisabled) {
+    session.check(each * work.threads);
+  }
+  return spent;
+}
+
+// Only the calls are measured, and the writer is idle when they come.
+double at_low_rate(const LoggerKind& kind, int records) {
+  const Session session(kind, Mode::kQueued);
+  double spent = 0;
+  for (int number = 0; number < records; ++number) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    spent += nanoseconds_each(records, [&] { session->log(number, 1); });
+  }
+  session->finish();
+  session.check(records);
+  return spent;
+}
+
+bool has_mode(const LoggerKind& kind, Mode mode) {
+  const test::TempDir directory;
+  return kind.make(mode, directory.path("bench.log")) != nullptr;
+}
+
+Group group_of(const std::string& title, Mode mode, std::vector<Target> targets,
+               const std::function<double(const LoggerKind&)>& measure) {
+  Group group{title, "ns per record", {}, std::move(targets)};
+  for (const LoggerKind& kind : logger_kinds()) {
+    if (has_mode(kind, mode)) {
+      group.rows.push_back({kind.name, kind.role, [=] { return measure(kind); }});
+    }
+  }
+  return group;
+}
+
+Group sustained_group(const std::string& title, const Work& work, std::vector<Target> targets) {
+  return group_of(title, work.mode, std::move(targets),
+                  [=](const LoggerKind& kind) { return sustained(kind, work); });
+}
+
+// Both kinds of our records have to meet a target.
+std::vector<Target> both(const std::string& against, double limit) {
+  return {{kOwn, against, limit}, {kHost, against, limit}};
+}
+
+std::vector<Group> groups(const Options& options) {
+  std::sort(logger_kinds().begin(), logger_kinds().end(),
+            [](const LoggerKind& a, const LoggerKind& b) {
+              return std::tie(a.role, a.name) < std::tie(b.role, b.name);
+            });
+  const int records = static_cast<int>(options.operations(20000));
+  const int rare_records = static_cast<int>(options.operations(200));
+  const int calls = static_cast<int>(options.operations(50000000));
+  std::vector<Target> direct = both(kTheFloor, 1.2);
+  for (const Target& target : both("spdlog", 1.05)) {
+    direct.push_back(target);
+  }
+  return {
+      sustained_group("disabled level", {Mode::kDisabled, 1, calls}, both("", 1)),
+      sustained_group("direct, 1 thread", {Mode::kDirect, 1, records}, direct),
+      sustained_group("direct, 4 threads", {Mode::kDirect, 4, records}, both(kFastestPeer, 0.9)),
+      sustained_group("direct with time, pid, tid", {Mode::kWithDetails, 1, records},
+                      both("spdlog", 1)),
+      sustained_group("queued, 1 producer", {Mode::kQueued, 1, records}, both(kFastestPeer, 0.9)),
+      sustained_group("queued, 4 producers", {Mode::kQueued, 4, records}, both(kFastestPeer, 0.9)),
+      group_of("queued, a record every ms, time in the call", Mode::kQueued,
+               both(kFastestPeer, 0.5),
+               [=](const LoggerKind& kind) { return at_low_rate(kind, rare_records); }),
+  };
+}
+
+}  // namespace
+
+}  // namespace fwbase::bench
+
+int main(int argc, char** argv) {
+  return fwbase::bench::run("log", argc, argv, fwbase::bench::groups);
+}

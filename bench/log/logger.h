@@ -1,0 +1,71 @@
+// What the loggers under test have in common: each writes records of the same kind to a file.
+//
+// A record is what the library's own code writes, about 216 bytes: a level, where the record comes
+// from (object, function, file, line, date), and a message with a number in it.
+#ifndef FWBASE_BENCH_LOG_LOGGER_H
+#define FWBASE_BENCH_LOG_LOGGER_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bench/harness.h"
+
+namespace fwbase::bench {
+
+/// Every mode but kDisabled flushes each record: it is in the file, as far as the process is
+/// concerned, before the next one is formatted.
+enum class Mode {
+  kDisabled,     ///< the level of the record is off
+  kDirect,       ///< written by the caller
+  kWithDetails,  ///< likewise, with the time, the process and the thread in each record
+  kQueued        ///< written by a thread; when kQueuedRecords wait, callers block
+};
+
+/// As many records as the library's queue of 16,384 bytes has room for.
+constexpr std::size_t kQueuedRecords = 76;
+
+class Logger {
+ public:
+  virtual ~Logger() = default;
+
+  /// Logs records with the numbers from `first` on. The loop is the logger's, so that no virtual
+  /// call is measured.
+  virtual void log(int first, int count) = 0;
+
+  /// Returns when everything is in the file.
+  virtual void finish() {}
+};
+
+/// Makes a logger that writes to a new file, or gives null for a mode that it does not have.
+using MakeLogger = std::function<std::unique_ptr<Logger>(Mode mode, const std::string& file)>;
+
+struct LoggerKind {
+  std::string name;
+  Role role;
+  MakeLogger make;
+};
+
+/// All that are built in, in no particular order.
+std::vector<LoggerKind>& logger_kinds();
+
+/// A source file of a logger has one of these: a logger whose package is missing is not built.
+struct RegisterLogger {
+  RegisterLogger(const char* name, Role role, MakeLogger make) {
+    logger_kinds().push_back({name, role, std::move(make)});
+  }
+};
+
+}  // namespace fwbase::bench
+
+/// The message of all records and what it needs, in printf's notation and with "{}".
+#define BENCH_MESSAGE_BEGIN "session "
+#define BENCH_MESSAGE_END ": 64 bytes received, checked and handed to its worker"
+#define BENCH_PRINTF_MESSAGE BENCH_MESSAGE_BEGIN "%d" BENCH_MESSAGE_END
+#define BENCH_BRACES_MESSAGE BENCH_MESSAGE_BEGIN "{}" BENCH_MESSAGE_END
+
+/// When the source file was compiled, as the library's records have it.
+#define BENCH_COMPILED "CT:" __DATE__ " " __TIME__
+
+#endif
