@@ -1,5 +1,6 @@
 // The order of the virtual operations of the public interfaces: hosts that were built earlier call
-// by slot. Each interface ends with its destructor, which has no address to look at.
+// by slot. Each interface ends with its destructor, which takes two slots and has no address to
+// look at.
 #include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 
@@ -24,16 +25,25 @@ std::size_t overload(Signature Class::*function) {
   return slot_of(function);
 }
 
+/// What a host adds to an interface comes behind all of its operations.
+template <typename Interface>
+struct Extended : Interface {
+  virtual void added() = 0;
+};
+
+/// The interface has these operations in this order, then its destructor, and nothing else.
+template <typename Interface>
 void expect_in_order(const std::vector<std::size_t>& slots) {
   for (std::size_t i = 0; i < slots.size(); ++i) {
     EXPECT_EQ(slots[i], i);
   }
+  EXPECT_EQ(slot_of(&Extended<Interface>::added), slots.size() + 2);
 }
 
 }  // namespace
 
 TEST(InterfaceSlots, OfTheFacade) {
-  expect_in_order({
+  expect_in_order<IFWBase>({
       slot_of(&IFWBase::init),
       slot_of(&IFWBase::release),
       overload<IRunLog*() const>(&IFWBase::runlog),
@@ -53,7 +63,7 @@ TEST(InterfaceSlots, OfTheFacade) {
 }
 
 TEST(InterfaceSlots, OfTheRunLog) {
-  expect_in_order({
+  expect_in_order<IRunLog>({
       slot_of(&IRunLog::init),
       slot_of(&IRunLog::type),
       slot_of(&IRunLog::info),
@@ -65,7 +75,7 @@ TEST(InterfaceSlots, OfTheRunLog) {
 }
 
 TEST(InterfaceSlots, OfAnEnvironment) {
-  expect_in_order({
+  expect_in_order<IGlobalEnv>({
       slot_of(&IGlobalEnv::init),
       slot_of(&IGlobalEnv::release),
       slot_of(&IGlobalEnv::insert_str),
@@ -87,7 +97,7 @@ TEST(InterfaceSlots, OfAnEnvironment) {
 }
 
 TEST(InterfaceSlots, OfAnObjectWhoseFirstOneTheRegistryNeverCalls) {
-  expect_in_order({
+  expect_in_order<IGlobalEnv::IObject>({
       slot_of(&IGlobalEnv::IObject::describe),
       slot_of(&IGlobalEnv::IObject::clone),
       slot_of(&IGlobalEnv::IObject::release),
@@ -95,7 +105,7 @@ TEST(InterfaceSlots, OfAnObjectWhoseFirstOneTheRegistryNeverCalls) {
 }
 
 TEST(InterfaceSlots, OfTheModuleManager) {
-  expect_in_order({
+  expect_in_order<IMM>({
       slot_of(&IMM::init),
       slot_of(&IMM::release),
       overload<ec::EC(IMM::IBase*&, const char*, const char*, void*)>(&IMM::create_module),
@@ -112,13 +122,14 @@ TEST(InterfaceSlots, OfTheModuleManager) {
 }
 
 TEST(InterfaceSlots, OfModulesAndOfFactoriesWhichComeBehindTheModulesTwoDestructors) {
-  expect_in_order({slot_of(&IMM::IBase::init), slot_of(&IMM::IBase::release)});
+  expect_in_order<IMM::IBase>({slot_of(&IMM::IBase::init), slot_of(&IMM::IBase::release)});
   EXPECT_EQ(slot_of(&IMM::IFactory::create), 4u);
   EXPECT_EQ(slot_of(&IMM::IFactory::destroy), 5u);
+  EXPECT_EQ(slot_of(&Extended<IMM::IFactory>::added), 6u);
 }
 
 TEST(InterfaceSlots, OfADataBlock) {
-  expect_in_order({
+  expect_in_order<IDataBlock>({
       slot_of(&IDataBlock::release),
       overload<char*() const>(&IDataBlock::rd_ptr),
       overload<void(int)>(&IDataBlock::rd_ptr),
@@ -134,9 +145,35 @@ TEST(InterfaceSlots, OfADataBlock) {
 }
 
 TEST(InterfaceSlots, OfTheDataBlockFactory) {
-  expect_in_order({
+  expect_in_order<IDataBlockFT>({
       slot_of(&IDataBlockFT::create),
       slot_of(&IDataBlockFT::allocate),
       slot_of(&IDataBlockFT::deallocate),
+  });
+}
+
+TEST(InterfaceSlots, OfTheScriptEngine) {
+  expect_in_order<IScript>({
+      slot_of(&IScript::init),
+      slot_of(&IScript::release),
+      slot_of(&IScript::expand_syntax),
+      slot_of(&IScript::load_script),
+      slot_of(&IScript::save_script),
+      slot_of(&IScript::execute),
+      slot_of(&IScript::exec_scommad),
+      slot_of(&IScript::get_value),
+      slot_of(&IScript::set_value),
+      slot_of(&IScript::rm_value),
+      slot_of(&IScript::get_value_env),
+      slot_of(&IScript::set_value_env),
+  });
+}
+
+TEST(InterfaceSlots, OfAScriptFunction) {
+  expect_in_order<IScript::ISyntax>({
+      slot_of(&IScript::ISyntax::name),
+      slot_of(&IScript::ISyntax::param_types),
+      slot_of(&IScript::ISyntax::param_count),
+      slot_of(&IScript::ISyntax::call),
   });
 }
