@@ -134,11 +134,11 @@ void print_table(const Group& group, const std::vector<Result>& results) {
   const Result* const floor = fastest(results, Role::kFloor);
   const Result* const peer = fastest(results, Role::kPeer);
   std::printf("\n%s [%s]\n", group.title.c_str(), group.unit.c_str());
-  std::printf("  %-38s %-5s %10s %10s %10s %8s %8s\n", "", "", "median", "min", "max", "/floor",
+  std::printf("  %-48s %-5s %10s %10s %10s %8s %8s\n", "", "", "median", "min", "max", "/floor",
               "/peer");
   for (const Result& result : results) {
     const Figures& figures = result.figures;
-    std::printf("  %-38s %-5s %10s %10s %10s %8s %8s\n", result.row->name.c_str(),
+    std::printf("  %-48s %-5s %10s %10s %10s %8s %8s\n", result.row->name.c_str(),
                 mark(result.row->role), decimal(figures.median).c_str(),
                 decimal(figures.least).c_str(), decimal(figures.most).c_str(),
                 ratio_text(result, floor).c_str(), ratio_text(result, peer).c_str());

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
+#include <tuple>
 
 #include "bench/log/logger.h"
 #include "tests/support/temp_dir.h"

@@ -1,0 +1,38 @@
+// An environment of the library: one per registry, with a key of its own.
+#include "bench/environments/registry.h"
+#include "bench/facade.h"
+
+namespace fwbase::bench {
+
+namespace {
+
+class Environment : public Registry {
+ public:
+  Environment() { require(facade().create_global_env(m_environment, this)); }
+  ~Environment() override { facade().destroy_global_env(this); }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+  void add(const char* name, const char* value) override {
+    require(m_environment->insert_str(name, value));
+  }
+
+  void look_up(const std::vector<const char*>& names, std::size_t first, long count) override {
+    look_up_in_turn(names, first, count, [this](const char* name) {
+      const char* value = nullptr;
+      m_environment->get_str(name, value);
+      return value;
+    });
+  }
+
+ private:
+  static IFWBase& facade() { return *IFWBase::instance(); }
+
+  IGlobalEnv* m_environment = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Registry> make_environment() { return std::make_unique<Environment>(); }
+
+}  // namespace fwbase::bench
