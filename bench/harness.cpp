@@ -56,10 +56,11 @@ std::vector<Result> measure(const Group& group, int repetitions) {
   return results;
 }
 
-const Result* fastest(const std::vector<Result>& results, Role role) {
+// Of those of the same size.
+const Result* fastest(const std::vector<Result>& results, Role role, double size) {
   const Result* found = nullptr;
   for (const Result& result : results) {
-    if (result.row->role == role &&
+    if (result.row->role == role && result.row->size == size &&
         (found == nullptr || result.figures.median < found->figures.median)) {
       found = &result;
     }
@@ -73,11 +74,12 @@ const Result* named(const std::vector<Result>& results, const std::string& name)
   return found != results.end() ? &*found : nullptr;
 }
 
-const Result* compared_with(const std::vector<Result>& results, const std::string& against) {
+const Result* compared_with(const std::vector<Result>& results, const std::string& against,
+                            double size) {
   if (against == kFastestPeer) {
-    return fastest(results, Role::kPeer);
+    return fastest(results, Role::kPeer, size);
   }
-  return against == kTheFloor ? fastest(results, Role::kFloor) : named(results, against);
+  return against == kTheFloor ? fastest(results, Role::kFloor, size) : named(results, against);
 }
 
 // Nothing is said about targets whose peers are not there.
@@ -91,7 +93,7 @@ std::vector<Verdict> judge(const Group& group, const std::vector<Result>& result
     if (target.against.empty()) {
       const double value = row->figures.median;
       verdicts.push_back({&target, "", value, value <= target.limit});
-    } else if (const Result* const other = compared_with(results, target.against)) {
+    } else if (const Result* const other = compared_with(results, target.against, row->row->size)) {
       const double ratio = row->figures.median / other->figures.median;
       verdicts.push_back({&target, other->row->name, ratio, ratio <= target.limit});
     }
@@ -122,17 +124,15 @@ std::string decimal(double value) {
   return text;
 }
 
-std::string ratio_text(const Result& result, const Result* other) {
+std::string ratio_text(const std::vector<Result>& results, const Result& result, Role role) {
   char text[64] = "-";
-  if (other != nullptr) {
+  if (const Result* const other = fastest(results, role, result.row->size)) {
     std::snprintf(text, sizeof text, "%.2f", result.figures.median / other->figures.median);
   }
   return text;
 }
 
 void print_table(const Group& group, const std::vector<Result>& results) {
-  const Result* const floor = fastest(results, Role::kFloor);
-  const Result* const peer = fastest(results, Role::kPeer);
   std::printf("\n%s [%s]\n", group.title.c_str(), group.unit.c_str());
   std::printf("  %-48s %-5s %10s %10s %10s %8s %8s\n", "", "", "median", "min", "max", "/floor",
               "/peer");
@@ -141,7 +141,8 @@ void print_table(const Group& group, const std::vector<Result>& results) {
     std::printf("  %-48s %-5s %10s %10s %10s %8s %8s\n", result.row->name.c_str(),
                 mark(result.row->role), decimal(figures.median).c_str(),
                 decimal(figures.least).c_str(), decimal(figures.most).c_str(),
-                ratio_text(result, floor).c_str(), ratio_text(result, peer).c_str());
+                ratio_text(results, result, Role::kFloor).c_str(),
+                ratio_text(results, result, Role::kPeer).c_str());
   }
 }
 

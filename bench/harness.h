@@ -3,7 +3,8 @@
 // A benchmark program describes groups of rows. The rows of a group do the same work and are
 // measured in turns: repetition 1 of every row, then repetition 2 of every row, and so on, so that
 // a machine that gets slower or faster meanwhile does so for all of them. Shown are the median,
-// minimum and maximum, and the ratio of the medians to the floor and to the fastest peer.
+// minimum and maximum, and the ratio of the medians to the floor and to the fastest peer, where
+// rows differ in size to those of the same size.
 #ifndef FWBASE_BENCH_HARNESS_H
 #define FWBASE_BENCH_HARNESS_H
 
@@ -25,7 +26,7 @@ struct Row {
   std::string name;
   Role role;
   std::function<double()> measure;  ///< one repetition; gives a figure in the group's unit
-  double size = 0;                  ///< where on the axis of the group's plot; 0: not in the plot
+  double size = 0;                  ///< of what is worked on; where on the axis of a plot
   std::string series = {};          ///< which line of the plot; empty: the row's name
 };
 
@@ -44,7 +45,7 @@ struct Group {
   std::string unit;
   std::vector<Row> rows;
   std::vector<Target> targets;
-  std::string plot = {};  ///< name of the plot that the rows with a size belong to
+  std::string plot = {};  ///< the plot that its rows are in, if any
 };
 
 struct Options {
