@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "output.h"
+#include "support/command_pages.h"
 
 namespace fwmod {
 
@@ -47,6 +48,9 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   app.add_option("--timeout", options.timeout, "Kill the library's process after SECONDS (10)")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400));
+  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
+    return write_out(*page, kSound);
+  }
   try {
     app.parse(argc, argv);
     interpret(library, options);

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "output.h"
+#include "support/command_pages.h"
 #include "support/text.h"
 
 namespace fwrun {
@@ -194,6 +195,9 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Runs sections of a script.");
   Typed typed;
   declare(app, options, typed);
+  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
+    return write_out(*page);
+  }
   try {
     app.parse(argc, argv);
     check_combination(app);

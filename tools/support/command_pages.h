@@ -1,0 +1,28 @@
+// What is made from a command's declaration beside its --help: its manual page and its completion.
+#ifndef TOOLS_SUPPORT_COMMAND_PAGES_H
+#define TOOLS_SUPPORT_COMMAND_PAGES_H
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+namespace tools {
+
+/// For a command line that is one of these words alone, which the build uses and --help does not
+/// list: --man-page gives the manual page in the troff language, --bash-completion the functions
+/// that complete the command's arguments in bash. Nothing for any other command line.
+std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv);
+
+/// Name, synopsis, options, and the paragraphs of the footer; those that begin with "Exit status: "
+/// and "Example: " become sections of their own.
+std::string man_page(const CLI::App& app);
+
+/// Completes options, and the names of files where none is begun and for options that take one.
+std::string bash_completion(const CLI::App& app);
+
+}  // namespace tools
+
+#endif
