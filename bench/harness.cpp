@@ -3,7 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <barrier>
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <limits>
 #include <stdexcept>
@@ -214,6 +216,13 @@ void add_options(CLI::App& app, Options& options) {
   app.add_option("--csv", options.csv, "Append the figures to this file");
 }
 
+// What the calling thread has computed so far.
+double own_nanoseconds() {
+  timespec spent;
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &spent);
+  return static_cast<double>(spent.tv_sec) * 1e9 + static_cast<double>(spent.tv_nsec);
+}
+
 }  // namespace
 
 int run(const std::string& topic, int argc, char** argv,
@@ -236,6 +245,19 @@ int run(const std::string& topic, int argc, char** argv,
     return 1;
   }
   return 0;
+}
+
+double nanoseconds_each(long operations, const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
+  return spent.count() / static_cast<double>(operations);
+}
+
+double own_nanoseconds_each(long operations, const std::function<void()>& work) {
+  const double start = own_nanoseconds();
+  work();
+  return (own_nanoseconds() - start) / static_cast<double>(operations);
 }
 
 void on_threads(int threads, const std::function<void(int)>& work) {

@@ -8,7 +8,6 @@
 #ifndef FWBASE_BENCH_HARNESS_H
 #define FWBASE_BENCH_HARNESS_H
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -63,14 +62,12 @@ struct Options {
 int run(const std::string& topic, int argc, char** argv,
         const std::function<std::vector<Group>(const Options&)>& groups);
 
-/// Nanoseconds that `work` takes, per operation.
-template <typename Work>
-double nanoseconds_each(long operations, Work&& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  const std::chrono::duration<double, std::nano> spent = std::chrono::steady_clock::now() - start;
-  return spent.count() / static_cast<double>(operations);
-}
+/// Nanoseconds that pass while `work` is done, per operation.
+double nanoseconds_each(long operations, const std::function<void()>& work);
+
+/// Nanoseconds that the calling thread computes for `work`, per operation: what passes on a machine
+/// with nothing else to do, for work of one thread that waits for nothing.
+double own_nanoseconds_each(long operations, const std::function<void()>& work);
 
 /// Calls work(thread) on each of so many threads, which begin together, and waits for all. One
 /// thread is the caller.

@@ -45,7 +45,7 @@ void copied_twice() {
 template <void (*pass)()>
 Row row(const char* name, Role role, long count) {
   return {name, role, [count] {
-            return nanoseconds_each(count, [count] {
+            return own_nanoseconds_each(count, [count] {
               for (long i = 0; i < count; ++i) {
                 pass();
                 keep(received);

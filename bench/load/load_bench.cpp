@@ -54,7 +54,7 @@ class Scripts {
 
 double nanoseconds_per_call(const LoaderKind& kind, const std::string& path, long calls) {
   const std::unique_ptr<Loader> loader = kind.make();
-  return nanoseconds_each(calls, [&] { loader->load(path.c_str()); });
+  return own_nanoseconds_each(calls, [&] { loader->load(path.c_str()); });
 }
 
 // --- Memory: the most that a process of its own has had, less what it had before ---

@@ -22,7 +22,7 @@ double nanoseconds_per_call(const CallerKind& kind, Arguments arguments, int reg
                             long runs) {
   const std::unique_ptr<Caller> caller = kind.make(arguments, registered);
   caller->run();
-  return nanoseconds_each(runs * kCalls, [&] {
+  return own_nanoseconds_each(runs * kCalls, [&] {
     for (long i = 0; i < runs; ++i) {
       caller->run();
     }

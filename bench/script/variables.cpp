@@ -48,7 +48,7 @@ class Table {
 // Calls access(name, value) for the names in turn.
 template <typename Access>
 double each_in_turn(long count, Access&& access) {
-  return nanoseconds_each(count, [&] {
+  return own_nanoseconds_each(count, [&] {
     std::int32_t value = 0;
     for (long done = 0; done < count;) {
       for (const char* name : kNames) {
