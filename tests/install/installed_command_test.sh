@@ -15,13 +15,13 @@ mv "$work/first" "$work/moved"
 
 unset LD_LIBRARY_PATH
 cd /
-"$(find "$work/moved" -type f -name fwrun)" --env a=40 "$here/sum.xml" >"$work/out"
+"$(find "$work/moved" -path '*/bin/fwrun')" --env a=40 "$here/sum.xml" >"$work/out"
 diff - "$work/out" <<<"40 and 2 make 42"
 
 # The module stands where modules are installed, not beside the command.
 [ "$(find "$work/moved" -name libfwstd.so | grep -c '/fwbase-1/libfwstd\.so$')" = 1 ]
 # Its check finds it by its name; a module with script functions cannot take them back.
-fwmod=$(find "$work/moved" -type f -name fwmod)
+fwmod=$(find "$work/moved" -path '*/bin/fwmod')
 "$fwmod" fwstd >"$work/check"
 status=0
 "$fwmod" --exercise fwstd >"$work/exercise" || status=$?
