@@ -7,6 +7,7 @@
 #include <new>
 
 #include "fwbase/cfwbase.h"
+#include "utility/text_codec.h"
 
 namespace fwbase {
 
@@ -20,6 +21,7 @@ std::mutex forking;
 CFWBase* watched = nullptr;
 
 void before_fork() {
+  utility::prepare_conversions();
   forking.lock();
   watched->before_fork();
 }

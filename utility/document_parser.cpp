@@ -21,7 +21,9 @@ namespace xc = XERCES_CPP_NAMESPACE;
 
 namespace {
 
-constexpr const char* kSourceName = "document";
+// In the library's own characters: it would convert other ones under a lock of the whole process,
+// which all parsers would wait for, and which a forked child could find held for ever.
+constexpr const XMLCh* kSourceName = u"document";
 constexpr XMLCh kReplacement = 0xFFFD;
 
 // The size in bytes of a character unit of XML text, by its first characters: a byte order mark

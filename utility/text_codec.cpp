@@ -2,10 +2,12 @@
 
 #include <iconv.h>
 #include <langinfo.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 namespace utility {
 namespace {
@@ -47,20 +49,24 @@ class Converter {
     return out_size - room;
   }
 
- private:
+  // False when there is no such conversion, or no memory for it.
   bool open_for(const char* wanted) {
     if (is_open() && m_code_page == wanted) return true;
     close();
     m_code_page = wanted;
     m_descriptor = m_direction == Direction::kToDom ? iconv_open(kDomEncoding, wanted)
                                                     : iconv_open(wanted, kDomEncoding);
+    m_process = ::getpid();
     return is_open();
   }
 
+ private:
   bool is_open() const { return m_descriptor != closed(); }
 
+  // Closing takes the lock that opening takes. A forked child may find it held for ever, when it
+  // exits, and keeps what it has from its parent.
   void close() {
-    if (is_open()) iconv_close(m_descriptor);
+    if (is_open() && m_process == ::getpid()) iconv_close(m_descriptor);
     m_descriptor = closed();
   }
 
@@ -68,8 +74,19 @@ class Converter {
 
   const Direction m_direction;
   iconv_t m_descriptor = closed();
+  pid_t m_process = 0;  // that has opened it
   std::string m_code_page;
 };
+
+Converter& converter_to_dom() {
+  thread_local Converter converter(Converter::Direction::kToDom);
+  return converter;
+}
+
+Converter& converter_to_narrow() {
+  thread_local Converter converter(Converter::Direction::kToNarrow);
+  return converter;
+}
 
 bool is_plain(char c) { return static_cast<unsigned char>(c) - 1U < 0x7FU; }  // ASCII, not zero
 bool is_plain(XMLCh c) { return c - 1U < 0x7FU; }
@@ -84,11 +101,10 @@ bool to_dom_text(std::string_view narrow, DomText& out) {
     return true;
   }
   if (narrow.find('\0') != std::string_view::npos) return false;
-  thread_local Converter converter(Converter::Direction::kToDom);
   out.resize(2 * narrow.size());  // a byte may stand for two units (a base and a mark)
   const std::size_t bytes =
-      converter.convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
-                        out.size() * sizeof(XMLCh));
+      converter_to_dom().convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
+                                 out.size() * sizeof(XMLCh));
   if (bytes == Converter::kFailed) return false;
   out.resize(bytes / sizeof(XMLCh));
   return true;
@@ -102,13 +118,21 @@ bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
     return true;
   }
   if (text.find(XMLCh(0)) != text.npos) return false;
-  thread_local Converter converter(Converter::Direction::kToNarrow);
   out.resize(kMaxBytesPerUnit * text.size());
-  const std::size_t bytes = converter.convert(reinterpret_cast<const char*>(text.data()),
-                                              text.size() * sizeof(XMLCh), out.data(), out.size());
+  const std::size_t bytes =
+      converter_to_narrow().convert(reinterpret_cast<const char*>(text.data()),
+                                    text.size() * sizeof(XMLCh), out.data(), out.size());
   if (bytes == Converter::kFailed) return false;
   out.resize(bytes);
   return true;
+}
+
+void prepare_conversions() noexcept {
+  try {
+    converter_to_dom().open_for(code_page());
+    converter_to_narrow().open_for(code_page());
+  } catch (const std::bad_alloc&) {  // the child tries again
+  }
 }
 
 }  // namespace utility

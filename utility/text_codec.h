@@ -20,6 +20,10 @@ using DomText = std::basic_string<XMLCh>;
 bool to_dom_text(std::string_view narrow, DomText& out);
 bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out);
 
+/// For the thread that is about to fork: makes what its first conversions would make, for its
+/// present locale, since that takes a lock of the C library that a child may find held for ever.
+void prepare_conversions() noexcept;
+
 }  // namespace utility
 
 #endif

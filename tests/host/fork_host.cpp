@@ -4,6 +4,7 @@
 // exits; the program succeeds when every child could, ended with status 0 and wrote all of its
 // records, in order, and when all records of the parent are there as well.
 #include <fwbase/fwbase.h>
+#include <iconv.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,6 +18,10 @@
 #include <string>
 #include <thread>
 #include <vector>
+#include <xercesc/util/XMLString.hpp>
+
+#include "tests/support/host_function.h"
+#include "tests/support/script_file.h"
 
 // Processes that end while threads run are the point here: no need to wait for their reports.
 // Children of a process with threads may start threads.
@@ -93,6 +98,45 @@ void use_all(int who) {
           "module");
 }
 
+// The variable and the argument in Chinese need converters.
+constexpr const char* kScript =
+    "<korvid><template><Func name='greet'><param tag='whom' type='string'/></Func></template>"
+    "<Process name=''><Data><var name='v' type='string' value='\xE4\xBD\xA0'/></Data>"
+    "<Exec><section name='all'><greet><whom>\xE5\xA5\xBD</whom></greet></section></Exec>"
+    "</Process></korvid>";
+
+// A script from its file and back.
+void use_script() {
+  IScript& script = *facade()->script();
+  fwbase::test::HostFunction greet("greet", {IScript::VT_STRING});
+  const fwbase::test::ScriptFile file(kScript);
+  std::string value;
+  require(script.expand_syntax(&greet) && ec::succeeded(script.load_script(file.path())),
+          "loading a script");
+  require(ec::succeeded(script.exec_scommad("all", nullptr)) &&
+              greet.calls() == std::vector<std::string>{"greet('\xE5\xA5\xBD')"},
+          "running a section");
+  require(
+      ec::succeeded(script.get_value("v", IScript::VT_STRING, &value)) && value == "\xE4\xBD\xA0",
+      "a variable of the script");
+  value += "\xE5\xA5\xBD";
+  require(ec::succeeded(script.set_value("v", IScript::VT_STRING, &value)) &&
+              ec::succeeded(script.save_script()) && file.text().find(value) != std::string::npos,
+          "saving a script");
+  script.release();
+  require(ec::succeeded(script.init()), "init() of the engine");
+}
+
+// What the host does of its own, under locks that no fork waits for: conversions by the XML
+// library, and opening a converter of the C library.
+void use_other_libraries() {
+  XMLCh* wide = xercesc::XMLString::transcode("text");
+  xercesc::XMLString::release(&wide);
+  const iconv_t converter = ::iconv_open("GBK", "UTF-8");
+  require(converter != reinterpret_cast<iconv_t>(-1), "iconv_open()");
+  ::iconv_close(converter);
+}
+
 void start(const std::string& path) {
   require(ec::succeeded(facade()->init()), "init()");
   require(ec::succeeded(facade()->runlog()->file(path.c_str())), "file()");
@@ -114,6 +158,11 @@ class BusyThreads {
         }
       });
     }
+    m_threads.emplace_back([this] {
+      while (!m_stop) {
+        use_other_libraries();
+      }
+    });
   }
   ~BusyThreads() { stop(); }
 
@@ -174,6 +223,7 @@ void expect_rounds(const Messages& messages, const std::string& who, int rounds)
 void inherited(const std::string& who, const std::string&) {
   write_records(who);
   use_all(kThreads);
+  use_script();
 }
 
 // A child that starts anew, with a writer thread of its own.
@@ -181,6 +231,7 @@ void restarted(const std::string& who, const std::string& path) {
   start(path);
   write_records(who);
   use_all(kThreads);
+  use_script();
   facade()->release();
 }
 
