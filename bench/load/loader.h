@@ -24,7 +24,10 @@ struct LoaderKind {
 };
 
 /// All that are built in, in no particular order.
-std::vector<LoaderKind>& loader_kinds();
+inline std::vector<LoaderKind>& loader_kinds() {
+  static std::vector<LoaderKind> kinds;
+  return kinds;
+}
 
 /// A source file of a loader has one of these: a loader whose package is missing is not built.
 struct RegisterLoader {

@@ -11,11 +11,6 @@
 
 namespace fwbase::bench {
 
-std::vector<LoggerKind>& logger_kinds() {
-  static std::vector<LoggerKind> kinds;
-  return kinds;
-}
-
 namespace {
 
 constexpr const char* kOwn = "fwbase";

@@ -48,7 +48,10 @@ struct LoggerKind {
 };
 
 /// All that are built in, in no particular order.
-std::vector<LoggerKind>& logger_kinds();
+inline std::vector<LoggerKind>& logger_kinds() {
+  static std::vector<LoggerKind> kinds;
+  return kinds;
+}
 
 /// A source file of a logger has one of these: a logger whose package is missing is not built.
 struct RegisterLogger {

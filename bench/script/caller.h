@@ -34,7 +34,10 @@ struct CallerKind {
 };
 
 /// All that are built in, in no particular order.
-std::vector<CallerKind>& caller_kinds();
+inline std::vector<CallerKind>& caller_kinds() {
+  static std::vector<CallerKind> kinds;
+  return kinds;
+}
 
 /// A source file of a caller has one of these for each kind.
 struct RegisterCaller {

@@ -7,11 +7,6 @@
 
 namespace fwbase::bench {
 
-std::vector<CallerKind>& caller_kinds() {
-  static std::vector<CallerKind> kinds;
-  return kinds;
-}
-
 namespace {
 
 std::string row_name(const CallerKind& kind, int registered) {
