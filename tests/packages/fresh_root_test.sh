@@ -15,11 +15,13 @@ release=$(sed -n "s/^VERSION_CODENAME=//p" /etc/os-release)
 mirror=$(apt-get indextargets --format "\$(CODENAME) \$(REPO_URI)" 'Created-By: Packages' |
   awk -v release="$release" '$1 == release { print $2; exit }')
 
-rm -rf "$work"
+rm -rf --one-file-system "$work"
 mkdir -p "$work"
 debootstrap --variant=minbase "$release" "$root" "$mirror" >"$work/debootstrap.log"
 cp /etc/resolv.conf "$root/etc/"
 cp -r /etc/apt/apt.conf.d/. "$root/etc/apt/apt.conf.d/"
+mount -t proc proc "$root/proc"
+trap 'umount "$root/proc"' EXIT
 mkdir "$root/fwbase"
 cp "$packages"/*.deb "$readme" "$here/readme_example.sh" "$root/fwbase/"
 
