@@ -13,6 +13,7 @@ ec::EC CScript::init() {
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   m_syntaxes.clear();
+  ++m_registrations;
   m_xml.release();
   m_platform = m_platform || utility::start_xml_platform();
   if (!m_platform) {
@@ -28,6 +29,7 @@ void CScript::release() {
   const WriteGuard guard(m_lock);
   ++m_releases;
   m_syntaxes.clear();
+  ++m_registrations;
   m_templates.clear();
   drop_values(m_values);
   for (auto& [env, table] : m_env_values) {

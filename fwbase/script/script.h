@@ -10,10 +10,12 @@
 #include <fwbase/iscript.h>
 #include <utility/xml.h>
 
+#include <cstdint>
 #include <list>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "fwbase/script/script_types.h"
@@ -63,6 +65,10 @@ class CScript : public IScript {
   virtual ec::EC Call_Fun(const char* name, const VValue* args, const char* ret)
       FWBASE_REQUIRES(m_lock);
 
+  /// What Call_Fun does once the function is found; SCRIPT_NO_FUNC for null.
+  ec::EC call_function(ISyntax* function, const VValue* args, const char* ret)
+      FWBASE_REQUIRES(m_lock);
+
   // script_values.cpp: storage and the two kinds of table. Writers change nothing when they fail;
   // they and the readers throw std::bad_alloc where a copy of a text or a table's node fails.
 
@@ -78,7 +84,7 @@ class CScript : public IScript {
       FWBASE_REQUIRES(m_lock);
 
   /// Reads a variable of an environment, never the global one. `*out` is set on success only.
-  ec::EC GetValueEnv(const std::string& name, VType type, void* out, void* env) const
+  ec::EC GetValueEnv(std::string_view name, VType type, void* out, void* env) const
       FWBASE_REQUIRES_SHARED(m_lock);
 
   /// Assigns a value to the caller's int or string; false for an unknown type.
@@ -145,6 +151,11 @@ class CScript : public IScript {
   // script_exec.cpp: running a section.
   class CallArguments;
 
+  /// The host function of that name that was registered last; null (logged) when there is none.
+  ISyntax* find_function(const char* name) const FWBASE_REQUIRES_SHARED(m_lock);
+  /// The same for the function of a recorded call, which is remembered with its declaration: what
+  /// a call costs must not grow with the number of functions.
+  ISyntax* function_of(XmlFuncRule& rule) FWBASE_REQUIRES(m_lock);
   /// Runs a section in the environment m_env.
   ec::EC exec_section(const char* section) FWBASE_REQUIRES(m_lock);
   /// Resolves a call's arguments; false when memory ran out.
@@ -160,6 +171,7 @@ class CScript : public IScript {
 
   // What the host registered; the objects are the host's.
   std::list<ISyntax*> m_syntaxes FWBASE_GUARDED_BY(m_lock);
+  std::uint64_t m_registrations FWBASE_GUARDED_BY(m_lock) = 1;  ///< counts changes of m_syntaxes
   std::map<std::string, std::list<VType>, std::less<>> m_templates FWBASE_GUARDED_BY(m_lock);
 
   // What the file brought.

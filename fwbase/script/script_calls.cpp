@@ -65,6 +65,7 @@ ec::EC CScript::Test_XmlFunRule(XmlFuncRule& rule) {
 ec::EC CScript::proc_params_element(CElement& set, XmlFuncRule& rule) {
   Fun call;
   call.name = rule.name;
+  call.rule = &rule;
   ChildrenByName children;
   const bool readable = children_by_name(set, children);
   for (const XmlFuncParamRule& declared : rule.params) {

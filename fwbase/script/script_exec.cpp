@@ -35,6 +35,12 @@ class RunEnvironment {
   void*& m_current;
 };
 
+// A host's object may have lost its name.
+bool is_named(IScript::ISyntax& function, const char* name) {
+  const char* const own = function.name();
+  return own != nullptr && std::strcmp(own, name) == 0;
+}
+
 }  // namespace
 
 /// What one call hands to a host function: the slots, the texts that they point to, and the name
@@ -109,7 +115,7 @@ ec::EC CScript::exec_section(const char* section) {
       return ec::SCRIPT_NO_MEMORY;
     }
     call.state = kFailed;  // unless it returns a success: it may also throw
-    result = Call_Fun(call.name.c_str(), arguments.slots(), arguments.ret());
+    result = call_function(function_of(*call.rule), arguments.slots(), arguments.ret());
     if (m_releases != releases) {
       return ec::SCRIPT_E_SECTION;  // the host released the engine, and the calls with it
     }
@@ -165,16 +171,34 @@ ec::EC CScript::Call_Fun(const char* name, const VValue* args, const char* ret) 
     RUN_LOG(ERROR, "param is error: vname=%x", addr32(name));
     return ec::SCRIPT_E_PARAM;
   }
+  return call_function(find_function(name), args, ret);
+}
+
+IScript::ISyntax* CScript::find_function(const char* name) const {
   // The one registered last wins, so the search begins at the end.
-  const auto found = std::find_if(m_syntaxes.rbegin(), m_syntaxes.rend(), [name](ISyntax* syntax) {
-    const char* const own = syntax->name();
-    return own != nullptr && std::strcmp(own, name) == 0;
-  });
+  const auto found = std::find_if(m_syntaxes.rbegin(), m_syntaxes.rend(),
+                                  [name](ISyntax* syntax) { return is_named(*syntax, name); });
   if (found == m_syntaxes.rend()) {
     RUN_LOG(ERROR, "不存在的脚本函数:(%s)", name);
+    return nullptr;
+  }
+  return *found;
+}
+
+IScript::ISyntax* CScript::function_of(XmlFuncRule& rule) {
+  const char* const name = rule.name.c_str();
+  if (rule.registrations == m_registrations && is_named(*rule.function, name)) {
+    return rule.function;
+  }
+  rule.function = find_function(name);
+  rule.registrations = rule.function != nullptr ? m_registrations : 0;
+  return rule.function;
+}
+
+ec::EC CScript::call_function(ISyntax* function, const VValue* args, const char* ret) {
+  if (function == nullptr) {
     return ec::SCRIPT_NO_FUNC;
   }
-  ISyntax* const function = *found;
   void* const env = m_env;
   ec::EC result;
   {

@@ -28,6 +28,7 @@ bool CScript::expand_syntax(ISyntax* syntax) {
       return false;
     }
     m_syntaxes.splice(m_syntaxes.end(), registered);
+    ++m_registrations;
     return true;
   } catch (const std::bad_alloc&) {
     RUN_LOG(ERROR, "申请内存失败");

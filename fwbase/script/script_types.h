@@ -40,6 +40,10 @@ struct XmlFuncParamRule {
 struct XmlFuncRule {
   std::string name;
   std::list<XmlFuncParamRule> params;
+
+  /// The host's function that a call found, good while registrations is the engine's count.
+  IScript::ISyntax* function = nullptr;
+  std::uint64_t registrations = 0;
 };
 
 /// An argument of a recorded call: a literal, or a reference to a variable of the environment.
@@ -56,6 +60,9 @@ struct Fun {
   std::string name;
   std::list<Parament> params;  ///< one per declared parameter, in their order
   std::string ret;             ///< variable that receives the result; empty for none
+
+  /// The declaration, which stays where it is as long as the call.
+  XmlFuncRule* rule = nullptr;
 };
 
 /// The type that a type's text names ("int", "string"); false for any other text.

@@ -114,7 +114,7 @@ ec::EC CScript::SetValueEnv(const std::string& name, VType type, const void* dat
   return ec::SCRIPT_OK;
 }
 
-ec::EC CScript::GetValueEnv(const std::string& name, VType type, void* out, void* env) const {
+ec::EC CScript::GetValueEnv(std::string_view name, VType type, void* out, void* env) const {
   const auto table = m_env_values.find(env);
   if (table == m_env_values.end()) {
     RUN_LOG(ERROR, "没有改环境对应的符号表, env[0x%x]", addr32(env));
@@ -122,12 +122,12 @@ ec::EC CScript::GetValueEnv(const std::string& name, VType type, void* out, void
   }
   const auto found = table->second->find(name);
   if (found == table->second->end()) {
-    RUN_LOG(ERROR, "没有对应的变量,name[%s]\n", name.c_str());
+    RUN_LOG(ERROR, "没有对应的变量,name[%.*s]\n", static_cast<int>(name.size()), name.data());
     return ec::SCRIPT_NOT_FOUND;
   }
   const Value& value = found->second;
   if (value.type != type) {
-    RUN_LOG(ERROR, "变量:(%s)类型不匹配", name.c_str());
+    RUN_LOG(ERROR, "变量:(%.*s)类型不匹配", static_cast<int>(name.size()), name.data());
     return ec::SCRIPT_BAD_PARAM;
   }
   if (!copy_out(value, out)) {

@@ -50,7 +50,8 @@ struct FWBASE_API IScript {
   /// param_count() are called with the engine's lock held and must not call the engine.
   struct FWBASE_API ISyntax {
     /// The function's name. The text must stay valid while the object is registered: it is
-    /// compared at every call.
+    /// compared at every call. An object whose name has changed is no longer called by the old
+    /// one; by the new one it is, at the latest when another function has been registered.
     virtual const char* name() = 0;
 
     /// The parameters' types in order, param_count() of them; read during registration only. May

@@ -237,6 +237,75 @@ TEST_F(ScriptExec, AnObjectWhoseNameBecomesNullIsPassedOver) {
   EXPECT_EQ(none.calls().size(), 1u);
 }
 
+// A host function that may change its name.
+struct Renamed : HostFunction {
+  explicit Renamed(const char* first) : HostFunction(first), now(first) {}
+  const char* name() override { return now; }
+  const char* now;
+};
+
+// What a run found must not outlast what the host registers afterwards.
+
+TEST_F(ScriptExec, CallsOfALaterRunGoToTheObjectRegisteredMeanwhile) {
+  load("<section name='s'><none/></section>");
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  HostFunction later("none");
+  engine.expand_syntax(&later);
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(none.calls().size(), 1u);
+  EXPECT_EQ(later.calls().size(), 1u);
+}
+
+TEST_F(ScriptExec, CallsOfTheSameRunGoToTheObjectThatAFunctionRegisters) {
+  load("<section name='s'><none/><none/><none/></section>");
+  HostFunction later("none");
+  none.set_body([&](const IScript::VValue*, void*, const char*) {
+    return engine.expand_syntax(&later) ? ec::SCRIPT_OK : ec::SCRIPT_NO_MEMORY;
+  });
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(none.calls().size(), 1u);
+  EXPECT_EQ(later.calls().size(), 2u);
+}
+
+TEST_F(ScriptExec, AnObjectThatWasCalledIsPassedOverOnceItsNameIsAnother) {
+  load("<section name='s'><none/></section>");
+  Renamed renamed("none");
+  engine.expand_syntax(&renamed);
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  renamed.now = "another";
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(renamed.calls().size(), 1u);
+  EXPECT_EQ(none.calls().size(), 1u);
+}
+
+TEST_F(ScriptExec, TheOnlyObjectOfANameMayLoseItAndGetItBack) {
+  Renamed renamed("renamed");
+  engine.expand_syntax(&renamed);
+  const std::string file =
+      "<korvid><template><Func name='renamed'/></template><Process name=''><Exec>"
+      "<section name='s'><renamed/></section></Exec></Process></korvid>";
+  ASSERT_EQ(engine.load_text(file), ec::SCRIPT_OK);
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  renamed.now = nullptr;
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_NO_FUNC);
+  EXPECT_EQ(engine.states("s"), std::vector{2});
+  renamed.now = "renamed";
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(renamed.calls().size(), 2u);
+}
+
+TEST_F(ScriptExec, InitForgetsFunctionsThatWereCalled) {
+  load("<section name='s'><none/></section>");
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  engine.init();
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_NO_FUNC);
+  HostFunction later("none");
+  engine.expand_syntax(&later);
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(none.calls().size(), 1u);
+  EXPECT_EQ(later.calls().size(), 1u);
+}
+
 TEST_F(ScriptExec, CallFunWithoutANameIsABadArgument) {
   const support::WriteGuard guard(engine.m_lock);
   EXPECT_EQ(engine.Call_Fun(nullptr, nullptr, nullptr), ec::SCRIPT_E_PARAM);
