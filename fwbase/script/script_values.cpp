@@ -1,7 +1,9 @@
 // Storage of values, and the two kinds of table: the global one and one per environment.
-#include <locale>
+#include <algorithm>
+#include <charconv>
+#include <limits>
 #include <new>
-#include <sstream>
+#include <system_error>
 #include <utility>
 
 #include "fwbase/script/script.h"
@@ -45,10 +47,16 @@ bool script::type_of(const std::string& text, IScript::VType& type) {
 }
 
 std::int32_t script::int_of(const std::string& text) {
-  std::istringstream in(text);
-  in.imbue(std::locale::classic());  // the host may have chosen one that groups digits
+  const char* const end = text.data() + text.size();
+  const char* first = text.data() + std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size());
+  if (first != end && *first == '+' && first + 1 != end && first[1] != '-') {
+    ++first;  // std::from_chars knows the minus only
+  }
   std::int32_t number = 0;
-  in >> number;
+  if (std::from_chars(first, end, number).ec == std::errc::result_out_of_range) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    number = *first == '-' ? Limits::min() : Limits::max();
+  }
   return number;
 }
 
