@@ -247,7 +247,7 @@ ec::EC CGlobalEnvImpl::insert_obj(const char* name, const IObject* object) {
     return ec::GENV_OBJ_EXISTS;
   }
   // The entry is made beside the table and takes the copy in, so that a copy always has an owner.
-  Table<IObject*> made;
+  ObjectTable made;
   try {
     made.emplace(name, nullptr);
   } catch (const std::bad_alloc&) {
@@ -299,7 +299,7 @@ ec::EC CGlobalEnvImpl::mod_obj(const char* name, const IObject* object) {
     return ec::GENV_OBJ_NOT_FOUND;
   }
   // Out of the table while it refers to a released object.
-  Table<IObject*>::node_type entry = m_objects.extract(found);
+  ObjectTable::node_type entry = m_objects.extract(found);
   entry.mapped()->release();
   IObject* const copy = object->clone();
   if (copy == nullptr) {

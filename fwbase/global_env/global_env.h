@@ -2,9 +2,12 @@
 #ifndef FWBASE_GLOBAL_ENV_GLOBAL_ENV_H
 #define FWBASE_GLOBAL_ENV_GLOBAL_ENV_H
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 
 #include <fwbase/iglobal_env.h>
 
@@ -42,15 +45,26 @@ class CGlobalEnvImpl final : public IGlobalEnv {
   support::RwLock& lock() { return m_lock; }
 
  private:
-  // In the order of the bytes of the names; std::less<> looks a name up without a string of its
-  // own.
+  // Both kinds of table look a name up without making a string of it.
+
+  // Not noexcept: the tables then keep the hash codes, so that few names are compared or hashed
+  // again.
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const {
+      return std::hash<std::string_view>()(name);
+    }
+  };
   template <typename Value>
-  using Table = std::map<std::string, Value, std::less<>>;
+  using Table = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
+
+  // Objects are kept, and released, in the order of the bytes of their names.
+  using ObjectTable = std::map<std::string, IObject*, std::less<>>;
 
   ec::EC no_memory(const char* name) const;
   ec::EC no_copy(const char* name) const;
 
-  Table<IObject*> m_objects FWBASE_GUARDED_BY(m_lock);  // copies, owned; never null
+  ObjectTable m_objects FWBASE_GUARDED_BY(m_lock);  // copies, owned; never null
   Table<void*> m_addresses FWBASE_GUARDED_BY(m_lock);
   Table<std::string> m_strings FWBASE_GUARDED_BY(m_lock);
   IGlobalEnv* const m_parent;
