@@ -14,6 +14,8 @@ namespace utility {
 
 // What a document may cost. Sizes that depend on the document are per byte of its file.
 
+/// Bytes of the file.
+constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
 /// Elements and entity references nested in each other. The XML library saves, copies and
 /// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
 constexpr std::size_t kMaxNesting = 1000;

@@ -43,6 +43,7 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
   } catch (const xc::SAXException&) {
     return false;
   }
+  if (target.getLen() > kMaxFileSize) return false;
   text.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
   return true;
 }

@@ -19,8 +19,6 @@ namespace {
 
 namespace xc = XERCES_CPP_NAMESPACE;
 
-constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
-
 // load() makes parsers of this class only.
 DocumentParser* parser_of(xc::XercesDOMParser* parser) {
   return static_cast<DocumentParser*>(parser);

@@ -62,6 +62,17 @@ TEST_F(Saving, KeepsUtf16OfBothByteOrders) {
   }
 }
 
+// A quotation mark takes one character in memory and 12 bytes in this file, "&quot;" in UTF-16.
+TEST_F(Saving, RefusesATextThatIsTooLargeToBeLoaded) {
+  const std::string text("\xFF\xFE<\0r\0/\0>\0", 10);
+  ASSERT_EQ(load(text), XEC_OK);
+  ASSERT_EQ(root().set_attr("a", std::string(kMaxFileSize / 12 + 1, '"')), XEC_OK);
+  EXPECT_EQ(xml.save(), 5u);
+  EXPECT_EQ(read_file(path()), text);
+  ASSERT_EQ(root().set_attr("a", "\""), XEC_OK);
+  EXPECT_EQ(xml.save(), XEC_OK);
+}
+
 TEST_F(Saving, KeepsTheEncoding) {
   ASSERT_EQ(load("<?xml version='1.0' encoding='GBK'?><r>\xD6\xD0</r>"), XEC_OK);
   EXPECT_EQ(root().get_text(), "\xE4\xB8\xAD");
