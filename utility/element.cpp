@@ -4,6 +4,10 @@
 #include "utility/str.h"
 #include "utility/text_codec.h"
 
+#include <new>
+#include <xercesc/dom/impl/DOMNodeBase.hpp>
+#include <xercesc/dom/impl/DOMNodeImpl.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 namespace utility {
@@ -71,6 +75,74 @@ bool insert_before(xc::DOMElement* parent, xc::DOMElement* child, xc::DOMNode* r
     return true;
   } catch (const xc::DOMException&) {
     return false;
+  }
+}
+
+// Sets the content of a text node. The node's own way forgets the old content before it takes
+// memory for the new one.
+void replace_content(xc::DOMText& node, const DomText& content) {
+  if (content.size() > node.getLength()) {
+    node.appendData(content.c_str() + node.getLength());  // makes room for all of it
+  }
+  node.setTextContent(content.c_str());
+}
+
+// The library takes memory to give memory back. Without any it keeps the object for as long as the
+// document.
+template <typename Action>
+void give_back(Action action) {
+  try {
+    action();
+  } catch (const xc::OutOfMemoryException&) {
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+void release_quietly(xc::DOMNode* node) {
+  give_back([node] { node->release(); });
+}
+
+// As attr.setValue(), which forgets the old value before it takes memory for the new one.
+void replace_value(xc::DOMElement& element, xc::DOMAttr& attr, const DomText& value) {
+  xc::DOMText* const text = element.getOwnerDocument()->createTextNode(value.c_str());
+  const bool is_id = attr.isId();  // found by its value
+  try {
+    if (is_id) element.setIdAttributeNode(&attr, false);
+    attr.insertBefore(text, attr.getFirstChild());
+  } catch (const xc::DOMException&) {
+    release_quietly(text);
+    throw;
+  }
+  while (text->getNextSibling() != nullptr) {
+    release_quietly(attr.removeChild(text->getNextSibling()));
+  }
+  dynamic_cast<xc::HasDOMNodeImpl&>(attr).getNodeImpl()->isSpecified(true);  // no default value
+  if (is_id) element.setIdAttributeNode(&attr, true);
+}
+
+unsigned int add_attribute(xc::DOMDocument& document, xc::DOMElement& element, const DomText& name,
+                           const DomText& value) {
+  xc::DOMAttr* attr = nullptr;
+  unsigned int failure = XEC_CREATE_ATTR;
+  try {
+    attr = document.createAttribute(name.c_str());
+    attr->setValue(value.c_str());
+    failure = XEC_SET_ATTR;
+    element.setAttributeNode(attr);
+    return XEC_OK;
+  } catch (const xc::DOMException&) {
+    if (attr != nullptr) release_quietly(attr);
+    return failure;
+  }
+}
+
+// Takes an attribute out of its element. That puts its default value, if it has one, in its place.
+void take_out(xc::DOMElement& element, xc::DOMAttr& attr) {
+  try {
+    element.removeAttributeNode(&attr);
+  } catch (...) {
+    if (element.getAttributeNode(attr.getName()) == nullptr) element.setAttributeNode(&attr);
+    throw;
   }
 }
 
@@ -210,7 +282,7 @@ unsigned int CElement::set_text(const std::string& text) const {
   DomText content;
   if (!to_dom_text(text, content)) return XEC_ENCODING;
   try {
-    first->setTextContent(content.c_str());
+    replace_content(*first, content);
     return XEC_OK;
   } catch (const xc::DOMException&) {
     return XEC_SET_TEXT;
@@ -281,7 +353,13 @@ unsigned int CElement::set_attr(const std::string& name, const std::string& valu
   DomText dom_value;
   if (!to_dom_text(name, dom_name) || !to_dom_text(value, dom_value)) return XEC_ENCODING;
   try {
-    m_element->setAttribute(dom_name.c_str(), dom_value.c_str());
+    xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
+    if (attr == nullptr) {
+      xc::DOMDocument& document = *m_element->getOwnerDocument();
+      const unsigned int code = add_attribute(document, *m_element, dom_name, dom_value);
+      return code == XEC_OK ? code : static_cast<unsigned int>(XEC_SET_ATTR);
+    }
+    replace_value(*m_element, *attr, dom_value);
     return XEC_OK;
   } catch (const xc::DOMException&) {
     return XEC_SET_ATTR;
@@ -297,19 +375,7 @@ unsigned int CElement::insert_attr(const std::string& name, const std::string& v
   if (m_element->hasAttribute(dom_name.c_str())) return XEC_ATTR_EXISTS;
   DomText dom_value;
   if (!to_dom_text(value, dom_value)) return XEC_ENCODING;
-
-  xc::DOMAttr* attr = nullptr;
-  unsigned int failure = XEC_CREATE_ATTR;
-  try {
-    attr = m_document->createAttribute(dom_name.c_str());
-    attr->setValue(dom_value.c_str());
-    failure = XEC_SET_ATTR;
-    m_element->setAttributeNode(attr);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    if (attr != nullptr) attr->release();
-    return failure;
-  }
+  return add_attribute(*m_document, *m_element, dom_name, dom_value);
 }
 
 unsigned int CElement::remove_attr(const std::string& name) const {
@@ -318,7 +384,11 @@ unsigned int CElement::remove_attr(const std::string& name) const {
   DomText dom_name;
   if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
   try {
-    m_element->removeAttribute(dom_name.c_str());
+    xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
+    if (attr != nullptr) {
+      take_out(*m_element, *attr);
+      release_quietly(attr);
+    }
     return XEC_OK;
   } catch (const xc::DOMException&) {
     return XEC_REMOVE_ATTR;
@@ -384,7 +454,7 @@ unsigned int CElement::remove_child_element(const CElement& child) const {
 
 unsigned int CElement::discard_child_element(const CElement& child) const {
   const unsigned int code = remove_child_element(child);
-  if (code == XEC_OK) free_detached(child.m_element);
+  if (code == XEC_OK) give_back([&child] { free_detached(child.m_element); });
   return code;
 }
 
