@@ -74,8 +74,11 @@ bool expect(bool good, const char* what) {
 
 int end_scenario() {
   ::alarm(0);
+  begin_step("end", "no fault");
+  expect(faults > 0, "no fault was injected");
+  ::alarm(0);
   std::printf("%s: %d operations, %ld faults injected, %d failures\n", scenario.c_str(),
-              operations - 1, faults, failures);
+              operations - 2, faults, failures);
   return failures == 0 ? 0 : 1;
 }
 
