@@ -119,6 +119,24 @@ struct GlobalEnvObjects : GlobalEnv {
 
 // Strings
 
+TEST_F(GlobalEnv, AFoundStringStaysWhereItIsWhileOthersComeAndGo) {
+  ASSERT_EQ(env.insert_str("name", "value"), ec::GENV_OK);
+  const char* found = nullptr;
+  ASSERT_EQ(env.get_str("name", found), ec::GENV_OK);
+  const std::string& same = env.get_str("name");
+  for (int i = 0; i < 10'000; ++i) {
+    ASSERT_EQ(env.insert_str(std::to_string(i).c_str(), "other"), ec::GENV_OK);
+  }
+  for (int i = 0; i < 10'000; i += 2) {
+    env.rm_str(std::to_string(i).c_str());
+  }
+  EXPECT_EQ(&env.get_str("name"), &same);
+  EXPECT_EQ(same.c_str(), found);
+  EXPECT_STREQ(found, "value");
+  EXPECT_EQ(env.get_str("9999"), "other");
+  EXPECT_EQ(env.get_str("9998"), "");
+}
+
 TEST_F(GlobalEnv, StringsAreCopied) {
   char name[] = "name";
   char value[] = "value";
