@@ -146,6 +146,52 @@ void objects_of(IGlobalEnv& env) {
   env.rm_obj(kName.c_str());
 }
 
+// What needs no memory but for the records that it logs.
+void lookups_and_removals_of(IGlobalEnv& env) {
+  int target = 0;
+  const Object object(1);
+  const auto restore = [&] {
+    expect(ec::succeeded(env.insert_str(kName.c_str(), kValue.c_str())) &&
+               ec::succeeded(env.insert_addr(kName.c_str(), &target)) &&
+               ec::succeeded(env.insert_obj(kName.c_str(), &object)),
+           "insert");
+  };
+  restore();
+  fail_in_vain(
+      "get_str, get_addr",
+      [&] {
+        const char* text = nullptr;
+        void* address = nullptr;
+        expect(env.get_str(kName.c_str(), text) == ec::GENV_OK && text == kValue, "the string");
+        expect(env.get_addr(kName.c_str(), address) == ec::GENV_OK && address == &target,
+               "the address");
+      },
+      [] {});
+  const auto expect_nothing = [&] {
+    expect(env.get_str(kName.c_str()).empty(), "the string is still there");
+    expect(env.get_addr(kName.c_str()) == nullptr, "the address is still there");
+    env.rm_obj(kName.c_str());
+    restore();
+  };
+  fail_in_vain(
+      "rm_str, rm_addr",
+      [&] {
+        env.rm_str(kName.c_str());
+        env.rm_addr(kName.c_str());
+      },
+      expect_nothing);
+  fail_in_vain(
+      "release, init",
+      [&] {
+        env.release();
+        expect(stored_number(env) == 0, "the object is still there");
+        expect(ec::succeeded(env.init()), "init()");
+      },
+      expect_nothing);
+  env.release();
+  expect(ec::succeeded(env.init()), "init()");
+}
+
 }  // namespace
 
 void environments() {
@@ -154,6 +200,7 @@ void environments() {
   strings_of(env);
   addresses_of(env);
   objects_of(env);
+  lookups_and_removals_of(env);
 }
 
 void keyed_environments() {
@@ -191,6 +238,7 @@ void keyed_environments() {
   strings_of(*env);
   addresses_of(*env);
   objects_of(*env);
+  lookups_and_removals_of(*env);
   fail_each_allocation(
       "destroy_global_env",
       [&] {
@@ -201,6 +249,47 @@ void keyed_environments() {
         expect(ec::succeeded(facade()->create_global_env(env, &key)), "create_global_env()");
         const Object object(1);
         expect(ec::succeeded(env->insert_obj(kName.c_str(), &object)), "insert_obj()");
+      });
+}
+
+void components() {
+  const LoggingFacade running;
+  IFWBase& fw = *facade();
+  IRunLog* const log = fw.runlog();
+  IGlobalEnv* const env = fw.global_env();
+  IMM* const mm = fw.mm();
+  IScript* const script = fw.script();
+  IDataBlockFT* const blocks = fw.db_ft();
+  int key = 0;
+  IGlobalEnv* keyed = nullptr;
+  expect(ec::succeeded(fw.create_global_env(keyed, &key)), "create_global_env()");
+  fail_in_vain(
+      "installing components, and the built-in ones again",
+      [&] {
+        expect(fw.runlog(log) == log && fw.runlog(nullptr) == log, "the log");
+        expect(fw.global_env(keyed) == env && fw.global_env() == keyed, "the environment");
+        expect(fw.global_env(static_cast<IGlobalEnv*>(nullptr)) == keyed, "the environment");
+        expect(fw.mm(mm) == mm && fw.mm(nullptr) == mm, "the module manager");
+        expect(fw.script(script) == script && fw.script(nullptr) == script, "the engine");
+        expect(fw.db_ft(blocks) == blocks && fw.db_ft(nullptr) == blocks, "the factory");
+        expect(fw.global_env(static_cast<void*>(&key)) == keyed, "the environment of the key");
+        expect(fw.global_env(static_cast<void*>(&keyed)) == env, "a key without environment");
+      },
+      [&] {
+        expect(fw.runlog() == log && fw.global_env() == env && fw.mm() == mm &&
+                   fw.script() == script && fw.db_ft() == blocks,
+               "the components");
+      });
+  fail_each_allocation(
+      "init and release of all",
+      [&] {
+        fw.release();
+        expect(fw.runlog() == nullptr && fw.script() == nullptr, "components after release()");
+        return ec::succeeded(fw.init()) ? Outcome::kDone : Outcome::kNoMemory;
+      },
+      [&](Outcome) {
+        fw.release();
+        expect(ec::succeeded(fw.init()) && fw.runlog() == log, "init()");
       });
 }
 

@@ -138,22 +138,16 @@ void run(const Scenario& scenario) {
   }
 }
 
-constexpr Scenario kScenarios[] = {{"log_direct", log_direct},
-                                   {"log_queued", log_queued},
-                                   {"log_rotation", log_rotation},
-                                   {"log_macros", log_macros},
-                                   {"environments", environments},
-                                   {"keyed_environments", keyed_environments},
-                                   {"modules", modules},
-                                   {"data_blocks", data_blocks},
-                                   {"script_values", script_values},
-                                   {"script_load", script_load},
-                                   {"script_exec", script_exec},
-                                   {"script_save", script_save},
-                                   {"xml_document", xml_document},
-                                   {"xml_elements", xml_elements},
-                                   {"strings", strings},
-                                   {"whole_life", whole_life}};
+constexpr Scenario kScenarios[] = {
+    {"log_direct", log_direct},     {"log_queued", log_queued},
+    {"log_rotation", log_rotation}, {"log_macros", log_macros},
+    {"environments", environments}, {"keyed_environments", keyed_environments},
+    {"components", components},     {"modules", modules},
+    {"data_blocks", data_blocks},   {"script_values", script_values},
+    {"script_load", script_load},   {"script_exec", script_exec},
+    {"script_save", script_save},   {"xml_document", xml_document},
+    {"xml_elements", xml_elements}, {"strings", strings},
+    {"whole_life", whole_life}};
 
 }  // namespace
 
@@ -165,6 +159,17 @@ void fail_each_allocation(const std::string& name, const Act& act, const Check& 
   try_once(operation, 0, Failing::kOne);
   fail_each(operation, Failing::kOne);
   fail_each(operation, Failing::kAllFrom);
+}
+
+void fail_in_vain(const std::string& operation, const std::function<void()>& act,
+                  const std::function<void()>& check) {
+  fail_each_allocation(
+      operation,
+      [&] {
+        act();
+        return Outcome::kDone;
+      },
+      [&](Outcome) { check(); });
 }
 
 Outcome outcome_of(ec::EC code, ec::EC no_memory, ec::EC other) {

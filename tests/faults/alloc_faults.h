@@ -26,6 +26,11 @@ using Check = std::function<void(Outcome)>;
 ///   - no block may be left behind.
 void fail_each_allocation(const std::string& operation, const Act& act, const Check& check);
 
+/// The same for an operation that does its work with or without memory: check() finds it done and
+/// brings the state before it back.
+void fail_in_vain(const std::string& operation, const std::function<void()>& act,
+                  const std::function<void()>& check);
+
 /// The outcome that a code stands for: a success, or the one for no memory (or `other`). Any other
 /// code is a failure of the test.
 Outcome outcome_of(ec::EC code, ec::EC no_memory, ec::EC other = 0);
@@ -53,6 +58,7 @@ void log_rotation();
 void log_macros();
 void environments();
 void keyed_environments();
+void components();
 void modules();
 void data_blocks();
 void script_values();

@@ -85,6 +85,21 @@ void log_direct() {
         expect(is_made_of(take(path), {record(kMessage)}), "a torn record");
         expect_next_record(path);
       });
+  fail_in_vain(
+      "asynch, info, type",
+      [] {
+        log().asynch(true);
+        log().asynch(false);
+        log().info(0);
+        log().type(0);
+      },
+      [&] {
+        expect(IRunLog::ms_type_sign == 0, "the levels");
+        take(path);  // records of other components
+        write(kMessage);
+        expect(take(path) == record(kMessage), "the record");
+        log().type(~0u);
+      });
   facade()->release();
   take(path);
   expect(ec::succeeded(facade()->init()), "init()");

@@ -86,6 +86,69 @@ void create_by_factory() {
       });
 }
 
+struct CountingModule : IMM::IBase {
+  ec::EC init(void*) override { return code; }
+  void release() override { ++releases; }
+  ec::EC code = ec::MM_OK;
+  int releases = 0;
+};
+
+CountingModule counting;
+IMM::IBase* give_counting() { return &counting; }
+IMM::IBase* give_factory() { return &factory; }
+
+void create_that_fails() {
+  IMM::IBase* module = nullptr;
+  counting.code = ec::MM_INIT_FAILED;
+  fail_in_vain(
+      "create_module of one whose init() fails",
+      [&] {
+        expect(mm().create_module(module, give_counting, nullptr) == ec::MM_INIT_FAILED, "code");
+      },
+      [] { expect(!mm().is_valid(&counting), "a module in spite of the code"); });
+  counting.code = ec::MM_OK;
+}
+
+void look_up_and_destroy() {
+  IMM::IBase* out = nullptr;
+  const auto restore = [&] {
+    counting.releases = 0;
+    expect(ec::succeeded(mm().create_module(out, give_counting, nullptr)) &&
+               ec::succeeded(mm().create_module(out, give_factory, nullptr)) &&
+               ec::succeeded(mm().create_module(out, &factory, nullptr)) &&
+               mm().create_mid(5, &counting),
+           "modules");
+  };
+  restore();
+  fail_in_vain(
+      "is_valid, get_module_factory, query_mid",
+      [] {
+        expect(mm().is_valid(&counting) && !mm().is_valid(nullptr), "is_valid()");
+        expect(mm().get_module_factory(&factory.module) == &factory, "get_module_factory()");
+        expect(mm().get_module_factory(&counting) == nullptr, "get_module_factory()");
+        expect(mm().query_mid(5) == &counting && mm().query_mid(6) == nullptr, "query_mid()");
+      },
+      [] {});
+  fail_in_vain(
+      "destroy_module, destroy_mid",
+      [] {
+        expect(mm().destroy_module(&counting) && mm().destroy_module(&factory.module), "destroy");
+        mm().destroy_mid(5);
+      },
+      [&] {
+        expect(counting.releases == 1 && factory.made == 0, "the modules are still there");
+        expect(mm().query_mid(5) == nullptr, "the identifier is still there");
+        expect(mm().destroy_module(&factory), "the factory");
+        restore();
+      });
+  fail_in_vain(
+      "release", [] { mm().release(); },
+      [&] {
+        expect(counting.releases == 1 && factory.made == 0, "the modules are still there");
+        restore();
+      });
+}
+
 void identifiers() {
   fail_each_allocation(
       "create_mid",
@@ -121,6 +184,8 @@ void modules() {
   create_by_function();
   create_by_factory();
   identifiers();
+  create_that_fails();
+  look_up_and_destroy();
   facade()->mm()->release();
 }
 
@@ -150,6 +215,19 @@ void data_blocks() {
         expect(block->data_len() == 5 && std::memcmp(block->rd_ptr(), "bytes", 5) == 0, "the data");
         block->wr_ptr(-5);
       });
+  fail_in_vain(
+      "rd_ptr, wr_ptr, real, type",
+      [&] {
+        block->type(7);
+        block->wr_ptr(5);
+        block->rd_ptr(3);
+        expect(block->wr_ptr() - block->rd_ptr() == 2 && block->real() != nullptr, "the block");
+      },
+      [&] {
+        expect(block->type() == 7 && block->data_len() == 2, "the block");
+        block->rd_ptr(-3);
+        block->wr_ptr(-5);
+      });
   fail_each_allocation(
       "release",
       [&] {
@@ -166,6 +244,11 @@ void data_blocks() {
         return memory != nullptr ? Outcome::kDone : Outcome::kNoMemory;
       },
       [&](Outcome) { facade()->db_ft()->deallocate(memory); });
+  memory = facade()->db_ft()->allocate(100);
+  fail_in_vain(
+      "deallocate", [&] { facade()->db_ft()->deallocate(memory); },
+      [&] { memory = facade()->db_ft()->allocate(100); });
+  facade()->db_ft()->deallocate(memory);
 }
 
 }  // namespace fwbase::faults

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
+#include <utility>
 
 #include "tests/faults/alloc_faults.h"
 #include "tests/faults/failing_allocations.h"
@@ -167,6 +168,46 @@ void script_values() {
             script().get_value_env(kLong.c_str(), IScript::VT_STRING, &read, &env));
       },
       check_read);
+  expect(ec::succeeded(script().set_value_env("number", IScript::VT_INT, &number, &env)), "set");
+  std::int32_t read_number = 0;
+  fail_in_vain(
+      "get_value_env of a number",
+      [&] {
+        expect(script().get_value_env("number", IScript::VT_INT, &read_number, &env) ==
+                   ec::SCRIPT_OK,
+               "get_value_env()");
+      },
+      [&] { expect(std::exchange(read_number, 0) == number, "the number"); });
+  fail_each_allocation(
+      "set_value_env of a number",
+      [&] {
+        return outcome_of_script(
+            script().set_value_env(kLong.c_str(), IScript::VT_INT, &number, &read));
+      },
+      [&](Outcome outcome) {
+        std::int32_t value = 0;
+        script().get_value_env(kLong.c_str(), IScript::VT_INT, &value, &read);
+        expect(value == (outcome == Outcome::kDone ? number : 0), "the value is wrong");
+        script().release();
+        expect(ec::succeeded(script().init()), "init()");
+      });
+  const auto restore = [&] {
+    expect(ec::succeeded(script().set_value(kLong.c_str(), IScript::VT_INT, &number)), "set");
+  };
+  restore();
+  fail_in_vain(
+      "get_value of a number",
+      [&] {
+        expect(script().get_value(kLong.c_str(), IScript::VT_INT, &read_number) == ec::SCRIPT_OK,
+               "get_value()");
+      },
+      [&] { expect(std::exchange(read_number, 0) == number, "the number"); });
+  fail_in_vain(
+      "rm_value", [] { expect(script().rm_value(kLong.c_str()) == ec::SCRIPT_OK, "the code"); },
+      [&] {
+        expect(script().rm_value(kLong.c_str()) == ec::SCRIPT_NOT_FOUND, "it is still there");
+        restore();
+      });
   fail_each_allocation(
       "rm_value of a missing one",
       [] {
@@ -200,7 +241,20 @@ void script_exec() {
   Engine engine;
   const ScriptFile file(kScript);
   int env = 0;
-  expect(ec::succeeded(script().load_script(file.path())), "load_script()");
+  const auto load = [&] {
+    engine.restart();
+    expect(ec::succeeded(script().load_script(file.path())), "load_script()");
+  };
+  load();
+  fail_in_vain(
+      "release", [] { script().release(); },
+      [&] {
+        expect(script().rm_value("count") == ec::SCRIPT_NOT_FOUND, "a variable is still there");
+        expect(ec::succeeded(script().init()), "init()");
+        load();
+      });
+  fail_in_vain(
+      "execute", [&] { expect(script().execute(&env) == ec::SCRIPT_OK, "the code"); }, [] {});
   expect(ec::succeeded(script().set_value_env("friend", IScript::VT_STRING, &kLong, &env)), "set");
   fail_each_allocation(
       "exec_scommad", [&] { return outcome_of_script(script().exec_scommad("all", &env)); },

@@ -348,6 +348,16 @@ void strings() {
   restore(Outcome::kDone);
   const std::pair<const char*, std::function<void()>> operations[] = {
       {"trim", [&] { CStr::trim(text); }},
+      {"left_trim, right_trim",
+       [&] {
+         CStr::left_trim(text);
+         CStr::right_trim(text);
+       }},
+      {"left_trim_byte, right_trim_byte",
+       [&] {
+         CStr::left_trim_byte(' ', text);
+         CStr::right_trim_byte(' ', text);
+       }},
       {"trim_byte", [&] { CStr::trim_byte(' ', text); }},
       {"trim_remark to the end", [&] { CStr::trim_remark("//", text); }},
       {"trim_remark", [&] { CStr::trim_remark("/*", "*/", text); }},
