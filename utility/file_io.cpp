@@ -23,6 +23,22 @@
 namespace utility {
 namespace {
 
+// Makes a call until no signal interrupts it. Not for close(): the descriptor is gone by then.
+template <typename Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+int open_file(const std::string& path, int flags, mode_t mode = 0) {
+  return uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });
+}
+
+bool sync(int fd) {
+  return uninterrupted([fd] { return ::fsync(fd); }) == 0;
+}
+
 class Descriptor {
  public:
   explicit Descriptor(int fd) : m_fd(fd) {}
@@ -77,8 +93,7 @@ class WriteSignalBlock {
 bool write_all(int fd, std::string_view text) {
   const WriteSignalBlock no_signals;
   while (!text.empty()) {
-    const ssize_t written = ::write(fd, text.data(), text.size());
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = uninterrupted([&] { return ::write(fd, text.data(), text.size()); });
     if (written <= 0) return false;
     text.remove_prefix(static_cast<std::size_t>(written));
   }
@@ -91,17 +106,12 @@ std::string directory_of(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// What a symbolic link holds; empty when path is none.
-std::string link_target(const std::string& path) {
-  char target[PATH_MAX];
-  const ssize_t size = ::readlink(path.c_str(), target, sizeof(target));
-  return std::string(target, size > 0 ? static_cast<std::size_t>(size) : 0);
-}
-
-bool is_in_proc(const std::string& path) {
-  struct statfs file_system;
-  return ::statfs(directory_of(path).c_str(), &file_system) == 0 &&
-         file_system.f_type == PROC_SUPER_MAGIC;
+// What a symbolic link holds; empty when path is none. False when that cannot be told.
+bool read_link(const std::string& path, std::string& target) {
+  char text[PATH_MAX];
+  const ssize_t size = ::readlink(path.c_str(), text, sizeof(text));
+  target.assign(text, size > 0 ? static_cast<std::size_t>(size) : 0);
+  return size >= 0 || errno == EINVAL || errno == ENOENT;
 }
 
 constexpr int kMaxLinks = 40;  // as the kernel allows
@@ -117,17 +127,20 @@ Target find_target(std::string& path) {
   if (exists && S_ISDIR(status.st_mode)) return Target::kNone;
   if (exists && !S_ISREG(status.st_mode)) return Target::kStream;
   for (int links = 0; links < kMaxLinks; ++links) {
-    const std::string target = link_target(path);
+    std::string target;
+    if (!read_link(path, target)) return Target::kNone;
     if (target.empty()) return Target::kFile;
     // A link in /proc stands for an open file, whose name may be another file's by now.
-    if (is_in_proc(path)) return exists ? Target::kStream : Target::kNone;
+    struct statfs file_system;
+    if (::statfs(directory_of(path).c_str(), &file_system) != 0) return Target::kNone;
+    if (file_system.f_type == PROC_SUPER_MAGIC) return exists ? Target::kStream : Target::kNone;
     path = target.front() == '/' ? target : directory_of(path) + "/" + target;
   }
   return Target::kNone;
 }
 
 bool write_stream(const std::string& path, std::string_view text) {
-  Descriptor stream(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY));
+  Descriptor stream(open_file(path, O_WRONLY | O_APPEND | O_NOCTTY));
   return stream.is_open() && write_all(stream.get(), text) && stream.close();
 }
 
@@ -191,8 +204,7 @@ class TemporaryFile {
     for (int tries = 0; tries < kMaxTries; ++tries) {
       m_path = directory + "/" + kTemporaryPrefix + std::to_string(::getpid()) + "-" +
                std::to_string(serial.fetch_add(1, std::memory_order_relaxed));
-      const int fd =
-          ::open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode);
+      const int fd = open_file(m_path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
       if (fd >= 0) {
         if (lock(fd)) return fd;
         ::close(fd);
@@ -232,22 +244,22 @@ void remove_leftovers(const std::string& directory) {
 bool sync_directory(const Descriptor& directory) {
   // A directory that may not be read cannot be opened for this, and some file systems have
   // nothing to do.
-  return !directory.is_open() || ::fsync(directory.get()) == 0 || errno == EINVAL;
+  return !directory.is_open() || sync(directory.get()) || errno == EINVAL;
 }
 
 bool replace_file(const std::string& path, std::string_view text) {
   // A file that may not be written to is not replaced either.
-  const Descriptor old_file(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor old_file(open_file(path, O_WRONLY | O_NONBLOCK | O_NOCTTY));
   if (!old_file.is_open() && errno != ENOENT) return false;
 
   const std::string directory_name = directory_of(path);
-  const Descriptor directory(::open(directory_name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Descriptor directory(open_file(directory_name, O_RDONLY | O_DIRECTORY));
   TemporaryFile new_file(directory_name, old_file.is_open() ? 0600 : 0666);
   Descriptor& descriptor = new_file.descriptor();
   const bool replaced =
       descriptor.is_open() &&
       (!old_file.is_open() || copy_permissions(old_file.get(), descriptor.get())) &&
-      write_all(descriptor.get(), text) && ::fsync(descriptor.get()) == 0 && descriptor.close() &&
+      write_all(descriptor.get(), text) && sync(descriptor.get()) && descriptor.close() &&
       new_file.rename_to(path) && sync_directory(directory);
   if (replaced) remove_leftovers(directory_name);
   return replaced;
@@ -262,7 +274,7 @@ bool names_a_file(const std::string& path) {
 ReadResult read_file(const std::string& path, std::size_t max_size, std::string& text) {
   if (!names_a_file(path)) return ReadResult::kNoFile;
   // Without O_NONBLOCK, opening a pipe would wait for a writer.
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor file(open_file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY));
   struct stat status;
   if (!file.is_open() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return ReadResult::kNoFile;
@@ -274,8 +286,7 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
   static constexpr std::size_t kBlock = 64 * 1024;
   const std::unique_ptr<char[]> block(new char[kBlock]);
   for (;;) {
-    const ssize_t size = ::read(file.get(), block.get(), kBlock);
-    if (size < 0 && errno == EINTR) continue;
+    const ssize_t size = uninterrupted([&] { return ::read(file.get(), block.get(), kBlock); });
     if (size < 0) return ReadResult::kNoFile;
     if (size == 0) return ReadResult::kOk;
     if (static_cast<std::size_t>(size) > max_size - text.size()) return ReadResult::kTooLarge;

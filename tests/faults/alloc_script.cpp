@@ -173,9 +173,9 @@ void script_values() {
   fail_in_vain(
       "get_value_env of a number",
       [&] {
-        expect(script().get_value_env("number", IScript::VT_INT, &read_number, &env) ==
-                   ec::SCRIPT_OK,
-               "get_value_env()");
+        expect(
+            script().get_value_env("number", IScript::VT_INT, &read_number, &env) == ec::SCRIPT_OK,
+            "get_value_env()");
       },
       [&] { expect(std::exchange(read_number, 0) == number, "the number"); });
   fail_each_allocation(

@@ -1,8 +1,11 @@
 #include "tests/faults/failing_io.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -11,6 +14,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
+#include <set>
 
 namespace {
 
@@ -20,9 +25,12 @@ std::string watched;  // files whose names begin so; changed while nothing is wa
 std::atomic<bool> watching{false};
 std::atomic<int> until_failure{0};
 fwbase::faults::IoFault fault{};
-std::atomic<bool> later_writes_fail{false};
+std::atomic<bool> later_calls_fail{false};
 std::atomic<int> writes_failed{0};
-std::atomic<const char*> failed_function{nullptr};
+std::atomic<const char*> failed_function{nullptr};  // the first one
+
+std::mutex guard;
+std::set<std::string> failed_functions;  // of the whole process
 
 template <typename Function>
 Function* real(const char* name) {
@@ -43,7 +51,7 @@ bool is_watched(int descriptor) {
   char link[64];
   char path[4096];
   std::snprintf(link, sizeof link, "/proc/self/fd/%d", descriptor);
-  const ssize_t size = ::readlink(link, path, sizeof path - 1);
+  const ssize_t size = REAL(readlink)(link, path, sizeof path - 1);
   path[size > 0 ? size : 0] = '\0';
   return is_watched(path);
 }
@@ -52,15 +60,19 @@ bool is_watched(int descriptor) {
 bool fails(const char* function, Call call) {
   const bool counts = fault.error != 0 || call == Call::kWriting;
   int error = -1;
-  if (later_writes_fail && call == Call::kWriting) {
+  if (later_calls_fail && (call == Call::kWriting || fault.all_later)) {
     error = fault.later_error;
   } else if (counts && until_failure > 0 && --until_failure == 0) {
     error = fault.error;
-    later_writes_fail = fault.later_error != 0;
+    later_calls_fail = fault.later_error != 0;
     failed_function = function;
   }
   if (error < 0) {
     return false;
+  }
+  {
+    const std::lock_guard<std::mutex> lock(guard);
+    failed_functions.insert(function);
   }
   writes_failed += call == Call::kWriting && error != 0 && error != EINTR ? 1 : 0;
   errno = error;
@@ -75,7 +87,7 @@ FailingIo::FailingIo(const std::string& directory, int n, const IoFault& what) {
   watched = directory;
   fault = what;
   failed_function = nullptr;
-  later_writes_fail = false;
+  later_calls_fail = false;
   writes_failed = 0;
   until_failure = n;
   watching = true;
@@ -84,6 +96,13 @@ FailingIo::FailingIo(const std::string& directory, int n, const IoFault& what) {
 FailingIo::~FailingIo() { watching = false; }
 
 int FailingIo::failed_writes() { return writes_failed; }
+
+bool FailingIo::interrupted() { return injected() && fault.error == EINTR; }
+
+bool FailingIo::has_failed(const char* function) {
+  const std::lock_guard<std::mutex> lock(guard);
+  return failed_functions.count(function) > 0;
+}
 
 bool FailingIo::injected() { return failed_function != nullptr; }
 
@@ -190,6 +209,43 @@ int fstat(int descriptor, struct stat* status) noexcept {
   return is_watched(descriptor) && fails("fstat", Call::kOther)
              ? -1
              : real<Fstat>("fstat")(descriptor, status);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+  using Stat = int(const char*, struct stat*);
+  return is_watched(path) && fails("stat", Call::kOther) ? -1 : real<Stat>("stat")(path, status);
+}
+
+int statfs(const char* path, struct statfs* status) noexcept {
+  using Statfs = int(const char*, struct statfs*);
+  return is_watched(path) && fails("statfs", Call::kOther) ? -1
+                                                           : real<Statfs>("statfs")(path, status);
+}
+
+ssize_t readlink(const char* path, char* target, size_t size) noexcept {
+  return is_watched(path) && fails("readlink", Call::kOther) ? -1
+                                                             : REAL(readlink)(path, target, size);
+}
+
+int flock(int descriptor, int operation) noexcept {
+  return is_watched(descriptor) && fails("flock", Call::kOther)
+             ? -1
+             : REAL(flock)(descriptor, operation);
+}
+
+DIR* opendir(const char* path) {
+  return is_watched(path) && fails("opendir", Call::kOther) ? nullptr : REAL(opendir)(path);
+}
+
+dirent* readdir(DIR* listing) {
+  return is_watched(::dirfd(listing)) && fails("readdir", Call::kOther) ? nullptr
+                                                                        : REAL(readdir)(listing);
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group) noexcept {
+  return is_watched(descriptor) && fails("fchown", Call::kOther)
+             ? -1
+             : REAL(fchown)(descriptor, owner, group);
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept {

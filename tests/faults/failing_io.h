@@ -12,6 +12,7 @@ struct IoFault {
   const char* name;
   int error;        ///< it fails with this; 0: it is a write and writes half of what it is given
   int later_error;  ///< later writes fail with this; 0: they succeed
+  bool all_later = false;  ///< so do all other later calls
 };
 
 /// While it lives, I/O calls fail. One at a time.
@@ -26,6 +27,12 @@ class FailingIo {
   /// Whether a call has failed, and which; "" for none.
   static bool injected();
   static const char* function();
+
+  /// Whether the failure was one that asks for another try.
+  static bool interrupted();
+
+  /// Whether any call of the function has failed in this process so far.
+  static bool has_failed(const char* function);
 
   /// How many writes have failed, for good: those that were interrupted are made again.
   static int failed_writes();
