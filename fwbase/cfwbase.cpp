@@ -39,6 +39,7 @@ IFWBase* IFWBase::instance() {
 }
 
 ec::EC CFWBase::init() {
+  watch_forks();
   {
     const WriteGuard guard(m_lock);
     m_runlog = &m_log;

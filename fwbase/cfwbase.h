@@ -40,6 +40,7 @@ class CFWBase final : public IFWBase {
   void finish_log();
 
   /// For the start of the process: from then on, a child that the host forks can use the facade.
+  /// Without memory for that, the next init() tries again.
   void watch_forks();
 
   // cfwbase_fork.cpp, called by fork() in the thread that forks
@@ -70,6 +71,7 @@ class CFWBase final : public IFWBase {
   CScript m_scr;
   CDataBlockFT m_dbft;
   mutable support::RwLock m_lock;
+  bool m_watches_forks FWBASE_GUARDED_BY(m_lock) = false;
   bool m_has_fork_lock = false;  // while the process forks: that m_lock was got
 };
 

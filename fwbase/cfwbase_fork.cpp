@@ -39,9 +39,12 @@ void after_fork_in_child() {
 }  // namespace
 
 void CFWBase::watch_forks() {
-  watched = this;
-  ::pthread_atfork(&fwbase::before_fork, &fwbase::after_fork_in_parent,
-                   &fwbase::after_fork_in_child);
+  const support::WriteGuard guard(m_lock);
+  if (!m_watches_forks) {
+    watched = this;
+    m_watches_forks = ::pthread_atfork(&fwbase::before_fork, &fwbase::after_fork_in_parent,
+                                       &fwbase::after_fork_in_child) == 0;
+  }
 }
 
 // Modules and host functions call other components, and all write to the log: outer locks come
