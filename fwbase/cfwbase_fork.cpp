@@ -58,11 +58,11 @@ void CFWBase::before_fork() {
   m_has_fork_lock = m_lock.before_fork(deadline);
   for_each_env_lock([&](support::RwLock& lock) { lock.before_fork(deadline); });
   m_env.lock().before_fork(deadline);
-  m_log.lock().before_fork(deadline);
+  m_log.before_fork(deadline);
 }
 
 void CFWBase::after_fork_in_parent() {
-  m_log.lock().after_fork_in_parent();
+  m_log.after_fork_in_parent();
   m_env.lock().after_fork_in_parent();
   for_each_env_lock([](support::RwLock& lock) { lock.after_fork_in_parent(); });
   m_lock.after_fork_in_parent();

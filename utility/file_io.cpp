@@ -20,6 +20,8 @@
 #include <memory>
 #include <vector>
 
+#include "utility/write_signal_block.h"
+
 namespace utility {
 namespace {
 
@@ -60,34 +62,6 @@ class Descriptor {
 
  private:
   int m_fd;
-};
-
-// Keeps the signals of a failed write (a pipe without a reader, a file beyond the size limit)
-// from this thread, so that the failure is a result and does not end the process.
-class WriteSignalBlock {
- public:
-  WriteSignalBlock() {
-    sigemptyset(&m_signals);
-    sigaddset(&m_signals, SIGPIPE);
-    sigaddset(&m_signals, SIGXFSZ);
-    sigset_t pending;
-    sigpending(&pending);
-    if (sigismember(&pending, SIGPIPE)) sigdelset(&m_signals, SIGPIPE);
-    if (sigismember(&pending, SIGXFSZ)) sigdelset(&m_signals, SIGXFSZ);
-    pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
-  }
-  ~WriteSignalBlock() {
-    const timespec at_once = {0, 0};
-    while (sigtimedwait(&m_signals, nullptr, &at_once) > 0) {
-    }
-    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-  }
-  WriteSignalBlock(const WriteSignalBlock&) = delete;
-  WriteSignalBlock& operator=(const WriteSignalBlock&) = delete;
-
- private:
-  sigset_t m_signals;  // those that were not pending before
-  sigset_t m_before;
 };
 
 bool write_all(int fd, std::string_view text) {

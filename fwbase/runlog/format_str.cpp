@@ -1,6 +1,7 @@
 // IRunLog::FormatStr: printf into a new buffer of a fixed size, cut at 1,022 characters.
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <new>
 
 #include "fwbase/support/run_log.h"
@@ -8,33 +9,31 @@
 namespace fwbase {
 
 namespace {
-constexpr std::size_t kBufferSize = 1024;
 constexpr int kLimit = 1023;  // what vsnprintf is given: 1,022 characters and a terminator
 }  // namespace
 
 std::atomic<unsigned int> IRunLog::ms_type_sign{0};
 
-std::unique_ptr<char[]> support::format_text(const char* format, std::va_list args) {
-  if (format == nullptr) {
-    return nullptr;
-  }
-  std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferSize]());
-  if (!buffer) {
-    return nullptr;
-  }
-  const int length = std::vsnprintf(buffer.get(), kLimit, format, args);
+void support::format_text(FormattedText& text, const char* format, std::va_list args) {
+  std::memset(text, 0, sizeof text);
+  const int length = std::vsnprintf(text, kLimit, format, args);
   if (length >= 0) {
-    buffer[static_cast<std::size_t>(std::min(length, kLimit))] = '\0';
+    text[std::min(length, kLimit)] = '\0';
   }
-  return buffer;
 }
 
 char* IRunLog::FormatStr(const char* format, ...) {
-  std::va_list args;
-  va_start(args, format);
-  std::unique_ptr<char[]> text = support::format_text(format, args);
-  va_end(args);
-  return text.release();
+  if (format == nullptr) {
+    return nullptr;
+  }
+  auto* const text = new (std::nothrow) support::FormattedText;
+  if (text != nullptr) {
+    std::va_list args;
+    va_start(args, format);
+    support::format_text(*reinterpret_cast<support::FormattedText*>(text), format, args);
+    va_end(args);
+  }
+  return text;
 }
 
 }  // namespace fwbase

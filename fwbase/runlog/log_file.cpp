@@ -2,56 +2,48 @@
 #include "fwbase/runlog/log_file.h"
 
 #include <fcntl.h>
-#include <signal.h>
+#include <sys/file.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
+#include <cstdio>
 #include <optional>
+
+#include "utility/write_signal_block.h"
 
 namespace fwbase {
 
 namespace {
 
-// Takes back the SIGPIPE of a write of this thread: that the reader of a FIFO has gone away must
-// not end the host.
-class NoPipeSignal {
- public:
-  NoPipeSignal() {
-    sigset_t pending;
-    ::sigpending(&pending);
-    m_was_pending = sigismember(&pending, SIGPIPE) == 1;
-    sigemptyset(&m_pipe);
-    sigaddset(&m_pipe, SIGPIPE);
-    ::pthread_sigmask(SIG_BLOCK, &m_pipe, &m_before);
-  }
-  ~NoPipeSignal() {
-    const int saved = errno;
-    if (!m_was_pending) {
-      const timespec at_once = {};
-      ::sigtimedwait(&m_pipe, nullptr, &at_once);
-    }
-    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
-    errno = saved;
-  }
-  NoPipeSignal(const NoPipeSignal&) = delete;
-  NoPipeSignal& operator=(const NoPipeSignal&) = delete;
+/// How long a counted position is taken for the true one.
+constexpr std::chrono::microseconds kTrusted(50);
 
- private:
-  bool m_was_pending;
-  sigset_t m_pipe;
-  sigset_t m_before;
-};
+int open_uninterrupted(const char* path, int flags) {
+  int descriptor;
+  do {
+    descriptor = ::open(path, flags | O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY, 0666);
+  } while (descriptor < 0 && errno == EINTR);
+  return descriptor;
+}
+
+bool files_are_limited() {
+  rlimit limit;
+  return ::getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+}
 
 }  // namespace
 
 bool LogFile::open(const char* path, Content content) {
   close();
-  const int discard = content == Content::kDiscard ? O_TRUNC : 0;
-  m_descriptor = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY | discard, 0666);
+  m_descriptor = open_uninterrupted(path, O_CREAT | (content == Content::kDiscard ? O_TRUNC : 0));
   struct stat status;
-  m_pipe = m_descriptor >= 0 && ::fstat(m_descriptor, &status) == 0 && S_ISFIFO(status.st_mode);
+  m_signals =
+      m_descriptor >= 0 &&
+      ((::fstat(m_descriptor, &status) == 0 && S_ISFIFO(status.st_mode)) || files_are_limited());
+  m_position = -1;
+  m_asked = Clock::time_point();
   return m_descriptor >= 0;
 }
 
@@ -62,38 +54,87 @@ void LogFile::close() {
   }
 }
 
-bool LogFile::append(const std::string& bytes) {
-  std::optional<NoPipeSignal> no_signal;
-  if (m_pipe) {
-    no_signal.emplace();
+LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, std::size_t count) {
+  std::optional<utility::WriteSignalBlock> no_signals;
+  if (m_signals) {
+    no_signals.emplace();
   }
-  std::size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t count = ::write(m_descriptor, bytes.data() + written, bytes.size() - written);
-    if (count >= 0) {
-      written += static_cast<std::size_t>(count);
-    } else if (errno != EINTR) {
-      cut_back(written);
-      return false;
+  const std::size_t end = texts.end_of(first + count - 1);
+  std::size_t written = texts.begin_of(first);
+  while (written < end) {
+    const ssize_t size = ::write(m_descriptor, texts.bytes().data() + written, end - written);
+    if (size > 0) {
+      written += static_cast<std::size_t>(size);
+    } else if (size == 0 || errno != EINTR) {
+      return give_up(texts, first, written);
     }
   }
-  return true;
+  this->count(end - texts.begin_of(first));
+  return {count, true};
 }
 
-std::int64_t LogFile::position() const { return ::lseek(m_descriptor, 0, SEEK_CUR); }
+std::int64_t LogFile::position() {
+  m_position = ::lseek(m_descriptor, 0, SEEK_CUR);
+  m_asked = Clock::now();
+  return m_position;
+}
 
-// Leaves the file alone when another process has appended behind the broken record.
-void LogFile::cut_back(std::size_t written) {
-  if (written == 0) {
-    return;
+// A system call for each record would cost a good part of what writing it costs.
+void LogFile::count(std::size_t written) {
+  if (Clock::now() - m_asked > kTrusted) {
+    position();
+  } else if (m_position >= 0) {
+    m_position += static_cast<std::int64_t>(written);
   }
+}
+
+LogFile::Appended LogFile::give_up(const RecordTexts& texts, std::size_t first,
+                                   std::size_t written) {
+  std::size_t failed = first;
+  while (texts.end_of(failed) <= written) {
+    ++failed;
+  }
+  cut_back(written - texts.begin_of(failed));
+  return {failed - first + 1, false};
+}
+
+// Leaves the file alone when another process has appended behind the broken record: the position is
+// that behind our own last write.
+void LogFile::cut_back(std::size_t written) {
   const int reason = errno;
   struct stat status;
   const std::int64_t end = position();
-  [[maybe_unused]] const bool whole_again =
-      ::fstat(m_descriptor, &status) == 0 && status.st_size == end &&
-      ::ftruncate(m_descriptor, end - static_cast<std::int64_t>(written)) == 0;
+  const std::int64_t whole = end - static_cast<std::int64_t>(written);
+  if (written != 0 && ::fstat(m_descriptor, &status) == 0 && status.st_size == end &&
+      ::ftruncate(m_descriptor, whole) == 0) {
+    m_position = whole;
+  }
   errno = reason;
+}
+
+// --- Other processes ---
+
+bool LogFile::lock() { return ::flock(m_descriptor, LOCK_EX) == 0; }
+
+bool LogFile::replaced(const char* path, std::int64_t limit) const {
+  struct stat own;
+  struct stat named;
+  return ::fstat(m_descriptor, &own) == 0 && ::stat(path, &named) == 0 &&
+         (own.st_dev != named.st_dev || own.st_ino != named.st_ino) && named.st_size < limit;
+}
+
+void LogFile::part_from_parent() {
+  struct stat status;
+  char own[32];
+  std::snprintf(own, sizeof own, "/proc/self/fd/%d", m_descriptor);
+  const bool has_position = ::fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  const int reopened = has_position ? open_uninterrupted(own, 0) : -1;
+  if (reopened >= 0) {
+    ::dup3(reopened, m_descriptor, O_CLOEXEC);
+    ::close(reopened);
+    m_position = -1;
+    m_asked = Clock::time_point();
+  }
 }
 
 }  // namespace fwbase

@@ -2,17 +2,25 @@
 #ifndef FWBASE_RUNLOG_LOG_FILE_H
 #define FWBASE_RUNLOG_LOG_FILE_H
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
-#include <string>
+
+#include "fwbase/runlog/log_record.h"
 
 namespace fwbase {
 
-/// Works on the descriptor itself: a record is one write, and one that fails halfway can be taken
-/// back. Child processes of the host do not inherit the descriptor. Not synchronised.
+/// Works on the descriptor itself: records are written by one call, and one that fails halfway can
+/// be taken back. Child processes of the host do not inherit the descriptor. Not synchronised.
 class LogFile {
  public:
   enum class Content { kKeep, kDiscard };
+
+  /// What append() has done: records written or given up, and whether the last one is written.
+  struct Appended {
+    std::size_t count;
+    bool written;
+  };
 
   LogFile() = default;
   ~LogFile() { close(); }
@@ -23,21 +31,43 @@ class LogFile {
   bool open(const char* path, Content content);
   void close();
 
-  /// Writes at the end of the file: everything, or nothing where the file can be cut back. A FIFO
-  /// that nobody reads any more is a failure like others: no signal is raised.
-  bool append(const std::string& bytes);
+  /// Writes `count` records at the end of the file, from `first` on. Where one fails, those behind
+  /// it are left to the next call; of the one that failed everything is in the file or, where the
+  /// file can be cut back, nothing. No signal is raised, as a FIFO that nobody reads any more or a
+  /// limit of the size of files would.
+  Appended append(const RecordTexts& texts, std::size_t first, std::size_t count);
 
   /// The write position in bytes; -1 for what has none, as pipes and terminals.
-  std::int64_t position() const;
+  std::int64_t position();
+
+  /// The same without a system call. Others may write into the file or cut it: what they have done
+  /// is known after some microseconds only.
+  std::int64_t counted_position() const { return m_position; }
+
+  /// Keeps other processes that ask for the lock too away, until the file is closed. False when it
+  /// cannot be had.
+  bool lock();
+
+  /// Whether another file of less than `limit` bytes has taken this one's place under its name.
+  bool replaced(const char* path, std::int64_t limit) const;
+
+  /// In a forked child: makes a position of its own, where there is one. Allocates nothing.
+  void part_from_parent();
 
   /// Links files that stay open.
   std::unique_ptr<LogFile> next;
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  void count(std::size_t written);
+  Appended give_up(const RecordTexts& texts, std::size_t first, std::size_t written);
   void cut_back(std::size_t written);
 
   int m_descriptor = -1;
-  bool m_pipe = false;
+  bool m_signals = false;  // a failed write would raise one
+  std::int64_t m_position = -1;
+  Clock::time_point m_asked;  // for the position
 };
 
 }  // namespace fwbase

@@ -14,89 +14,55 @@ constexpr std::size_t kFieldsRoom = 20;  // the fields of fixed size
 static_assert(sizeof(IRunLog::Type) + 2 * sizeof(std::int32_t) + sizeof(std::time_t) ==
               kFieldsRoom);
 
-template <typename Field>
-void put(ACE_Message_Block& message, const Field& field) {
-  message.copy(reinterpret_cast<const char*>(&field), sizeof field);
+char* put(char* at, const void* bytes, std::size_t size) {
+  std::memcpy(at, bytes, size);
+  return at + size;
 }
-
-// Takes the fields of a message off its front.
-class Reader {
- public:
-  explicit Reader(const ACE_Message_Block& message)
-      : m_next(message.rd_ptr()), m_end(message.base() + message.size()) {}
-
-  bool good() const { return m_good; }
-
-  template <typename Field>
-  Field field() {
-    Field value{};
-    if (take(sizeof value)) {
-      std::memcpy(&value, m_next - sizeof value, sizeof value);
-    }
-    return value;
-  }
-
-  const char* text() {
-    const char* const start = m_next;
-    const void* const zero = left() > 0 ? std::memchr(start, '\0', left()) : nullptr;
-    const bool taken =
-        take(zero != nullptr ? static_cast<const char*>(zero) - start + 1u : left() + 1);
-    return taken ? start : "";
-  }
-
- private:
-  std::size_t left() const { return static_cast<std::size_t>(m_end - m_next); }
-
-  bool take(std::size_t size) {
-    m_good = m_good && size <= left();
-    m_next += m_good ? size : 0;
-    return m_good;
-  }
-
-  const char* m_next;
-  const char* m_end;
-  bool m_good = true;
-};
 
 }  // namespace
 
-MessagePtr pack_record(const LogRecord& record) {
+void pack_record(const LogRecord& record, std::vector<char>& bytes) {
   const std::size_t message_size = std::strlen(record.message) + 1;
   const std::size_t location_size = std::strlen(record.location) + 1;
-  MessagePtr message = support::new_message_block(message_size + location_size + kFieldsRoom,
-                                                  ACE_Message_Block::MB_DATA);
-  if (!message) {
-    return nullptr;
-  }
-  put(*message, record.type);
-  message->copy(record.message, message_size);
-  message->copy(record.location, location_size);
-  put(*message, record.pid);
-  put(*message, record.tid);
-  if (record.time) {
-    put(*message, *record.time);
-  } else {
-    std::memset(message->wr_ptr(), 0, message->space());
-  }
-  return message;
+  const std::size_t before = bytes.size();
+  bytes.resize(before + message_size + location_size + kFieldsRoom);
+  const std::time_t time = record.time.value_or(0);
+  char* at = bytes.data() + before;
+  at = put(at, &record.type, sizeof record.type);
+  at = put(at, record.message, message_size);
+  at = put(at, record.location, location_size);
+  at = put(at, &record.pid, sizeof record.pid);
+  at = put(at, &record.tid, sizeof record.tid);
+  put(at, &time, sizeof time);
 }
 
-std::optional<LogRecord> unpack_record(const ACE_Message_Block& message, bool with_time) {
-  Reader reader(message);
+template <typename Field>
+bool PackedRecords::take(Field& field) {
+  if (static_cast<std::size_t>(m_end - m_next) < sizeof field) {
+    return false;
+  }
+  std::memcpy(&field, m_next, sizeof field);
+  m_next += sizeof field;
+  return true;
+}
+
+bool PackedRecords::take(const char*& text) {
+  text = m_next;
+  const auto left = static_cast<std::size_t>(m_end - m_next);
+  const void* const zero = left > 0 ? std::memchr(m_next, '\0', left) : nullptr;
+  m_next = zero != nullptr ? static_cast<const char*>(zero) + 1 : m_end;
+  return zero != nullptr;
+}
+
+std::optional<LogRecord> PackedRecords::next(bool with_time) {
   LogRecord record;
-  record.type = reader.field<IRunLog::Type>();
-  record.message = reader.text();
-  record.location = reader.text();
-  record.pid = reader.field<std::int32_t>();
-  record.tid = reader.field<std::int32_t>();
+  std::time_t time = 0;
+  const bool whole = take(record.type) && take(record.message) && take(record.location) &&
+                     take(record.pid) && take(record.tid) && take(time);
   if (with_time) {
-    record.time = reader.field<std::time_t>();
+    record.time = time;
   }
-  return reader.good() ? std::optional(record) : std::nullopt;
-}
-
-MessagePtr shut_down_message() {
-  return support::new_message_block(0, ACE_Message_Block::MB_HANGUP);
+  return whole ? std::optional(record) : std::nullopt;
 }
 
 }  // namespace fwbase

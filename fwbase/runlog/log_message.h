@@ -1,25 +1,36 @@
-// The queue's messages: one record packed into a block, and the stop message.
+// How a record is kept in the queue.
 #ifndef FWBASE_RUNLOG_LOG_MESSAGE_H
 #define FWBASE_RUNLOG_LOG_MESSAGE_H
 
+#include <cstddef>
 #include <optional>
+#include <vector>
 
 #include "fwbase/runlog/log_record.h"
-#include "fwbase/support/message_block.h"
 
 namespace fwbase {
 
-using support::MessagePtr;
+/// Appends a copy of the record. Throws std::bad_alloc; then nothing is appended.
+void pack_record(const LogRecord& record, std::vector<char>& bytes);
 
-/// A data message that holds a copy of the record. Null without memory; errno is ENOMEM then.
-MessagePtr pack_record(const LogRecord& record);
+/// Takes packed records off the front of bytes.
+class PackedRecords {
+ public:
+  explicit PackedRecords(const std::vector<char>& bytes)
+      : m_next(bytes.data()), m_end(bytes.data() + bytes.size()) {}
 
-/// The record in a message; its texts point into the message. Whether it holds a time is not
-/// stored: the reader says. Nothing when the bytes are no record.
-std::optional<LogRecord> unpack_record(const ACE_Message_Block& message, bool with_time);
+  /// The next record; its texts point into the bytes. Whether it holds a time is not stored: the
+  /// caller says. Nothing when no whole record is left.
+  std::optional<LogRecord> next(bool with_time);
 
-/// The stop message: of kind hang-up, without content. Null without memory; errno is ENOMEM then.
-MessagePtr shut_down_message();
+ private:
+  template <typename Field>
+  bool take(Field& field);
+  bool take(const char*& text);
+
+  const char* m_next;
+  const char* m_end;
+};
 
 }  // namespace fwbase
 

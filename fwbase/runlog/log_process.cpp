@@ -2,17 +2,20 @@
 #include "fwbase/runlog/log_process.h"
 
 #include <ace/Signal.h>
-#include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <ctime>
 #include <iostream>
 #include <memory>
+#include <memory_resource>
 #include <new>
 #include <utility>
 
 #include "fwbase/runlog/log_message.h"
 #include "fwbase/runlog/log_rotation.h"
+#include "fwbase/support/process_id.h"
 
 namespace fwbase {
 
@@ -21,15 +24,8 @@ using support::WriteGuard;
 
 namespace {
 
-// Nothing without memory: the record is dropped.
-std::string text_or_nothing(const LogRecord& record) {
-  try {
-    return record_text(record);
-  } catch (const std::bad_alloc&) {
-    errno = ENOMEM;
-    return std::string();
-  }
-}
+// Room for the text of nearly every record: formatted texts have 1,022 characters at most.
+constexpr std::size_t kTextRoom = 4096;
 
 // All but those that a fault of the thread itself raises.
 ACE_Sig_Set host_signals() {
@@ -118,7 +114,8 @@ void CLogProcess::release() {
   }
   closing.type = DEBUG;
   closing.message = "\nlog system release\n";
-  const std::string text = text_or_nothing(closing);
+  RecordTexts text;
+  text.add(closing);
   // In one step, so that no record follows the closing one.
   const WriteGuard guard(m_lock);
   output(text);
@@ -138,25 +135,23 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
   if (message == nullptr) {
     return;
   }
-  for (;;) {
+  LogQueue::Push pushed;
+  do {
     LogRecord record;
-    const Way way = admit(record);
+    unsigned int round = 0;
+    const Way way = admit(record, round);
     record.type = type;
     record.message = message;
     record.location = location != nullptr ? location : "";
     if (way == Way::kDirect) {
       do_write_log(record);
-      return;
     }
-    if (way == Way::kNone || enqueue(record)) {
-      return;
-    }
-  }
+    pushed = way == Way::kQueued ? m_queue.push(record, round) : LogQueue::Push::kDone;
+  } while (pushed == LogQueue::Push::kRoundOver);
 }
 
-// Says how a record is to be written now, and takes down its details. A thread admitted to the
-// queue is counted until it leaves enqueue().
-CLogProcess::Way CLogProcess::admit(LogRecord& record) {
+// Says how a record is to be written now, and takes down its details.
+CLogProcess::Way CLogProcess::admit(LogRecord& record, unsigned int& round) {
   for (;;) {
     m_standstill.wait(true);
     const ReadGuard guard(m_lock);
@@ -167,40 +162,16 @@ CLogProcess::Way CLogProcess::admit(LogRecord& record) {
       return Way::kNone;
     }
     record = details();
-    if (!m_asynch || m_finished || m_forked || msg_queue() == nullptr) {
-      return Way::kDirect;
-    }
-    ++m_enqueuing;
-    return Way::kQueued;
-  }
-}
-
-// False when the log came to a standstill while the record waited for room in the queue: it is
-// not in the queue then. A thread that is cancelled while it waits leaves the queue as well.
-bool CLogProcess::enqueue(const LogRecord& record) {
-  struct Leaving {
-    CLogProcess& log;
-    ~Leaving() { log.leave_queue(); }
-  } const leaving{*this};
-  MessagePtr message = pack_record(record);
-  const bool done = !message || putq(message.get()) != -1;
-  if (done) {
-    message.release();
-  }
-  return done;
-}
-
-void CLogProcess::leave_queue() {
-  if (--m_enqueuing == 0) {
-    m_enqueuing.notify_all();
+    round = m_queue.round();
+    return m_asynch && !m_finished && !m_forked ? Way::kQueued : Way::kDirect;
   }
 }
 
 LogRecord CLogProcess::details() const {
   LogRecord record;
   const unsigned int flags = m_info;
-  record.pid = (flags & INFO_PID) != 0 ? ::getpid() : 0;
-  record.tid = (flags & INFO_TID) != 0 ? ::getpid() : 0;  // not a thread's: as readers expect
+  record.pid = (flags & INFO_PID) != 0 ? support::process_id() : 0;
+  record.tid = (flags & INFO_TID) != 0 ? support::process_id() : 0;  // as readers expect
   if ((flags & INFO_TIME) != 0) {
     record.time = std::time(nullptr);
   }
@@ -210,7 +181,10 @@ LogRecord CLogProcess::details() const {
 // --- Output ---
 
 void CLogProcess::do_write_log(const LogRecord& record) {
-  const std::string text = text_or_nothing(record);
+  std::array<std::byte, kTextRoom> room;
+  std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+  RecordTexts text(&memory);
+  text.add(record);
   const WriteGuard guard(m_lock);
   output(text);
 }
@@ -220,9 +194,10 @@ bool CLogProcess::has_output() const { return m_standard_output || m_file != nul
 namespace {
 
 // A failure loses the record only, whatever the host has made of the stream's exceptions.
-void write_standard_output(const std::string& text) {
+void write_standard_output(const RecordTexts& texts) {
   try {
-    std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+    const auto size = static_cast<std::streamsize>(texts.bytes().size());
+    std::cout.write(texts.bytes().data(), size).flush();
     if (!std::cout) {
       std::cout.clear();
     }
@@ -233,27 +208,42 @@ void write_standard_output(const std::string& text) {
 
 }  // namespace
 
-void CLogProcess::output(const std::string& text) {
-  if (text.empty() || m_file_name.empty()) {
+void CLogProcess::output(const RecordTexts& texts) {
+  if (texts.count() == 0 || m_file_name.empty()) {
     return;
   }
   if (m_standard_output) {
-    write_standard_output(text);
-  } else if (m_file && m_file->append(text) && rotation_due(m_file->position())) {
-    backup_log();
+    write_standard_output(texts);
+    return;
+  }
+  for (std::size_t next = 0; next < texts.count() && m_file;) {
+    const std::size_t count = records_until_rotation(texts, next, m_file->counted_position());
+    const LogFile::Appended appended = m_file->append(texts, next, count);
+    next += appended.count;
+    if (appended.written && rotation_due(m_file->counted_position()) &&
+        rotation_due(m_file->position())) {
+      backup_log();
+    }
   }
 }
 
 // Without a new file the log is silent until file() succeeds. Without memory the next record finds
-// the rotation still due.
+// the rotation still due. Where several processes write to one file, as after a fork, one rotates
+// and the others go on in the file that it has begun: with a rotation of each the backups would
+// soon hold a few records, and all the rest would be lost.
 void CLogProcess::backup_log() {
-  try {
-    rotate_backups(m_file_name);
-  } catch (const std::bad_alloc&) {
-    errno = ENOMEM;
-    return;
+  m_file->lock();
+  LogFile::Content content = LogFile::Content::kKeep;
+  if (!m_file->replaced(m_file_name.c_str(), kRotationSize)) {
+    content = LogFile::Content::kDiscard;
+    try {
+      rotate_backups(m_file_name);
+    } catch (const std::bad_alloc&) {
+      errno = ENOMEM;
+      return;
+    }
   }
-  if (!m_file->open(m_file_name.c_str(), LogFile::Content::kDiscard)) {
+  if (!m_file->open(m_file_name.c_str(), content)) {
     m_file.reset();
   }
 }
@@ -268,118 +258,98 @@ void CLogProcess::keep_file_open() {
 
 // --- The writer thread ---
 
-int CLogProcess::svc() {
-  ACE_Message_Block* next = nullptr;
-  while (getq(next) != -1) {
-    const MessagePtr message(next);
-    if (message->msg_type() == ACE_Message_Block::MB_HANGUP) {
-      break;
-    }
-    write_message(*message);
+void CLogProcess::write_queued() {
+  std::vector<char> packed;
+  RecordTexts texts;
+  while (m_queue.take(packed)) {
+    write_records(packed, texts);
   }
-  return 0;
 }
 
-int CLogProcess::activate(long, int, int, long, int, ACE_Task_Base*, ACE_hthread_t*, void**,
-                          size_t*, ACE_thread_t*, const char**) {
+// All in one piece, as long as there is memory for their texts. The flags of this moment, not of
+// the record's, say whether a time is read.
+void CLogProcess::write_records(const std::vector<char>& packed, RecordTexts& texts) {
+  PackedRecords records(packed);
+  while (const auto record = records.next((m_info & INFO_TIME) != 0)) {
+    if (!texts.add(*record)) {
+      write_texts(texts);
+      texts.add(*record);
+    }
+  }
+  write_texts(texts);
+}
+
+void CLogProcess::write_texts(RecordTexts& texts) {
+  {
+    const WriteGuard guard(m_lock);
+    output(texts);
+  }
+  texts.clear();
+}
+
+bool CLogProcess::start_thread(pthread_t& thread) {
   const auto run = [](void* log) -> void* {
-    static_cast<CLogProcess*>(log)->svc();
+    static_cast<CLogProcess*>(log)->write_queued();
     return nullptr;
   };
-  if (::pthread_create(&m_writer, nullptr, run, this) != 0) {
-    return -1;
-  }
-  thr_count_ = 1;
-  return 0;
-}
-
-int CLogProcess::wait() {
-  if (thr_count_ != 0) {
-    ::pthread_join(m_writer, nullptr);
-    thr_count_ = 0;
-  }
-  return 0;
-}
-
-// The flags of this moment, not of the record's, say whether a time is read.
-void CLogProcess::write_message(const ACE_Message_Block& message) {
-  if (const auto record = unpack_record(message, (m_info & INFO_TIME) != 0)) {
-    do_write_log(*record);
-  }
+  return ::pthread_create(&thread, nullptr, run, this) == 0;
 }
 
 ec::EC CLogProcess::start_writer() {
   ACE_Sig_Set signals = host_signals();
   const ACE_Sig_Guard blocked(&signals);  // the writer inherits that: its host handles them
-  if (m_forked) {
-    renew_task();
-    m_forked = false;
-  }
-  m_has_writer = msg_queue() != nullptr && activate() == 0;
+  m_forked = false;
+  m_has_writer = start_thread(m_writer);
   return m_has_writer ? ec::LOG_OK : ec::LOG_THREAD_FAILED;
 }
 
-void CLogProcess::stop_writer() {
-  MessagePtr stop = shut_down_message();
-  if (stop && putq(stop.get()) != -1) {
-    stop.release();
-  } else {
-    msg_queue()->deactivate();
-  }
-  wait();
-  m_has_writer = false;
-}
-
+// What is in the queue is written, by whoever ends it where there is no writer.
 void CLogProcess::begin_standstill() {
   {
     const WriteGuard guard(m_lock);
     m_standstill = true;
   }
-  if (msg_queue() == nullptr || m_forked) {
-    return;  // all is direct: there was no memory for a queue, or it is the parent's
-  }
-  if (!m_has_writer) {
-    msg_queue()->deactivate();  // nobody makes room for threads that wait for it
-  }
-  while (const unsigned int enqueuing = m_enqueuing) {
-    m_enqueuing.wait(enqueuing);
-  }
+  m_queue.close();
   if (m_has_writer) {
-    stop_writer();
+    ::pthread_join(m_writer, nullptr);
+    m_has_writer = false;
+  } else {
+    write_queued();
   }
-  msg_queue()->activate();
-  // What is left was queued without a writer, or with no memory for a stop message.
-  ACE_Message_Block* next = nullptr;
-  while (!msg_queue()->is_empty() && getq(next) != -1) {
-    write_message(*MessagePtr(next));
-  }
-}
-
-// A standstill of the parent's, and threads that were putting messages into its queue, are not the
-// child's.
-void CLogProcess::after_fork_in_child() {
-  m_lock.after_fork_in_child();
-  new (&m_lifecycle) std::mutex;
-  m_standstill = false;
-  m_enqueuing = 0;
-  m_has_writer = false;
-  m_forked = true;
-}
-
-// Threads of the parent may have held the locks in the task and its queue, and the child has only
-// copies of them: they are left as they are, and others take their place.
-void CLogProcess::renew_task() {
-  new (&lock_) ACE_Thread_Mutex;
-  thr_count_ = 0;
-  m_parents_queue = msg_queue();
-  delete_msg_queue_ = false;
-  msg_queue(new (std::nothrow) ACE_Message_Queue<ACE_MT_SYNCH>);
-  delete_msg_queue_ = true;
+  m_queue.open();
 }
 
 void CLogProcess::end_standstill() {
   m_standstill = false;
   m_standstill.notify_all();
+}
+
+// --- Forks ---
+
+void CLogProcess::before_fork(const timespec& deadline) {
+  m_lock.before_fork(deadline);
+  m_queue.before_fork(deadline);
+  time_text_lock().before_fork(deadline);
+}
+
+void CLogProcess::after_fork_in_parent() {
+  time_text_lock().after_fork_in_parent();
+  m_queue.after_fork_in_parent();
+  m_lock.after_fork_in_parent();
+}
+
+// A standstill of the parent's, and what its queue holds, are not the child's.
+void CLogProcess::after_fork_in_child() {
+  time_text_lock().after_fork_in_child();
+  m_queue.after_fork_in_child();
+  m_lock.after_fork_in_child();
+  if (m_file) {
+    m_file->part_from_parent();
+  }
+  new (&m_lifecycle) std::mutex;
+  m_standstill = false;
+  m_has_writer = false;
+  m_forked = true;
 }
 
 }  // namespace fwbase

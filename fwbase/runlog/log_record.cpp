@@ -3,15 +3,19 @@
 // where the details between the tag and the location appear only as far as they are given.
 #include "fwbase/runlog/log_record.h"
 
+#include <cerrno>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 
 namespace fwbase {
 
 namespace {
 
 constexpr std::size_t kDetailsRoom = 96;  // tag, numbers, time and separators together
+constexpr std::size_t kKeptRoom = 65536;
 
-const char* tag(IRunLog::Type type) {
+std::string_view tag(IRunLog::Type type) {
   switch (type) {
     case IRunLog::TRACE:
       return "[TRACE]:";
@@ -29,48 +33,90 @@ const char* tag(IRunLog::Type type) {
   return "[NULL ]:";
 }
 
-void append_id(std::string& text, const char* label, std::int32_t id) {
+void append_id(std::pmr::string& text, std::string_view label, std::int32_t id) {
   if (id != 0) {
+    char digits[16];
     text += label;
-    text += std::to_string(id);
+    text.append(digits, std::to_chars(digits, digits + sizeof digits, id).ptr);
   }
 }
 
-void append_time(std::string& text, const std::optional<std::time_t>& time) {
-  char buffer[64];  // 26 bytes for the years that people live in
-  if (time && ctime_r(&*time, buffer) != nullptr) {
+// What ctime makes of a time, without its line end; empty for a time that it cannot print. It is
+// slow, and most records are of the same second as the one before.
+std::string_view time_text(std::time_t time) {
+  struct Second {
+    std::time_t time = -1;
+    std::size_t length = 0;
+    char text[64];  // 26 bytes for the years that people live in
+  };
+  thread_local Second last;
+  if (last.length == 0 || last.time != time) {
+    const std::lock_guard<std::mutex> guard(time_text_lock());
+    const bool printed = ctime_r(&time, last.text) != nullptr;
+    last.length = printed ? std::strlen(last.text) - 1 : 0;
+    last.time = time;
+  }
+  return {last.text, last.length};
+}
+
+// The first line end of what stands before the message is left out. It is the one that ctime
+// leaves; without a time it is the location's.
+void append_details(std::pmr::string& text, const LogRecord& record, std::string_view location) {
+  const std::string_view time = record.time ? time_text(*record.time) : std::string_view();
+  if (!time.empty()) {
     text += ' ';
-    text += buffer;
+    text += time;
+  }
+  text += ' ';
+  const std::size_t newline = time.empty() ? location.find('\n') : std::string_view::npos;
+  text += location.substr(0, newline);
+  if (newline != std::string_view::npos) {
+    text += location.substr(newline + 1);
   }
 }
 
-// Deletes the line end that ctime leaves between the time and the location. Without a time it is
-// the location's first line end that goes.
-void delete_first_newline(std::string& text) {
-  const std::size_t newline = text.find('\n');
-  if (newline != std::string::npos) {
-    text.erase(newline, 1);
-  }
+// Throws before anything is appended.
+void append_record(std::pmr::string& text, const LogRecord& record) {
+  const std::string_view location(record.location);
+  const std::string_view message(record.message);
+  text.reserve(text.size() + kDetailsRoom + location.size() + message.size());
+  text += tag(record.type);
+  append_id(text, " pid:", record.pid);
+  append_id(text, " tid:", record.tid);
+  append_details(text, record, location);
+  text += "\r\n >";
+  text += message;
+  text += '\n';
 }
 
 }  // namespace
 
-std::string record_text(const LogRecord& record) {
-  const std::size_t location_length = std::strlen(record.location);
-  const std::size_t message_length = std::strlen(record.message);
-  std::string text;
-  text.reserve(kDetailsRoom + location_length + message_length);
-  text += tag(record.type);
-  append_id(text, " pid:", record.pid);
-  append_id(text, " tid:", record.tid);
-  append_time(text, record.time);
-  text += ' ';
-  text.append(record.location, location_length);
-  delete_first_newline(text);
-  text += "\r\n >";
-  text.append(record.message, message_length);
-  text += '\n';
-  return text;
+// Never destroyed: threads may log while the process ends.
+support::ForkMutex& time_text_lock() {
+  static auto& lock = *new support::ForkMutex;
+  return lock;
+}
+
+bool RecordTexts::add(const LogRecord& record) {
+  const std::size_t before = m_ends.size();
+  try {
+    m_ends.push_back(0);
+    append_record(m_bytes, record);
+    m_ends.back() = m_bytes.size();
+    return true;
+  } catch (const std::exception&) {
+    m_ends.resize(before);
+    errno = ENOMEM;
+    return false;
+  }
+}
+
+void RecordTexts::clear() {
+  if (m_bytes.capacity() > kKeptRoom) {
+    m_bytes = std::pmr::string(m_bytes.get_allocator());
+  }
+  m_bytes.clear();
+  m_ends.clear();
 }
 
 }  // namespace fwbase

@@ -4,10 +4,14 @@
 
 #include <cstdint>
 #include <ctime>
+#include <memory_resource>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <fwbase/irunlog.h>
+
+#include "fwbase/support/fork_mutex.h"
 
 namespace fwbase {
 
@@ -21,8 +25,35 @@ struct LogRecord {
   std::int32_t tid = 0;  // 0: left out
 };
 
-/// The bytes of a record, its line end included. Throws std::bad_alloc.
-std::string record_text(const LogRecord& record);
+/// Held while the C library makes the text of a time: a child that is forked meanwhile by another
+/// thread would find the lock of the time zone taken for ever.
+support::ForkMutex& time_text_lock();
+
+/// The bytes of records that follow each other, line ends included.
+class RecordTexts {
+ public:
+  explicit RecordTexts(std::pmr::memory_resource* memory = std::pmr::new_delete_resource())
+      : m_bytes(memory), m_ends(memory) {}
+  RecordTexts(const RecordTexts&) = delete;
+  RecordTexts& operator=(const RecordTexts&) = delete;
+
+  /// Appends a record. False without memory: nothing is appended then, and errno is ENOMEM.
+  bool add(const LogRecord& record);
+
+  /// Gives back room that few records need, and keeps the rest for the next ones.
+  void clear();
+
+  std::size_t count() const { return m_ends.size(); }
+  const std::pmr::string& bytes() const { return m_bytes; }
+
+  /// Where a record begins and ends in bytes().
+  std::size_t begin_of(std::size_t record) const { return record == 0 ? 0 : m_ends[record - 1]; }
+  std::size_t end_of(std::size_t record) const { return m_ends[record]; }
+
+ private:
+  std::pmr::string m_bytes;
+  std::pmr::vector<std::size_t> m_ends;
+};
 
 }  // namespace fwbase
 

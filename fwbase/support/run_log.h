@@ -7,7 +7,6 @@
 
 #include <cstdarg>
 #include <cstdint>
-#include <memory>
 
 #include <fwbase/irunlog.h>
 
@@ -40,8 +39,11 @@ std::uint32_t addr32(Result (*function)(Args...)) {
   return addr32(reinterpret_cast<const void*>(function));
 }
 
-/// Formats with IRunLog::FormatStr's rules (1,022 characters at most); null without memory.
-std::unique_ptr<char[]> format_text(const char* format, std::va_list args);
+/// A formatted text: what IRunLog::FormatStr allocates.
+using FormattedText = char[1024];
+
+/// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and zeros behind them.
+void format_text(FormattedText& text, const char* format, std::va_list args);
 
 /// Writes one record to the facade's run log. gbk_format is what is printed; utf8_format is the
 /// same text as typed, there for the compiler's check only.

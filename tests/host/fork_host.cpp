@@ -140,6 +140,7 @@ void use_other_libraries() {
 void start(const std::string& path) {
   require(ec::succeeded(facade()->init()), "init()");
   require(ec::succeeded(facade()->runlog()->file(path.c_str())), "file()");
+  facade()->runlog()->info(IRunLog::INFO_TIME | IRunLog::INFO_PID);
   facade()->runlog()->asynch(true);
 }
 
@@ -184,6 +185,13 @@ class BusyThreads {
   std::vector<std::thread> m_threads;
 };
 
+// "[WARN ]: pid:4711 Wed Oct 29 10:20:30 2014 \r"
+bool is_first_line(const std::string& line, const std::string& tag) {
+  constexpr std::size_t kWithoutPid = 39;
+  return line.compare(0, tag.size(), tag) == 0 && line.compare(8, 5, " pid:") == 0 &&
+         line.size() > kWithoutPid && line.compare(line.size() - 2, 2, " \r") == 0;
+}
+
 // The messages' numbers by who wrote them, in the order of the file.
 typedef std::map<std::string, std::vector<int>> Messages;
 
@@ -194,13 +202,14 @@ Messages read_messages(const std::string& path) {
   while (std::getline(in, line)) {
     std::string message;
     require(static_cast<bool>(std::getline(in, message)), "half a record");
-    if (line == "[DEBUG]: \r") {  // the closing record of a child that released the library
+    if (is_first_line(line,
+                      "[DEBUG]:")) {  // the closing record of a child that released the library
       require(message == " >" && std::getline(in, message) && message == "log system release" &&
                   std::getline(in, message) && message.empty(),
               "a torn closing record");
       continue;
     }
-    require(line == "[WARN ]: \r", "a torn first line");
+    require(is_first_line(line, "[WARN ]:"), "a torn first line");
     std::istringstream words(message);
     std::string who;
     int number = 0;

@@ -1,5 +1,6 @@
 #include "tests/support/failing_new.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -15,6 +16,16 @@ void* allocate(std::size_t size, fwbase::test::FailingNew::Form form) {
     return nullptr;
   }
   return std::malloc(size != 0 ? size : 1);
+}
+
+// What containers with a memory resource call, for any alignment.
+void* allocate_aligned(std::size_t size, std::size_t alignment) {
+  void* const memory = allocate(size, fwbase::test::FailingNew::THROWING);
+  if (memory == nullptr || reinterpret_cast<std::uintptr_t>(memory) % alignment != 0) {
+    std::free(memory);
+    throw std::bad_alloc();
+  }
+  return memory;
 }
 
 void* allocate_or_throw(std::size_t size) {
@@ -49,6 +60,11 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return allocate(size, fwbase::test::FailingNew::NOTHROW);
 }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return allocate_aligned(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

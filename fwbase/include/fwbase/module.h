@@ -3,8 +3,6 @@
 #define FWBASE_MODULE_H
 
 #include <atomic>
-#include <cstdint>
-#include <memory>
 #include <new>
 #include <type_traits>
 
@@ -74,7 +72,7 @@
   do {                                                                                            \
     if (::fwbase::host_log::enabled(level)) {                                                     \
       ::fwbase::host_log::write(level, object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, \
-                                __TIME__, ::fwbase::IRunLog::FormatStr(__VA_ARGS__));             \
+                                __TIME__, __VA_ARGS__);                                           \
     }                                                                                             \
   } while (false)
 
@@ -103,20 +101,14 @@ inline bool enabled(IRunLog::Type level) {
   return (IRunLog::ms_type_sign.load(std::memory_order_relaxed) & level) != 0;
 }
 
-/// Writes a record; takes `formatted` over, which may be null.
-inline void write(IRunLog::Type level, const void* object, const char* function, const char* file,
-                  int line, const char* date, const char* time, char* formatted) {
-  const std::unique_ptr<char[]> message(formatted);
-  IRunLog* const log = IFWBase::instance()->runlog();
-  if (message == nullptr || log == nullptr) {
-    return;
-  }
-  const std::unique_ptr<char[]> location(
-      IRunLog::FormatStr("this(0x%x) %s %s(%d) CT:%s %s",
-                         static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(object)),
-                         function, file, line, date, time));
-  log->write(level, message.get(), location.get());
-}
+/// Writes a record to the facade's log, if there is one: a message formatted as by
+/// IRunLog::FormatStr, and the location "this(0x%x) %s %s(%d) CT:%s %s" of the other arguments,
+/// likewise cut at 1,022 characters. Allocates nothing.
+/// object   may be null
+/// format   null writes nothing
+FWBASE_API void write(IRunLog::Type level, const void* object, const char* function,
+                      const char* file, int line, const char* date, const char* time,
+                      const char* format, ...) __attribute__((format(printf, 8, 9)));
 
 }  // namespace host_log
 }  // namespace fwbase

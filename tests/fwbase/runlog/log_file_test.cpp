@@ -5,21 +5,35 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "tests/support/file_size_limit.h"
 #include "tests/support/temp_dir.h"
 
-using fwbase::LogFile;
+using namespace fwbase;
 using namespace fwbase::test;
 
 namespace {
 
+std::string text_of(const std::string& message) { return "[ERROR]: \r\n >" + message + "\n"; }
+
 class LogFileTest : public testing::Test {
  protected:
+  LogFile::Appended append(const std::vector<std::string>& messages) {
+    RecordTexts texts;
+    for (const std::string& message : messages) {
+      texts.add({IRunLog::ERROR, message.c_str(), "", {}});
+    }
+    return file.append(texts, 0, texts.count());
+  }
+  bool append(const char* message) { return append(std::vector<std::string>{message}).written; }
+
   TempDir dir;
   const std::string path = dir.path("log");
   LogFile file;
@@ -30,13 +44,50 @@ class LogFileTest : public testing::Test {
 TEST_F(LogFileTest, KeepsOrDiscardsTheContent) {
   write_file(path, "old ");
   ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
-  EXPECT_TRUE(file.append("new"));
-  EXPECT_EQ(read_file(path), "old new");
-  EXPECT_EQ(file.position(), 7);
+  EXPECT_TRUE(append("new"));
+  EXPECT_EQ(read_file(path), "old " + text_of("new"));
+  EXPECT_EQ(file.position(), static_cast<std::int64_t>(4 + text_of("new").size()));
   ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kDiscard));
-  EXPECT_TRUE(file.append("newer"));
-  EXPECT_EQ(read_file(path), "newer");
-  EXPECT_EQ(file.position(), 5);
+  EXPECT_TRUE(append("newer"));
+  EXPECT_EQ(read_file(path), text_of("newer"));
+  EXPECT_EQ(file.position(), static_cast<std::int64_t>(text_of("newer").size()));
+}
+
+TEST_F(LogFileTest, CountsThePositionFromTheFirstRecordOn) {
+  write_file(path, "old ");
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  EXPECT_EQ(file.counted_position(), -1);
+  std::int64_t expected = 4;
+  for (int i = 0; i < 100; ++i) {
+    EXPECT_TRUE(append("x"));
+    expected += static_cast<std::int64_t>(text_of("x").size());
+    EXPECT_EQ(file.counted_position(), expected);
+  }
+  EXPECT_EQ(file.position(), expected);
+}
+
+TEST_F(LogFileTest, WritesSomeOfManyRecords) {
+  RecordTexts texts;
+  for (const char* message : {"0", "1", "2", "3"}) {
+    texts.add({IRunLog::ERROR, message, "", {}});
+  }
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  EXPECT_EQ(file.append(texts, 1, 2).count, 2u);
+  EXPECT_EQ(read_file(path), text_of("1") + text_of("2"));
+}
+
+TEST_F(LogFileTest, OfManyRecordsOnlyTheOneThatFailsIsTakenBack) {
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  LogFile::Appended appended;
+  {
+    const FileSizeLimit limit(2 * text_of("1").size() + 5);
+    appended = append({"1", "2", "3", "4"});
+    EXPECT_EQ(errno, EFBIG);
+  }
+  EXPECT_EQ(appended.count, 3u);
+  EXPECT_FALSE(appended.written);
+  EXPECT_EQ(read_file(path), text_of("1") + text_of("2"));
+  EXPECT_EQ(file.counted_position(), static_cast<std::int64_t>(2 * text_of("1").size()));
 }
 
 TEST_F(LogFileTest, WhatCannotBeOpenedIsRefused) {
@@ -54,35 +105,35 @@ TEST_F(LogFileTest, ChildProcessesDoNotInheritIt) {
 
 TEST_F(LogFileTest, AnotherProcessMayTruncateTheFile) {
   ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
-  EXPECT_TRUE(file.append("before"));
+  EXPECT_TRUE(append("before"));
   std::filesystem::resize_file(path, 0);
-  EXPECT_TRUE(file.append("after"));
-  EXPECT_EQ(read_file(path), "after");
-  EXPECT_EQ(file.position(), 5);
+  EXPECT_TRUE(append("after"));
+  EXPECT_EQ(read_file(path), text_of("after"));
+  EXPECT_EQ(file.position(), static_cast<std::int64_t>(text_of("after").size()));
 }
 
 TEST_F(LogFileTest, ARecordThatDoesNotFitIsTakenBackWhole) {
   ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
-  EXPECT_TRUE(file.append("12345\n"));
+  EXPECT_TRUE(append("12345"));
   {
-    const FileSizeLimit limit(8);
-    EXPECT_FALSE(file.append("half\n"));
-    EXPECT_EQ(read_file(path), "12345\n");
-    EXPECT_TRUE(file.append("6\n"));
-    EXPECT_FALSE(file.append("7\n"));
+    const FileSizeLimit limit(text_of("12345").size() + text_of("6").size());
+    EXPECT_FALSE(append("half"));
+    EXPECT_EQ(read_file(path), text_of("12345"));
+    EXPECT_TRUE(append("6"));
+    EXPECT_FALSE(append("7"));
   }
-  EXPECT_TRUE(file.append("8\n"));
-  EXPECT_EQ(read_file(path), "12345\n6\n8\n");
+  EXPECT_TRUE(append("8"));
+  EXPECT_EQ(read_file(path), text_of("12345") + text_of("6") + text_of("8"));
 }
 
 TEST_F(LogFileTest, AFifoHasNoPosition) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
   ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
-  EXPECT_TRUE(file.append("record\n"));
+  EXPECT_TRUE(append("record"));
   EXPECT_EQ(file.position(), -1);
-  char buffer[16];
-  EXPECT_EQ(::read(reader, buffer, sizeof buffer), 7);
+  char buffer[64];
+  EXPECT_EQ(::read(reader, buffer, sizeof buffer), static_cast<ssize_t>(text_of("record").size()));
   ::close(reader);
 }
 
@@ -93,7 +144,7 @@ TEST_F(LogFileTest, AFifoWithoutAReaderLosesTheRecordAndRaisesNoSignal) {
   ::close(reader);
   sigset_t before, after;
   ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
-  EXPECT_FALSE(file.append("lost\n"));  // a SIGPIPE would end this process
+  EXPECT_FALSE(append("lost"));  // a SIGPIPE would end this process
   EXPECT_EQ(errno, EPIPE);
   ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
   EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
@@ -102,14 +153,57 @@ TEST_F(LogFileTest, AFifoWithoutAReaderLosesTheRecordAndRaisesNoSignal) {
   EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 
   const int next_reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-  EXPECT_TRUE(file.append("kept\n"));
-  char buffer[16];
-  EXPECT_EQ(::read(next_reader, buffer, sizeof buffer), 5);
+  EXPECT_TRUE(append("kept"));
+  char buffer[64];
+  EXPECT_EQ(::read(next_reader, buffer, sizeof buffer),
+            static_cast<ssize_t>(text_of("kept").size()));
   ::close(next_reader);
 }
 
 TEST_F(LogFileTest, AFullDeviceLosesTheRecord) {
   ASSERT_TRUE(file.open("/dev/full", LogFile::Content::kKeep));
-  EXPECT_FALSE(file.append("record\n"));
+  EXPECT_FALSE(append("record"));
   EXPECT_EQ(errno, ENOSPC);
+}
+
+TEST_F(LogFileTest, AForkedChildHasAPositionOfItsOwn) {
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  EXPECT_TRUE(append("parent"));
+  const std::int64_t position = file.position();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    file.part_from_parent();
+    ::_exit(append("child") && file.position() == 2 * position - 1 ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(file.position(), position);
+  EXPECT_EQ(read_file(path), text_of("parent") + text_of("child"));
+}
+
+TEST_F(LogFileTest, ALimitOfTheSizeRaisesNoSignal) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::signal(SIGXFSZ, SIG_DFL);
+    const rlimit limit = {text_of("fits").size(), RLIM_INFINITY};
+    const bool good = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                      file.open(path.c_str(), LogFile::Content::kKeep) && append("fits") &&
+                      !append("lost") && errno == EFBIG;
+    ::_exit(good ? 0 : 1);
+  }
+  int status = -1;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(read_file(path), text_of("fits"));
+}
+
+TEST_F(LogFileTest, KnowsWhenAnotherFileHasTakenItsPlace) {
+  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  EXPECT_FALSE(file.replaced(path.c_str(), 100));
+  std::filesystem::rename(path, path + ".moved");
+  EXPECT_FALSE(file.replaced(path.c_str(), 100));  // nothing is there
+  write_file(path, "new");
+  EXPECT_TRUE(file.replaced(path.c_str(), 4));
+  EXPECT_FALSE(file.replaced(path.c_str(), 3));
 }

@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cerrno>
+#include <new>
+#include <string>
+#include <vector>
 
 #include "tests/support/failing_new.h"
 
@@ -28,36 +29,39 @@ std::string bytes(Field value) {
   return std::string(reinterpret_cast<const char*>(&value), sizeof value);
 }
 
-std::string content(const ACE_Message_Block& message) {
-  return std::string(message.rd_ptr(), message.length());
+std::vector<char> packed(const LogRecord& record) {
+  std::vector<char> bytes;
+  pack_record(record, bytes);
+  return bytes;
 }
 
 }  // namespace
 
 TEST(LogMessage, FieldsStandInOrderInNativeByteOrder) {
-  const MessagePtr message = pack_record(sample());
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->msg_type(), 1);
-  EXPECT_EQ(message->size(), 8u + 4u + 20u);
-  EXPECT_EQ(content(*message), bytes(std::uint32_t{4}) + std::string("message", 8) +
-                                   std::string("loc", 4) + bytes(std::int32_t{0x01020304}) +
-                                   bytes(std::int32_t{-2}) +
-                                   bytes(std::int64_t{0x1122334455667788}));
+  const std::vector<char> message = packed(sample());
+  EXPECT_EQ(message.size(), 8u + 4u + 20u);
+  EXPECT_EQ(std::string(message.data(), message.size()),
+            bytes(std::uint32_t{4}) + std::string("message", 8) + std::string("loc", 4) +
+                bytes(std::int32_t{0x01020304}) + bytes(std::int32_t{-2}) +
+                bytes(std::int64_t{0x1122334455667788}));
 }
 
-TEST(LogMessage, WithoutATimeItsRoomStaysUnused) {
+TEST(LogMessage, WithoutATimeItsRoomIsThereAndZero) {
   LogRecord record = sample();
   record.time.reset();
-  const MessagePtr message = pack_record(record);
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->size(), 8u + 4u + 20u);
-  EXPECT_EQ(message->space(), 8u);
+  const std::vector<char> message = packed(record);
+  ASSERT_EQ(message.size(), 8u + 4u + 20u);
+  EXPECT_EQ(std::string(message.end() - 8, message.end()), std::string(8, '\0'));
 }
 
-TEST(LogMessage, ARecordComesBackAsItWas) {
-  const MessagePtr message = pack_record(sample());
-  ASSERT_TRUE(message);
-  const auto record = unpack_record(*message, true);
+TEST(LogMessage, RecordsComeBackInOrderAndAsTheyWere) {
+  std::vector<char> bytes = packed(sample());
+  LogRecord second = sample();
+  second.message = "";
+  second.location = "";
+  pack_record(second, bytes);
+  PackedRecords records(bytes);
+  const auto record = records.next(true);
   ASSERT_TRUE(record);
   EXPECT_EQ(record->type, IRunLog::WARN);
   EXPECT_STREQ(record->message, "message");
@@ -65,55 +69,46 @@ TEST(LogMessage, ARecordComesBackAsItWas) {
   EXPECT_EQ(record->pid, 0x01020304);
   EXPECT_EQ(record->tid, -2);
   EXPECT_EQ(record->time, 0x1122334455667788);
+  const auto next = records.next(true);
+  ASSERT_TRUE(next);
+  EXPECT_STREQ(next->message, "");
+  EXPECT_STREQ(next->location, "");
+  EXPECT_FALSE(records.next(true));
 }
 
 TEST(LogMessage, AStoredTimeIsNotReadUnlessAsked) {
-  const MessagePtr message = pack_record(sample());
-  ASSERT_TRUE(message);
-  EXPECT_FALSE(unpack_record(*message, false)->time);
+  const std::vector<char> message = packed(sample());
+  EXPECT_FALSE(PackedRecords(message).next(false)->time);
 }
 
 TEST(LogMessage, AMissingTimeReadsAsTheZeroesOfItsRoom) {
   LogRecord record = sample();
   record.time.reset();
-  const MessagePtr message = pack_record(record);
-  ASSERT_TRUE(message);
-  EXPECT_EQ(unpack_record(*message, true)->time, 0);
+  const std::vector<char> message = packed(record);
+  EXPECT_EQ(PackedRecords(message).next(true)->time, 0);
 }
 
 TEST(LogMessage, BytesThatAreNoRecordAreRefused) {
-  const MessagePtr whole = pack_record(sample());
-  ASSERT_TRUE(whole);
-  for (std::size_t size = 0; size < whole->size(); ++size) {
-    ACE_Message_Block part(size);
-    std::copy_n(whole->rd_ptr(), size, part.wr_ptr());
-    EXPECT_FALSE(unpack_record(part, true)) << size;
+  const std::vector<char> whole = packed(sample());
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    const std::vector<char> part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    EXPECT_FALSE(PackedRecords(part).next(true)) << size;
   }
 }
 
-TEST(LogMessage, TheStopMessageIsAHangUpWithoutContent) {
-  const MessagePtr message = shut_down_message();
-  ASSERT_TRUE(message);
-  EXPECT_EQ(message->msg_type(), 137);
-  EXPECT_EQ(message->size(), 0u);
-}
-
-TEST(LogMessage, EveryFailedAllocationGivesNoMessageAndEnomem) {
-  MessagePtr (*const makers[])() = {[] { return pack_record(sample()); }, shut_down_message};
-  for (const auto make : makers) {
-    int failures = 0;
-    for (int n = 1;; ++n) {
-      const FailingNew memory(n, FailingNew::ANY);
-      errno = 0;
-      const MessagePtr message = make();
-      if (!memory.has_failed()) {
-        EXPECT_TRUE(message);
-        break;
-      }
-      ++failures;
-      EXPECT_FALSE(message) << n;
-      EXPECT_EQ(errno, ENOMEM) << n;
+TEST(LogMessage, WithoutMemoryNothingIsAppended) {
+  std::vector<char> bytes = packed(sample());
+  bytes.shrink_to_fit();
+  const std::vector<char> before = bytes;
+  bool failed = false;
+  {
+    const FailingNew memory(1, FailingNew::ANY);
+    try {
+      pack_record(sample(), bytes);
+    } catch (const std::bad_alloc&) {
+      failed = true;
     }
-    EXPECT_GE(failures, 2);
   }
+  EXPECT_TRUE(failed);
+  EXPECT_EQ(bytes, before);
 }

@@ -23,7 +23,6 @@
 #include <thread>
 #include <vector>
 
-#include "fwbase/runlog/log_message.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/file_size_limit.h"
 #include "tests/support/temp_dir.h"
@@ -307,18 +306,32 @@ TEST_F(LogProcess, EveryRecordIsInTheFileWhenWriteReturns) {
   }
 }
 
-TEST_F(LogProcess, WithoutMemoryARecordIsDroppedWithEnomem) {
+TEST_F(LogProcess, AFormattedRecordTakesNoAllocation) {
   start(false);
+  const std::string message(1022, 'x');
+  bool failed;
+  {
+    const FailingNew memory(1, FailingNew::ANY);
+    log.write(IRunLog::ERROR, message.c_str(), message.c_str());
+    failed = memory.has_failed();
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_EQ(written(), "[ERROR]: " + message + "\r\n >" + message + "\n");
+}
+
+TEST_F(LogProcess, WithoutMemoryALongRecordIsDroppedWithEnomem) {
+  start(false);
+  const std::string message(5000, 'x');
   for (int n = 1;; ++n) {
     bool failed;
     {
       const FailingNew memory(n, FailingNew::ANY);
       errno = 0;
-      log.write(IRunLog::ERROR, "message", "location");
+      log.write(IRunLog::ERROR, message.c_str(), "");
       failed = memory.has_failed();
       EXPECT_EQ(errno, failed ? ENOMEM : 0);
     }
-    EXPECT_EQ(written(), failed ? "" : "[ERROR]: location\r\n >message\n");
+    EXPECT_EQ(written(), failed ? "" : text_of(message));
     if (!failed) {
       EXPECT_GT(n, 1);
       break;
@@ -389,17 +402,14 @@ TEST_F(LogProcess, ASecondInitWritesWhatIsQueuedAndKeepsOneWriter) {
     expected += text_of(std::to_string(i));
   }
   ASSERT_EQ(log.init(), ec::LOG_OK);
-  EXPECT_EQ(log.thr_count(), 1u);
+  EXPECT_TRUE(log.has_writer());
   EXPECT_EQ(written(), expected);
   EXPECT_EQ(open_count(path), 1);  // as after a second file()
 }
 
 TEST_F(LogProcess, AWriterThatDoesNotStartFailsInitAndRecordsAreWrittenDirectly) {
   struct NoThread : CLogProcess {
-    int activate(long, int, int, long, int, ACE_Task_Base*, ACE_hthread_t*, void**, size_t*,
-                 ACE_thread_t*, const char**) override {
-      return -1;
-    }
+    bool start_thread(pthread_t&) override { return false; }
   } no_thread;
   EXPECT_EQ(no_thread.init(), ec::LOG_THREAD_FAILED);
   EXPECT_EQ(no_thread.file(path.c_str()), ec::LOG_OK);
@@ -411,20 +421,24 @@ TEST_F(LogProcess, AWriterThatDoesNotStartFailsInitAndRecordsAreWrittenDirectly)
 
 TEST_F(LogProcess, TheWriterIsOneJoinableThreadThatTakesNoSignals) {
   struct Probe : CLogProcess {
-    int activate(long flags, int threads, int force, long priority, int group, ACE_Task_Base* task,
-                 ACE_hthread_t* handles, void** stacks, size_t* sizes, ACE_thread_t* ids,
-                 const char** names) override {
-      seen_flags = flags;
-      seen_threads = threads;
-      return CLogProcess::activate(flags, threads, force, priority, group, task, handles, stacks,
-                                   sizes, ids, names);
+    bool start_thread(pthread_t& thread) override {
+      const bool started = CLogProcess::start_thread(thread);
+      int state = -1;
+      pthread_attr_t attributes;
+      ::pthread_getattr_np(thread, &attributes);
+      ::pthread_attr_getdetachstate(&attributes, &state);
+      ::pthread_attr_destroy(&attributes);
+      joinable += state == PTHREAD_CREATE_JOINABLE ? 1 : 0;
+      return started;
     }
-    int svc() override {
-      ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-      return CLogProcess::svc();
+    void write_queued() override {
+      if (std::this_thread::get_id() != starter) {
+        ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+      }
+      CLogProcess::write_queued();
     }
-    long seen_flags = 0;
-    int seen_threads = 0;
+    const std::thread::id starter = std::this_thread::get_id();
+    int joinable = 0;
     sigset_t mask;
   } probe;
   sigset_t before, after;
@@ -432,37 +446,11 @@ TEST_F(LogProcess, TheWriterIsOneJoinableThreadThatTakesNoSignals) {
   ASSERT_EQ(probe.init(), ec::LOG_OK);
   ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
   probe.release();
-  EXPECT_EQ(probe.seen_flags, 0x410002);
-  EXPECT_EQ(probe.seen_threads, 1);
+  EXPECT_EQ(probe.joinable, 1);
   EXPECT_EQ(sigismember(&probe.mask, SIGTERM), 1);
   EXPECT_EQ(sigismember(&probe.mask, SIGUSR1), 1);
   EXPECT_EQ(sigismember(&probe.mask, SIGSEGV), 0);  // a fault of its own
   EXPECT_EQ(sigismember(&before, SIGTERM), sigismember(&after, SIGTERM));
-}
-
-TEST_F(LogProcess, WithoutMemoryForItsQueueTheLogIsDirect) {
-  int failures = 0;
-  for (int n = 1;; ++n) {
-    std::optional<CLogProcess> made;
-    bool failed;
-    {
-      const FailingNew memory(n, FailingNew::ANY);
-      made.emplace();
-      failed = memory.has_failed();
-    }
-    EXPECT_EQ(made->init(), failed ? ec::LOG_THREAD_FAILED : ec::LOG_OK);
-    ASSERT_EQ(made->file(path.c_str()), ec::LOG_OK);
-    made->asynch(true);
-    made->write(IRunLog::ERROR, "x", "");
-    made->release();
-    EXPECT_EQ(written(), text_of("x") + kClosing);
-    std::filesystem::remove(path);
-    if (!failed) {
-      break;
-    }
-    ++failures;
-  }
-  EXPECT_GE(failures, 1);
 }
 
 // --- Queued mode ---
@@ -487,88 +475,66 @@ TEST_F(LogProcess, ARecordLargerThanTheQueueIsWritten) {
   EXPECT_EQ(written(), text_of(large) + text_of(large) + kClosing);
 }
 
-TEST_F(LogProcess, QueueMarksAre16384Bytes) {
-  EXPECT_EQ(log.msg_queue()->high_water_mark(), 16384u);
-  EXPECT_EQ(log.msg_queue()->low_water_mark(), 16384u);
-}
-
-TEST_F(LogProcess, NothingBehindTheStopMessageIsWritten) {
-  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
-  log.asynch(true);
-  write("before");
-  log.putq(shut_down_message().release());
-  write("behind");
-  EXPECT_EQ(log.svc(), 0);
-  EXPECT_EQ(written(), text_of("before"));
-}
-
-TEST_F(LogProcess, TheWriterEndsWhenTheQueueIsDeactivated) {
-  log.msg_queue()->deactivate();
-  EXPECT_EQ(log.svc(), 0);
-}
-
-TEST_F(LogProcess, MessagesThatAreNoRecordAreSkipped) {
-  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
-  log.asynch(true);
-  log.putq(new ACE_Message_Block(3));
-  write("x");
-  log.putq(shut_down_message().release());
-  EXPECT_EQ(log.svc(), 0);
-  EXPECT_EQ(written(), text_of("x"));
-}
-
 TEST_F(LogProcess, TheTimeFlagOfTheWritingMomentDecidesWhetherATimeIsRead) {
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   log.asynch(true);
   log.info(IRunLog::INFO_TIME);
   write("stored, not read");
   log.info(0);
-  log.putq(shut_down_message().release());
-  EXPECT_EQ(log.svc(), 0);
+  log.finish();
   EXPECT_EQ(written(), text_of("stored, not read"));
+}
+
+TEST_F(LogProcess, ATimeThatWasNotStoredReadsAsTheUnusedRoomOfTheRecord) {
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
 
   write("read, not stored");
   log.info(IRunLog::INFO_TIME);
-  log.putq(shut_down_message().release());
-  EXPECT_EQ(log.svc(), 0);
-  const std::time_t nothing = 0;  // what the unused room holds
-  EXPECT_EQ(written(), text_of("stored, not read") + "[ERROR]: " +
-                           std::string(std::ctime(&nothing), 24) + " \r\n >read, not stored\n");
+  log.finish();
+  const std::time_t nothing = 0;
+  EXPECT_EQ(written(),
+            "[ERROR]: " + std::string(std::ctime(&nothing), 24) + " \r\n >read, not stored\n");
 }
 
 TEST_F(LogProcess, WithoutMemoryAQueuedRecordIsDroppedWithEnomem) {
-  start(true);
-  int failures = 0;
-  for (int n = 1;; ++n) {
-    const FailingNew memory(n, FailingNew::ANY);
+  ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  log.asynch(true);
+  {
+    const FailingNew memory(1, FailingNew::ANY);
     errno = 0;
-    write("");
-    if (!memory.has_failed()) {
-      break;
-    }
+    write("dropped");
+    EXPECT_TRUE(memory.has_failed());
     EXPECT_EQ(errno, ENOMEM);
-    ++failures;
   }
-  EXPECT_GE(failures, 2);
-  log.release();
-  EXPECT_EQ(written(), text_of("") + kClosing);
+  write("kept");
+  log.finish();
+  EXPECT_EQ(written(), text_of("kept"));
 }
 
-TEST_F(LogProcess, ReleaseWithoutMemoryForTheStopMessageEndsTheWriterAndLosesNothing) {
+TEST_F(LogProcess, WithoutMemoryForAllTextsQueuedRecordsAreWrittenOneByOne) {
   std::string expected;
   for (int n = 1;; ++n) {
-    start(true);
-    for (int i = 0; i < 50; ++i) {
-      write(std::to_string(i));
-      expected += text_of(std::to_string(i));
+    start(false);
+    log.finish();  // no writer thread: release() writes
+    CLogProcess without_writer;
+    ASSERT_EQ(without_writer.file(path.c_str()), ec::LOG_OK);
+    without_writer.asynch(true);
+    std::string all;
+    for (int i = 0; i < 5; ++i) {
+      without_writer.write(IRunLog::ERROR, std::to_string(i).c_str(), "");
+      all += text_of(std::to_string(i));
     }
-    const FailingNew memory(n);
-    log.release();
-    EXPECT_EQ(log.thr_count(), 0u);
-    expected += kClosing;
-    ASSERT_EQ(written(), expected);
-    if (!memory.has_failed()) {
-      EXPECT_GT(n, 1);
+    bool failed;
+    {
+      const FailingNew memory(n, FailingNew::ANY);
+      without_writer.finish();
+      failed = memory.has_failed();
+    }
+    expected += all;
+    ASSERT_EQ(written(), expected) << n;
+    if (!failed) {
+      EXPECT_GT(n, 2);
       break;
     }
   }
@@ -586,10 +552,9 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesTh
       write(message);
     }
   });
-  wait_until([&] { return log.msg_queue()->is_full(); });
+  wait_until([&] { return log.queue().full(); });
   EXPECT_EQ(written(), "");
-  const int piled_up = static_cast<int>(log.msg_queue()->message_count());
-  EXPECT_LT(piled_up, 20);
+  const int piled_up = 17;  // of 1,022 bytes each: the last one when there were 16,352
   log.release();
   producer.join();
   EXPECT_EQ(returned, 100);
@@ -602,10 +567,13 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesTh
 
 TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
   struct SlowWriter : CLogProcess {
-    int svc() override {
-      ready.get_future().wait();
-      return CLogProcess::svc();
+    void write_queued() override {
+      if (std::this_thread::get_id() != starter) {
+        ready.get_future().wait();
+      }
+      CLogProcess::write_queued();
     }
+    const std::thread::id starter = std::this_thread::get_id();
     std::promise<void> ready;
   } slow;
   ASSERT_EQ(slow.init(), ec::LOG_OK);
@@ -616,7 +584,7 @@ TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] { slow.write(IRunLog::ERROR, message.c_str(), ""); });
   }
-  wait_until([&] { return slow.msg_queue()->is_full(); });
+  wait_until([&] { return slow.queue().full(); });
   threads.emplace_back([&] { slow.release(); });
   slow.ready.set_value();
   for (std::thread& thread : threads) {
@@ -727,7 +695,7 @@ TEST_F(LogProcess, AFailedReopenSilencesTheLogUntilFileSucceeds) {
   log.asynch(true);
   write("lost too");
   log.asynch(false);
-  EXPECT_TRUE(log.msg_queue()->is_empty());
+  EXPECT_TRUE(log.queue().empty());
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   write("back");
   EXPECT_EQ(written(), text_of("back"));
@@ -739,7 +707,7 @@ TEST_F(LogProcess, ARotationWithoutMemoryIsMadeUpForByTheNextRecord) {
   start(false);
   ASSERT_EQ(log.file(other.c_str()), ec::LOG_OK);
   {
-    const FailingNew memory(2, FailingNew::ANY);  // the first is the record's
+    const FailingNew memory(2, FailingNew::ANY);  // the first is the large record's
     write(message);
     EXPECT_TRUE(memory.has_failed());
   }
@@ -747,6 +715,38 @@ TEST_F(LogProcess, ARotationWithoutMemoryIsMadeUpForByTheNextRecord) {
   write("y");
   EXPECT_EQ(std::filesystem::file_size(other + ".bak.0"), text_of(message + "y").size() + 14);
   EXPECT_EQ(std::filesystem::file_size(other), 0u);
+}
+
+TEST_F(LogProcess, OfSeveralLogsOnOneFileOneRotatesItAndTheOthersFollow) {
+  start(false);
+  CLogProcess others[3];  // as processes have them
+  for (CLogProcess& other : others) {
+    ASSERT_EQ(other.file(path.c_str()), ec::LOG_OK);
+  }
+  const std::string large(10485760, 'x');
+  write(large);
+  std::string old_file = text_of(large);
+  std::string new_file;
+  for (CLogProcess& other : others) {
+    other.write(IRunLog::ERROR, "into the old file", "");
+    other.write(IRunLog::ERROR, "into the new one", "");
+    old_file += text_of("into the old file");
+    new_file += text_of("into the new one");
+  }
+  EXPECT_EQ(read_file(path + ".bak.0"), old_file);
+  EXPECT_EQ(written(), new_file);
+  EXPECT_FALSE(std::filesystem::exists(path + ".bak.1"));
+}
+
+TEST_F(LogProcess, ALogFileThatWasMovedAwayIsRotatedAsAnyOther) {
+  start(false);
+  std::filesystem::rename(path, path + ".moved");
+  write_file(path + ".bak.0", "older");
+  write(std::string(10485760, 'x'));
+  EXPECT_EQ(read_file(path + ".bak.1"), "older");
+  EXPECT_FALSE(backup_exists());
+  write("new");
+  EXPECT_EQ(written(), text_of("new"));
 }
 
 TEST_F(LogProcess, AFifoIsNeverRotated) {
@@ -788,7 +788,7 @@ TEST_F(LogProcess, AWriteErrorOfTheWriterThreadLosesTheRecordAndNotTheLog) {
   auto limit = std::make_unique<FileSizeLimit>(10);
   start(true);
   write("lost");
-  wait_until([&] { return log.msg_queue()->is_empty(); });
+  wait_until([&] { return log.queue().empty(); });
   log.release();
   limit.reset();
   start(true);
@@ -818,7 +818,7 @@ TEST_F(LogProcess, FinishWritesWhatIsQueuedThenRecordsAreWrittenDirectly) {
   }
   log.finish();
   EXPECT_EQ(written(), expected);
-  EXPECT_EQ(log.thr_count(), 0u);
+  EXPECT_FALSE(log.has_writer());
   write("direct");
   log.asynch(true);
   write("direct too");
@@ -841,7 +841,7 @@ TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
       write(std::to_string(i) + padding);
     }
   });
-  wait_until([&] { return log.msg_queue()->is_full(); });
+  wait_until([&] { return log.queue().full(); });
   log.finish();
   producer.join();
   EXPECT_EQ(written(), expected);
@@ -850,7 +850,7 @@ TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
 TEST_F(LogProcess, AfterFinishInitStartsNoWriter) {
   log.finish();
   start(true);
-  EXPECT_EQ(log.thr_count(), 0u);
+  EXPECT_FALSE(log.has_writer());
   write("x");
   EXPECT_EQ(written(), text_of("x"));
 }

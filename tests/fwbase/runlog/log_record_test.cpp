@@ -3,15 +3,24 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <cerrno>
 #include <climits>
+#include <ctime>
+#include <string>
 
 #include "tests/support/failing_new.h"
 
 using fwbase::IRunLog;
 using fwbase::LogRecord;
-using fwbase::record_text;
+using fwbase::RecordTexts;
 
 namespace {
+
+std::string record_text(const LogRecord& record) {
+  RecordTexts texts;
+  EXPECT_TRUE(texts.add(record));
+  return std::string(texts.bytes());
+}
 
 LogRecord plain(IRunLog::Type type = IRunLog::ERROR) { return {type, "message", "location", {}}; }
 
@@ -114,19 +123,50 @@ TEST(LogRecord, TextsOfAnyLengthAndBytesPassUnchanged) {
   EXPECT_EQ(record_text(record), "[ERROR]: " + long_text + "\r\n >" + long_text + "\n");
 }
 
-TEST_F(RecordWithTime, ARecordTakesOneAllocation) {
+TEST_F(RecordWithTime, EverySecondHasItsText) {
   LogRecord record = plain();
-  record.pid = record.tid = INT_MIN;
-  record.time = kTime;
-  std::string text;
-  bool failed;
-  {
-    const fwbase::test::FailingNew memory(2, fwbase::test::FailingNew::ANY);
-    text = record_text(record);
-    failed = memory.has_failed();
+  for (const std::time_t second : {0, 1, 0, 1, 59, 60}) {
+    record.time = kTime - 30 + second;
+    EXPECT_EQ(record_text(record), "[ERROR]: " + std::string(std::ctime(&*record.time), 24) +
+                                       " location\r\n >message\n");
   }
-  EXPECT_FALSE(failed);
-  EXPECT_EQ(text,
-            "[ERROR]: pid:-2147483648 tid:-2147483648 Mon Dec  1 10:20:30 2014 "
-            "location\r\n >message\n");
+}
+
+TEST(RecordTexts, FollowEachOther) {
+  RecordTexts texts;
+  EXPECT_EQ(texts.count(), 0u);
+  EXPECT_TRUE(texts.add(plain()));
+  EXPECT_TRUE(texts.add(plain(IRunLog::WARN)));
+  EXPECT_EQ(texts.count(), 2u);
+  EXPECT_EQ(texts.bytes(), "[ERROR]: location\r\n >message\n[WARN ]: location\r\n >message\n");
+  EXPECT_EQ(texts.begin_of(0), 0u);
+  EXPECT_EQ(texts.end_of(0), texts.begin_of(1));
+  EXPECT_EQ(texts.end_of(1), texts.bytes().size());
+  texts.clear();
+  EXPECT_EQ(texts.count(), 0u);
+  EXPECT_TRUE(texts.bytes().empty());
+}
+
+TEST(RecordTexts, WithoutMemoryARecordIsNotAppended) {
+  const std::string long_text(1000, 'x');
+  LogRecord record = plain();
+  record.message = long_text.c_str();
+  int failures = 0;
+  for (int n = 1;; ++n) {
+    RecordTexts texts;
+    ASSERT_TRUE(texts.add(plain()));
+    const fwbase::test::FailingNew memory(n, fwbase::test::FailingNew::ANY);
+    errno = 0;
+    const bool added = texts.add(record);
+    if (!memory.has_failed()) {
+      EXPECT_TRUE(added);
+      break;
+    }
+    ++failures;
+    EXPECT_FALSE(added);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(texts.count(), 1u);
+    EXPECT_EQ(texts.bytes(), "[ERROR]: location\r\n >message\n");
+  }
+  EXPECT_EQ(failures, 2);
 }

@@ -94,3 +94,28 @@ TEST(LogRotationDue, PositionsCountIn32Bits) {
 }
 
 TEST(LogRotationDue, NeverWithoutAPosition) { EXPECT_FALSE(rotation_due(-1)); }
+
+namespace {
+
+// So many of four records of 100 bytes are written in one piece, counted from the second.
+std::size_t until_rotation(std::int64_t position) {
+  RecordTexts texts;
+  for (int i = 0; i < 4; ++i) {
+    texts.add({IRunLog::ERROR, std::string(86, 'x').c_str(), "", {}});
+  }
+  EXPECT_EQ(texts.end_of(3), 400u);
+  return records_until_rotation(texts, 1, position);
+}
+
+}  // namespace
+
+TEST(RecordsUntilRotation, EndWithTheOneThatMakesItDue) {
+  EXPECT_EQ(until_rotation(0), 3u);
+  EXPECT_EQ(until_rotation(10485760 - 201), 3u);
+  EXPECT_EQ(until_rotation(10485760 - 200), 2u);
+  EXPECT_EQ(until_rotation(10485760 - 101), 2u);
+  EXPECT_EQ(until_rotation(10485760 - 100), 1u);
+  EXPECT_EQ(until_rotation(10485760), 1u);
+}
+
+TEST(RecordsUntilRotation, GoOneByOneWithoutAPosition) { EXPECT_EQ(until_rotation(-1), 1u); }

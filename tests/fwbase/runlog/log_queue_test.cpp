@@ -1,0 +1,195 @@
+#include "fwbase/runlog/log_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cerrno>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fwbase/runlog/log_message.h"
+#include "tests/support/failing_new.h"
+
+using namespace fwbase;
+using fwbase::test::FailingNew;
+
+namespace {
+
+class LogQueueTest : public testing::Test {
+ protected:
+  LogQueue::Push push(const std::string& message) {
+    return queue.push({IRunLog::ERROR, message.c_str(), "", {}}, queue.round());
+  }
+
+  // The messages of all records that are there; "(closed)" when there will be none.
+  std::vector<std::string> take() {
+    std::vector<char> bytes;
+    if (!queue.take(bytes)) {
+      return {"(closed)"};
+    }
+    std::vector<std::string> messages;
+    PackedRecords records(bytes);
+    while (const auto record = records.next(false)) {
+      messages.emplace_back(record->message);
+    }
+    return messages;
+  }
+
+  LogQueue queue;
+};
+
+using Messages = std::vector<std::string>;
+
+constexpr std::size_t kOverhead = 22;  // of a record without a location
+
+}  // namespace
+
+TEST_F(LogQueueTest, TheWriterGetsAllRecordsInTheirOrder) {
+  for (const char* message : {"a", "b", "c"}) {
+    EXPECT_EQ(push(message), LogQueue::Push::kDone);
+  }
+  EXPECT_FALSE(queue.empty());
+  EXPECT_EQ(take(), (Messages{"a", "b", "c"}));
+  EXPECT_TRUE(queue.empty());
+  push("d");
+  EXPECT_EQ(take(), Messages{"d"});
+}
+
+TEST_F(LogQueueTest, IsFullFrom16384BytesOn) {
+  push(std::string(16383 - kOverhead, 'x'));
+  EXPECT_FALSE(queue.full());
+  push("");
+  EXPECT_TRUE(queue.full());
+  take();
+  push(std::string(16384 - kOverhead, 'x'));
+  EXPECT_TRUE(queue.full());
+}
+
+TEST_F(LogQueueTest, ARecordLargerThanTheQueueIsTakenWhenThereIsRoom) {
+  const std::string large(100000, 'x');
+  EXPECT_EQ(push(large), LogQueue::Push::kDone);
+  EXPECT_EQ(take(), Messages{large});
+}
+
+TEST_F(LogQueueTest, AProducerWaitsForRoomAndGetsIt) {
+  const std::string filler(16384, 'x');
+  push(filler);
+  std::thread producer([&] { EXPECT_EQ(push("behind"), LogQueue::Push::kDone); });
+  EXPECT_EQ(take(), Messages{filler});
+  producer.join();
+  EXPECT_EQ(take(), Messages{"behind"});
+}
+
+TEST_F(LogQueueTest, TheWriterWaitsForARecordHoweverLate) {
+  std::atomic<int> taken{0};
+  std::thread writer([&] {
+    while (take() != Messages{"(closed)"}) {
+      ++taken;
+    }
+  });
+  for (int i = 1; i <= 50; ++i) {
+    // Some come while it naps, and some when it has gone to sleep.
+    const auto later = std::chrono::steady_clock::now() + std::chrono::milliseconds(i % 13);
+    while (std::chrono::steady_clock::now() < later) {
+      std::this_thread::yield();
+    }
+    push("x");
+    while (taken < i) {
+      std::this_thread::yield();
+    }
+  }
+  queue.close();
+  writer.join();
+  EXPECT_EQ(taken, 50);
+}
+
+TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
+  constexpr int kThreads = 8;
+  constexpr int kRecords = 2000;
+  std::vector<std::thread> producers;
+  for (int t = 0; t < kThreads; ++t) {
+    producers.emplace_back([this, t] {
+      for (int i = 0; i < kRecords; ++i) {
+        EXPECT_EQ(push(std::to_string(t) + " " + std::to_string(i)), LogQueue::Push::kDone);
+      }
+    });
+  }
+  std::vector<int> next(kThreads, 0);
+  for (int count = 0; count < kThreads * kRecords;) {
+    for (const std::string& message : take()) {
+      const std::size_t blank = message.find(' ');
+      const auto thread = static_cast<std::size_t>(std::stoi(message));
+      ASSERT_EQ(std::stoi(message.substr(blank)), next[thread]++);
+      ++count;
+    }
+  }
+  for (std::thread& producer : producers) {
+    producer.join();
+  }
+  EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(LogQueueTest, WhenClosedItGivesWhatIsThereAndThenNothing) {
+  push("a");
+  queue.close();
+  EXPECT_EQ(push("refused"), LogQueue::Push::kRoundOver);
+  EXPECT_EQ(take(), Messages{"a"});
+  EXPECT_EQ(take(), Messages{"(closed)"});
+  queue.open();
+  EXPECT_EQ(push("b"), LogQueue::Push::kDone);
+  EXPECT_EQ(take(), Messages{"b"});
+}
+
+TEST_F(LogQueueTest, ARecordOfARoundThatIsOverIsRefused) {
+  const unsigned int round = queue.round();
+  queue.close();
+  queue.open();
+  EXPECT_EQ(queue.push({IRunLog::ERROR, "late", "", {}}, round), LogQueue::Push::kRoundOver);
+  EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(LogQueueTest, CloseWakesTheWriterAndProducersThatWaitForRoom) {
+  std::thread writer([&] { EXPECT_EQ(take(), Messages{"(closed)"}); });
+  queue.close();
+  writer.join();
+  queue.open();
+  push(std::string(16384, 'x'));
+  std::vector<std::thread> producers;
+  for (int i = 0; i < 4; ++i) {
+    producers.emplace_back([&, round = queue.round()] {
+      EXPECT_EQ(queue.push({IRunLog::ERROR, "x", "", {}}, round), LogQueue::Push::kRoundOver);
+    });
+  }
+  queue.close();
+  for (std::thread& producer : producers) {
+    producer.join();
+  }
+}
+
+TEST_F(LogQueueTest, WithoutMemoryARecordIsRefusedWithEnomem) {
+  const FailingNew memory(1, FailingNew::ANY);
+  errno = 0;
+  EXPECT_EQ(push(""), LogQueue::Push::kNoMemory);
+  EXPECT_EQ(errno, ENOMEM);
+  EXPECT_TRUE(queue.empty());
+  EXPECT_EQ(push("x"), LogQueue::Push::kDone);
+}
+
+TEST_F(LogQueueTest, AThreadThatIsCancelledWhileItWaitsLeavesTheQueue) {
+  push(std::string(16384, 'x'));
+  std::atomic<bool> begun{false};
+  std::thread producer([&] {
+    begun = true;
+    push("never");
+  });
+  while (!begun) {
+    std::this_thread::yield();
+  }
+  ::pthread_cancel(producer.native_handle());
+  producer.join();
+  EXPECT_EQ(take().size(), 1u);
+  EXPECT_TRUE(queue.empty());
+  EXPECT_EQ(push("x"), LogQueue::Push::kDone);
+  EXPECT_EQ(take(), Messages{"x"});
+}
