@@ -3,6 +3,7 @@
 // and for Helgrind; without them it checks that nothing crashes, hangs or loses its own variables.
 #include <fwbase/fwbase.h>
 #include <fwbase/module.h>
+#include <utility/xml.h>
 
 #include <atomic>
 #include <chrono>
@@ -17,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/modules/journal.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -30,6 +32,7 @@ using fwbase::IScript;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kThreads = 8;
+constexpr const char* kLibrary = FWBASE_STRESS_MODULE;
 
 [[noreturn]] void fail(const char* what) {
   std::fprintf(stderr, "random_operations: %s\n", what);
@@ -63,6 +66,7 @@ struct World {
   fwbase::test::TempDir directory;
   std::string script = directory.path("script.xml");
   std::shared_mutex rounds;
+  std::mutex library;  // the module that it gives
   std::atomic<bool> round_ends{false};
   std::atomic<bool> stop{false};
   std::atomic<long> operations{0};
@@ -97,6 +101,13 @@ struct Note : IScript::ISyntax {
     return script->set_value_env(ret, IScript::VT_INT, &next, env);
   }
 };
+
+// Registered again and again, never called.
+struct Spare : Note {
+  const char* name() override { return "spare"; }
+};
+
+Spare spare;
 
 struct Object : IGlobalEnv::IObject {
   IObject* clone() const override { return new Object; }
@@ -137,7 +148,8 @@ class Worker {
     const Operation operations[] = {
         &Worker::log,        &Worker::configure_log, &Worker::strings,  &Worker::objects,
         &Worker::keyed_env,  &Worker::modules,       &Worker::factory,  &Worker::identifiers,
-        &Worker::data_block, &Worker::global_value,  &Worker::sections, &Worker::save};
+        &Worker::data_block, &Worker::global_value,  &Worker::sections, &Worker::save,
+        &Worker::library,    &Worker::install,       &Worker::load,     &Worker::document};
     while (!m_world.stop) {
       (this->*operations[pick(std::size(operations))])();
       ++m_world.operations;
@@ -178,7 +190,9 @@ class Worker {
     if (const InRound round(m_world); round) {
       require(env->get_str(m_name.c_str()).size() != 1, "somebody else changed a string");
     }
+    env->mod_str(m_name.c_str(), "abc");
     env->insert_addr(m_name.c_str(), this);
+    env->get_addr(m_name.c_str());
     env->mod_addr(m_name.c_str(), nullptr);
     env->rm_addr(m_name.c_str());
     env->rm_str(m_name.c_str());
@@ -250,6 +264,38 @@ class Worker {
     require(manager->destroy_module(factory), "a factory cannot be destroyed");
   }
 
+  // Each thread may get the same module from the library, one of them at a time.
+  void library() {
+    const InRound round(m_world);
+    if (!round) {
+      return;
+    }
+    const std::lock_guard<std::mutex> lock(m_world.library);
+    IMM* const manager = m_world.facade.mm();
+    Journal journal;
+    IMM::IBase* module = nullptr;
+    require(ec::succeeded(manager->create_module(module, kLibrary, "create_module", &journal)),
+            "a library makes nothing");
+    require(manager->destroy_module(module), "a library's module cannot be destroyed");
+    require(journal == Journal{"init", "release"}, "a library's module was not used once");
+  }
+
+  // The components that are there already, as replacements and as built-in ones.
+  void install() {
+    const InRound round(m_world);
+    if (!round) {
+      return;
+    }
+    IFWBase& facade = m_world.facade;
+    require(facade.runlog(facade.runlog()) != nullptr && facade.runlog(nullptr) != nullptr &&
+                facade.global_env(facade.global_env()) != nullptr &&
+                facade.global_env(static_cast<IGlobalEnv*>(nullptr)) != nullptr &&
+                facade.mm(facade.mm()) != nullptr && facade.mm(nullptr) != nullptr &&
+                facade.script(facade.script()) != nullptr && facade.script(nullptr) != nullptr &&
+                facade.db_ft(facade.db_ft()) != nullptr && facade.db_ft(nullptr) != nullptr,
+            "a component is not there");
+  }
+
   void identifiers() {
     IMM* const manager = m_world.facade.mm();
     if (manager == nullptr) {
@@ -269,6 +315,9 @@ class Worker {
   void data_block() {
     fwbase::IDataBlockFT* const blocks = m_world.facade.db_ft();
     IDataBlock* block = nullptr;
+    if (blocks != nullptr) {
+      blocks->deallocate(blocks->allocate(100));
+    }
     if (blocks != nullptr && ec::succeeded(blocks->create(block, 64))) {
       block->copy(m_name.data(), static_cast<unsigned int>(m_name.size()));
       require(std::string(block->rd_ptr(), block->data_len()) == m_name, "a block lost its data");
@@ -289,7 +338,7 @@ class Worker {
     std::string read;
     require(ec::succeeded(script->set_value(m_name.c_str(), IScript::VT_STRING, &text)) &&
                 ec::succeeded(script->get_value(m_name.c_str(), IScript::VT_STRING, &read)) &&
-                read == text,
+                read.compare(0, m_name.size(), m_name) == 0,
             "a variable lost its value");
     script->rm_value(m_name.c_str());
   }
@@ -307,6 +356,39 @@ class Worker {
           ec::succeeded(script->get_value_env("last", IScript::VT_INT, &last, this)) && last == 3,
           "a run lost its result");
     }
+  }
+
+  // Another thread's load may bring the variables that were saved before.
+  void load() {
+    const InRound round(m_world);
+    if (!round || pick(8) != 0) {
+      return;
+    }
+    IScript* const script = m_world.facade.script();
+    script->expand_syntax(&spare);
+    script->load_script(m_world.script.c_str());
+    require(ec::succeeded(script->execute(this)), "execute()");
+  }
+
+  // A document of its own.
+  void document() {
+    const InRound round(m_world);
+    if (!round) {
+      return;
+    }
+    utility::CXml xml;
+    const std::string path = m_world.directory.path(m_name + ".xml");
+    fwbase::test::write_file(path, kScript);
+    require(xml.load(path) == utility::XEC_OK, "a document cannot be loaded");
+    std::vector<utility::CElement> calls;
+    require(xml.get_xpath_element("Process/Exec/section/note", calls) == utility::XEC_OK &&
+                calls.size() == 3,
+            "a document lost its elements");
+    require(calls[0].set_attr("who", m_name) == utility::XEC_OK &&
+                calls[1].insert_text("\xE4\xBD\xA0") == utility::XEC_OK &&
+                xml.save() == utility::XEC_OK,
+            "a document cannot be changed");
+    xml.release();
   }
 
   void save() {
