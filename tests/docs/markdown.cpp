@@ -121,6 +121,21 @@ std::vector<std::string> MarkdownPage::blocks(const std::string& language) const
   return found;
 }
 
+std::vector<std::string> MarkdownPage::code_blocks() const {
+  std::vector<std::string> found;
+  bool inside = false;
+  for_each_line(m_text, [&](const std::string& line, bool in_code) {
+    if (in_code && !inside) {
+      found.emplace_back();
+    }
+    if (in_code) {
+      found.back() += line + "\n";
+    }
+    inside = in_code;
+  });
+  return found;
+}
+
 std::vector<TableRow> MarkdownPage::table() const {
   std::vector<TableRow> rows;
   bool ended = false;
@@ -148,15 +163,29 @@ std::vector<std::string> MarkdownPage::headings() const {
   return found;
 }
 
-std::vector<std::string> MarkdownPage::links() const {
-  std::string prose;
+std::vector<std::size_t> MarkdownPage::heading_levels() const {
+  std::vector<std::size_t> found;
+  for_each_line(m_text, [&](const std::string& line, bool in_code) {
+    if (const std::size_t level = in_code ? 0 : heading_level(line)) {
+      found.push_back(level);
+    }
+  });
+  return found;
+}
+
+std::string MarkdownPage::prose() const {
+  std::string found;
   for_each_line(
-      m_text, [&](const std::string& line, bool in_code) { prose += in_code ? "" : line + "\n"; });
-  prose = without_code_spans(prose);
+      m_text, [&](const std::string& line, bool in_code) { found += in_code ? "" : line + "\n"; });
+  return found;
+}
+
+std::vector<std::string> MarkdownPage::links() const {
+  const std::string text = without_code_spans(prose());
   std::vector<std::string> found;
-  for (std::size_t at = prose.find("]("); at != std::string::npos; at = prose.find("](", at)) {
+  for (std::size_t at = text.find("]("); at != std::string::npos; at = text.find("](", at)) {
     at += 2;
-    found.push_back(prose.substr(at, prose.find(')', at) - at));
+    found.push_back(text.substr(at, text.find(')', at) - at));
   }
   return found;
 }

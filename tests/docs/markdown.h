@@ -29,8 +29,17 @@ class MarkdownPage {
   /// The rows of the first table, without its head. Throws std::runtime_error without a table.
   std::vector<TableRow> table() const;
 
+  /// All blocks of code, fenced ones with their fences and indented ones, in order.
+  std::vector<std::string> code_blocks() const;
+
   /// The headings' texts, in order.
   std::vector<std::string> headings() const;
+
+  /// The headings' levels, in order: 1 for a title.
+  std::vector<std::size_t> heading_levels() const;
+
+  /// The lines that are not code, tables included.
+  std::string prose() const;
 
   /// The targets of the links, in order; those within code do not count.
   std::vector<std::string> links() const;
