@@ -7,6 +7,7 @@
 
 #include <cstdarg>
 #include <cstdint>
+#include <optional>
 
 #include <fwbase/irunlog.h>
 
@@ -50,6 +51,27 @@ void format_text(FormattedText& text, const char* format, std::va_list args);
 void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_format,
                   const char* utf8_format, ...) __attribute__((format(printf, 4, 5)));
 
+/// A tracer that is made only when there is something to write.
+class ScopeTrace {
+ public:
+  ScopeTrace(const char* text, int line, const char* file, const char* date, const char* time,
+             const char* function, const void* object) {
+    if (enabled(IRunLog::TRACE)) {
+      m_trace.emplace(text, line, file, date, time, function, const_cast<void*>(object));
+    }
+  }
+  ~ScopeTrace() {
+    if (!m_trace && enabled(IRunLog::TRACE)) {
+      m_trace.emplace(nullptr, 0, "", "", "", "", nullptr);  // enabled since: it writes its end
+    }
+  }
+  ScopeTrace(const ScopeTrace&) = delete;
+  ScopeTrace& operator=(const ScopeTrace&) = delete;
+
+ private:
+  std::optional<IRunLog::CTrace> m_trace;
+};
+
 }  // namespace fwbase::support
 
 #define RUN_LOG_FIRST(...) RUN_LOG_FIRST_OF(__VA_ARGS__, )
@@ -73,9 +95,8 @@ void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_for
 #define RUN_LOG(level, ...) RUN_LOG_AT(this, level, __VA_ARGS__)
 
 /// Traces the entry and the exit of the enclosing scope; `text` is a GBK text.
-#define RUN_TRACE(text)                                                                   \
-  const ::fwbase::IRunLog::CTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__, \
-                                            __PRETTY_FUNCTION__,                          \
-                                            const_cast<void*>(static_cast<const void*>(this)))
+#define RUN_TRACE(text)                                                                       \
+  const ::fwbase::support::ScopeTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__, \
+                                                __PRETTY_FUNCTION__, this)
 
 #endif
