@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+/// Result codes, their names and texts. Inside of fwbase the namespace has the same name.
 namespace ec {
 
 /// A result code.

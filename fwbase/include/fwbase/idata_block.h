@@ -54,6 +54,8 @@ struct FWBASE_API IDataBlock {
 
   /// A tag for the user, 0 at first. The library does not interpret it.
   virtual int type() const = 0;
+
+  /// Sets the tag.
   virtual void type(int tag) = 0;
 
   /// Reached through release() only.

@@ -10,6 +10,7 @@
 #include <fwbase/irunlog.h>
 #include <fwbase/iscript.h>
 
+/// The facade and the interfaces of its components.
 namespace fwbase {
 
 /// The one facade of a process. It owns a built-in component for each role (run log, default
@@ -126,16 +127,19 @@ struct FWBASE_API IFWBase {
 
   /// The installed module manager, null before init() and after release(). Does not wait.
   virtual IMM* mm() const = 0;
+
   /// Installs a module manager; null installs the built-in one. Returns the former one.
   virtual IMM* mm(IMM* replacement) = 0;
 
   /// The installed script engine, null before init() and after release(). Does not wait.
   virtual IScript* script() const = 0;
+
   /// Installs a script engine; null installs the built-in one. Returns the former one.
   virtual IScript* script(IScript* replacement) = 0;
 
   /// The installed data block factory, null before init() and after release(). Does not wait.
   virtual IDataBlockFT* db_ft() const = 0;
+
   /// Installs a data block factory; null installs the built-in one. Returns the former one.
   virtual IDataBlockFT* db_ft(IDataBlockFT* replacement) = 0;
 

@@ -94,8 +94,9 @@ struct FWBASE_API IMM {
   ///   MM_LOAD_FAILED   no memory for the library object; nothing is kept
   ///   MM_INIT_FAILED   the function gave null (out is null then), or no memory to remember a
   ///                    module (the function was not called)
-  ///   the module's code when its init() failed. The module is neither released nor remembered:
-  ///                    out has it, and it is the caller's to dispose of
+  ///   the module's code
+  ///                    when its init() failed. The module is neither released nor remembered: out
+  ///                    has it, and it is the caller's to dispose of
   ///
   /// When the function throws, nothing changed; when init() throws, out has the module as above.
   ///

@@ -48,7 +48,14 @@ namespace fwbase {
 ///           the parent, which notices nothing. See IFWBase.
 struct FWBASE_API IRunLog {
   /// The level of a record. Each is one bit, for masks.
-  enum Type : unsigned int { TRACE = 1, DEBUG = 2, WARN = 4, ERROR = 8, ALERT = 16, DUMP = 32 };
+  enum Type : unsigned int {
+    TRACE = 1,   ///< entries and exits of scopes, as CTrace writes them
+    DEBUG = 2,   ///< what was done
+    WARN = 4,    ///< what looks wrong, though nothing failed
+    ERROR = 8,   ///< a failure
+    ALERT = 16,  ///< for hosts: the library writes none
+    DUMP = 32    ///< for hosts: the library writes none
+  };
 
   /// Details of a record, for info(). All other bits have no effect.
   enum Info : unsigned int {
@@ -130,11 +137,12 @@ struct FWBASE_API IRunLog {
   /// type       any value
   /// message    the text; null writes nothing
   /// location   where the record comes from; null is an empty text
+  ///
   /// Both texts are zero-terminated and remain the caller's.
   ///
-  /// Writes nothing as long as there is no output: before file() has succeeded, after a
-  /// release() that closed the file,
-  /// and after a rotation that could not open the new file, until file() succeeds.
+  /// Writes nothing as long as there is no output: before file() has succeeded, after a release()
+  /// that closed the file, and after a rotation that could not open the new file, until file()
+  /// succeeds.
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
   /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
   /// Takes the lock for reading, then in direct mode for writing; holds none while it blocks.
@@ -159,6 +167,8 @@ class FWBASE_API IRunLog::CTrace {
   ///            file, line, date and time, cut as FormatStr does
   CTrace(const char* text, int line, const char* file, const char* date, const char* time,
          const char* function, void* object);
+
+  /// Writes the "Ret: " record.
   ~CTrace();
 
   CTrace(const CTrace&) = delete;

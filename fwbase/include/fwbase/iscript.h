@@ -153,17 +153,17 @@ struct FWBASE_API IScript {
   /// Returns
   ///   SCRIPT_OK             saved, or nothing to save
   ///   SCRIPT_E_SAVE         load_script() has not been called
-  ///   SCRIPT_E_FORMAT       there is no document, as after SCRIPT_E_LOAD. After any other failed
-  ///   load
-  ///                         there is one, and saving drops the variables that were not read
+  ///   SCRIPT_E_FORMAT       there is no document, as after SCRIPT_E_LOAD. After any other
+  ///                         failed load there is one, and saving drops the variables that were
+  ///                         not read
   ///   SCRIPT_NO_PROCESS     the document has no process with an empty name; not logged
   ///   SCRIPT_E_REMOVE, SCRIPT_E_CREATE_NODE, SCRIPT_E_SET_ATTR, SCRIPT_E_INSERT_NODE
   ///                         the document cannot be changed; SCRIPT_E_SET_ATTR also for a name or
   ///                         a string that is no text of the code page
-  ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot, such
-  ///   as
-  ///                         a control character
+  ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot,
+  ///                         such as a control character
   ///   SCRIPT_NO_MEMORY      memory ran out
+  ///
   /// A failure leaves the file as it was; the next save that succeeds writes everything.
   /// Takes the lock for writing.
   virtual ec::EC save_script() = 0;

@@ -54,7 +54,8 @@
 /// record is dropped. Any thread; throws only what a run log of the host's throws.
 #define FWBASE_LOG(level, ...) FWBASE_LOG_RECORD(this, ::fwbase::host_log::k##level, __VA_ARGS__)
 
-/// The same from any function. object   what the record is about; may be null
+/// The same from any function.
+/// object   what the record is about; may be null
 #define FWBASE_LOG_AT(object, level, ...) \
   FWBASE_LOG_RECORD(object, ::fwbase::host_log::k##level, __VA_ARGS__)
 
@@ -63,11 +64,13 @@
 /// text   zero-terminated, copied; not evaluated when TRACE is off
 #define FWBASE_TRACE(text) FWBASE_TRACE_AT(this, text)
 
-/// The same in any function. object   what the records are about; may be null
+/// The same in any function.
+/// object   what the records are about; may be null
 #define FWBASE_TRACE_AT(object, text) FWBASE_TRACE_NAMED(object, text, __LINE__)
 
 // What the macros above are made of.
 
+/// A record of a level of host_log, if that is enabled.
 #define FWBASE_LOG_RECORD(object, level, ...)                                                     \
   do {                                                                                            \
     if (::fwbase::host_log::enabled(level)) {                                                     \
@@ -76,7 +79,9 @@
     }                                                                                             \
   } while (false)
 
+/// Lets `line` be a number when it becomes a part of a name.
 #define FWBASE_TRACE_NAMED(object, text, line) FWBASE_TRACE_DEFINED(object, text, line)
+/// The object that traces the scope.
 #define FWBASE_TRACE_DEFINED(object, text, line)                                                  \
   const ::fwbase::IRunLog::CTrace fwbase_trace_##line(                                            \
       ::fwbase::host_log::enabled(::fwbase::host_log::kTRACE) ? (text) : nullptr, line, __FILE__, \
@@ -88,15 +93,18 @@
 #undef DEBUG
 
 namespace fwbase {
+
+/// What the logging macros are made of.
 namespace host_log {
 
-constexpr IRunLog::Type kTRACE = IRunLog::TRACE;
-constexpr IRunLog::Type kDEBUG = IRunLog::DEBUG;
-constexpr IRunLog::Type kWARN = IRunLog::WARN;
-constexpr IRunLog::Type kERROR = IRunLog::ERROR;
-constexpr IRunLog::Type kALERT = IRunLog::ALERT;
-constexpr IRunLog::Type kDUMP = IRunLog::DUMP;
+constexpr IRunLog::Type kTRACE = IRunLog::TRACE;  ///< "TRACE" in the macros
+constexpr IRunLog::Type kDEBUG = IRunLog::DEBUG;  ///< "DEBUG" in the macros
+constexpr IRunLog::Type kWARN = IRunLog::WARN;    ///< "WARN" in the macros
+constexpr IRunLog::Type kERROR = IRunLog::ERROR;  ///< "ERROR" in the macros
+constexpr IRunLog::Type kALERT = IRunLog::ALERT;  ///< "ALERT" in the macros
+constexpr IRunLog::Type kDUMP = IRunLog::DUMP;    ///< "DUMP" in the macros
 
+/// Whether records of this level are written: one relaxed load of IRunLog::ms_type_sign.
 inline bool enabled(IRunLog::Type level) {
   return (IRunLog::ms_type_sign.load(std::memory_order_relaxed) & level) != 0;
 }

@@ -1,3 +1,4 @@
+// Elements of XML documents, and the results of operations on them.
 #ifndef UTILITY_ELEMENT_H
 #define UTILITY_ELEMENT_H
 
@@ -12,7 +13,7 @@ namespace utility {
 
 /// Results of CElement and CXml. The operations return them as plain unsigned int; 0 is success.
 enum XmlResult : unsigned int {
-  XEC_OK = 0,
+  XEC_OK = 0,              ///< success
   XEC_NO_MEMORY = 2,       ///< the parser could not be allocated, or memory ran out in it
   XEC_NO_TARGET = 3,       ///< memory for the output ran out
   XEC_PARSE = 4,           ///< the file is not a well-formed document within the limits
@@ -72,7 +73,10 @@ class FWBASE_API CElement {
   /// A handle on element, which document owns. Both pointers are stored as they are.
   CElement(XERCES_CPP_NAMESPACE::DOMDocument* document, XERCES_CPP_NAMESPACE::DOMElement* element);
 
+  /// Another handle on the same element.
   CElement(const CElement& other);
+
+  /// Designates the element of the other handle from now on.
   CElement& operator=(const CElement& other);
 
   /// Forgets both pointers; the element stays where it is.
@@ -85,18 +89,26 @@ class FWBASE_API CElement {
   /// root's parent is the document).
   unsigned int get_parent_element(CElement& out) const;
 
-  /// The nearest sibling element before, or after, this one: XEC_OK, or XEC_NOT_FOUND (35).
+  /// The nearest sibling element before this one: XEC_OK, or XEC_NOT_FOUND (35).
   unsigned int get_pre_element(CElement& out) const;
+
+  /// The nearest sibling element after this one: XEC_OK, or XEC_NOT_FOUND (35).
   unsigned int get_next_element(CElement& out) const;
 
-  /// The first, or last, child element: XEC_OK, or XEC_NOT_FOUND (35).
+  /// The first child element: XEC_OK, or XEC_NOT_FOUND (35).
   unsigned int get_first_child_element(CElement& out) const;
+
+  /// The last child element: XEC_OK, or XEC_NOT_FOUND (35).
   unsigned int get_last_child_element(CElement& out) const;
 
-  /// As the forms without a name, but going on in the same direction to the nearest element
-  /// called name: XEC_OK, XEC_NOT_FOUND (35; also for an empty name), or XEC_ENCODING (38).
+  /// The nearest sibling element called name before this one: XEC_OK, XEC_NOT_FOUND (35; also for
+  /// an empty name), or XEC_ENCODING (38).
   unsigned int get_pre_element(const std::string& name, CElement& out) const;
+
+  /// The nearest sibling element called name after this one, with the same results.
   unsigned int get_next_element(const std::string& name, CElement& out) const;
+
+  /// The first child element called name, with the same results.
   unsigned int get_first_child_element(const std::string& name, CElement& out) const;
 
   /// Appends every child element called name to out, in document order; out is not cleared.
@@ -188,9 +200,12 @@ class FWBASE_API CElement {
   /// element that follows ref is not a child of this element.
   unsigned int insert_next_child_element(const CElement& ref, const CElement& child) const;
 
-  /// Inserts elem as this element's previous, or next, sibling, as the two operations above do
-  /// on the parent with this element as ref. Their codes, or XEC_NO_PARENT (15).
+  /// Inserts elem immediately before this element, as insert_pre_child_element() does on the parent
+  /// with this element as ref. Its codes, or XEC_NO_PARENT (15).
   unsigned int insert_pre_element(const CElement& elem) const;
+
+  /// Inserts elem as this element's next sibling, as insert_next_child_element() does on the parent
+  /// with this element as ref. Its codes, or XEC_NO_PARENT (15).
   unsigned int insert_next_element(const CElement& elem) const;
 
   /// Inserts child before the first child element, or behind all children when there is none: a

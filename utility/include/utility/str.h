@@ -1,3 +1,4 @@
+// Helpers on narrow strings.
 #ifndef UTILITY_STR_H
 #define UTILITY_STR_H
 
@@ -6,6 +7,7 @@
 #include <string>
 #include <vector>
 
+/// Strings and XML.
 namespace utility {
 
 /// Helpers on narrow strings: trimming, comments, splitting, replacing, numbers.

@@ -1,3 +1,4 @@
+// XML documents: loading, searching, saving.
 #ifndef UTILITY_XML_H
 #define UTILITY_XML_H
 
