@@ -2,12 +2,13 @@
 # Counts the instructions of each hot path in callgrind and compares them with those on record:
 #   check.sh PROGRAM RECORD            fails when a path takes more than the margin over its record
 #   check.sh PROGRAM RECORD --update   writes the record
+#   check.sh PROGRAM RECORD --profile  says which functions the instructions are in
 # Counts, unlike times, do not depend on what else the machine does. They do depend on the compiler
 # and the C library: the record is that of a Release build with GCC on Debian 12.
 set -euo pipefail
 
 margin=3 # per cent
-program=$1 record=$2 update=${3:-}
+program=$1 record=$2 action=${3:-}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
@@ -18,10 +19,14 @@ if ! valgrind --tool=callgrind --callgrind-out-file="$scratch/dump" "$program" \
   exit 1
 fi
 
+mapfile -t dumps < <(printf '%s\n' "$scratch"/dump.* | sort -V)
+if [ "$action" = --profile ]; then
+  "$(dirname "$0")/profile.py" "${dumps[@]}"
+  exit
+fi
+
 # "path count" for each path, per operation.
 counts() {
-  local -a dumps
-  mapfile -t dumps < <(printf '%s\n' "$scratch"/dump.* | sort -V)
   awk '
     /^desc: Trigger: Client Request: / { path = $(NF - 1); operations = $NF }
     /^totals: / && path != "" {
@@ -47,7 +52,7 @@ compare() {
 
 counts >"$scratch/counts"
 [ -s "$scratch/counts" ]
-if [ -n "$update" ]; then
+if [ "$action" = --update ]; then
   {
     printf '# Instructions per operation. Written by: ./dev instructions --update\n'
     cat "$scratch/counts"
