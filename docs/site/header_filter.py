@@ -31,7 +31,8 @@ def escaped(text):
     parts = re.split(r"(`[^`]*`)", text)
     for i in range(0, len(parts), 2):
         part = re.sub(r"([\\<>%#@$&*])", r"\\\1", parts[i])
-        parts[i] = re.sub(r"\b__(\w+?)__\b", r"\\_\\_\1\\_\\_", part)
+        part = re.sub(r"\b__(\w+?)__\b", r"\\_\\_\1\\_\\_", part)
+        parts[i] = part.replace('"', "&quot;")  # between quotes, escapes would stay
     return "".join(parts)
 
 
@@ -73,10 +74,13 @@ class Comment:
             self.out.append(line)
             return
         after = self.lines[at + 1] if at + 1 < len(self.lines) else ""
-        entry, note = ENTRY.match(line), NOTE.match(line)
+        entry, note = ENTRY.match(line), at > 0 and NOTE.match(line)
         if LIST_ITEM.match(line):
             self.close()
             self.out.append(escaped(line))
+        elif note and after and indent_of(after) == 0 and not NOTE.match(after):
+            self.close()  # a paragraph that is not in a column
+            self.out.append(f"<strong>{note[1]}:</strong> {escaped(note[3])}")
         elif note:
             self.column = len(line) - len(note[3]) if indent_of(after) > 2 else 2
             self.item("notes", note[1], note[3])
@@ -160,8 +164,10 @@ def filtered(source):
         while at < len(lines) and (found := COMMENT.match(lines[at])):
             texts.append(found[2] or "")
             at += 1
-        for text in Comment(texts).rewritten():
-            yield f"{comment[1]}/// {text}"
+        texts = Comment(texts).rewritten()
+        texts[0] = f"{comment[1]}/** {texts[0]}"
+        texts[-1] += " */"
+        yield from texts
 
 
 if __name__ == "__main__":

@@ -71,6 +71,7 @@ struct FWBASE_API IMM {
   ///      modules with destroy_module() before;
   ///   3. calls release() on each other module, from the highest address to the lowest;
   ///   4. unloads every library.
+  ///
   /// When a module or factory throws, it stops there and the exception reaches the caller: what
   /// was done, the module that threw included, is forgotten; the rest and all libraries stay, and
   /// a second call goes on with them. The manager stays usable; identifiers do not start anew.
