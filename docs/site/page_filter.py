@@ -58,6 +58,8 @@ def site_code(code):
     code = re.sub(r"--+", lambda dashes: "\\-" * len(dashes[0]), code)
     for character, entity in (("&", "amp"), ("<", "lt"), (">", "gt"), ('"', "quot")):
         code = code.replace(character, f"&{entity};")
+    # `write()` is IRunLog's in one guide and a module's in another: Doxygen would link to any.
+    code = re.sub(r"(?<![\w:])([a-z]\w*)(?=\\\()", r"%\1", code)
     return f"<code>{code}</code>"
 
 
