@@ -1,6 +1,5 @@
 #include "tests/support/failing_new.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -10,19 +9,23 @@ thread_local int left_until_failure = 0;  // 0: none is to fail (any more)
 thread_local unsigned int failing_forms = 0;
 thread_local bool failed = false;
 
-void* allocate(std::size_t size, fwbase::test::FailingNew::Form form) {
-  if ((failing_forms & form) != 0 && left_until_failure > 0 && --left_until_failure == 0) {
-    failed = true;
-    return nullptr;
-  }
-  return std::malloc(size != 0 ? size : 1);
+bool refused(fwbase::test::FailingNew::Form form) {
+  const bool fails =
+      (failing_forms & form) != 0 && left_until_failure > 0 && --left_until_failure == 0;
+  failed = failed || fails;
+  return fails;
 }
 
-// What containers with a memory resource call, for any alignment.
+void* allocate(std::size_t size, fwbase::test::FailingNew::Form form) {
+  return refused(form) ? nullptr : std::malloc(size != 0 ? size : 1);
+}
+
+// What containers with a memory resource call, whatever their alignment.
 void* allocate_aligned(std::size_t size, std::size_t alignment) {
-  void* const memory = allocate(size, fwbase::test::FailingNew::THROWING);
-  if (memory == nullptr || reinterpret_cast<std::uintptr_t>(memory) % alignment != 0) {
-    std::free(memory);
+  const std::size_t whole = (size / alignment + 1) * alignment;
+  void* const memory =
+      refused(fwbase::test::FailingNew::THROWING) ? nullptr : std::aligned_alloc(alignment, whole);
+  if (memory == nullptr) {
     throw std::bad_alloc();
   }
   return memory;
