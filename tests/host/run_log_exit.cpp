@@ -20,11 +20,11 @@
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() { return "atexit_sleep_ms=0"; }
 
-// A forked child has the memory that ACE keeps for the writer thread, but not the thread, which
-// alone refers to it.
+// A forked child does not close the converters that its parent has opened: the lock for it may be
+// held for ever.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-  return "leak:ACE_Log_Msg\nleak:ACE_Thread_Exit\n";
+  return "leak:utility::prepare_conversions\n";
 }
 
 namespace {
