@@ -64,9 +64,14 @@ class Converter {
   bool is_open() const { return m_descriptor != closed(); }
 
   // Closing takes the lock that opening takes. A forked child may find it held for ever, when it
-  // exits, and keeps what it has from its parent.
+  // exits, and keeps what it has from its parent, where tools that look for leaks find it.
   void close() {
-    if (is_open() && m_process == ::getpid()) iconv_close(m_descriptor);
+    [[maybe_unused]] static volatile iconv_t kept[2] = {};
+    if (is_open() && m_process == ::getpid()) {
+      iconv_close(m_descriptor);
+    } else if (is_open()) {
+      kept[m_direction == Direction::kToDom ? 0 : 1] = m_descriptor;
+    }
     m_descriptor = closed();
   }
 

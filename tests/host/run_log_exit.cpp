@@ -20,13 +20,6 @@
 extern "C" const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() { return "atexit_sleep_ms=0"; }
 
-// A forked child does not close the converters that its parent has opened: the lock for it may be
-// held for ever.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:utility::prepare_conversions\n";
-}
-
 namespace {
 
 constexpr int kThreads = 3;
