@@ -20,18 +20,11 @@
 #include <memory>
 #include <vector>
 
+#include "utility/uninterrupted.h"
 #include "utility/write_signal_block.h"
 
 namespace utility {
 namespace {
-
-// Makes a call until no signal interrupts it. Not for close(): the descriptor is gone by then.
-template <typename Call>
-auto uninterrupted(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
-}
 
 int open_file(const std::string& path, int flags, mode_t mode = 0) {
   return uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); });

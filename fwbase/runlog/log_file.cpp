@@ -5,12 +5,14 @@
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <optional>
 
+#include "utility/uninterrupted.h"
 #include "utility/write_signal_block.h"
 
 namespace fwbase {
@@ -20,12 +22,12 @@ namespace {
 /// How long a counted position is taken for the true one.
 constexpr std::chrono::microseconds kTrusted(50);
 
-int open_uninterrupted(const char* path, int flags) {
-  int descriptor;
-  do {
-    descriptor = ::open(path, flags | O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY, 0666);
-  } while (descriptor < 0 && errno == EINTR);
-  return descriptor;
+/// How often, a millisecond apart, the lock of the file is asked for.
+constexpr int kLockTries = 100;
+
+int open_to_append(const char* path, int flags) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY;
+  return utility::uninterrupted([=] { return ::open(path, kFlags | flags, 0666); });
 }
 
 bool files_are_limited() {
@@ -37,7 +39,7 @@ bool files_are_limited() {
 
 bool LogFile::open(const char* path, Content content) {
   close();
-  m_descriptor = open_uninterrupted(path, O_CREAT | (content == Content::kDiscard ? O_TRUNC : 0));
+  m_descriptor = open_to_append(path, O_CREAT | (content == Content::kDiscard ? O_TRUNC : 0));
   struct stat status;
   m_signals =
       m_descriptor >= 0 &&
@@ -62,12 +64,12 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
   const std::size_t end = texts.end_of(first + count - 1);
   std::size_t written = texts.begin_of(first);
   while (written < end) {
-    const ssize_t size = ::write(m_descriptor, texts.bytes().data() + written, end - written);
-    if (size > 0) {
-      written += static_cast<std::size_t>(size);
-    } else if (size == 0 || errno != EINTR) {
+    const ssize_t size = utility::uninterrupted(
+        [&] { return ::write(m_descriptor, texts.bytes().data() + written, end - written); });
+    if (size <= 0) {
       return give_up(texts, first, written);
     }
+    written += static_cast<std::size_t>(size);
   }
   this->count(end - texts.begin_of(first));
   return {count, true};
@@ -114,7 +116,17 @@ void LogFile::cut_back(std::size_t written) {
 
 // --- Other processes ---
 
-bool LogFile::lock() { return ::flock(m_descriptor, LOCK_EX) == 0; }
+// Another log has rotated the file within a moment. Who holds the lock for longer has other
+// reasons, and must not hold up the host.
+void LogFile::lock() {
+  constexpr timespec kPause = {0, 1000000};
+  for (int tries = 0; tries < kLockTries && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0;
+       ++tries) {
+    ::nanosleep(&kPause, nullptr);
+  }
+}
+
+void LogFile::unlock() { ::flock(m_descriptor, LOCK_UN); }
 
 bool LogFile::replaced(const char* path, std::int64_t limit) const {
   struct stat own;
@@ -128,7 +140,7 @@ void LogFile::part_from_parent() {
   char own[32];
   std::snprintf(own, sizeof own, "/proc/self/fd/%d", m_descriptor);
   const bool has_position = ::fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode);
-  const int reopened = has_position ? open_uninterrupted(own, 0) : -1;
+  const int reopened = has_position ? open_to_append(own, 0) : -1;
   if (reopened >= 0) {
     ::dup3(reopened, m_descriptor, O_CLOEXEC);
     ::close(reopened);

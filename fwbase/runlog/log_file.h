@@ -44,9 +44,10 @@ class LogFile {
   /// is known after some microseconds only.
   std::int64_t counted_position() const { return m_position; }
 
-  /// Keeps other processes that ask for the lock too away, until the file is closed. False when it
-  /// cannot be had.
-  bool lock();
+  /// Keeps others that ask for the lock away until unlock() or the end of the file. Whoever holds
+  /// it already is waited for, but not for long: then there is no lock.
+  void lock();
+  void unlock();
 
   /// Whether another file of less than `limit` bytes has taken this one's place under its name.
   bool replaced(const char* path, std::int64_t limit) const;

@@ -239,6 +239,7 @@ void CLogProcess::backup_log() {
     try {
       rotate_backups(m_file_name);
     } catch (const std::bad_alloc&) {
+      m_file->unlock();
       errno = ENOMEM;
       return;
     }

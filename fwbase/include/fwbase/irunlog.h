@@ -33,7 +33,8 @@ namespace fwbase {
 /// are GBK.
 ///
 /// A log file whose size reaches 10 MiB (10,485,760 bytes) with a record becomes <file>.bak.0, and
-/// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost.
+/// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost. Of several
+/// processes that write to one file, one does so and the others go on in the new file.
 ///
 /// Threads   every operation may be called from any thread. One reader-writer lock guards the
 ///           output and the settings: records never interleave, and no rotation meets a record.
@@ -118,9 +119,10 @@ struct FWBASE_API IRunLog {
   /// Chooses queued mode (true), where the writer thread writes the records, or direct mode, where
   /// write() does. Takes the lock for writing.
   ///
-  /// Queued records are written in the order in which they were queued. Records that are queued
-  /// when direct mode is chosen are still written, maybe behind later direct ones. Without a writer
-  /// thread (no init(), or a failed one) records pile up and callers block when the queue is full.
+  /// Queued records are written in the order in which they were queued, as a rule within a
+  /// millisecond. Records that are queued when direct mode is chosen are still
+  /// written, maybe behind later direct ones. Without a writer thread (no init(), or a failed one)
+  /// records pile up and callers block when the queue is full.
   virtual void asynch(bool on) = 0;
 
   /// Ends the service: disables all levels, writes what is queued, ends the writer thread, writes

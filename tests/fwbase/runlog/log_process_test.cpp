@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -712,6 +713,9 @@ TEST_F(LogProcess, ARotationWithoutMemoryIsMadeUpForByTheNextRecord) {
     EXPECT_TRUE(memory.has_failed());
   }
   EXPECT_EQ(std::filesystem::file_size(other), text_of(message).size());
+  const int another_log = ::open(other.c_str(), O_RDONLY);
+  EXPECT_EQ(::flock(another_log, LOCK_EX | LOCK_NB), 0);  // nothing stays locked meanwhile
+  ::close(another_log);
   write("y");
   EXPECT_EQ(std::filesystem::file_size(other + ".bak.0"), text_of(message + "y").size() + 14);
   EXPECT_EQ(std::filesystem::file_size(other), 0u);
@@ -736,6 +740,17 @@ TEST_F(LogProcess, OfSeveralLogsOnOneFileOneRotatesItAndTheOthersFollow) {
   EXPECT_EQ(read_file(path + ".bak.0"), old_file);
   EXPECT_EQ(written(), new_file);
   EXPECT_FALSE(std::filesystem::exists(path + ".bak.1"));
+}
+
+TEST_F(LogProcess, ALockThatTheHostKeepsOnTheFileDoesNotKeepItFromRotation) {
+  start(false);
+  const int hosts_own = ::open(path.c_str(), O_RDONLY);
+  ASSERT_EQ(::flock(hosts_own, LOCK_EX), 0);
+  write(std::string(10485760, 'x'));
+  EXPECT_TRUE(backup_exists());
+  write("new");
+  EXPECT_EQ(written(), text_of("new"));
+  ::close(hosts_own);
 }
 
 TEST_F(LogProcess, ALogFileThatWasMovedAwayIsRotatedAsAnyOther) {
