@@ -19,7 +19,6 @@
 
 namespace fwbase {
 
-using support::ReadGuard;
 using support::WriteGuard;
 
 namespace {
@@ -34,6 +33,17 @@ ACE_Sig_Set host_signals() {
     signals.sig_del(fault);
   }
   return signals;
+}
+
+// A record with the details that the flags ask for.
+LogRecord record_with(unsigned int flags) {
+  LogRecord record;
+  record.pid = (flags & IRunLog::INFO_PID) != 0 ? support::process_id() : 0;
+  record.tid = (flags & IRunLog::INFO_TID) != 0 ? support::process_id() : 0;  // as readers expect
+  if ((flags & IRunLog::INFO_TIME) != 0) {
+    record.time = std::time(nullptr);
+  }
+  return record;
 }
 
 }  // namespace
@@ -61,7 +71,9 @@ ec::EC CLogProcess::init() {
   m_info = 0;
   keep_file_open();
   m_standard_output = true;
-  return m_finished ? ec::LOG_OK : start_writer();
+  const ec::EC result = m_finished ? ec::LOG_OK : start_writer();
+  publish();
+  return result;
 }
 
 void CLogProcess::type(unsigned int mask) {
@@ -72,11 +84,13 @@ void CLogProcess::type(unsigned int mask) {
 void CLogProcess::info(unsigned int flags) {
   const WriteGuard guard(m_lock);
   m_info = flags;
+  publish();
 }
 
 void CLogProcess::asynch(bool on) {
   const WriteGuard guard(m_lock);
   m_asynch = on;
+  publish();
 }
 
 ec::EC CLogProcess::file(const char* path) {
@@ -97,6 +111,7 @@ ec::EC CLogProcess::file(const char* path) {
     m_file = std::move(opened);
     m_standard_output = false;
     m_file_name.swap(name);
+    publish();
     return ec::LOG_OK;
   } catch (const std::bad_alloc&) {
     return ec::LOG_NO_MEMORY;
@@ -107,11 +122,7 @@ void CLogProcess::release() {
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   type(0);
   const Standstill standstill(*this);
-  LogRecord closing;
-  {
-    const ReadGuard guard(m_lock);
-    closing = details();
-  }
+  LogRecord closing = record_with(m_published.load().info);
   closing.type = DEBUG;
   closing.message = "\nlog system release\n";
   RecordTexts text;
@@ -120,6 +131,7 @@ void CLogProcess::release() {
   const WriteGuard guard(m_lock);
   output(text);
   m_file.reset();
+  publish();
 }
 
 void CLogProcess::finish() {
@@ -127,6 +139,7 @@ void CLogProcess::finish() {
   const Standstill standstill(*this);
   const WriteGuard guard(m_lock);
   m_finished = true;
+  publish();
 }
 
 // --- Writing, in the caller's thread ---
@@ -137,45 +150,33 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
   }
   LogQueue::Push pushed;
   do {
-    LogRecord record;
-    unsigned int round = 0;
-    const Way way = admit(record, round);
+    unsigned int round;
+    const Admission admission = admit(round);
+    if (admission.way == Way::kNone) {
+      return;
+    }
+    LogRecord record = record_with(admission.info);
     record.type = type;
     record.message = message;
     record.location = location != nullptr ? location : "";
-    if (way == Way::kDirect) {
+    if (admission.way == Way::kDirect) {
       do_write_log(record);
+      return;
     }
-    pushed = way == Way::kQueued ? m_queue.push(record, round) : LogQueue::Push::kDone;
+    pushed = m_queue.push(record, round);
   } while (pushed == LogQueue::Push::kRoundOver);
 }
 
-// Says how a record is to be written now, and takes down its details.
-CLogProcess::Way CLogProcess::admit(LogRecord& record, unsigned int& round) {
-  for (;;) {
-    m_standstill.wait(true);
-    const ReadGuard guard(m_lock);
-    if (m_standstill) {
-      continue;
+// Says how a record is to be written now. The round comes first: should the log be stopped and
+// started again before the rest is read, the queue refuses the record.
+CLogProcess::Admission CLogProcess::admit(unsigned int& round) {
+  do {
+    while (m_standstill) {
+      m_standstill.wait(true);
     }
-    if (!has_output() || m_file_name.empty()) {
-      return Way::kNone;
-    }
-    record = details();
     round = m_queue.round();
-    return m_asynch && !m_finished && !m_forked ? Way::kQueued : Way::kDirect;
-  }
-}
-
-LogRecord CLogProcess::details() const {
-  LogRecord record;
-  const unsigned int flags = m_info;
-  record.pid = (flags & INFO_PID) != 0 ? support::process_id() : 0;
-  record.tid = (flags & INFO_TID) != 0 ? support::process_id() : 0;  // as readers expect
-  if ((flags & INFO_TIME) != 0) {
-    record.time = std::time(nullptr);
-  }
-  return record;
+  } while (m_standstill);
+  return m_published;
 }
 
 // --- Output ---
@@ -189,7 +190,14 @@ void CLogProcess::do_write_log(const LogRecord& record) {
   output(text);
 }
 
-bool CLogProcess::has_output() const { return m_standard_output || m_file != nullptr; }
+void CLogProcess::publish() {
+  Admission admission;
+  admission.info = m_info;
+  if ((m_standard_output || m_file) && !m_file_name.empty()) {
+    admission.way = m_asynch && !m_finished && !m_forked ? Way::kQueued : Way::kDirect;
+  }
+  m_published = admission;
+}
 
 namespace {
 
@@ -246,6 +254,7 @@ void CLogProcess::backup_log() {
   }
   if (!m_file->open(m_file_name.c_str(), content)) {
     m_file.reset();
+    publish();
   }
 }
 
@@ -271,7 +280,7 @@ void CLogProcess::write_queued() {
 // the record's, say whether a time is read.
 void CLogProcess::write_records(const std::vector<char>& packed, RecordTexts& texts) {
   PackedRecords records(packed);
-  while (const auto record = records.next((m_info & INFO_TIME) != 0)) {
+  while (const auto record = records.next((m_published.load().info & INFO_TIME) != 0)) {
     if (!texts.add(*record)) {
       write_texts(texts);
       texts.add(*record);
@@ -351,6 +360,7 @@ void CLogProcess::after_fork_in_child() {
   m_standstill = false;
   m_has_writer = false;
   m_forked = true;
+  publish();
 }
 
 }  // namespace fwbase

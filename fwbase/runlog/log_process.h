@@ -24,7 +24,9 @@ namespace fwbase {
 ///
 /// Locks: m_lifecycle makes init(), release() and finish() follow each other; m_lock guards the
 /// output and the settings; the queue has a lock of its own. No other lock is held while a record
-/// waits for room in the queue.
+/// waits for room in the queue. Who writes a record looks at the settings without m_lock, in the
+/// form in which they were published: thus a queued record never waits for the output, nor a
+/// direct one twice.
 ///
 /// When the writer has to stop, the log comes to a standstill: threads that want to write wait, the
 /// queue's round ends, and what is in the queue is written. So no record can slip behind the end,
@@ -63,15 +65,23 @@ class CLogProcess : public IRunLog {
 
  private:
   enum class Way { kNone, kDirect, kQueued };
+
+  /// What write() needs to know of the settings.
+  struct Admission {
+    Way way = Way::kNone;
+    unsigned int info = 0;
+  };
+  static_assert(std::atomic<Admission>::is_always_lock_free);
+
   class Standstill;
 
-  Way admit(LogRecord& record, unsigned int& round);
+  Admission admit(unsigned int& round);
   void do_write_log(const LogRecord& record);
   void write_records(const std::vector<char>& packed, RecordTexts& texts);
   void write_texts(RecordTexts& texts);
 
-  LogRecord details() const FWBASE_REQUIRES_SHARED(m_lock);
-  bool has_output() const FWBASE_REQUIRES_SHARED(m_lock);
+  /// To be called by whoever has changed the output or a setting.
+  void publish() FWBASE_REQUIRES(m_lock);
   void output(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
   void backup_log() FWBASE_REQUIRES(m_lock);
   void keep_file_open() FWBASE_REQUIRES(m_lock);
@@ -85,9 +95,11 @@ class CLogProcess : public IRunLog {
   std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
   std::unique_ptr<LogFile> m_earlier_files FWBASE_GUARDED_BY(m_lock);  // a list; they stay open
   std::string m_file_name FWBASE_GUARDED_BY(m_lock);
+  unsigned int m_info FWBASE_GUARDED_BY(m_lock) = 0;
   bool m_asynch FWBASE_GUARDED_BY(m_lock) = false;
   bool m_finished FWBASE_GUARDED_BY(m_lock) = false;
-  std::atomic<unsigned int> m_info{0};  // the writer thread looks at it without the lock
+  bool m_forked FWBASE_GUARDED_BY(m_lock) = false;  // the writer is the parent's
+  std::atomic<Admission> m_published{Admission{}};
 
   std::atomic<bool> m_standstill{false};
 
@@ -95,7 +107,6 @@ class CLogProcess : public IRunLog {
   std::mutex m_lifecycle;
   pthread_t m_writer{};                   // under m_lifecycle, while m_has_writer
   std::atomic<bool> m_has_writer{false};  // changed under m_lifecycle
-  std::atomic<bool> m_forked{false};      // the writer is the parent's
 };
 
 }  // namespace fwbase
