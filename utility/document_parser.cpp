@@ -1,6 +1,7 @@
 #include "utility/document_parser.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <memory>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -58,8 +59,9 @@ bool is_ascii(std::string_view text) {
 // library reads them as U+FFFD, without an error; it refuses them in those that it knows itself,
 // which pass here again.
 bool has_foreign_bytes(std::string_view text, const XMLCh* encoding, XmlMemory& memory) {
-  if (encoding == nullptr || is_ascii(text) || unit_size(text) != 1 ||
-      xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0) {
+  if (encoding == nullptr ||
+      xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0 ||
+      is_ascii(text) || unit_size(text) != 1) {
     return false;
   }
   constexpr XMLSize_t kBlock = 4096;
@@ -99,6 +101,7 @@ bool DocumentParser::parse_text(std::string_view text) {
   m_declaration_count = 0;
   m_declarations.clear();
   m_names.clear();
+  m_counted.fill(nullptr);
   setValidationScheme(Val_Auto);
   setDoNamespaces(false);
   setDoSchema(false);
@@ -158,7 +161,7 @@ void DocumentParser::startElement(const xc::XMLElementDecl& element, unsigned in
                                   const XMLCh* prefix, const xc::RefVectorOf<xc::XMLAttr>& attrs,
                                   XMLSize_t attr_count, bool is_empty, bool is_root) {
   enter();
-  count_name(element.getFullName());
+  count_element_name(element);
   for (XMLSize_t i = 0; i < attr_count; ++i) count_name(attrs.elementAt(i)->getName());
   if (element.hasAttDefs()) m_memory.count_work(element.getAttDefList().getAttDefCount());
   XercesDOMParser::startElement(element, uri, prefix, attrs, attr_count, is_empty, is_root);
@@ -217,6 +220,14 @@ void DocumentParser::notationDecl(const xc::XMLNotationDecl& notation, bool is_i
 
 void DocumentParser::enter() {
   if (++m_depth > kMaxNesting) throw DocumentRefused();
+}
+
+void DocumentParser::count_element_name(const xc::XMLElementDecl& element) {
+  const auto address = reinterpret_cast<std::uintptr_t>(&element);
+  const xc::XMLElementDecl*& counted = m_counted[address / sizeof element % m_counted.size()];
+  if (counted == &element) return;
+  count_name(element.getFullName());
+  counted = &element;
 }
 
 void DocumentParser::count_name(const XMLCh* name) {

@@ -4,6 +4,7 @@
 #include "utility/text_codec.h"
 #include "utility/xml_memory.h"
 
+#include <array>
 #include <new>
 #include <string_view>
 #include <unordered_set>
@@ -97,6 +98,7 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
 
  private:
   void enter();
+  void count_element_name(const XERCES_CPP_NAMESPACE::XMLElementDecl& element);
   void count_name(const XMLCh* name);
   void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
 
@@ -111,6 +113,9 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
   std::size_t m_declaration_count = 0;
   DomText m_declarations;
   std::unordered_set<std::size_t> m_names;  // hashes of the names seen
+
+  // Some of the elements seen, by their declarations: elements of one name share one.
+  std::array<const XERCES_CPP_NAMESPACE::XMLElementDecl*, 64> m_counted{};
 };
 
 }  // namespace utility

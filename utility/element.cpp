@@ -61,6 +61,12 @@ xc::DOMText* leading_text(const xc::DOMElement* element) {
   return static_cast<xc::DOMText*>(first);
 }
 
+// The text that begins with first; one node in the usual case.
+bool narrow_text(const xc::DOMText& first, std::string& text) {
+  return first.getNextSibling() == nullptr ? to_narrow_text(first.getNodeValue(), text)
+                                           : to_narrow_text(whole_text(first), text);
+}
+
 bool is_or_is_below(const xc::DOMNode* node, const xc::DOMNode* ancestor) {
   while (node != nullptr && node != ancestor) node = node->getParentNode();
   return node != nullptr;
@@ -263,7 +269,7 @@ unsigned int CElement::get_text(std::string& text) const {
   if (m_element == nullptr) return XEC_NO_ELEMENT;
   const xc::DOMText* const first = leading_text(m_element);
   std::string narrow;
-  if (first != nullptr && !to_narrow_text(whole_text(*first), narrow)) return XEC_ENCODING;
+  if (first != nullptr && !narrow_text(*first, narrow)) return XEC_ENCODING;
   CStr::trim(narrow);
   text = std::move(narrow);
   return XEC_OK;
