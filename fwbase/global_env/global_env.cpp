@@ -86,8 +86,9 @@ const std::string& CGlobalEnvImpl::get_str(const char* name) {
   if (name == nullptr) {
     return empty_string();
   }
+  const std::string_view key(name);
   const ReadGuard guard(m_lock);
-  const auto found = m_strings.find(std::string_view(name));
+  const auto found = m_strings.find(key);
   if (found != m_strings.end()) {
     return found->second;
   }
@@ -99,8 +100,9 @@ ec::EC CGlobalEnvImpl::get_str(const char* name, const char*& val) {
     RUN_LOG(ERROR, "参数name不能为NULL");
     return ec::GENV_BAD_PARAM;
   }
+  const std::string_view key(name);
   const ReadGuard guard(m_lock);
-  const auto found = m_strings.find(std::string_view(name));
+  const auto found = m_strings.find(key);
   if (found != m_strings.end()) {
     val = found->second.c_str();
     return ec::GENV_OK;
