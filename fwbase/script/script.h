@@ -14,14 +14,19 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "fwbase/script/script_types.h"
 #include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
+
+namespace script {
+class CallArguments;
+}
 
 class CScript : public IScript {
  public:
@@ -83,9 +88,10 @@ class CScript : public IScript {
   ec::EC SetValueEnv(const std::string& name, VType type, const void* data, void* env)
       FWBASE_REQUIRES(m_lock);
 
-  /// Reads a variable of an environment, never the global one. `*out` is set on success only.
-  ec::EC GetValueEnv(std::string_view name, VType type, void* out, void* env) const
-      FWBASE_REQUIRES_SHARED(m_lock);
+  /// Reads a variable of an environment, never the global one. `*out` is set on success only, and
+  /// `*place` to the value itself, which stays there until release().
+  ec::EC GetValueEnv(std::string_view name, VType type, void* out, void* env,
+                     const Value** place = nullptr) const FWBASE_REQUIRES_SHARED(m_lock);
 
   /// Assigns a value to the caller's int or string; false for an unknown type.
   static bool copy_out(const Value& value, void* out);
@@ -106,13 +112,15 @@ class CScript : public IScript {
 
   // script_calls.cpp: call elements become recorded calls.
 
-  /// Children of an argument set of one name: the first one, and how many there are.
-  struct NamedChildren {
-    utility::CElement first;
-    int count = 0;
+  /// A child of an argument set.
+  struct NamedChild {
+    std::string name;
+    std::size_t position;
+    utility::CElement element;
   };
-  /// The children of an argument set by name, so that finding all arguments takes one pass.
-  using ChildrenByName = std::unordered_map<std::string, NamedChildren>;
+  /// The children of an argument set, by name and then in their order, so that finding an argument
+  /// does not take a walk through all of them.
+  using ChildrenByName = std::vector<NamedChild>;
 
   ec::EC proc_function(utility::CElement& call) FWBASE_REQUIRES(m_lock);
   /// Compares a declaration with the host's signature.
@@ -120,14 +128,16 @@ class CScript : public IScript {
   /// Reads one argument set and appends the call to the section being loaded.
   ec::EC proc_params_element(utility::CElement& set, XmlFuncRule& rule) FWBASE_REQUIRES(m_lock);
   /// False when the set cannot be read.
-  static bool children_by_name(utility::CElement& set, ChildrenByName& children);
+  static bool children_by_name(const utility::CElement& set, ChildrenByName& children);
+  /// Those of one name.
+  static std::span<NamedChild> children_named(ChildrenByName& children, std::string_view name);
   ec::EC proc_params_child(ChildrenByName& children, const std::string& function,
                            const XmlFuncParamRule& rule, Parament& argument);
   ec::EC proc_ret_child(ChildrenByName& children, std::string& ret);
   ec::EC proc_function_param(utility::CElement& element, VType type, Parament& argument);
   ec::EC proc_ref_element(utility::CElement& ref, Parament& argument);
   /// Stores a text as the literal value of an argument.
-  ec::EC set_literal(VType type, const std::string& text, Value::Data& data);
+  ec::EC set_literal(VType type, std::string text, Value::Data& data);
 
   // script_data.cpp: "Data" elements, in and out.
   ec::EC proc_data_element(utility::CElement& data) FWBASE_REQUIRES(m_lock);
@@ -149,7 +159,7 @@ class CScript : public IScript {
   ec::EC proc_section_calls(utility::CElement& section) FWBASE_REQUIRES(m_lock);
 
   // script_exec.cpp: running a section.
-  class CallArguments;
+  using CallArguments = script::CallArguments;
 
   /// The host function of that name that was registered last; null (logged) when there is none.
   ISyntax* find_function(const char* name) const FWBASE_REQUIRES_SHARED(m_lock);
@@ -159,11 +169,12 @@ class CScript : public IScript {
   /// Runs a section in the environment m_env.
   ec::EC exec_section(const char* section) FWBASE_REQUIRES(m_lock);
   /// Resolves a call's arguments; false when memory ran out.
-  bool make_arguments(const Fun& fun, CallArguments& arguments) const
-      FWBASE_REQUIRES_SHARED(m_lock);
-  std::int32_t int_argument(const Parament& param) const FWBASE_REQUIRES_SHARED(m_lock);
-  bool set_text_argument(const Parament& param, std::size_t index, CallArguments& arguments) const
-      FWBASE_REQUIRES_SHARED(m_lock);
+  bool make_arguments(Fun& call, CallArguments& arguments) const FWBASE_REQUIRES(m_lock);
+  std::int32_t int_argument(Parament& param) const FWBASE_REQUIRES(m_lock);
+  bool set_text_argument(Parament& param, std::size_t index, CallArguments& arguments) const
+      FWBASE_REQUIRES(m_lock);
+  /// Reads the variable that an argument refers to.
+  void read_reference(Parament& param, void* out) const FWBASE_REQUIRES(m_lock);
   /// Frees the arguments' data and empties the list.
   void ClearParam(std::list<Parament>& params);
 

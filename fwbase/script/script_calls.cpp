@@ -1,5 +1,7 @@
 // Call elements of a section become recorded calls, their arguments read against the declaration.
+#include <algorithm>
 #include <new>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -9,6 +11,15 @@
 namespace fwbase {
 
 using utility::CElement;
+
+namespace {
+constexpr std::size_t kUsualChildren = 8;  // of an argument set, at most
+
+// Any order will do, so the cheaper comparison comes first.
+bool goes_before(std::string_view a, std::string_view b) {
+  return a.size() != b.size() ? a.size() < b.size() : a < b;
+}
+}  // namespace
 
 ec::EC CScript::proc_function(CElement& call) {
   const std::string name = call.get_element_name();
@@ -92,29 +103,39 @@ ec::EC CScript::proc_params_element(CElement& set, XmlFuncRule& rule) {
   return result;
 }
 
-bool CScript::children_by_name(CElement& set, ChildrenByName& children) {
-  std::vector<CElement> all;
-  if (set.get_all_child_element(all) != 0) {
-    return false;
+bool CScript::children_by_name(const CElement& set, ChildrenByName& children) {
+  children.reserve(kUsualChildren);
+  CElement child;
+  unsigned int code = set.get_first_child_element(child);
+  while (code == utility::XEC_OK) {
+    children.push_back({child.get_element_name(), children.size(), child});
+    code = child.get_next_element(child);
   }
-  for (CElement& child : all) {
-    NamedChildren& named = children[child.get_element_name()];
-    if (named.count++ == 0) {
-      named.first = child;
-    }
-  }
-  return true;
+  std::sort(children.begin(), children.end(), [](const NamedChild& a, const NamedChild& b) {
+    return a.name != b.name ? goes_before(a.name, b.name) : a.position < b.position;
+  });
+  return code == utility::XEC_NOT_FOUND;
+}
+
+std::span<CScript::NamedChild> CScript::children_named(ChildrenByName& children,
+                                                       std::string_view name) {
+  const auto first = std::lower_bound(
+      children.begin(), children.end(), name,
+      [](const NamedChild& child, std::string_view n) { return goes_before(child.name, n); });
+  const auto last = std::find_if(first, children.end(),
+                                 [name](const NamedChild& child) { return child.name != name; });
+  return {first, last};
 }
 
 ec::EC CScript::proc_params_child(ChildrenByName& children, const std::string& function,
                                   const XmlFuncParamRule& rule, Parament& argument) {
-  const auto found = children.find(rule.tag);
-  if (found != children.end()) {
-    if (found->second.count > 1) {
-      RUN_LOG(ERROR, "字节点[%s]有数目不对:%d\n", rule.tag.c_str(), found->second.count);
-      return ec::SCRIPT_E_PARAMS_CHILD;
-    }
-    return proc_function_param(found->second.first, rule.type, argument);
+  const std::span<NamedChild> found = children_named(children, rule.tag);
+  if (found.size() > 1) {
+    RUN_LOG(ERROR, "字节点[%s]有数目不对:%d\n", rule.tag.c_str(), static_cast<int>(found.size()));
+    return ec::SCRIPT_E_PARAMS_CHILD;
+  }
+  if (!found.empty()) {
+    return proc_function_param(found.front().element, rule.type, argument);
   }
   if (rule.must) {
     RUN_LOG(ERROR, "节点[%s->%s]必须存在\n", function.c_str(), rule.tag.c_str());
@@ -126,11 +147,11 @@ ec::EC CScript::proc_params_child(ChildrenByName& children, const std::string& f
 }
 
 ec::EC CScript::proc_ret_child(ChildrenByName& children, std::string& ret) {
-  const auto found = children.find("ret");
-  if (found == children.end()) {
+  const std::span<NamedChild> found = children_named(children, "ret");
+  if (found.empty()) {
     return ec::SCRIPT_OK;
   }
-  if (found->second.first.get_text(ret) != 0) {
+  if (found.front().element.get_text(ret) != 0) {
     RUN_LOG(ERROR, "获得子节点失败[%s]\n", "ret");
     return ec::SCRIPT_E_FORMAT;
   }
@@ -158,7 +179,7 @@ ec::EC CScript::proc_function_param(CElement& element, VType type, Parament& arg
     RUN_LOG(ERROR, "获得[%s]节点出错，XEC[%0x]", element.get_element_name().c_str(), code);
     return ec::SCRIPT_E_FORMAT;
   }
-  return set_literal(type, text, argument.data);
+  return set_literal(type, std::move(text), argument.data);
 }
 
 ec::EC CScript::proc_ref_element(CElement& ref, Parament& argument) {
@@ -173,16 +194,14 @@ ec::EC CScript::proc_ref_element(CElement& ref, Parament& argument) {
   return ec::SCRIPT_OK;
 }
 
-ec::EC CScript::set_literal(VType type, const std::string& text, Value::Data& data) {
+ec::EC CScript::set_literal(VType type, std::string text, Value::Data& data) {
   switch (type) {
     case VT_INT:
       data.int_value.reset(new (std::nothrow) std::int32_t(script::int_of(text)));
       break;
-    case VT_STRING: {
-      std::string copy(text);
-      data.string_value.reset(new (std::nothrow) std::string(std::move(copy)));
+    case VT_STRING:
+      data.string_value.reset(new (std::nothrow) std::string(std::move(text)));
       break;
-    }
     default:
       RUN_LOG(ERROR, "错误的值类型\n");
       return ec::SCRIPT_BAD_PARAM;

@@ -5,10 +5,10 @@
 // that it has not checked or copied.
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string_view>
 
+#include "fwbase/script/call_arguments.h"
 #include "fwbase/script/script.h"
 #include "fwbase/support/run_log.h"
 
@@ -43,52 +43,6 @@ bool is_named(IScript::ISyntax& function, const char* name) {
 
 }  // namespace
 
-/// What one call hands to a host function: the slots, the texts that they point to, and the name
-/// for the result, all copied.
-class CScript::CallArguments {
- public:
-  explicit CallArguments(std::size_t count)
-      : m_count(count), m_slots(new (std::nothrow) VValue[2 * count]) {
-    if (m_slots) {
-      std::memset(static_cast<void*>(m_slots.get()), 0, 2 * count * sizeof(VValue));
-    }
-  }
-  ~CallArguments() {
-    for (std::size_t i = 0; m_slots && i < m_count; ++i) {
-      delete[] text(i);
-    }
-  }
-  CallArguments(const CallArguments&) = delete;
-  CallArguments& operator=(const CallArguments&) = delete;
-
-  bool allocated() const { return m_slots != nullptr; }
-  const VValue* slots() const { return m_slots.get(); }
-  const char* ret() const { return m_ret.empty() ? nullptr : m_ret.c_str(); }
-
-  void set_ret(const std::string& name) { m_ret = name; }
-  void set_int(std::size_t i, std::int32_t value) { m_slots[i].int_value = value; }
-
-  /// False when memory ran out.
-  bool set_text(std::size_t i, const std::string& value) {
-    char* const copy = new (std::nothrow) char[value.size() + 1];
-    if (copy == nullptr) {
-      return false;
-    }
-    std::memcpy(copy, value.c_str(), value.size() + 1);
-    text(i) = copy;
-    m_slots[i].string_value = copy;
-    return true;
-  }
-
- private:
-  // The array's second half keeps the texts that are to be freed, one allocation for both.
-  const char*& text(std::size_t i) { return m_slots[m_count + i].string_value; }
-
-  const std::size_t m_count;
-  const std::unique_ptr<VValue[]> m_slots;
-  std::string m_ret;
-};
-
 ec::EC CScript::execute(void*) { return ec::SCRIPT_OK; }
 
 ec::EC CScript::exec_scommad(const char* section, void* env) {
@@ -108,14 +62,15 @@ ec::EC CScript::exec_section(const char* section) {
   }
   const unsigned int releases = m_releases;
   ec::EC result = ec::SCRIPT_OK;
+  CallArguments arguments;
   for (Fun& call : *found->second) {
-    CallArguments arguments(call.params.size());
     if (!make_arguments(call, arguments)) {
       RUN_LOG(ERROR, "分配内存失败\n");
       return ec::SCRIPT_NO_MEMORY;
     }
     call.state = kFailed;  // unless it returns a success: it may also throw
     result = call_function(function_of(*call.rule), arguments.slots(), arguments.ret());
+    arguments.end();
     if (m_releases != releases) {
       return ec::SCRIPT_E_SECTION;  // the host released the engine, and the calls with it
     }
@@ -127,13 +82,12 @@ ec::EC CScript::exec_section(const char* section) {
   return result;
 }
 
-bool CScript::make_arguments(const Fun& call, CallArguments& arguments) const try {
-  if (!arguments.allocated()) {
+bool CScript::make_arguments(Fun& call, CallArguments& arguments) const try {
+  if (!arguments.begin(call)) {
     return false;
   }
-  arguments.set_ret(call.ret);
   std::size_t index = 0;
-  for (const Parament& param : call.params) {
+  for (Parament& param : call.params) {
     if (param.type == VT_INT) {
       arguments.set_int(index, int_argument(param));
     } else if (param.type == VT_STRING && !set_text_argument(param, index, arguments)) {
@@ -147,23 +101,36 @@ bool CScript::make_arguments(const Fun& call, CallArguments& arguments) const tr
 }
 
 // A variable that cannot be read has been logged; its argument is 0 or empty and the call is made.
-std::int32_t CScript::int_argument(const Parament& param) const {
+std::int32_t CScript::int_argument(Parament& param) const {
   if (param.ref_name.empty()) {
     return *param.data.int_value;
   }
   std::int32_t value = 0;
-  GetValueEnv(param.ref_name, VT_INT, &value, m_env);
+  read_reference(param, &value);
   return value;
 }
 
-bool CScript::set_text_argument(const Parament& param, std::size_t index,
+bool CScript::set_text_argument(Parament& param, std::size_t index,
                                 CallArguments& arguments) const {
   if (param.ref_name.empty()) {
-    return arguments.set_text(index, *param.data.string_value);
+    arguments.set_literal(index, *param.data.string_value);
+    return true;
   }
   std::string text;
-  GetValueEnv(param.ref_name, VT_STRING, &text, m_env);
-  return arguments.set_text(index, text);
+  read_reference(param, &text);
+  return arguments.set_variable(index, text);
+}
+
+// A variable that was found once stays where it is as long as the call: both go with release().
+void CScript::read_reference(Parament& param, void* out) const {
+  const bool known = param.found != nullptr && param.found_in == m_env;
+  if (known && param.found->type == param.type) {
+    copy_out(*param.found, out);
+    return;
+  }
+  if (ec::succeeded(GetValueEnv(param.ref_name, param.type, out, m_env, &param.found))) {
+    param.found_in = m_env;
+  }
 }
 
 ec::EC CScript::Call_Fun(const char* name, const VValue* args, const char* ret) {

@@ -155,20 +155,21 @@ ec::EC CScript::proc_section_element(CElement& section) {
   return proc_section_calls(section);
 }
 
+// One call after the other, while its elements are still in the processor's cache.
 ec::EC CScript::proc_section_calls(CElement& section) {
-  std::vector<CElement> calls;
-  if (const unsigned int code = section.get_all_child_element(calls); code != 0) {
+  CElement call;
+  unsigned int code = section.get_first_child_element(call);
+  while (code == utility::XEC_OK) {
+    if (const ec::EC result = proc_function(call); ec::failed(result)) {
+      return result;
+    }
+    code = call.get_next_element(call);
+  }
+  if (code != utility::XEC_NOT_FOUND) {
     RUN_LOG(ERROR, "获得子节点出错, XEC[%x]\n", code);
     return ec::SCRIPT_E_FORMAT;
   }
-  ec::EC result = ec::SCRIPT_OK;
-  for (CElement& call : calls) {
-    result = proc_function(call);
-    if (ec::failed(result)) {
-      break;
-    }
-  }
-  return result;
+  return ec::SCRIPT_OK;
 }
 
 }  // namespace fwbase

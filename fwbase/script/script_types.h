@@ -51,6 +51,10 @@ struct Parament {
   IScript::VType type = IScript::VT_INT;
   Value::Data data;      ///< the literal; nothing for a reference
   std::string ref_name;  ///< the variable referred to; empty for a literal
+
+  /// The variable that the last run found, good for runs in its environment.
+  const Value* found = nullptr;
+  void* found_in = nullptr;
 };
 
 /// A recorded call.

@@ -122,7 +122,8 @@ ec::EC CScript::SetValueEnv(const std::string& name, VType type, const void* dat
   return ec::SCRIPT_OK;
 }
 
-ec::EC CScript::GetValueEnv(std::string_view name, VType type, void* out, void* env) const {
+ec::EC CScript::GetValueEnv(std::string_view name, VType type, void* out, void* env,
+                            const Value** place) const {
   const auto table = m_env_values.find(env);
   if (table == m_env_values.end()) {
     RUN_LOG(ERROR, "没有改环境对应的符号表, env[0x%x]", addr32(env));
@@ -141,6 +142,9 @@ ec::EC CScript::GetValueEnv(std::string_view name, VType type, void* out, void* 
   if (!copy_out(value, out)) {
     RUN_LOG(ERROR, "value type error:%d", type);
     return ec::SCRIPT_BAD_PARAM;
+  }
+  if (place != nullptr) {
+    *place = &value;
   }
   return ec::SCRIPT_OK;
 }

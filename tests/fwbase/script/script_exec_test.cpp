@@ -118,6 +118,38 @@ TEST_F(ScriptExec, ReferencesTakeTheValueThatTheVariableHasAtEachRun) {
   EXPECT_EQ(both.envs(), (std::vector<void*>{&env_a, &env_b, &env_a}));
 }
 
+TEST_F(ScriptExec, AReferenceFollowsAVariableThatChangesItsType) {
+  load("<section name='s'><one><n><ref>i</ref></n></one></section>");
+  engine.set_env("i", 1, &env_a);
+  engine.exec_scommad("s", &env_a);
+  engine.set_env("i", "text", &env_a);
+  engine.exec_scommad("s", &env_a);
+  engine.set_env("i", 2, &env_a);
+  engine.exec_scommad("s", &env_a);
+  EXPECT_EQ(one.calls(), (Texts{"one(1)", "one(0)", "one(2)"}));
+  EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, "变量:(i)类型不匹配")});
+}
+
+TEST_F(ScriptExec, AVariableThatARunMissedIsFoundOnceItIsSet) {
+  load("<section name='s'><one><n><ref>i</ref></n></one></section>");
+  engine.set_env("i", 1, &env_b);
+  engine.exec_scommad("s", &env_b);
+  engine.exec_scommad("s", &env_a);
+  engine.exec_scommad("s", &env_b);
+  engine.set_env("i", 2, &env_a);
+  engine.exec_scommad("s", &env_a);
+  EXPECT_EQ(one.calls(), (Texts{"one(1)", "one(0)", "one(1)", "one(2)"}));
+}
+
+TEST_F(ScriptExec, CallsOfVeryDifferentSizesGetTheirOwnArguments) {
+  const std::string large(10000, 'x');
+  load("<section name='s'><text><s>a</s><ret>r</ret></text><text><s>" + large +
+       "</s></text><none/><both><n>7</n><s>b</s></both></section>");
+  ASSERT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(text.calls(), (Texts{"text('a')->r", "text('" + large + "')"}));
+  EXPECT_EQ(both.calls(), Texts{"both(7,'b')"});
+}
+
 TEST_F(ScriptExec, AMissingVariableIsZeroOrEmptyEvenIfAGlobalOneExists) {
   load("<section name='s'><both><n><ref>i</ref></n><s><ref>t</ref></s></both></section>");
   engine.set("i", 5);
@@ -365,7 +397,7 @@ TEST_F(ScriptExecMemory, EachFailedAllocationEndsTheRunBeforeTheCall) {
     int count = 0;
   } quiet("both", {VT_INT, VT_STRING});
   engine.expand_syntax(&quiet);
-  EXPECT_EQ(fail_each(FailingNew::NOTHROW), 2);  // the array, the text
+  EXPECT_EQ(fail_each(FailingNew::NOTHROW), 1);  // the array, with the text
   EXPECT_EQ(quiet.count, 1);
   EXPECT_EQ(engine.states("s"), std::vector{1});
 }
@@ -379,7 +411,7 @@ TEST_F(ScriptExecMemory, LongTextsAndNamesEndTheRunToo) {
     ec::EC call(const IScript::VValue*, void*, const char*) override { return ec::SCRIPT_OK; }
   } quiet("text", {VT_STRING});
   engine.expand_syntax(&quiet);
-  EXPECT_EQ(fail_each(FailingNew::ANY), 4);  // the array, the name, the value, the text
+  EXPECT_EQ(fail_each(FailingNew::ANY), 3);  // the array with the name, the value, its copy
 }
 
 // Host functions that use the engine.
