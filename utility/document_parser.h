@@ -16,7 +16,7 @@ namespace utility {
 // What a document may cost. Sizes that depend on the document are per byte of its file.
 
 /// Bytes of the file.
-constexpr std::size_t kMaxFileSize = 256 * 1024 * 1024;
+constexpr std::size_t kMaxFileSize = std::size_t{256} * 1024 * 1024;
 /// Elements and entity references nested in each other. The XML library saves, copies and
 /// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
 constexpr std::size_t kMaxNesting = 1000;
@@ -27,7 +27,7 @@ constexpr std::size_t kBytesPerExpansion = 32;
 constexpr std::size_t kMaxWork = 8'000'000;
 constexpr std::size_t kMaxWorkPerByte = 8;
 /// Bytes of memory. Elements of one letter with nothing in them take about 75 bytes per byte.
-constexpr std::size_t kMaxMemory = 32 * 1024 * 1024;
+constexpr std::size_t kMaxMemory = std::size_t{32} * 1024 * 1024;
 constexpr std::size_t kMaxMemoryPerByte = 96;
 /// Different names of elements and attributes, for the DOM's table of names has a fixed size.
 constexpr std::size_t kMaxNames = 50'000;

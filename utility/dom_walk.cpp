@@ -30,13 +30,13 @@ class Reader {
   explicit Reader(const xc::DOMDocument& document) : m_top(&document), m_next(&document) {}
 
   Stop next() {
-    if (m_next == nullptr) return Stop::kDone;
     m_text.clear();
     while (m_next != nullptr && !m_leaving && is_text(*m_next)) {
       m_text += m_next->getNodeValue();
       step_over(m_next);
     }
     if (!m_text.empty()) return Stop::kText;
+    if (m_next == nullptr) return Stop::kDone;
 
     m_node = m_next;
     if (m_leaving) {

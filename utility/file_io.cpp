@@ -250,7 +250,7 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
   if (expected > max_size) return ReadResult::kTooLarge;
   text.clear();
   text.reserve(expected);
-  static constexpr std::size_t kBlock = 64 * 1024;
+  static constexpr std::size_t kBlock = std::size_t{64} * 1024;
   const std::unique_ptr<char[]> block(new char[kBlock]);
   for (;;) {
     const ssize_t size = uninterrupted([&] { return ::read(file.get(), block.get(), kBlock); });

@@ -61,7 +61,7 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   std::size_t bytes_in_use() const { return m_in_use; }
 
  private:
-  static constexpr std::size_t kReserveSize = 16 * 1024;
+  static constexpr std::size_t kReserveSize = std::size_t{16} * 1024;
 
   void count_reader();
   void* allocate_from_reserve(std::size_t size);

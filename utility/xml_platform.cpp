@@ -40,7 +40,7 @@ class Reserve {
   bool allocated() const { return block != nullptr; }
 
  private:
-  static constexpr std::size_t kSize = 2 * 1024 * 1024;  // the library takes 0.7 MiB
+  static constexpr std::size_t kSize = std::size_t{2} * 1024 * 1024;  // the library takes 0.7 MiB
 
   // Called by operator new, which then tries again. Other threads get what they would get without
   // the reserve, also when they are late: this uses nothing that goes with the object.
