@@ -144,8 +144,8 @@ ec::EC CGlobalEnvImpl::ex_str(const char* name, const char* nval, bool end) {
     RUN_LOG(ERROR, "名为:(%s)的字符串不存在", name);
     return ec::GENV_STR_NOT_FOUND;
   }
-  std::string& value = found->second;
   try {
+    std::string& value = found->second;
     value.insert(end ? value.size() : 0, nval);
   } catch (const std::bad_alloc&) {
     return no_memory(name);

@@ -28,7 +28,7 @@ constexpr std::size_t kTextRoom = 4096;
 
 // All but those that a fault of the thread itself raises.
 ACE_Sig_Set host_signals() {
-  ACE_Sig_Set signals(1);
+  ACE_Sig_Set signals(true);
   for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
     signals.sig_del(fault);
   }

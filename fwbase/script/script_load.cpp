@@ -134,7 +134,7 @@ ec::EC CScript::proc_section_element(CElement& section) {
     RUN_LOG(ERROR, "获得section节点的name属性失败\n");
     return ec::SCRIPT_E_ATTR;
   }
-  if (m_sections.count(name) != 0) {
+  if (m_sections.contains(name)) {
     RUN_LOG(ERROR, "名字为[%s]的section已经存在\n", name.c_str());
     return ec::SCRIPT_E_SECTION_DUP;
   }

@@ -84,7 +84,7 @@ ec::EC CScript::proc_func_element(CElement& func) {
     }
     rule.params.push_back(param_rule);
   }
-  if (m_func_rules.count(rule.name) != 0) {
+  if (m_func_rules.contains(rule.name)) {
     RUN_LOG(ERROR, "同名函数已经存在，Func[%s]\n", rule.name.c_str());
     return ec::SCRIPT_FUNC_EXISTS;
   }
