@@ -96,7 +96,7 @@ void produce(Queue& queue) {
 std::string take(IDataBlock& block) {
   const auto length = static_cast<unsigned char>(*block.rd_ptr());
   block.rd_ptr(1);
-  const std::string word(block.rd_ptr(), length);
+  std::string word(block.rd_ptr(), length);
   block.rd_ptr(length);
   return word;
 }

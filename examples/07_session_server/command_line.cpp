@@ -41,7 +41,7 @@ std::string CommandLine::parse(int argc, const char* const* argv) {
     if (++i == argc) {
       return "option " + name + " needs a value";
     }
-    const std::string problem = set(*option, argv[i]);
+    std::string problem = set(*option, argv[i]);
     if (!problem.empty()) {
       return problem;
     }

@@ -65,7 +65,7 @@ std::string parse(int argc, char** argv, Options& options) {
   line.number("--threads", options.server.threads, 1, 256);
   line.number("--max-sessions", options.max_sessions, 1, 1000000);
   line.number("--stall-seconds", options.server.stall_seconds, 1, 3600);
-  const std::string problem = line.parse(argc, argv);
+  std::string problem = line.parse(argc, argv);
   if (!problem.empty() || options.help) {
     return problem;
   }

@@ -31,7 +31,7 @@ std::vector<std::string> candidates(const std::string& path) {
 // The one file that there is, or all that the loader's search path may have.
 std::vector<std::string> files_of(const std::string& library) {
   const std::string path = tools::module_path(library);
-  const std::vector<std::string> files = candidates(path);
+  std::vector<std::string> files = candidates(path);
   if (path.find('/') == path.npos) {
     return files;
   }

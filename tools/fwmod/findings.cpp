@@ -48,9 +48,9 @@ std::string demangled(const char* name) {
 
 std::string current_exception_text() {
   const std::type_info* const type = abi::__cxa_current_exception_type();
-  const std::string name = type != nullptr ? demangled(type->name()) : "something unknown";
+  std::string name = type != nullptr ? demangled(type->name()) : "something unknown";
   try {
-    throw;
+    throw;  // cppcheck-suppress rethrowNoCurrentException  ; the caller has one
   } catch (const std::exception& exception) {
     return name + ": " + tools::quoted(tools::readable(exception.what()));
   } catch (...) {

@@ -20,7 +20,7 @@ std::string without_line_ends(std::string text) {
 
 using fwbase::IFWBase;
 
-ErrorLog::ErrorLog() : m_inner(IFWBase::instance()->runlog(this)) { type(0); }
+ErrorLog::ErrorLog() : m_inner(IFWBase::instance()->runlog(this)) { ErrorLog::type(0); }
 
 ErrorLog::~ErrorLog() {
   if (IFWBase::instance()->runlog() == this) {
@@ -43,7 +43,7 @@ void ErrorLog::write(Type type, const char* message, const char* location) {
     const std::lock_guard<std::mutex> guard(m_mutex);
     to_file = (m_levels & type) != 0;
     if (type == ERROR && message != nullptr) {
-      m_errors.push_back(message);
+      m_errors.emplace_back(message);
       if (m_errors.size() > kMostErrors) {
         m_errors.pop_front();
       }

@@ -10,7 +10,7 @@ namespace {
 
 using fwbase::IScript;
 
-std::string signature(std::vector<std::string> types) { return "(" + joined(types) + ")"; }
+std::string signature(const std::vector<std::string>& types) { return "(" + joined(types) + ")"; }
 
 std::string declared_signature(const Function& function) {
   std::vector<std::string> types;
@@ -23,7 +23,7 @@ std::string declared_signature(const Function& function) {
 std::string provided_signature(IScript::ISyntax& function) {
   std::vector<std::string> types;
   for (int i = 0; i < function.param_count(); ++i) {
-    types.push_back(function.param_types()[i] == IScript::VT_INT ? "int" : "string");
+    types.emplace_back(function.param_types()[i] == IScript::VT_INT ? "int" : "string");
   }
   return signature(types);
 }

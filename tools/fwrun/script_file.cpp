@@ -31,25 +31,25 @@ class Document {
   utility::CXml m_xml;
 };
 
-Elements children(CElement parent, const char* name) {
+Elements children(const CElement& parent, const char* name) {
   Elements found;
   parent.get_child_element(name, found);
   return found;
 }
 
-Elements children(CElement parent) {
+Elements children(const CElement& parent) {
   Elements found;
   parent.get_all_child_element(found);
   return found;
 }
 
-std::string attribute(CElement element, const char* name) {
+std::string attribute(const CElement& element, const char* name) {
   std::string value;
   element.get_attr(name, value);
   return value;
 }
 
-Parameter read_parameter(CElement element) {
+Parameter read_parameter(const CElement& element) {
   Parameter parameter{attribute(element, "tag"), attribute(element, "type"), {}};
   if (attribute(element, "must") == "false") {
     const bool is_int = parameter.type == "int";
@@ -59,7 +59,7 @@ Parameter read_parameter(CElement element) {
   return parameter;
 }
 
-Function read_function(CElement element) {
+Function read_function(const CElement& element) {
   Function function{attribute(element, "name"), {}};
   for (const CElement& child : children(element, "param")) {
     function.parameters.push_back(read_parameter(child));
@@ -67,9 +67,9 @@ Function read_function(CElement element) {
   return function;
 }
 
-ScriptCall read_call(const std::string& function, CElement arguments) {
+ScriptCall read_call(const std::string& function, const CElement& arguments) {
   ScriptCall call{function, {}, arguments.get_child_text("ret")};
-  for (CElement& child : children(arguments)) {
+  for (const CElement& child : children(arguments)) {
     const std::string tag = child.get_element_name();
     if (tag != "ret" && tag != "params") {
       const bool is_variable = child.has_child_element("ref");
@@ -80,9 +80,9 @@ ScriptCall read_call(const std::string& function, CElement arguments) {
   return call;
 }
 
-Section read_section(CElement element) {
+Section read_section(const CElement& element) {
   Section section{attribute(element, "name"), {}};
-  for (CElement& child : children(element)) {
+  for (const CElement& child : children(element)) {
     const std::string function = child.get_element_name();
     const Elements sets = children(child, "params");
     for (const CElement& set : sets) {
@@ -95,7 +95,7 @@ Section read_section(CElement element) {
   return section;
 }
 
-void read_process(CElement process, ScriptFile& script) {
+void read_process(const CElement& process, ScriptFile& script) {
   for (const CElement& data : children(process, "Data")) {
     for (const CElement& var : children(data, "var")) {
       script.variables.push_back(
@@ -109,7 +109,7 @@ void read_process(CElement process, ScriptFile& script) {
   }
 }
 
-void read_root(CElement root, ScriptFile& script) {
+void read_root(const CElement& root, ScriptFile& script) {
   for (const CElement& group : children(root, "template")) {
     for (const CElement& function : children(group, "Func")) {
       script.functions.add(read_function(function));

@@ -107,7 +107,7 @@ constexpr std::string_view kExample = "Example: ";
 }  // namespace
 
 std::string man_page(const CLI::App& app) {
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   std::string page = ".TH " + upper(name) + " 1 \"\" \"" + app.version() + "\" \"User Commands\"\n";
   page += ".SH NAME\n" + name + " \\- " + troff(summary_of(app)) + "\n";
   page += ".SH SYNOPSIS\n" + synopsis_of(app);
@@ -147,7 +147,7 @@ std::string bash_completion(const CLI::App& app) {
   const auto alternatives = [](const std::vector<std::string>& options) {
     return CLI::detail::join(options, " | ");
   };
-  const std::string name = app.get_name();
+  const std::string& name = app.get_name();
   std::string text = "# bash completion of " + name + "\n_" + name + "() {\n";
   text += "  local word=${COMP_WORDS[COMP_CWORD]}\n  COMPREPLY=()\n";
   text += "  case ${COMP_WORDS[COMP_CWORD - 1]} in\n";

@@ -23,7 +23,7 @@ std::string module_path(const std::string& name, const std::vector<std::string>&
   }
   for (const std::string& directory : directories) {
     for (const std::string& file : {"lib" + name + ".so", name + ".so", name}) {
-      const std::string path = directory + "/" + file;
+      std::string path = directory + "/" + file;
       if (is_file(path)) {
         return path;
       }

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdio>
 
-using fwbase::IDataBlockFT;
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;
 using fwbase::IMM;
