@@ -19,6 +19,7 @@ namespace {
 // and that the writer thread is not left waiting.
 class ProcessFacade {
  public:
+  // cppcheck-suppress uninitMemberVar  ; the storage becomes the facade
   ProcessFacade() : m_facade(new (m_storage) CFWBase) { m_facade->watch_forks(); }
   ~ProcessFacade() { m_facade->finish_log(); }
   ProcessFacade(const ProcessFacade&) = delete;

@@ -64,7 +64,7 @@ class Boost : public Logger {
   }
 
   ~Boost() override {
-    finish();
+    Boost::finish();
     core().remove_all_sinks();
     core().set_global_attributes({});
     core().reset_filter();

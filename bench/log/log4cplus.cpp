@@ -30,7 +30,7 @@ class Log4cplus : public Logger {
     m_logger.setLogLevel(mode == Mode::kDisabled ? log4cplus::ERROR_LOG_LEVEL
                                                  : log4cplus::WARN_LOG_LEVEL);
   }
-  ~Log4cplus() override { finish(); }
+  ~Log4cplus() override { Log4cplus::finish(); }
   Log4cplus(const Log4cplus&) = delete;
   Log4cplus& operator=(const Log4cplus&) = delete;
 

@@ -18,6 +18,7 @@ constexpr std::size_t kTextLimit = 1022;
 // "this(0x%x) %s %s(%d) CT:%s %s"
 class Location {
  public:
+  // cppcheck-suppress uninitMemberVar  ; what is written of the text ends with a zero
   explicit Location(const support::CallSite& site) {
     add("this(0x");
     add_number(support::addr32(site.object), 16);

@@ -44,11 +44,11 @@ Record record(IRunLog::Type level, const std::string& message) { return {level, 
 
 LogCapture::LogCapture(unsigned int levels) {
   IFWBase::instance()->runlog(this);
-  type(levels);
+  LogCapture::type(levels);
 }
 
 LogCapture::~LogCapture() {
-  type(0);
+  LogCapture::type(0);
   IFWBase::instance()->runlog(nullptr);
 }
 

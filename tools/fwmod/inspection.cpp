@@ -113,7 +113,7 @@ void run_inspection(int argc, char** argv) {
   }
   const Request request = request_of(argc, argv);
   Findings findings(*report, request.function);
-  terminating = &findings;
+  terminating = &findings;  // cppcheck-suppress danglingLifetime  ; this does not return
   std::set_terminate(report_uncaught);
   inspect(request, findings);
   std::abort();  // not reached

@@ -29,6 +29,7 @@ enum class Step : int {
 };
 
 /// One text, written once. Cut when it is too long.
+// cppcheck-suppress noConstructor  ; the memory it is made in is all zeros
 class Text {
  public:
   /// False when another thread has written or is writing.
