@@ -32,6 +32,7 @@ DataPtr new_data_block(std::size_t size, int kind) {
 }  // namespace
 
 MessagePtr new_message_block(std::size_t size, int kind) {
+  // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): DataPtr gives the memory back to its allocator
   DataPtr data = new_data_block(size, kind);
   MessagePtr block(data ? new (std::nothrow) ACE_Message_Block(data.get()) : nullptr);
   if (!block) {

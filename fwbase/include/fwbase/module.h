@@ -35,7 +35,7 @@
   extern "C" ::fwbase::IMM::IBase* function() {                                              \
     static_assert(::std::is_base_of<::fwbase::IMM::IBase, Class>::value,                     \
                   "a module derives from fwbase::IMM::IBase or from fwbase::IMM::IFactory"); \
-    return new (::std::nothrow) Class;                                                       \
+    return new (::std::nothrow) Class; /* NOLINT(bugprone-macro-parentheses): a type */      \
   }
 
 /// Writes one record to the facade's run log, from a member function:
