@@ -267,11 +267,13 @@ TEST_F(Loading, BoundsNamesAndDeclarations) {
   };
   EXPECT_EQ(load(document(static_cast<int>(kMaxNames))), XEC_OK);
   EXPECT_EQ(load(document(static_cast<int>(kMaxNames) + 1)), 4u);
-  const auto declarations = [](std::size_t count) {
-    return "<!DOCTYPE r [" + repeated("<!ENTITY e 'x'>", count) + "]><r/>";
-  };
-  EXPECT_EQ(load(declarations(kMaxDeclarations)), XEC_OK);
-  EXPECT_EQ(load(declarations(kMaxDeclarations + 1)), 4u);
+  for (const char* const declaration : {"<!ENTITY e 'x'>", "<!NOTATION n SYSTEM 's'>"}) {
+    const auto declarations = [&](std::size_t count) {
+      return "<!DOCTYPE r [" + repeated(declaration, count) + "]><r/>";
+    };
+    EXPECT_EQ(load(declarations(kMaxDeclarations)), XEC_OK) << declaration;
+    EXPECT_EQ(load(declarations(kMaxDeclarations + 1)), 4u) << declaration;
+  }
 }
 
 TEST_F(Loading, BoundsNestingAndWorksAtTheLimitOnASmallStack) {

@@ -26,6 +26,8 @@ TEST_F(Saving, KeepsTheWholeDocument) {
       "<!DOCTYPE r PUBLIC \"p\" \"none.dtd\"><r/>",
       "<!DOCTYPE r [<!ENTITY e \"ent\">]><r a=\"&e;\">1&e;2</r>",
       "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r d CDATA \"default\">]><r/>",
+      "<!DOCTYPE r [<!NOTATION n SYSTEM \"s\"><!NOTATION p PUBLIC \"q\">"
+      "<!ENTITY u SYSTEM \"f\" NDATA n>]><r/>",
       "<p:r xmlns:p=\"u\"><p:a/></p:r>",
       "<?xml version='1.0' encoding='GBK'?><r a=\"\xD6\xD0\">\xCE\xC4</r>",
       "<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>",
@@ -207,6 +209,8 @@ TEST_F(Saving, RefusesWhatWouldNotComeBackAndLeavesTheFile) {
        [](auto&, auto&) {}},
       {"quotes in a default that read as another declaration",
        "<!DOCTYPE r [<!ATTLIST z a CDATA 'v\" b CDATA \"w'>]><r/>", [](auto&, auto&) {}},
+      {"quotes in the name of a notation", "<!DOCTYPE r [<!NOTATION n SYSTEM 's\"t'>]><r/>",
+       [](auto&, auto&) {}},
       {"blanks that tokens lose", "<!DOCTYPE r [<!ATTLIST r a NMTOKENS #IMPLIED>]><r/>",
        [](auto&, auto& r) { r.set_attr("a", " x  y "); }},
       {"a comment with a double hyphen", "<r/>",

@@ -4,9 +4,12 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <set>
 #include <thread>
 
@@ -69,6 +72,43 @@ TEST_F(FileIo, AReplacedFileKeepsItsPermissionsAndOwner) {
   EXPECT_EQ(after.st_gid, before.st_gid);
   EXPECT_NE(after.st_ino, before.st_ino);  // replaced, not written over
   EXPECT_EQ(names(), std::set<std::string>{"x"});
+}
+
+// As Linux keeps it in the extended attribute: version 2, then tag, permissions and user of each.
+std::string access_list() {
+  struct Entry {
+    std::uint16_t tag, permissions;
+    std::uint32_t id;
+  };
+  constexpr std::uint32_t kVersion = 2;
+  constexpr auto kNone = static_cast<std::uint32_t>(-1);
+  constexpr Entry kEntries[] = {{0x01, 6, kNone},   // the owner reads and writes
+                                {0x02, 4, 12345},   // so much may this user: read
+                                {0x04, 0, kNone},   // the group may nothing
+                                {0x10, 4, kNone},   // the mask, which stat() shows as the group's
+                                {0x20, 0, kNone}};  // nor may others
+  std::string list(reinterpret_cast<const char*>(&kVersion), sizeof kVersion);
+  return list.append(reinterpret_cast<const char*>(kEntries), sizeof kEntries);
+}
+
+TEST_F(FileIo, AReplacedFileKeepsItsAccessList) {
+  constexpr const char* kAttribute = "system.posix_acl_access";
+  const std::string list = access_list();
+  make(path("x"), "old");
+  if (::setxattr(path("x").c_str(), kAttribute, list.data(), list.size(), 0) != 0) {
+    ASSERT_EQ(errno, ENOTSUP);
+    GTEST_SKIP() << "the file system has no access lists";
+  }
+  const struct stat before = status(path("x"));
+  EXPECT_TRUE(write_file(path("x"), "new"));
+  EXPECT_EQ(text(path("x")), "new");
+  EXPECT_NE(status(path("x")).st_ino, before.st_ino);
+  EXPECT_EQ(status(path("x")).st_mode, before.st_mode);
+  std::string kept(list.size() + 1, '\0');
+  const ssize_t size = ::getxattr(path("x").c_str(), kAttribute, kept.data(), kept.size());
+  ASSERT_GE(size, 0);
+  kept.resize(static_cast<std::size_t>(size));
+  EXPECT_EQ(kept, list);
 }
 
 TEST_F(FileIo, FollowsSymbolicLinks) {
