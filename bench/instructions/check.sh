@@ -4,13 +4,16 @@
 #   check.sh PROGRAM RECORD --update   writes the record
 #   check.sh PROGRAM RECORD --profile  says which functions the instructions are in
 # Counts, unlike times, do not depend on what else the machine does. They do depend on the compiler
-# and the C library: the record is that of a Release build with GCC on Debian 12.
+# and the C library: the record is that of a Release build with GCC on Debian 12. Of the string
+# functions, which the C library has in several forms, those run that every processor has.
 set -euo pipefail
 
 margin=3 # per cent
 program=$1 record=$2 action=${3:-}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+
+export GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX2,-AVX_Fast_Unaligned_Load,-AVX512F,-SSSE3,-SSE4_1,-SSE4_2,-ERMS,-FSRM
 
 # A dump for each path, and a last one for the rest of the run.
 if ! valgrind --tool=callgrind --callgrind-out-file="$scratch/dump" "$program" \

@@ -86,12 +86,11 @@ void count_calls(const char* name, Arguments arguments, int registered) {
   count(name, kCalls, [&] { caller->run(); });
 }
 
-void count_load() {
-  constexpr int kCallsInFile = 1000;
+void count_load(const char* name, int calls_in_file) {
   Scripts scripts;
   const auto loader = ours(loader_kinds()).make();
-  const std::string& path = scripts.with(kCallsInFile);
-  count_once("load", kCallsInFile, [&] { loader->load(path.c_str()); });
+  const std::string& path = scripts.with(calls_in_file);
+  count_once(name, calls_in_file, [&] { loader->load(path.c_str()); });
 }
 
 void count_data_block() {
@@ -120,7 +119,8 @@ void count_all() {
   count_calls("call_string", Arguments::kString, 10);
   count_calls("call_variable", Arguments::kVariable, 10);
   count_calls("call_of_1000_functions", Arguments::kNone, 1000);
-  count_load();
+  count_load("load_1000_calls", 1000);
+  count_load("load_10000_calls", 10000);
   count_data_block();
 }
 
