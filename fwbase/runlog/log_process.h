@@ -66,8 +66,8 @@ class CLogProcess : public IRunLog {
  private:
   enum class Way { kNone, kDirect, kQueued };
 
-  /// What write() needs to know of the settings.
-  struct Admission {
+  /// What write() needs to know of the settings; for the processor one word.
+  struct alignas(8) Admission {
     Way way = Way::kNone;
     unsigned int info = 0;
   };

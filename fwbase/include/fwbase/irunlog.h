@@ -147,7 +147,8 @@ struct FWBASE_API IRunLog {
   /// succeeds.
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
   /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
-  /// Takes the lock for reading, then in direct mode for writing; holds none while it blocks.
+  /// Sees the settings as they were at one moment. In direct mode takes the lock for writing, in
+  /// queued mode none: records do not wait for each other's output.
   virtual void write(Type type, const char* message, const char* location) = 0;
 
   virtual ~IRunLog() {}
