@@ -107,6 +107,10 @@ ec::EC CLogProcess::file(const char* path) {
       return ec::LOG_OPEN_FAILED;
     }
     const WriteGuard guard(m_lock);
+    // A rotation may just have made it a backup.
+    if (opened->replaced(path, kRotationSize) && !opened->open(path, LogFile::Content::kKeep)) {
+      return ec::LOG_OPEN_FAILED;
+    }
     keep_file_open();
     m_file = std::move(opened);
     m_standard_output = false;
