@@ -107,8 +107,6 @@ const xc::DOMNode* next_over(const xc::DOMNode* node, const xc::DOMNode* top) {
 }
 
 DomText whole_text(const xc::DOMText& first) {
-  // The usual case, without asking for parents: the library finds them by dynamic_cast.
-  if (first.getNextSibling() == nullptr) return first.getNodeValue();
   DomText text;
   const xc::DOMNode* const parent = first.getParentNode();
   for (const xc::DOMNode* node = &first; node != nullptr;) {

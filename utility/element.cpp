@@ -61,7 +61,8 @@ xc::DOMText* leading_text(const xc::DOMElement* element) {
   return static_cast<xc::DOMText*>(first);
 }
 
-// The text that begins with first; one node in the usual case.
+// The text that begins with first; one node in the usual case, where no parent needs to be asked
+// for, which the library finds by dynamic_cast.
 bool narrow_text(const xc::DOMText& first, std::string& text) {
   return first.getNextSibling() == nullptr ? to_narrow_text(first.getNodeValue(), text)
                                            : to_narrow_text(whole_text(first), text);

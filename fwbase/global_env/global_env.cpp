@@ -185,8 +185,9 @@ void* CGlobalEnvImpl::get_addr(const char* name) {
   if (name == nullptr) {
     return nullptr;
   }
+  const std::string_view key(name);
   const ReadGuard guard(m_lock);
-  const auto found = m_addresses.find(std::string_view(name));
+  const auto found = m_addresses.find(key);
   if (found != m_addresses.end()) {
     return found->second;
   }
@@ -198,8 +199,9 @@ ec::EC CGlobalEnvImpl::get_addr(const char* name, void*& val) {
     RUN_LOG(ERROR, "参数name不能为NULL");
     return ec::GENV_BAD_PARAM;
   }
+  const std::string_view key(name);
   const ReadGuard guard(m_lock);
-  const auto found = m_addresses.find(std::string_view(name));
+  const auto found = m_addresses.find(key);
   if (found != m_addresses.end()) {
     val = found->second;
     return ec::GENV_OK;

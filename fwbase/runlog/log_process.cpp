@@ -319,10 +319,7 @@ ec::EC CLogProcess::start_writer() {
 
 // What is in the queue is written, by whoever ends it where there is no writer.
 void CLogProcess::begin_standstill() {
-  {
-    const WriteGuard guard(m_lock);
-    m_standstill = true;
-  }
+  m_standstill = true;
   m_queue.close();
   if (m_has_writer) {
     ::pthread_join(m_writer, nullptr);

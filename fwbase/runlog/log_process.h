@@ -25,8 +25,8 @@ namespace fwbase {
 /// Locks: m_lifecycle makes init(), release() and finish() follow each other; m_lock guards the
 /// output and the settings; the queue has a lock of its own. No other lock is held while a record
 /// waits for room in the queue. Who writes a record looks at the settings without m_lock, in the
-/// form in which they were published: thus a queued record never waits for the output, nor a
-/// direct one twice.
+/// form in which they were published: thus a queued record never waits for the lock that the output
+/// holds, nor a direct one twice.
 ///
 /// When the writer has to stop, the log comes to a standstill: threads that want to write wait, the
 /// queue's round ends, and what is in the queue is written. So no record can slip behind the end,

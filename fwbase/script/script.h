@@ -24,10 +24,6 @@
 
 namespace fwbase {
 
-namespace script {
-class CallArguments;
-}
-
 class CScript : public IScript {
  public:
   using Value = script::Value;
@@ -159,7 +155,7 @@ class CScript : public IScript {
   ec::EC proc_section_calls(utility::CElement& section) FWBASE_REQUIRES(m_lock);
 
   // script_exec.cpp: running a section.
-  using CallArguments = script::CallArguments;
+  class CallArguments;
 
   /// The host function of that name that was registered last; null (logged) when there is none.
   ISyntax* find_function(const char* name) const FWBASE_REQUIRES_SHARED(m_lock);

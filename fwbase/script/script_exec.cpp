@@ -5,10 +5,10 @@
 // that it has not checked or copied.
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string_view>
 
-#include "fwbase/script/call_arguments.h"
 #include "fwbase/script/script.h"
 #include "fwbase/support/run_log.h"
 
@@ -43,6 +43,59 @@ bool is_named(IScript::ISyntax& function, const char* name) {
 
 }  // namespace
 
+/// What one call hands to a host function: the slots, the texts that they point to, and the name
+/// for the result, all copied.
+class CScript::CallArguments {
+ public:
+  explicit CallArguments(std::size_t count)
+      : m_slots(new (std::nothrow) VValue[2 * count + 1]),
+        m_copies(m_slots ? m_slots.get() + count : nullptr) {
+    if (m_slots) {
+      std::fill(m_slots.get(), m_copies, kEmpty);
+    }
+  }
+  ~CallArguments() {
+    while (m_copy_count > 0) {
+      delete[] m_copies[--m_copy_count].string_value;
+    }
+  }
+  CallArguments(const CallArguments&) = delete;
+  CallArguments& operator=(const CallArguments&) = delete;
+
+  bool allocated() const { return m_slots != nullptr; }
+  const VValue* slots() const { return m_slots.get(); }
+  const char* ret() const { return m_ret; }
+
+  void set_int(std::size_t i, std::int32_t value) { m_slots[i].int_value = value; }
+
+  // False when memory ran out.
+  bool set_text(std::size_t i, const std::string& value) {
+    m_slots[i].string_value = copy(value);
+    return m_slots[i].string_value != nullptr;
+  }
+  bool set_ret(const std::string& name) {
+    m_ret = copy(name);
+    return m_ret != nullptr;
+  }
+
+ private:
+  static constexpr VValue kEmpty = {.string_value = nullptr};  // that is all of a slot
+
+  const char* copy(const std::string& text) {
+    char* const copied = new (std::nothrow) char[text.size() + 1];
+    if (copied != nullptr) {
+      std::memcpy(copied, text.c_str(), text.size() + 1);
+      m_copies[m_copy_count++].string_value = copied;
+    }
+    return copied;
+  }
+
+  const std::unique_ptr<VValue[]> m_slots;
+  VValue* const m_copies;  // behind the slots: what is to be freed
+  std::size_t m_copy_count = 0;
+  const char* m_ret = nullptr;
+};
+
 ec::EC CScript::execute(void*) { return ec::SCRIPT_OK; }
 
 ec::EC CScript::exec_scommad(const char* section, void* env) {
@@ -62,15 +115,14 @@ ec::EC CScript::exec_section(const char* section) {
   }
   const unsigned int releases = m_releases;
   ec::EC result = ec::SCRIPT_OK;
-  CallArguments arguments;
   for (Fun& call : *found->second) {
+    CallArguments arguments(call.params.size());
     if (!make_arguments(call, arguments)) {
       RUN_LOG(ERROR, "分配内存失败\n");
       return ec::SCRIPT_NO_MEMORY;
     }
     call.state = kFailed;  // unless it returns a success: it may also throw
     result = call_function(function_of(*call.rule), arguments.slots(), arguments.ret());
-    arguments.end();
     if (m_releases != releases) {
       return ec::SCRIPT_E_SECTION;  // the host released the engine, and the calls with it
     }
@@ -83,7 +135,7 @@ ec::EC CScript::exec_section(const char* section) {
 }
 
 bool CScript::make_arguments(Fun& call, CallArguments& arguments) const try {
-  if (!arguments.begin(call)) {
+  if (!arguments.allocated() || (!call.ret.empty() && !arguments.set_ret(call.ret))) {
     return false;
   }
   std::size_t index = 0;
@@ -113,12 +165,11 @@ std::int32_t CScript::int_argument(Parament& param) const {
 bool CScript::set_text_argument(Parament& param, std::size_t index,
                                 CallArguments& arguments) const {
   if (param.ref_name.empty()) {
-    arguments.set_literal(index, *param.data.string_value);
-    return true;
+    return arguments.set_text(index, *param.data.string_value);
   }
   std::string text;
   read_reference(param, &text);
-  return arguments.set_variable(index, text);
+  return arguments.set_text(index, text);
 }
 
 // A variable that was found once stays where it is as long as the call: both go with release().

@@ -161,6 +161,7 @@ bool CScript::copy_out(const Value& value, void* out) {
   return false;
 }
 
+// The entry stays where it is: references remember it.
 void CScript::put_value(ValueTable& table, const std::string& name, Value&& value) {
   const auto [entry, added] = table.try_emplace(name);
   if (!added) {

@@ -148,7 +148,7 @@ struct FWBASE_API IRunLog {
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
   /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
   /// Sees the settings as they were at one moment. In direct mode takes the lock for writing, in
-  /// queued mode none: records do not wait for each other's output.
+  /// queued mode none: as long as there is room, a record does not wait for the output.
   virtual void write(Type type, const char* message, const char* location) = 0;
 
   virtual ~IRunLog() {}

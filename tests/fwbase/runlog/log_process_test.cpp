@@ -352,6 +352,11 @@ TEST_F(LogProcess, InitResetsTheSettings) {
   log.type(0xFF);
   ASSERT_EQ(log.init(), ec::LOG_OK);
   EXPECT_EQ(IRunLog::ms_type_sign, 0u);
+  std::ostringstream standard_output;
+  std::streambuf* const screen = std::cout.rdbuf(standard_output.rdbuf());
+  write("before file()");  // direct, and without a number
+  std::cout.rdbuf(screen);
+  EXPECT_EQ(standard_output.str(), text_of("before file()"));
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   std::filesystem::resize_file(path, 0);
   write("x");  // direct: in the file at once
@@ -372,6 +377,7 @@ TEST_F(LogProcess, ASecondReleaseWritesNothing) {
   log.release();
   log.release();
   write("x");
+  EXPECT_TRUE(log.queue().empty());
   EXPECT_EQ(written(), kClosing);
 }
 

@@ -397,7 +397,7 @@ TEST_F(ScriptExecMemory, EachFailedAllocationEndsTheRunBeforeTheCall) {
     int count = 0;
   } quiet("both", {VT_INT, VT_STRING});
   engine.expand_syntax(&quiet);
-  EXPECT_EQ(fail_each(FailingNew::NOTHROW), 1);  // the array, with the text
+  EXPECT_EQ(fail_each(FailingNew::NOTHROW), 2);  // the array, the text
   EXPECT_EQ(quiet.count, 1);
   EXPECT_EQ(engine.states("s"), std::vector{1});
 }
@@ -411,7 +411,7 @@ TEST_F(ScriptExecMemory, LongTextsAndNamesEndTheRunToo) {
     ec::EC call(const IScript::VValue*, void*, const char*) override { return ec::SCRIPT_OK; }
   } quiet("text", {VT_STRING});
   engine.expand_syntax(&quiet);
-  EXPECT_EQ(fail_each(FailingNew::ANY), 3);  // the array with the name, the value, its copy
+  EXPECT_EQ(fail_each(FailingNew::ANY), 4);  // the array, the name, the value, the text
 }
 
 // Host functions that use the engine.
