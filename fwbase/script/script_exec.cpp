@@ -134,7 +134,7 @@ ec::EC CScript::exec_section(const char* section) {
   return result;
 }
 
-bool CScript::make_arguments(Fun& call, CallArguments& arguments) const try {
+bool CScript::make_arguments(Fun& call, CallArguments& arguments) const {
   if (!arguments.allocated() || (!call.ret.empty() && !arguments.set_ret(call.ret))) {
     return false;
   }
@@ -148,8 +148,6 @@ bool CScript::make_arguments(Fun& call, CallArguments& arguments) const try {
     ++index;
   }
   return true;
-} catch (const std::bad_alloc&) {
-  return false;
 }
 
 // A variable that cannot be read has been logged; its argument is 0 or empty and the call is made.
@@ -167,9 +165,13 @@ bool CScript::set_text_argument(Parament& param, std::size_t index,
   if (param.ref_name.empty()) {
     return arguments.set_text(index, *param.data.string_value);
   }
-  std::string text;
-  read_reference(param, &text);
-  return arguments.set_text(index, text);
+  try {
+    std::string text;
+    read_reference(param, &text);
+    return arguments.set_text(index, text);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 // A variable that was found once stays where it is as long as the call: both go with release().
