@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# usage: ./dev faults [--long]
+#
+# Fails each allocation and each I/O call of each operation in turn, and kills hosts that save and
+# log: a part of them and 50 kills, or with --long all of them and 1,000.
+. scripts/support/common.sh
+
+kills=50 form=()
+case "${1:-}" in
+  '') ;;
+  --long) kills=1000 form=(--long) ;;
+  *) die "'$1'?" ;;
+esac
+programs=build/gcc-debug/tests/faults
+build gcc-debug --target alloc_faults io_faults kills
+
+# Each scenario runs in a process of its own and says what it has done.
+failed=0
+say "Failing allocations"
+for scenario in $("$programs/alloc_faults" --list); do
+  "$programs/alloc_faults" "$scenario" "${form[@]}" || failed=1
+done
+say "Failing I/O calls"
+for scenario in $("$programs/io_faults" --list); do
+  "$programs/io_faults" "$scenario" || failed=1
+done
+say "Killing hosts"
+for scenario in saving logging; do
+  "$programs/kills" "$scenario" "$kills" || failed=1
+done
+exit "$failed"

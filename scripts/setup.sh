@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# usage: ./dev setup [SET]
+#
+# Installs the packages of a set: run, test, fuzz or all. Without one: all.
+. scripts/support/common.sh
+
+setup "${1:-all}"

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# usage: ./dev stress [SECONDS [PRESET]]
+#
+# Runs random operations on all components, and an overload of the log (built optimised), for that
+# long each: 600 seconds and the preset tsan unless others are given. "helgrind" as the preset runs
+# the operations in Helgrind.
+. scripts/support/common.sh
+
+# Takes 50 times as long, and is wanted for the operations only.
+stress_in_helgrind() {
+  install_packages valgrind
+  build gcc-debug --target random_operations
+  say "Random operations in Helgrind for $1 s"
+  valgrind --tool=helgrind --error-exitcode=1 --suppressions=tests/stress/helgrind.supp \
+    build/gcc-debug/tests/stress/random_operations "$1"
+}
+
+seconds=${1:-600} preset=${2:-tsan}
+if [ "$preset" = helgrind ]; then
+  stress_in_helgrind "$seconds"
+  exit
+fi
+build "$preset" --target random_operations
+say "Random operations for $seconds s"
+"build/$preset/tests/stress/random_operations" "$seconds"
+build gcc-release --target slow_disk # the sanitizers' allocators tell nothing about memory
+say "Overload of the log for $seconds s"
+build/gcc-release/tests/stress/slow_disk "$seconds"
