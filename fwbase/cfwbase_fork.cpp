@@ -7,6 +7,7 @@
 #include <new>
 
 #include "fwbase/cfwbase.h"
+#include "fwbase/support/reader_marks.h"
 #include "utility/text_codec.h"
 
 namespace fwbase {
@@ -33,6 +34,7 @@ void after_fork_in_parent() {
 
 void after_fork_in_child() {
   new (&forking) std::mutex;
+  support::ReaderMarks::remove_those_of_others();
   watched->after_fork_in_child();
 }
 
