@@ -29,10 +29,10 @@ completions() {
 . "$completion"
 complete -p "$name" >/dev/null
 
-"$command" --help | grep -oE '^ +--[a-z-]+' | tr -d ' ' | sort >listed
+"$command" --help | grep -oE '^ +(-[a-z],)?--[a-z-]+' | sed 's/.*--/--/' | sort >listed
 grep -qx -e --help listed
 completions -- | sort | expect "options that are completed" 3<listed
-gzip -dc "$man_page" | sed -n 's/^\\fB\(\\-\\-[a-z\\-]*\)\\fR.*/\1/p' | tr -d "\\\\" | sort |
+gzip -dc "$man_page" | sed -n 's/^\\fB\(\\-[a-z], \)\?\(\\-\\-[a-z\\-]*\)\\fR.*/\2/p' | tr -d "\\\\" | sort |
   expect "options in the manual page" 3<listed
 gzip -dc "$man_page" | grep -E '^\.SH ' | cut -c5- |
   expect "sections of the manual page" 3<<<$'NAME\nSYNOPSIS\nDESCRIPTION\nOPTIONS\nEXIT STATUS\nEXAMPLE'

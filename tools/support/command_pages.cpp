@@ -60,6 +60,15 @@ std::string value_of(const CLI::Option& option) {
   return takes_value(option) ? option.get_type_name() : std::string();
 }
 
+// "-f, --follow", or "--help"; without the dashes of a positional argument.
+std::string names_of(const CLI::Option& option) {
+  std::string names;
+  for (const std::string& name : option.get_snames()) {
+    names += "-" + name + ", ";
+  }
+  return names + option.get_name();
+}
+
 std::vector<const CLI::Option*> options_of(const CLI::App& app, bool positional) {
   return app.get_options(
       [positional](const CLI::Option* option) { return option->get_positional() == positional; });
@@ -83,7 +92,7 @@ std::string items(const std::vector<const CLI::Option*>& options, bool positiona
     if (positional) {
       text += italic(option->get_name(true));
     } else {
-      text += bold(option->get_name()) + (value.empty() ? "" : " " + italic(value));
+      text += bold(names_of(*option)) + (value.empty() ? "" : " " + italic(value));
     }
     text += "\n" + troff(option->get_description()) + "\n";
   }
@@ -137,11 +146,15 @@ std::string bash_completion(const CLI::App& app) {
   std::vector<std::string> with_text;
   for (const CLI::Option* const option : options_of(app, false)) {
     names.push_back(option->get_name());
+    std::vector<std::string> ways{names.back()};
+    for (const std::string& name : option->get_snames()) {
+      ways.push_back("-" + name);
+    }
     const std::string value = value_of(*option);
     if (value.starts_with("FILE") || value.starts_with("PATH")) {
-      with_file.push_back(names.back());
+      with_file.insert(with_file.end(), ways.begin(), ways.end());
     } else if (!value.empty()) {
-      with_text.push_back(names.back());
+      with_text.insert(with_text.end(), ways.begin(), ways.end());
     }
   }
   const auto alternatives = [](const std::vector<std::string>& options) {

@@ -17,6 +17,7 @@ struct Command {
     app.add_option("NAME", name, "A name")->required();
     app.add_option("--log", log, "A file")->type_name("FILE");
     app.add_option("--set", set, "A value")->type_name("NAME=VALUE");
+    app.add_option("-n,--number", set, "A number")->type_name("N");
   }
 
   CLI::App app{"Does one-off things."};
@@ -44,6 +45,7 @@ TEST(CommandPages, ManPageHasASectionOfEachKindWithItsTextEscaped) {
             ".TP\n\\fB\\-\\-version\\fR\nDisplay program version information and exit\n"
             ".TP\n\\fB\\-\\-log\\fR \\fIFILE\\fR\nA file\n"
             ".TP\n\\fB\\-\\-set\\fR \\fINAME=VALUE\\fR\nA value\n"
+            ".TP\n\\fB\\-n, \\-\\-number\\fR \\fIN\\fR\nA number\n"
             ".SH EXIT STATUS\n0 done\n"
             ".SH EXAMPLE\n.nf\ncmd \\-\\-log f x\n.fi\n");
 }
@@ -51,8 +53,8 @@ TEST(CommandPages, ManPageHasASectionOfEachKindWithItsTextEscaped) {
 TEST(CommandPages, CompletionOffersFilesForAnOptionThatTakesOneAndNothingForOtherValues) {
   const std::string completion = bash_completion(Command().app);
   EXPECT_TRUE(contains(completion, "    --log) ;;\n"));
-  EXPECT_TRUE(contains(completion, "    --set) return ;;\n"));
-  EXPECT_TRUE(contains(completion, "'--help --version --log --set'"));
+  EXPECT_TRUE(contains(completion, "    --set | --number | -n) return ;;\n"));
+  EXPECT_TRUE(contains(completion, "'--help --version --log --set --number'"));
   EXPECT_TRUE(contains(completion, "complete -o filenames -F _cmd cmd\n"));
 }
 
