@@ -1,0 +1,70 @@
+// Logs as UTF-8. docs/encodings.md has the rule by which GBK and UTF-8 are told apart.
+#ifndef LOG_RECORDS_ENCODING_H
+#define LOG_RECORDS_ENCODING_H
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace log_records {
+
+enum class Encoding {
+  kAuto,  ///< GBK with pieces of UTF-8 in it
+  kGbk,
+  kGb18030,
+  kUtf8
+};
+
+/// How one text is to be read.
+enum class Reading { kUtf8, kGbk, kGbkWithUtf8, kGb18030 };
+
+/// The length of the UTF-8 character that `text` begins with, 0 when it begins with none.
+std::size_t utf8_length(std::string_view text);
+
+/// The length of the ASCII that `text` begins with.
+std::size_t ascii_length(std::string_view text);
+
+/// Gives a text piece by piece, in UTF-8 that is always valid: what is no character becomes U+FFFD,
+/// one for each byte. No piece divides a character.
+class Pieces {
+ public:
+  Pieces(std::string_view text, Reading reading);
+  ~Pieces();
+  Pieces(const Pieces&) = delete;
+  Pieces& operator=(const Pieces&) = delete;
+
+  /// The next piece, which stays until the next call; false at the end.
+  bool next(std::string_view& piece);
+
+ private:
+  struct Converter;
+
+  void take_character();
+  void take_utf8(std::size_t length);
+  void take_unknown_byte();
+  bool take_gbk_pair();
+  bool take_utf8_run();
+  void take_gb18030();
+
+  std::string_view m_left;
+  const Reading m_reading;
+  const char* m_no_run_before = nullptr;  // up to here no run of UTF-8 is long enough
+  std::size_t m_run_left = 0;             // bytes of such a run that are not taken yet
+  std::size_t m_size = 0;
+  std::array<char, 512> m_piece;
+};
+
+/// How `text`, a message or a location, is to be read where the log has this encoding.
+Reading reading_of(std::string_view text, Encoding encoding);
+
+/// Appends `text` as UTF-8.
+void append_decoded(std::string_view text, Reading reading, std::string& out);
+
+/// True where the system can read GB18030.
+bool has_gb18030();
+
+}  // namespace log_records
+
+#endif

@@ -1,0 +1,132 @@
+// A tag begins with a bracket, which most lines of a log have one of: memchr() looks for it faster
+// than for ends of lines, of which a record has two and more.
+#include "log_records/splitter.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "log_records/record.h"
+
+namespace log_records {
+
+namespace {
+
+constexpr std::string_view kMark = "\r\n >";
+constexpr std::size_t kNone = std::string_view::npos;
+
+}  // namespace
+
+void Splitter::Freed::operator()(char* bytes) const { std::free(bytes); }
+
+std::span<char> Splitter::room(std::size_t size) {
+  if (m_capacity - m_end < size && m_begin > 0) {
+    std::memmove(m_bytes.get(), m_bytes.get() + m_begin, m_end - m_begin);
+    m_end -= m_begin;
+    m_searched -= std::min(m_searched, m_begin);
+    m_looked -= std::min(m_looked, m_begin);
+    m_begin = 0;
+  }
+  if (m_capacity - m_end < size) {
+    // Large blocks are moved by the system without copying, and pages without bytes take no memory.
+    const std::size_t capacity = std::max(m_end + size, m_capacity + m_capacity / 2);
+    void* const larger = std::realloc(m_bytes.get(), capacity);
+    if (larger == nullptr) {
+      throw std::bad_alloc();
+    }
+    [[maybe_unused]] const char* const moved = m_bytes.release();
+    m_bytes.reset(static_cast<char*>(larger));
+    m_capacity = capacity;
+  }
+  return {m_bytes.get() + m_end, m_capacity - m_end};
+}
+
+// The first tag at the begin of a line in [from, to), or kNone, and then `from` is where to go on
+// when more bytes are there. A tag at `from` itself needs the end of a line before it.
+std::size_t Splitter::find_tag(std::size_t& from, std::size_t to) const {
+  const char* const data = m_bytes.get();
+  while (from < to) {
+    const void* const found = std::memchr(data + from, '[', to - from);
+    if (found == nullptr) {
+      from = to;
+      break;
+    }
+    const auto at = static_cast<std::size_t>(static_cast<const char*>(found) - data);
+    const bool begins_line = at > 0 && data[at - 1] == '\n';
+    if (begins_line && m_end - at < kTagSize) {
+      from = at;  // too few bytes to tell
+      break;
+    }
+    if (begins_line && tag_at({data + at, kTagSize})) {
+      return at;
+    }
+    from = at + 1;
+  }
+  return kNone;
+}
+
+Splitter::Head Splitter::look_at_head(std::size_t tag) {
+  const std::size_t blank = tag + kTagSize;
+  if (m_end == blank) {
+    return Head::kUnknown;
+  }
+  if (m_bytes.get()[blank] != ' ') {
+    return Head::kIncomplete;
+  }
+  m_looked = std::max(m_looked, blank);
+  // The mark may have begun at the end of what was looked at before.
+  const std::size_t from = std::max(blank, m_looked - std::min(m_looked, kMark.size() - 1));
+  const std::size_t mark = bytes().find(kMark, from);
+  const std::size_t to = mark == kNone ? m_end : mark;
+  if (find_tag(m_looked, to) != kNone) {
+    return Head::kIncomplete;
+  }
+  return mark == kNone ? Head::kUnknown : Head::kComplete;
+}
+
+bool Splitter::give(std::size_t end, bool is_ambiguous, RecordBytes& record) {
+  record = {{m_bytes.get() + m_begin, end - m_begin}, m_offset, is_ambiguous};
+  m_offset += end - m_begin;
+  m_begin = end;
+  m_searched = end + 1;
+  m_looked = 0;
+  return true;
+}
+
+bool Splitter::next(Behind behind, RecordBytes& record) {
+  if (m_begin == m_end) {
+    return false;
+  }
+  m_searched = std::max(m_searched, m_begin + 1);
+  std::size_t from = m_searched;
+  const std::size_t tag = find_tag(from, m_end);
+  m_searched = tag == kNone ? from : tag;
+  if (tag == kNone) {
+    return behind == Behind::kEnd && give(m_end, false, record);
+  }
+  if (m_look_ahead == LookAhead::kNone) {
+    return give(tag, false, record);
+  }
+  const Head head = look_at_head(tag);
+  if (head == Head::kUnknown && behind == Behind::kMore) {
+    return false;
+  }
+  const bool is_record = tag_at(rest()).has_value();
+  return give(tag, is_record && head != Head::kComplete, record);
+}
+
+void Splitter::restart() {
+  m_begin = m_end = m_searched = m_looked = 0;
+  m_offset = 0;
+  release_memory();
+}
+
+void Splitter::release_memory() {
+  if (m_begin == m_end) {
+    m_bytes.reset();
+    m_begin = m_end = m_searched = m_looked = m_capacity = 0;
+  }
+}
+
+}  // namespace log_records
