@@ -81,7 +81,10 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION
     "framework base library for long-running hosts - commands
 ${about}
 .
-This package has fwrun, which runs sections of scripts, and fwmod, which
-checks module libraries.")
+This package has fwrun, which runs sections of scripts, fwmod, which
+checks module libraries, and fwlog, which reads the log.")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/conffiles "/etc/lnav/formats/fwbase/fwlog.json\n")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_BINARY_DIR}/conffiles)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "lnav, jq")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION})")
 include(CPack)

@@ -61,7 +61,8 @@ find "$work/$library/usr/lib" -name "libfwbase.so.$number" | grep -q .
 find "$work/libfwbase-dev/usr/lib" -name libfwbase.so | grep -q .
 has libfwbase-dev "usr/include/fwbase-$number/fwbase/fwbase.h" \
   "usr/include/fwbase-$number/utility/xml.h"
-has fwbase-tools usr/bin/{fwrun,fwmod} usr/share/man/man1/{fwrun,fwmod}.1.gz \
-  usr/share/bash-completion/completions/{fwrun,fwmod}
+has fwbase-tools usr/bin/{fwrun,fwmod,fwlog} usr/share/man/man1/{fwrun,fwmod,fwlog}.1.gz \
+  etc/lnav/formats/fwbase/fwlog.json \
+  usr/share/bash-completion/completions/{fwrun,fwmod,fwlog}
 
 "$here/readme_example.sh" "$readme" "$work/example" "$cxx" "$flags" "$work/root"

@@ -1,0 +1,56 @@
+#include "call_tree.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "filter.h"
+#include "shown_text.h"
+
+namespace fwlog {
+
+using log_records::Record;
+
+namespace {
+
+// Of open calls whose returns never came; deeper trees cannot be read either.
+constexpr std::size_t kMostOpen = 1000;
+
+// Where the record of a return stands: at its call, which it closes.
+std::size_t close_call(std::vector<std::size_t>& open, std::size_t location) {
+  const auto found = std::find(open.rbegin(), open.rend(), location);
+  if (found != open.rend()) {
+    open.erase(found.base() - 1, open.end());
+  }
+  return open.size();
+}
+
+}  // namespace
+
+void CallTree::take(const Found& found) {
+  const Record& record = found.record;
+  OpenCalls& open = m_processes[record.pid.value_or(0)];
+  const std::size_t location = std::hash<std::string_view>()(record.location);
+  std::size_t depth = open.size();
+  if (!is_call(record)) {
+    depth = close_call(open, location);
+  } else if (open.size() < kMostOpen) {
+    open.push_back(location);
+  }
+  add_time(record);
+  for (std::size_t i = 0; i < depth; ++i) {
+    out().add("  ");
+  }
+  const std::size_t text = record.message.find(' ') + 1;
+  out().add(record.message.substr(0, text));
+  if (record.place) {
+    add_location(function_name(record.place->function), record);
+  } else {
+    add_location(record.location, record);
+  }
+  if (record.message.size() > text) {
+    out().add(": ");
+  }
+  add_message(record.message.substr(text), "    ");
+}
+
+}  // namespace fwlog

@@ -1,0 +1,124 @@
+// A rotation renames the backups from the oldest on, and FILE last: a file goes to an older name
+// only. Who opens them from the newest on meets each of them, and some twice.
+#include "log_files.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <functional>
+#include <set>
+
+#include "log_records/record.h"
+
+namespace fwlog {
+
+using log_records::Splitter;
+
+namespace {
+
+typedef std::set<std::uint64_t, std::greater<>> Numbers;
+
+constexpr std::uint64_t kUsualBackups = 4;
+
+std::string backup(const std::string& path, std::uint64_t number) {
+  return path + ".bak." + std::to_string(number);
+}
+
+// The numbers of the backups in the directory, and the usual ones, which may appear meanwhile.
+Numbers numbers_of(const std::string& path) {
+  Numbers numbers;
+  for (std::uint64_t number = 0; number < kUsualBackups; ++number) {
+    numbers.insert(number);
+  }
+  const std::size_t slash = path.rfind('/');
+  const std::string directory = slash == path.npos ? "." : path.substr(0, slash + 1);
+  const std::string begin = (slash == path.npos ? path : path.substr(slash + 1)) + ".bak.";
+  const std::unique_ptr<DIR, int (*)(DIR*)> opened(opendir(directory.c_str()), closedir);
+  while (const dirent* const entry = opened ? readdir(opened.get()) : nullptr) {
+    const std::string_view name = entry->d_name;
+    if (name.starts_with(begin)) {
+      const auto number = log_records::number_of(name.substr(begin.size()));
+      if (number && name.substr(begin.size()) == std::to_string(*number)) {
+        numbers.insert(*number);
+      }
+    }
+  }
+  return numbers;
+}
+
+// The names of a log, the oldest first.
+std::vector<std::string> names_of(const std::string& path, bool only) {
+  std::vector<std::string> names;
+  if (!only) {
+    for (const std::uint64_t number : numbers_of(path)) {
+      names.push_back(backup(path, number));
+    }
+  }
+  names.push_back(path);
+  return names;
+}
+
+class Opening {
+ public:
+  Opening(const std::string& path, Splitter::LookAhead look_ahead)
+      : m_path(path), m_look_ahead(look_ahead) {}
+
+  // Puts the file in front of those that were opened before, which are newer.
+  void open(const std::string& name) {
+    std::unique_ptr<LogFile> file = LogFile::open(name, m_look_ahead);
+    if (!file) {
+      if (errno != ENOENT || name == m_path) {
+        m_log.unreadable.push_back({name, errno});
+      }
+      return;
+    }
+    const auto is_same = [&](const auto& other) { return other->id() == file->id(); };
+    if (std::none_of(m_log.files.begin(), m_log.files.end(), is_same)) {
+      m_log.files.insert(m_log.files.begin(), std::move(file));
+    }
+  }
+
+  LogFiles take() { return std::move(m_log); }
+
+ private:
+  const std::string& m_path;
+  const Splitter::LookAhead m_look_ahead;
+  LogFiles m_log;
+};
+
+}  // namespace
+
+LogFiles open_log(const std::string& path, bool only, Splitter::LookAhead look_ahead) {
+  const std::vector<std::string> names = names_of(path, only);
+  // A rotation removes the oldest backup: who has opened it before still reads it.
+  std::unique_ptr<LogFile> oldest;
+  if (names.size() > 1) {
+    oldest = LogFile::open(names.front(), look_ahead);
+  }
+  Opening opening(path, look_ahead);
+  for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    opening.open(*name);
+  }
+  LogFiles log = opening.take();
+  const auto is_oldest = [&](const auto& other) { return oldest && other->id() == oldest->id(); };
+  if (oldest && std::none_of(log.files.begin(), log.files.end(), is_oldest)) {
+    log.files.insert(log.files.begin(), std::move(oldest));
+  }
+  return log;
+}
+
+std::string name_of(const std::string& path, FileId id) {
+  const std::vector<std::string> names = names_of(path, false);
+  for (auto name = names.rbegin(); name != names.rend(); ++name) {
+    struct stat status = {};
+    if (stat(name->c_str(), &status) == 0 && FileId{status.st_dev, status.st_ino} == id) {
+      return *name;
+    }
+  }
+  return "";
+}
+
+}  // namespace fwlog

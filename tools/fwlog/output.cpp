@@ -1,0 +1,77 @@
+#include "output.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+
+#include "interruption.h"
+#include "shown_text.h"
+
+namespace fwlog {
+
+namespace {
+
+void write_all(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(STDOUT_FILENO, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EPIPE) {
+      throw ClosedPipe();
+    } else if (errno != EINTR) {
+      complain({"cannot write to standard output: {1}", "无法写到标准输出：{1}"},
+               {tools::reason_of(errno)});
+      throw OutputFailed();
+    } else if (was_interrupted()) {
+      return;
+    }
+  }
+}
+
+}  // namespace
+
+void Output::add_large(std::string_view text) {
+  while (!text.empty()) {
+    const std::size_t fits = std::min(text.size(), kSize - m_buffer.size());
+    m_buffer += text.substr(0, fits);
+    text.remove_prefix(fits);
+    if (m_buffer.size() == kSize) {
+      flush();
+    }
+  }
+}
+
+void Output::add_number(std::uint64_t number) {
+  char digits[20];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+  add({digits, static_cast<std::size_t>(end - digits)});
+}
+
+void Output::flush() {
+  // Also when it fails: what is lost is not written once more at the end.
+  std::string bytes;
+  bytes.swap(m_buffer);
+  write_all(bytes);
+  bytes.clear();
+  m_buffer.swap(bytes);
+}
+
+void complain(const tools::Message& message, tools::MessageArguments arguments) {
+  complain_text(tools::in_users_language(message, arguments));
+}
+
+void complain_text(std::string_view message) {
+  const std::string line = "fwlog: " + shown(message) + "\n";
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool wants_colour() {
+  const char* const no_colour = std::getenv("NO_COLOR");
+  return isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || *no_colour == '\0');
+}
+
+}  // namespace fwlog

@@ -1,0 +1,155 @@
+#include "shown_text.h"
+
+#include <array>
+#include <cstdio>
+
+namespace fwlog {
+
+namespace {
+
+typedef unsigned char Byte;
+
+// Which bytes begin a character that is escaped, or that may.
+typedef std::array<bool, 256> Special;
+
+constexpr Byte kBeginOfC1 = 0xC2;
+
+constexpr Special control_characters() {
+  Special special{};
+  for (std::size_t byte = 0; byte < 0x20; ++byte) {
+    special[byte] = true;
+  }
+  special[0x7F] = special[kBeginOfC1] = true;
+  return special;
+}
+
+constexpr Special special_in_text() {
+  Special special = control_characters();
+  special['\t'] = false;
+  return special;
+}
+
+constexpr Special special_in_json() {
+  Special special = control_characters();
+  special['"'] = special['\\'] = true;
+  return special;
+}
+
+// The length of the special character that `text` begins with; 0 for what only begins like one.
+std::size_t length_of(std::string_view text) {
+  if (static_cast<Byte>(text[0]) != kBeginOfC1) {
+    return 1;
+  }
+  return text.size() > 1 && static_cast<Byte>(text[1]) < 0xA0 ? 2 : 0;
+}
+
+// Adds `text`, and for each special character what `add_escaped` adds.
+template <typename AddEscaped>
+void add_with_escapes(std::string_view text, const Special& special, Output& out,
+                      AddEscaped add_escaped) {
+  std::size_t plain = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length =
+        special[static_cast<Byte>(text[at])] ? length_of(text.substr(at)) : 0;
+    if (length == 0) {
+      ++at;
+      continue;
+    }
+    out.add(text.substr(plain, at - plain));
+    add_escaped(static_cast<Byte>(text[at + length - 1]), length);
+    at += length;
+    plain = at;
+  }
+  out.add(text.substr(plain));
+}
+
+void add_number(const char* format, Byte character, Output& out) {
+  char escape[8];
+  std::snprintf(escape, sizeof escape, format, character);
+  out.add(escape);
+}
+
+}  // namespace
+
+void add_shown(std::string_view utf8, std::string_view indent, Output& out) {
+  static constexpr Special kSpecial = special_in_text();
+  add_with_escapes(utf8, kSpecial, out, [&](Byte character, std::size_t length) {
+    if (character == '\n') {
+      out.add('\n');
+      out.add(indent);
+    } else {
+      add_number(length == 1 ? "\\x%02x" : "\\u%04x", character, out);
+    }
+  });
+}
+
+void add_json(std::string_view utf8, Output& out) {
+  static constexpr Special kSpecial = special_in_json();
+  add_with_escapes(utf8, kSpecial, out, [&](Byte character, std::size_t) {
+    switch (character) {
+      case '"':
+        out.add("\\\"");
+        break;
+      case '\\':
+        out.add("\\\\");
+        break;
+      case '\n':
+        out.add("\\n");
+        break;
+      case '\r':
+        out.add("\\r");
+        break;
+      case '\t':
+        out.add("\\t");
+        break;
+      default:
+        add_number("\\u%04x", character, out);
+    }
+  });
+}
+
+std::string shown(std::string_view text) {
+  std::string utf8;
+  log_records::append_decoded(text, log_records::reading_of(text, log_records::Encoding::kAuto),
+                              utf8);
+  std::string line;
+  for (std::size_t at = 0; at < utf8.size(); ++at) {
+    const auto byte = static_cast<Byte>(utf8[at]);
+    const bool is_c1 = byte == kBeginOfC1 && static_cast<Byte>(utf8[at + 1]) < 0xA0;
+    if (byte >= 0x20 && byte != 0x7F && !is_c1) {
+      line += utf8[at];
+      continue;
+    }
+    char escape[8];
+    std::snprintf(escape, sizeof escape, is_c1 ? "\\u%04x" : "\\x%02x",
+                  is_c1 ? static_cast<Byte>(utf8[at + 1]) : byte);
+    line += byte == '\n' ? "\\n" : byte == '\t' ? "\\t" : escape;
+    at += is_c1 ? 1 : 0;
+  }
+  return line;
+}
+
+std::string_view function_name(std::string_view signature) {
+  constexpr std::string_view kNoName = "(anonymous";
+  int depth = 0;
+  std::size_t begin = 0;
+  for (std::size_t at = 0; at < signature.size(); ++at) {
+    const char c = signature[at];
+    if (c == '(' && depth == 0 && !signature.substr(at).starts_with(kNoName)) {
+      const std::string_view name = signature.substr(begin, at - begin);
+      const bool is_call_operator = name.ends_with("operator");
+      const std::size_t end = is_call_operator ? at + 2 : at;
+      return name.empty() ? signature : signature.substr(begin, end - begin);
+    }
+    if (c == '<' || c == '(') {
+      ++depth;
+    } else if ((c == '>' || c == ')') && depth > 0) {
+      --depth;
+    } else if (depth == 0 && (c == ' ' || c == '*' || c == '&')) {
+      begin = at + 1;
+    }
+  }
+  return signature;
+}
+
+}  // namespace fwlog

@@ -1,0 +1,33 @@
+// Where records go that pass the filters.
+#ifndef FWLOG_SINK_H
+#define FWLOG_SINK_H
+
+#include <string>
+
+#include "log_records/record.h"
+#include "log_records/splitter.h"
+
+namespace fwlog {
+
+/// A record and where it stands. All of it lives until the call that hands it on returns.
+struct Found {
+  const std::string& file;
+  const log_records::RecordBytes& raw;
+  log_records::Record record;
+};
+
+class Sink {
+ public:
+  Sink() = default;
+  virtual ~Sink() = default;
+  Sink(const Sink&) = delete;
+  Sink& operator=(const Sink&) = delete;
+
+  virtual void take(const Found& found) = 0;
+  /// All that there was has been taken. When a log is followed more may come.
+  virtual void finish() {}
+};
+
+}  // namespace fwlog
+
+#endif

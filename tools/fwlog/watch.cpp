@@ -1,0 +1,73 @@
+#include "watch.h"
+
+#include <poll.h>
+#include <sys/inotify.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <ctime>
+
+#include "output.h"
+
+namespace fwlog {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds kLongest(250);
+
+std::string directory_of(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == path.npos ? "." : path.substr(0, slash + 1);
+}
+
+}  // namespace
+
+Watch::Watch(const std::vector<std::string>& paths)
+    : m_descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  for (const std::string& path : paths) {
+    m_directories[directory_of(path)] = false;
+  }
+  watch_directories();
+}
+
+Watch::~Watch() {
+  if (m_descriptor >= 0) {
+    close(m_descriptor);
+  }
+}
+
+// A directory may come later.
+void Watch::watch_directories() {
+  for (auto& [directory, is_watched] : m_directories) {
+    if (!is_watched && m_descriptor >= 0) {
+      is_watched = inotify_add_watch(m_descriptor, directory.c_str(),
+                                     IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) >= 0;
+    }
+  }
+}
+
+void Watch::forget_changes() {
+  char changes[4096];
+  while (m_descriptor >= 0 && read(m_descriptor, changes, sizeof changes) > 0) {
+  }
+}
+
+void Watch::wait(milliseconds longest) {
+  watch_directories();
+  pollfd waited[] = {{STDOUT_FILENO, 0, 0}, {m_descriptor, POLLIN, 0}};
+  poll(waited, 2, static_cast<int>(std::clamp(longest, milliseconds(0), kLongest).count()));
+  if ((waited[0].revents & (POLLERR | POLLHUP)) != 0) {
+    throw ClosedPipe();
+  }
+  forget_changes();
+}
+
+void Watch::pause(milliseconds time) {
+  const timespec span{0, std::chrono::nanoseconds(time).count()};
+  nanosleep(&span, nullptr);
+}
+
+}  // namespace fwlog
