@@ -40,17 +40,16 @@ void CallTree::take(const Found& found) {
   for (std::size_t i = 0; i < depth; ++i) {
     out().add("  ");
   }
-  const std::size_t text = record.message.find(' ') + 1;
-  out().add(record.message.substr(0, text));
+  const std::string_view kind = is_call(record) ? "Call: " : "Ret: ";
+  out().add(kind);
   if (record.place) {
     add_location(function_name(record.place->function), record);
   } else {
     add_location(record.location, record);
   }
-  if (record.message.size() > text) {
-    out().add(": ");
-  }
-  add_message(record.message.substr(text), "    ");
+  const std::string_view text = record.message.substr(kind.size());
+  out().add(text.empty() ? "" : ": ");
+  add_message(text, "    ");
 }
 
 }  // namespace fwlog

@@ -15,9 +15,9 @@ namespace fwlog {
 
 namespace {
 
-void write_all(std::string_view bytes) {
+void write_all(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t written = write(STDOUT_FILENO, bytes.data(), bytes.size());
+    const ssize_t written = write(descriptor, bytes.data(), bytes.size());
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EPIPE) {
@@ -55,7 +55,7 @@ void Output::flush() {
   // Also when it fails: what is lost is not written once more at the end.
   std::string bytes;
   bytes.swap(m_buffer);
-  write_all(bytes);
+  write_all(m_descriptor, bytes);
   bytes.clear();
   m_buffer.swap(bytes);
 }

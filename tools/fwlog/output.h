@@ -23,10 +23,10 @@ struct ClosedPipe {};
 /// Standard output cannot be written; told already.
 struct OutputFailed {};
 
-/// Standard output, collected into large writes.
+/// Standard output, or another descriptor, collected into large writes.
 class Output {
  public:
-  Output() { m_buffer.reserve(kSize); }
+  explicit Output(int descriptor = 1) : m_descriptor(descriptor) { m_buffer.reserve(kSize); }
 
   void add(std::string_view text) {
     if (text.size() > kSize - m_buffer.size()) {
@@ -46,6 +46,7 @@ class Output {
 
   void add_large(std::string_view text);
 
+  const int m_descriptor;
   std::string m_buffer;
 };
 

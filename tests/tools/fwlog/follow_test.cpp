@@ -1,0 +1,297 @@
+// fwlog --follow. Rotations with the library's own log are in rotations.cpp.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/temp_dir.h"
+#include "tests/tools/fwlog/fwlog_program.h"
+
+using fwbase::test::TempDir;
+using fwbase::test::write_file;
+
+namespace fwlog::test {
+namespace {
+
+void append(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary | std::ios::app) << bytes;
+}
+
+// fwlog --follow, and what it has written.
+class Following {
+ public:
+  explicit Following(std::vector<std::string> arguments) {
+    int out[2];
+    int err[2];
+    if (pipe(out) != 0 || pipe(err) != 0) {
+      throw std::runtime_error("no pipe");
+    }
+    m_child = fork();
+    if (m_child == 0) {
+      dup2(out[1], STDOUT_FILENO);
+      dup2(err[1], STDERR_FILENO);
+      for (const int end : {out[0], out[1], err[0], err[1]}) {
+        close(end);
+      }
+      arguments.insert(arguments.begin(), {FWLOG_PROGRAM, "--follow"});
+      std::vector<char*> argv;
+      for (std::string& argument : arguments) {
+        argv.push_back(argument.data());
+      }
+      argv.push_back(nullptr);
+      execv(argv[0], argv.data());
+      _exit(127);
+    }
+    close(out[1]);
+    close(err[1]);
+    m_out = out[0];
+    m_err = err[0];
+  }
+  ~Following() {
+    if (m_child > 0) {
+      kill(m_child, SIGKILL);
+      waitpid(m_child, nullptr, 0);
+    }
+    close_out();
+    close(m_err);
+  }
+  Following(const Following&) = delete;
+  Following& operator=(const Following&) = delete;
+
+  /// Reads until as much was written as `text` is long, and compares it.
+  void expect(const std::string& text) { EXPECT_EQ(read_from(m_out, text.size()), text); }
+  void expect_error(const std::string& text) { EXPECT_EQ(read_from(m_err, text.size()), text); }
+
+  /// Ctrl-C: gives the exit status. Nothing more may have been written.
+  int interrupt() {
+    kill(m_child, SIGINT);
+    EXPECT_EQ(read_from(m_out, 1000), "");
+    EXPECT_EQ(read_from(m_err, 1000), "");
+    return wait();
+  }
+  int wait() {
+    int status = 0;
+    waitpid(m_child, &status, 0);
+    m_child = 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  void close_out() {
+    if (m_out >= 0) {
+      close(m_out);
+    }
+    m_out = -1;
+  }
+
+ private:
+  static std::string read_from(int descriptor, std::size_t size) {
+    std::string text;
+    char c = 0;
+    while (text.size() < size && read(descriptor, &c, 1) == 1) {
+      text += c;
+    }
+    return text;
+  }
+
+  pid_t m_child = 0;
+  int m_out = -1;
+  int m_err = -1;
+};
+
+class FwlogFollow : public testing::Test {
+ protected:
+  std::string path(const std::string& end = "") const { return m_directory.path("host.log") + end; }
+
+  void rotate() const {
+    namespace fs = std::filesystem;
+    for (const char* const number : {"2", "1", "0"}) {
+      const std::string from = path(".bak.") + number;
+      if (fs::exists(from)) {
+        fs::rename(from, path(".bak.") + static_cast<char>(number[0] + 1));
+      }
+    }
+    fs::rename(path(), path(".bak.0"));
+  }
+
+ private:
+  const TempDir m_directory;
+};
+
+std::string line(const std::string& message) { return "ERROR here: " + message + "\n"; }
+std::string error(const std::string& message) { return record("[ERROR]:", message); }
+
+}  // namespace
+
+TEST_F(FwlogFollow, PrintsWhatIsThereAndWhatComes) {
+  write_file(path(".bak.0"), error("a"));
+  write_file(path(), error("b"));
+  Following following({path()});
+  following.expect(line("a") + line("b"));
+  append(path(), error("c"));
+  following.expect(line("c"));
+  append(path(), error("d") + error("e\nf"));
+  following.expect(line("d") + line("e\n    f"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, OnlyLeavesOutTheBackupsThatAreThereButNotRotations) {
+  write_file(path(".bak.0"), error("a"));
+  write_file(path(), error("b"));
+  Following following({"--only", path()});
+  following.expect(line("b"));
+  rotate();
+  write_file(path(), error("c"));
+  following.expect(line("c"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, WaitsForALogThatIsNotThere) {
+  Following following({path()});
+  following.expect_error("fwlog: " + path() + " is not there; waiting for it\n");
+  write_file(path(), error("a"));
+  following.expect(line("a"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, ARecordThatIsCutOffWaitsForItsEnd) {
+  write_file(path(), error("a") + "[ERROR]: here\r\n >b");
+  Following following({path()});
+  following.expect(line("a"));
+  append(path(), "c\n");
+  following.expect(line("bc"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, JsonDoesNotWaitForTheHeadOfTheNextRecord) {
+  write_file(path(), error("a") + "[ERROR]: he");
+  Following following({"--output", "json", path()});
+  following.expect("{\"file\":\"" + path() +
+                   "\",\"offset\":0,\"length\":19,\"level\":\"error\",\"location\":\"here\","
+                   "\"message\":\"a\",\"ambiguous\":true}\n");
+  append(path(), "re\r\n >b\n");
+  following.expect("{\"file\":\"" + path() +
+                   "\",\"offset\":19,\"length\":19,\"level\":\"error\",\"location\":\"here\","
+                   "\"message\":\"b\"}\n");
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, ReadsRotatedFilesToTheirEndAndOnInTheirOrder) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  for (const char* const round : {"b", "c", "d"}) {
+    append(path(), error(round));
+    rotate();
+    write_file(path(), error(std::string("new ") + round));
+  }
+  following.expect(line("b") + line("new b") + line("c") + line("new c") + line("d") +
+                   line("new d"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, PrintsWhatAnotherProcessStillWritesBehindARotatedFile) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  rotate();
+  write_file(path(), error("b"));
+  following.expect(line("b"));
+  append(path(".bak.0"), error("late"));
+  following.expect(line("late"));
+  rotate();
+  append(path(".bak.1"), error("later"));
+  append(path(), error("c"));
+  following.expect(line("later") + line("c"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, ATruncatedLogIsToldAndReadFromItsStart) {
+  write_file(path(), error("a") + error("b"));
+  Following following({path()});
+  following.expect(line("a") + line("b"));
+  ASSERT_EQ(truncate(path().c_str(), 0), 0);
+  append(path(), error("c"));
+  following.expect(line("c"));
+  following.expect_error(
+      "fwlog: " + path() +
+      " was truncated; what was not read yet is lost, and it is read from its start\n");
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, ATruncatedLogThatHasGrownAgainIsNoticedByItsBytes) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  // One write: the file is never seen shorter.
+  const int file = open(path().c_str(), O_WRONLY);
+  const std::string bytes = error("x") + error("y") + error("z");
+  ASSERT_EQ(pwrite(file, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+  close(file);
+  following.expect(line("x") + line("y") + line("z"));
+  following.expect_error(
+      "fwlog: " + path() +
+      " was truncated; what was not read yet is lost, and it is read from its start\n");
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, LinesAreTheLastOfThoseThereThenWhatComes) {
+  write_file(path(), error("a") + error("b") + error("c"));
+  Following following({"-n", "2", path()});
+  following.expect(line("b") + line("c"));
+  append(path(), error("d") + error("e") + error("f"));
+  following.expect(line("d") + line("e") + line("f"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, LinesDoNotWaitForARecordThatIsCutOff) {
+  write_file(path(), error("a") + error("b") + "[ERROR]: here\r\n >c");
+  Following following({"-n1", path()});
+  following.expect(line("b"));
+  append(path(), "d\n");
+  following.expect(line("cd"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, FiltersWhatComes) {
+  write_file(path(), error("a"));
+  Following following({"--level", "warn", path()});
+  append(path(), error("b") + record("[WARN ]:", "c") + error("d"));
+  following.expect("WARN  here: c\n");
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, SeveralLogsAtOnce) {
+  const TempDir other;
+  write_file(path(), error("a"));
+  write_file(other.path("o.log"), error("b"));
+  Following following({path(), other.path("o.log")});
+  following.expect(line("a") + line("b"));
+  append(other.path("o.log"), error("c"));
+  following.expect(line("c"));
+  append(path(), error("d"));
+  following.expect(line("d"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, EndsWhenItsReaderHasGone) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  following.close_out();
+  EXPECT_EQ(following.wait(), 128 + SIGPIPE);
+}
+
+TEST_F(FwlogFollow, WhatIsNoFileCannotBeFollowed) {
+  const ProgramResult result = run_fwlog({"--follow", "/dev/null", "/"});
+  EXPECT_EQ(result.err,
+            "fwlog: cannot follow /dev/null: not a regular file\n"
+            "fwlog: cannot read /: Is a directory\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+}  // namespace fwlog::test
