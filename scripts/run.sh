@@ -6,4 +6,4 @@
 
 build tools
 say "Running examples/health; its files are in build/health"
-examples/health/run.sh build/tools/tools/fwrun/fwrun build/health
+examples/health/run.sh build/tools/tools/fwrun/fwrun build/tools/tools/fwlog/fwlog build/health

@@ -1,17 +1,18 @@
 #!/usr/bin/env bash
 # Checks the health of this machine with health.xml, and shows the log.
 #
-# usage: run.sh FWRUN WORK_DIR
+# usage: run.sh FWRUN FWLOG WORK_DIR
 #
 # The script is copied to WORK_DIR the first time: its counter of runs is saved in that copy.
 set -euo pipefail
 
-if [ $# -ne 2 ]; then
-  echo "usage: run.sh FWRUN WORK_DIR" >&2
+if [ $# -ne 3 ]; then
+  echo "usage: run.sh FWRUN FWLOG WORK_DIR" >&2
   exit 2
 fi
 fwrun=$1
-work=$2
+fwlog=$2
+work=$3
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
 mkdir -p "$work"
@@ -26,7 +27,7 @@ status=0
   "$script" measure check report count || status=$?
 
 if [ -e "$log" ]; then
-  printf '\nThe log, %s, as UTF-8:\n' "$log"
-  iconv -f GBK -t UTF-8 "$log"
+  printf '\nThe log, %s:\n' "$log"
+  "$fwlog" "$log"
 fi
 exit "$status"

@@ -1,7 +1,5 @@
 #include "json.h"
 
-#include <cstdio>
-
 #include "shown_text.h"
 
 namespace fwlog {
@@ -10,17 +8,6 @@ using log_records::Encoding;
 using log_records::Reading;
 using log_records::reading_of;
 using log_records::Record;
-
-namespace {
-
-void add_time(const log_records::Time& time, Output& out) {
-  char text[40];
-  std::snprintf(text, sizeof text, ",\"time\":\"%04d-%02d-%02dT%02d:%02d:%02d\"", time.year,
-                time.month, time.day, time.hour, time.minute, time.second);
-  out.add(text);
-}
-
-}  // namespace
 
 void JsonLines::add_text(std::string_view name, std::string_view text, Reading reading) {
   m_out.add(name);
@@ -66,7 +53,9 @@ void JsonLines::take(const Found& found) {
     add_number(",\"pid\":", *record.pid);
   }
   if (record.time) {
-    add_time(*record.time, m_out);
+    m_out.add(",\"time\":\"");
+    add_time(*record.time, 'T', m_out);
+    m_out.add('"');
   }
   add_place(record);
   add_text(",\"message\":\"", record.message, reading_of(record.message, m_encoding));

@@ -129,6 +129,27 @@ std::string shown(std::string_view text) {
   return line;
 }
 
+void add_time(const log_records::Time& time, char between, Output& out) {
+  char text[20];
+  char* end = text;
+  const auto add = [&end](int number, char behind) {
+    *end++ = static_cast<char>('0' + number / 10);
+    *end++ = static_cast<char>('0' + number % 10);
+    *end++ = behind;
+  };
+  if (time.year < 1000) {
+    out.add(std::string_view("000").substr(time.year < 10 ? 0 : time.year < 100 ? 1 : 2));
+  }
+  out.add_number(static_cast<std::uint64_t>(time.year));
+  *end++ = '-';
+  add(time.month, '-');
+  add(time.day, between);
+  add(time.hour, ':');
+  add(time.minute, ':');
+  add(time.second, ' ');
+  out.add({text, static_cast<std::size_t>(end - 1 - text)});
+}
+
 std::string_view function_name(std::string_view signature) {
   constexpr std::string_view kNoName = "(anonymous";
   int depth = 0;

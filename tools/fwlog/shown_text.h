@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "log_records/encoding.h"
+#include "log_records/record.h"
 #include "output.h"
 
 namespace fwlog {
@@ -22,6 +23,9 @@ std::string shown(std::string_view text);
 /// The inside of a JSON string.
 /// utf8   valid
 void add_json(std::string_view utf8, Output& out);
+
+/// "2014-10-29T10:20:30", with this character between date and time.
+void add_time(const log_records::Time& time, char between, Output& out);
 
 /// "fwbase::CScript::exec_scommad" of "virtual ec::EC fwbase::CScript::exec_scommad(const char*)";
 /// a text that is no signature stays as it is.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include "shown_text.h"
 
@@ -33,11 +32,8 @@ std::string_view without_line_ends_around(std::string_view message) {
 
 void TextParts::add_time(const Record& record) {
   if (record.time) {
-    char text[40];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d ", record.time->year,
-                  record.time->month, record.time->day, record.time->hour, record.time->minute,
-                  record.time->second);
-    m_out.add(text);
+    fwlog::add_time(*record.time, ' ', m_out);
+    m_out.add(' ');
   }
 }
 

@@ -43,7 +43,7 @@ const char* const kFooter =
     "2 wrong usage, or a module or the script cannot be loaded: nothing was run.\n"
     "\n"
     "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
-    "The log is GBK; iconv -f GBK -t UTF-8 run.log shows it.";
+    "fwlog run.log shows the log.";
 
 // The bits of a comma-separated list of names, in upper or lower case.
 unsigned int bits_of(const char* option, const std::string& list, const Bits& known) {

@@ -66,8 +66,7 @@ void point_to_log(const Options& options) {
   if (options.log_file.empty()) {
     complain("for the records of the whole run, add --log FILE --level all");
   } else {
-    complain("the records of the run are in " + options.log_file +
-             " (iconv -f GBK -t UTF-8 shows it)");
+    complain("the records of the run are in " + options.log_file + " (fwlog shows it)");
   }
 }
 

@@ -51,8 +51,7 @@ TEST(FwrunCalls, AFailureNamesTheLogWhenThereIsOne) {
   const ProgramResult result = run_fwrun({script.path(), "bad", "--log", log, "--level", "warn"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, std::string("fwrun: section 'bad', call 2, ") + kFailureText +
-                            "fwrun: the records of the run are in " + log +
-                            " (iconv -f GBK -t UTF-8 shows it)\n");
+                            "fwrun: the records of the run are in " + log + " (fwlog shows it)\n");
 }
 
 TEST(FwrunCalls, CountTheCallsThatOneElementHolds) {

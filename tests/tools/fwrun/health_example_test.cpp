@@ -14,7 +14,7 @@ constexpr char kHealth[] = SOURCE_ROOT "/examples/health/health.xml";
 
 ProgramResult run_example(const std::string& directory) {
   return fwbase::test::run_program(
-      {SOURCE_ROOT "/examples/health/run.sh", FWRUN_PROGRAM, directory});
+      {SOURCE_ROOT "/examples/health/run.sh", FWRUN_PROGRAM, FWLOG_PROGRAM, directory});
 }
 
 }  // namespace
@@ -65,7 +65,7 @@ TEST(HealthExample, IsListedWithoutSection) {
 TEST(HealthExample, SaysHowItIsUsed) {
   const ProgramResult result = fwbase::test::run_program({SOURCE_ROOT "/examples/health/run.sh"});
   EXPECT_EQ(result.status, 2);
-  EXPECT_EQ(result.err, "usage: run.sh FWRUN WORK_DIR\n");
+  EXPECT_EQ(result.err, "usage: run.sh FWRUN FWLOG WORK_DIR\n");
 }
 
 }  // namespace fwrun::test
