@@ -14,11 +14,12 @@ void LastRecords::take(const Found& found) {
   }
   Kept kept;
   if (m_kept.size() == m_count) {
-    kept = std::move(m_kept.front());  // its memory is used again
+    // Its memory is used again, unless it held a much longer record: all would grow to the longest.
+    std::string& oldest = m_kept.front().bytes;
+    if (oldest.capacity() <= 2 * found.raw.bytes.size() + 1024) {
+      kept.bytes.swap(oldest);
+    }
     m_kept.pop_front();
-  }
-  if (kept.bytes.capacity() > 2 * found.raw.bytes.size() + 1024) {
-    kept.bytes = {};  // of a much longer record: all would grow to the longest
   }
   kept.file = found.file;
   kept.bytes = found.raw.bytes;

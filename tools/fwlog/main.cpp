@@ -36,7 +36,7 @@ void handle_interruption(bool follow) {
 // A reader that goes away ends the command in silence, as it does others in a pipe.
 [[noreturn]] void end_with_pipe() {
   std::signal(SIGPIPE, SIG_DFL);
-  std::raise(SIGPIPE);
+  kill(getpid(), SIGPIPE);
   _exit(128 + SIGPIPE);
 }
 

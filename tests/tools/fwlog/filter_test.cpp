@@ -74,7 +74,8 @@ TEST(FwlogFilter, TimesWithBothBorders) {
 TEST(FwlogFilter, TimesOfToday) {
   const std::time_t now = std::time(nullptr);
   char text[64];
-  std::strftime(text, sizeof text, "%a %b %e 00:00:00 %Y", std::localtime(&now));
+  std::tm parts{};
+  std::strftime(text, sizeof text, "%a %b %e 00:00:00 %Y", localtime_r(&now, &parts));
   const Messages log(at_time("Wed Oct 29 10:20:29 2014", "a") + at_time(text, "b"));
   EXPECT_EQ(log.of({"--since", "00:00"}), "b");
   EXPECT_EQ(log.of({"--since", "00:00:00"}), "b");

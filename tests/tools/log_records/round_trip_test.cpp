@@ -176,9 +176,10 @@ std::vector<Expected> write_records(const std::string& path) {
 }
 
 Time local(std::time_t time) {
-  const std::tm* const parts = std::localtime(&time);
-  return {parts->tm_year + 1900, parts->tm_mon + 1, parts->tm_mday,
-          parts->tm_hour,        parts->tm_min,     parts->tm_sec};
+  std::tm parts{};
+  localtime_r(&time, &parts);
+  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
+          parts.tm_hour,        parts.tm_min,     parts.tm_sec};
 }
 
 void compare(const Expected& expected, std::string_view bytes, bool is_ambiguous) {
