@@ -59,6 +59,23 @@ class CLogProcess::Standstill {
   CLogProcess& m_log;
 };
 
+// A thread that writes a record itself. It says so before it looks whether the log stands still: a
+// standstill that it has not seen waits for it.
+class CLogProcess::DirectWriter {
+ public:
+  explicit DirectWriter(CLogProcess& log) : m_log(log) { ++m_log.m_direct_writers; }
+  ~DirectWriter() {
+    if (--m_log.m_direct_writers == 0 && m_log.m_standstill) {
+      m_log.m_direct_writers.notify_all();
+    }
+  }
+  DirectWriter(const DirectWriter&) = delete;
+  DirectWriter& operator=(const DirectWriter&) = delete;
+
+ private:
+  CLogProcess& m_log;
+};
+
 // --- Settings ---
 
 ec::EC CLogProcess::init() {
@@ -152,8 +169,7 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
   if (message == nullptr) {
     return;
   }
-  LogQueue::Push pushed;
-  do {
+  for (bool taken = false; !taken;) {
     unsigned int round;
     const Admission admission = admit(round);
     if (admission.way == Way::kNone) {
@@ -163,12 +179,10 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
     record.type = type;
     record.message = message;
     record.location = location != nullptr ? location : "";
-    if (admission.way == Way::kDirect) {
-      do_write_log(record);
-      return;
-    }
-    pushed = m_queue.push(record, round);
-  } while (pushed == LogQueue::Push::kRoundOver);
+    taken = admission.way == Way::kDirect
+                ? write_directly(record)
+                : m_queue.push(record, round) != LogQueue::Push::kRoundOver;
+  }
 }
 
 // Says how a record is to be written now. The round comes first: should the log be stopped and
@@ -181,6 +195,16 @@ CLogProcess::Admission CLogProcess::admit(unsigned int& round) {
     round = m_queue.round();
   } while (m_standstill);
   return m_published;
+}
+
+// False when the log has come to a standstill before the record's turn could.
+bool CLogProcess::write_directly(const LogRecord& record) {
+  const DirectWriter writer(*this);
+  if (m_standstill) {
+    return false;
+  }
+  do_write_log(record);
+  return true;
 }
 
 // --- Output ---
@@ -320,6 +344,7 @@ ec::EC CLogProcess::start_writer() {
 // What is in the queue is written, by whoever ends it where there is no writer.
 void CLogProcess::begin_standstill() {
   m_standstill = true;
+  wait_for_direct_writers();
   m_queue.close();
   if (m_has_writer) {
     ::pthread_join(m_writer, nullptr);
@@ -328,6 +353,12 @@ void CLogProcess::begin_standstill() {
     write_queued();
   }
   m_queue.open();
+}
+
+void CLogProcess::wait_for_direct_writers() {
+  for (unsigned int count = m_direct_writers; count != 0; count = m_direct_writers) {
+    m_direct_writers.wait(count);
+  }
 }
 
 void CLogProcess::end_standstill() {
@@ -359,6 +390,7 @@ void CLogProcess::after_fork_in_child() {
   }
   new (&m_lifecycle) std::mutex;
   m_standstill = false;
+  m_direct_writers = 0;
   m_has_writer = false;
   m_forked = true;
   publish();

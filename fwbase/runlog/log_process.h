@@ -29,8 +29,9 @@ namespace fwbase {
 /// holds, nor a direct one twice.
 ///
 /// When the writer has to stop, the log comes to a standstill: threads that want to write wait, the
-/// queue's round ends, and what is in the queue is written. So no record can slip behind the end,
-/// into the next round or past the end of the process.
+/// queue's round ends, and what is in the queue is written, with the records of the threads that
+/// wait for room in it or for the output. So no record can slip behind the end, into the next round
+/// or past the end of the process.
 class CLogProcess : public IRunLog {
  public:
   CLogProcess() = default;
@@ -62,6 +63,7 @@ class CLogProcess : public IRunLog {
   /// For tests.
   const LogQueue& queue() const { return m_queue; }
   bool has_writer() const { return m_has_writer; }
+  unsigned int direct_writers() const { return m_direct_writers; }
 
  private:
   enum class Way { kNone, kDirect, kQueued };
@@ -74,8 +76,10 @@ class CLogProcess : public IRunLog {
   static_assert(std::atomic<Admission>::is_always_lock_free);
 
   class Standstill;
+  class DirectWriter;
 
   Admission admit(unsigned int& round);
+  bool write_directly(const LogRecord& record);
   void do_write_log(const LogRecord& record);
   void write_records(const std::vector<char>& packed, RecordTexts& texts);
   void write_texts(RecordTexts& texts);
@@ -87,6 +91,7 @@ class CLogProcess : public IRunLog {
   void keep_file_open() FWBASE_REQUIRES(m_lock);
 
   void begin_standstill();
+  void wait_for_direct_writers();
   void end_standstill();
   ec::EC start_writer() FWBASE_REQUIRES(m_lock);
 
@@ -102,6 +107,7 @@ class CLogProcess : public IRunLog {
   std::atomic<Admission> m_published{Admission{}};
 
   std::atomic<bool> m_standstill{false};
+  std::atomic<unsigned int> m_direct_writers{0};
 
   LogQueue m_queue;
   std::mutex m_lifecycle;

@@ -129,9 +129,13 @@ struct FWBASE_API IRunLog {
   /// the closing record (DEBUG, "\nlog system release\n", empty location, whatever the mask was)
   /// and closes the file. Standard output is not closed, and remains the output where it was.
   ///
-  /// Threads blocked in write() are woken: what they had to write is written as long as the file is
-  /// open, and dropped from then on. Once the file is closed, another call writes nothing. init()
-  /// may follow.
+  /// Of records whose write() has begun before, it writes those that are queued, and those of
+  /// threads that wait in write(), for room in the queue or for their turn at the output: all of
+  /// them, before the closing record. It waits where the output takes nothing, as a FIFO that nobody
+  /// reads. A write() that has not come so far, and one that begins while release() runs, is written
+  /// before the closing record, or waits and is then as one that begins after release().
+  ///
+  /// Once the file is closed, another call writes nothing. init() may follow.
   /// Takes the lock for writing.
   virtual void release() = 0;
 

@@ -549,7 +549,7 @@ TEST_F(LogProcess, WithoutMemoryForAllTextsQueuedRecordsAreWrittenOneByOne) {
 
 // --- Blocked producers ---
 
-TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesThem) {
+TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWritesThem) {
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   log.asynch(true);
   const std::string message(1000, 'x');
@@ -559,14 +559,14 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesTh
       write(message);
     }
   });
-  wait_until([&] { return log.queue().full(); });
+  wait_until([&] { return log.queue().waiting_producers() == 1; });
   EXPECT_EQ(written(), "");
   const int piled_up = 17;  // of 1,022 bytes each: the last one when there were 16,352
   log.release();
   producer.join();
   EXPECT_EQ(returned, 100);
   std::string expected;
-  for (int i = 0; i < piled_up; ++i) {
+  for (int i = 0; i < piled_up + 1; ++i) {  // and the one that waited
     expected += text_of(message);
   }
   EXPECT_EQ(written(), expected + kClosing);
@@ -591,16 +591,33 @@ TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] { slow.write(IRunLog::ERROR, message.c_str(), ""); });
   }
-  wait_until([&] { return slow.queue().full(); });
+  wait_until([&] { return slow.queue().waiting_producers() == 3; });
   threads.emplace_back([&] { slow.release(); });
   slow.ready.set_value();
   for (std::thread& thread : threads) {
     thread.join();
   }
-  const std::string text = written();
-  EXPECT_GE(text.size(), text_of(message).size() + std::strlen(kClosing));
-  EXPECT_EQ((text.size() - std::strlen(kClosing)) % text_of(message).size(), 0u);
-  EXPECT_TRUE(text.ends_with(kClosing));
+  const std::string record = text_of(message);
+  EXPECT_EQ(written(), record + record + record + record + kClosing);
+}
+
+TEST_F(LogProcess, ReleaseWritesTheRecordsOfThreadsThatWaitForTheOutput) {
+  constexpr int kThreads = 4;
+  Fifo fifo(path);
+  start(false);
+  const std::string message(70000, 'x');  // more than the FIFO takes
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] { write(message); });
+  }
+  wait_until([&] { return log.direct_writers() == kThreads; });
+  threads.emplace_back([&] { log.release(); });
+  const std::string text = fifo.read_until(kClosing);
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const std::string record = text_of(message);
+  EXPECT_EQ(text, record + record + record + record + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
