@@ -8,7 +8,6 @@
 #include <ctime>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include <fwbase/irunlog.h>
@@ -16,6 +15,7 @@
 #include "fwbase/runlog/log_file.h"
 #include "fwbase/runlog/log_queue.h"
 #include "fwbase/runlog/log_record.h"
+#include "fwbase/runlog/log_rotation.h"
 #include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
@@ -88,7 +88,7 @@ class CLogProcess : public IRunLog {
   void publish() FWBASE_REQUIRES(m_lock);
   void output(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
   void backup_log() FWBASE_REQUIRES(m_lock);
-  void keep_file_open() FWBASE_REQUIRES(m_lock);
+  void report_failed_backup(const char* message) FWBASE_REQUIRES(m_lock);
 
   void begin_standstill();
   void wait_for_direct_writers();
@@ -98,8 +98,9 @@ class CLogProcess : public IRunLog {
   support::RwLock m_lock;
   bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
   std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
-  std::unique_ptr<LogFile> m_earlier_files FWBASE_GUARDED_BY(m_lock);  // a list; they stay open
-  std::string m_file_name FWBASE_GUARDED_BY(m_lock);
+  LogRotation m_rotation FWBASE_GUARDED_BY(m_lock);
+  bool m_failure_reported FWBASE_GUARDED_BY(m_lock) = false;  // of the rotation
+  bool m_has_name FWBASE_GUARDED_BY(m_lock) = false;          // file() has succeeded once
   unsigned int m_info FWBASE_GUARDED_BY(m_lock) = 0;
   bool m_asynch FWBASE_GUARDED_BY(m_lock) = false;
   bool m_finished FWBASE_GUARDED_BY(m_lock) = false;
