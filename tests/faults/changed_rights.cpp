@@ -41,7 +41,8 @@ IFWBase* facade() { return IFWBase::instance(); }
 // --- A log of numbered records ---
 
 std::string message(int number) {
-  return std::to_string(number) + std::string(std::size_t{32} * 1024, '.');
+  std::string text = std::to_string(number);
+  return text.append(std::size_t{32} * 1024, '.');
 }
 
 // Writes so many records, from one number on. Gives the next number.

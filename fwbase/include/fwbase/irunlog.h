@@ -139,9 +139,9 @@ struct FWBASE_API IRunLog {
   ///
   /// Of records whose write() has begun before, it writes those that are queued, and those of
   /// threads that wait in write(), for room in the queue or for their turn at the output: all of
-  /// them, before the closing record. It waits where the output takes nothing, as a FIFO that nobody
-  /// reads. A write() that has not come so far, and one that begins while release() runs, is written
-  /// before the closing record, or waits and is then as one that begins after release().
+  /// them, before the closing record. It waits where the output takes nothing, as a FIFO that
+  /// nobody reads. A write() that has not come so far, and one that begins while release() runs, is
+  /// written before the closing record, or waits and is then as one that begins after release().
   ///
   /// Once the file is closed, another call writes nothing. init() may follow.
   /// Takes the lock for writing.
