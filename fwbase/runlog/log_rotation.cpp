@@ -113,8 +113,10 @@ std::size_t LogRotation::records_until_due(const RecordTexts& texts, std::size_t
 LogRotation::Result LogRotation::rotate(LogFile& file) {
   file.lock();
   const Result result = change(file);
+  const int reason = errno;
   m_failed_at = result == Result::kDone ? -1 : file.counted_position();
   file.unlock();
+  errno = reason;
   return result;
 }
 
