@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # usage: ./dev faults [--long]
 #
-# Fails each allocation and each I/O call of each operation in turn, and kills hosts that save and
-# log: a part of them and 50 kills, or with --long all of them and 1,000.
+# Fails each allocation and each I/O call of each operation in turn, takes the rights and the root
+# directory of hosts that log (as root only), and kills hosts that save and log: a part of the
+# allocations and 50 kills, or with --long all of them and 1,000.
 . scripts/support/common.sh
 
 kills=50 form=()
@@ -12,7 +13,7 @@ case "${1:-}" in
   *) die "'$1'?" ;;
 esac
 programs=build/gcc-debug/tests/faults
-build gcc-debug --target alloc_faults io_faults kills
+build gcc-debug --target alloc_faults io_faults changed_rights kills
 
 # Each scenario runs in a process of its own and says what it has done.
 failed=0
@@ -23,6 +24,10 @@ done
 say "Failing I/O calls"
 for scenario in $("$programs/io_faults" --list); do
   "$programs/io_faults" "$scenario" || failed=1
+done
+say "Changing rights"
+for scenario in $("$programs/changed_rights" --list); do
+  "$programs/changed_rights" "$scenario" || [ $? = 77 ] || failed=1
 done
 say "Killing hosts"
 for scenario in saving logging; do

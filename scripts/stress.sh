@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # usage: ./dev stress [SECONDS [PRESET]]
 #
-# Runs random operations on all components, and an overload of the log (built optimised), for that
-# long each: 600 seconds and the preset tsan unless others are given. "helgrind" as the preset runs
-# the operations in Helgrind.
+# Runs random operations on all components, hosts that rotate their log with hardly a descriptor
+# left, and an overload of the log (built optimised), for that long each: 600 seconds and the preset
+# tsan unless others are given. "helgrind" as the preset runs the operations in Helgrind.
 . scripts/support/common.sh
 
 # Takes 50 times as long, and is wanted for the operations only.
@@ -20,9 +20,11 @@ if [ "$preset" = helgrind ]; then
   stress_in_helgrind "$seconds"
   exit
 fi
-build "$preset" --target random_operations
+build "$preset" --target random_operations descriptor_limit
 say "Random operations for $seconds s"
 "build/$preset/tests/stress/random_operations" "$seconds"
+say "Rotation with hardly a descriptor left for $seconds s"
+"build/$preset/tests/stress/descriptor_limit" "$seconds"
 build gcc-release --target slow_disk # the sanitizers' allocators tell nothing about memory
 say "Overload of the log for $seconds s"
 build/gcc-release/tests/stress/slow_disk "$seconds"

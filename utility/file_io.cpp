@@ -67,12 +67,6 @@ bool write_all(int fd, std::string_view text) {
   return true;
 }
 
-std::string directory_of(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
-
 // What a symbolic link holds; empty when path is none. False when that cannot be told.
 bool read_link(const std::string& path, std::string& target) {
   char text[PATH_MAX];
@@ -82,29 +76,6 @@ bool read_link(const std::string& path, std::string& target) {
 }
 
 constexpr int kMaxLinks = 40;  // as the kernel allows
-
-enum class Target { kFile, kStream, kNone };
-
-// What a write to path means: a file to replace or create, with path then the name behind all
-// symbolic links; a stream to write to; or nothing that can be written to.
-Target find_target(std::string& path) {
-  struct stat status;
-  const bool exists = ::stat(path.c_str(), &status) == 0;
-  if (!exists && errno != ENOENT) return Target::kNone;
-  if (exists && S_ISDIR(status.st_mode)) return Target::kNone;
-  if (exists && !S_ISREG(status.st_mode)) return Target::kStream;
-  for (int links = 0; links < kMaxLinks; ++links) {
-    std::string target;
-    if (!read_link(path, target)) return Target::kNone;
-    if (target.empty()) return Target::kFile;
-    // A link in /proc stands for an open file, whose name may be another file's by now.
-    struct statfs file_system;
-    if (::statfs(directory_of(path).c_str(), &file_system) != 0) return Target::kNone;
-    if (file_system.f_type == PROC_SUPER_MAGIC) return exists ? Target::kStream : Target::kNone;
-    path = target.front() == '/' ? target : directory_of(path) + "/" + target;
-  }
-  return Target::kNone;
-}
 
 bool write_stream(const std::string& path, std::string_view text) {
   Descriptor stream(open_file(path, O_WRONLY | O_APPEND | O_NOCTTY));
@@ -237,6 +208,31 @@ bool names_a_file(const std::string& path) {
 }
 
 }  // namespace
+
+std::string directory_of(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+Target find_target(std::string& path) {
+  struct stat status;
+  const bool exists = ::stat(path.c_str(), &status) == 0;
+  if (!exists && errno != ENOENT) return Target::kNone;
+  if (exists && S_ISDIR(status.st_mode)) return Target::kNone;
+  if (exists && !S_ISREG(status.st_mode)) return Target::kStream;
+  for (int links = 0; links < kMaxLinks; ++links) {
+    std::string target;
+    if (!read_link(path, target)) return Target::kNone;
+    if (target.empty()) return Target::kFile;
+    // A link in /proc stands for an open file, whose name may be another file's by now.
+    struct statfs file_system;
+    if (::statfs(directory_of(path).c_str(), &file_system) != 0) return Target::kNone;
+    if (file_system.f_type == PROC_SUPER_MAGIC) return exists ? Target::kStream : Target::kNone;
+    path = target.front() == '/' ? target : directory_of(path) + "/" + target;
+  }
+  return Target::kNone;
+}
 
 ReadResult read_file(const std::string& path, std::size_t max_size, std::string& text) {
   if (!names_a_file(path)) return ReadResult::kNoFile;

@@ -12,6 +12,20 @@ enum class ReadResult { kOk, kNoFile, kTooLarge };
 /// something else; kTooLarge when it holds more than max_size bytes. Throws std::bad_alloc.
 ReadResult read_file(const std::string& path, std::size_t max_size, std::string& text);
 
+/// What a path leads to for those who write.
+enum class Target {
+  kFile,    ///< a regular file, or none yet
+  kStream,  ///< something else that can be written to, or an open file, by way of /proc
+  kNone     ///< nothing that can be written to, or it cannot be told
+};
+
+/// Follows symbolic links. For kFile, path is the name behind all of them then, relative where path
+/// and they are. Throws std::bad_alloc.
+Target find_target(std::string& path);
+
+/// The directory that a path names something in: "." for a plain name.
+std::string directory_of(const std::string& path);
+
 /// Puts text into the file at path, which is created when there is none. A regular file is
 /// replaced by a new one, with its permissions, in one step and only when that is complete on
 /// disk; symbolic links are followed to it. What is not a regular file, and what is reached

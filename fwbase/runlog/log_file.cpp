@@ -37,16 +37,41 @@ bool files_are_limited() {
 
 }  // namespace
 
-bool LogFile::open(const char* path, Content content) {
-  close();
-  m_descriptor = open_to_append(path, O_CREAT | (content == Content::kDiscard ? O_TRUNC : 0));
+bool LogFile::open(const char* path) {
+  const int descriptor = open_to_append(path, O_CREAT);
+  if (descriptor < 0) {
+    return false;
+  }
   struct stat status;
-  m_signals =
-      m_descriptor >= 0 &&
-      ((::fstat(m_descriptor, &status) == 0 && S_ISFIFO(status.st_mode)) || files_are_limited());
+  const bool is_fifo = ::fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode);
+  take(descriptor, is_fifo);
+  return true;
+}
+
+// O_NONBLOCK is for what is no regular file.
+bool LogFile::open_regular(const char* path) {
+  const int descriptor = open_to_append(path, O_CREAT | O_NONBLOCK);
+  if (descriptor < 0) {
+    return false;
+  }
+  struct stat status;
+  const bool is_known = ::fstat(descriptor, &status) == 0;
+  if (!is_known || !S_ISREG(status.st_mode)) {
+    const int reason = is_known ? EEXIST : errno;
+    ::close(descriptor);
+    errno = reason;
+    return false;
+  }
+  take(descriptor, false);
+  return true;
+}
+
+void LogFile::take(int descriptor, bool is_fifo) {
+  close();
+  m_descriptor = descriptor;
+  m_signals = is_fifo || files_are_limited();
   m_position = -1;
   m_asked = Clock::time_point();
-  return m_descriptor >= 0;
 }
 
 void LogFile::close() {
@@ -55,6 +80,8 @@ void LogFile::close() {
     m_descriptor = -1;
   }
 }
+
+bool LogFile::status(struct stat& status) const { return ::fstat(m_descriptor, &status) == 0; }
 
 LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, std::size_t count) {
   std::optional<utility::WriteSignalBlock> no_signals;
@@ -117,23 +144,17 @@ void LogFile::cut_back(std::size_t written) {
 // --- Other processes ---
 
 // Another log has rotated the file within a moment. Who holds the lock for longer has other
-// reasons, and must not hold up the host.
+// reasons, and must not hold up the host. Some file systems know no locks.
 void LogFile::lock() {
   constexpr timespec kPause = {0, 1000000};
-  for (int tries = 0; tries < kLockTries && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0;
+  for (int tries = 0;
+       tries < kLockTries && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
        ++tries) {
     ::nanosleep(&kPause, nullptr);
   }
 }
 
 void LogFile::unlock() { ::flock(m_descriptor, LOCK_UN); }
-
-bool LogFile::replaced(const char* path, std::int64_t limit) const {
-  struct stat own;
-  struct stat named;
-  return ::fstat(m_descriptor, &own) == 0 && ::stat(path, &named) == 0 &&
-         (own.st_dev != named.st_dev || own.st_ino != named.st_ino) && named.st_size < limit;
-}
 
 void LogFile::part_from_parent() {
   struct stat status;

@@ -2,9 +2,10 @@
 #ifndef FWBASE_RUNLOG_LOG_FILE_H
 #define FWBASE_RUNLOG_LOG_FILE_H
 
+#include <sys/stat.h>
+
 #include <chrono>
 #include <cstdint>
-#include <memory>
 
 #include "fwbase/runlog/log_record.h"
 
@@ -14,8 +15,6 @@ namespace fwbase {
 /// be taken back. Child processes of the host do not inherit the descriptor. Not synchronised.
 class LogFile {
  public:
-  enum class Content { kKeep, kDiscard };
-
   /// What append() has done: records written or given up, and whether the last one is written.
   struct Appended {
     std::size_t count;
@@ -27,9 +26,15 @@ class LogFile {
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
-  /// Opens or creates a file, in place of the one that was open.
-  bool open(const char* path, Content content);
-  void close();
+  /// Opens or creates a file, in place of the one that was open. That one stays open where it
+  /// fails; errno says why.
+  bool open(const char* path);
+
+  /// The same for a regular file only, without waiting for anything.
+  bool open_regular(const char* path);
+
+  /// As fstat().
+  bool status(struct stat& status) const;
 
   /// Writes `count` records at the end of the file, from `first` on. Where one fails, those behind
   /// it are left to the next call; of the one that failed everything is in the file or, where the
@@ -49,18 +54,14 @@ class LogFile {
   void lock();
   void unlock();
 
-  /// Whether another file of less than `limit` bytes has taken this one's place under its name.
-  bool replaced(const char* path, std::int64_t limit) const;
-
   /// In a forked child: makes a position of its own, where there is one. Allocates nothing.
   void part_from_parent();
-
-  /// Links files that stay open.
-  std::unique_ptr<LogFile> next;
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  void close();
+  void take(int descriptor, bool is_fifo);
   void count(std::size_t written);
   Appended give_up(const RecordTexts& texts, std::size_t first, std::size_t written);
   void cut_back(std::size_t written);

@@ -6,6 +6,8 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <iostream>
 #include <memory>
@@ -14,8 +16,9 @@
 #include <utility>
 
 #include "fwbase/runlog/log_message.h"
-#include "fwbase/runlog/log_rotation.h"
+#include "fwbase/support/gbk.h"
 #include "fwbase/support/process_id.h"
+#include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
@@ -59,6 +62,23 @@ class CLogProcess::Standstill {
   CLogProcess& m_log;
 };
 
+// A thread that writes a record itself. It says so before it looks whether the log stands still: a
+// standstill that it has not seen waits for it.
+class CLogProcess::DirectWriter {
+ public:
+  explicit DirectWriter(CLogProcess& log) : m_log(log) { ++m_log.m_direct_writers; }
+  ~DirectWriter() {
+    if (--m_log.m_direct_writers == 0 && m_log.m_standstill) {
+      m_log.m_direct_writers.notify_all();
+    }
+  }
+  DirectWriter(const DirectWriter&) = delete;
+  DirectWriter& operator=(const DirectWriter&) = delete;
+
+ private:
+  CLogProcess& m_log;
+};
+
 // --- Settings ---
 
 ec::EC CLogProcess::init() {
@@ -69,7 +89,7 @@ ec::EC CLogProcess::init() {
   m_asynch = false;
   ms_type_sign = 0;
   m_info = 0;
-  keep_file_open();
+  m_file.reset();
   m_standard_output = true;
   const ec::EC result = m_finished ? ec::LOG_OK : start_writer();
   publish();
@@ -97,24 +117,22 @@ ec::EC CLogProcess::file(const char* path) {
   if (path == nullptr) {
     return ec::LOG_BAD_PARAM;
   }
-  std::unique_ptr<LogFile> opened(new (std::nothrow) LogFile);
-  if (!opened) {
-    return ec::LOG_NO_MEMORY;
-  }
   try {
-    std::string name(path);
-    if (!opened->open(path, LogFile::Content::kKeep)) {
+    auto opened = std::make_unique<LogFile>();
+    LogRotation rotation(path);
+    if (!opened->open(rotation.path())) {
       return ec::LOG_OPEN_FAILED;
     }
     const WriteGuard guard(m_lock);
     // A rotation may just have made it a backup.
-    if (opened->replaced(path, kRotationSize) && !opened->open(path, LogFile::Content::kKeep)) {
+    if (!rotation.names(*opened) && !opened->open_regular(rotation.path())) {
       return ec::LOG_OPEN_FAILED;
     }
-    keep_file_open();
-    m_file = std::move(opened);
+    m_file.swap(opened);
+    m_rotation = std::move(rotation);
+    m_failure_reported = false;
     m_standard_output = false;
-    m_file_name.swap(name);
+    m_has_name = true;
     publish();
     return ec::LOG_OK;
   } catch (const std::bad_alloc&) {
@@ -152,8 +170,7 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
   if (message == nullptr) {
     return;
   }
-  LogQueue::Push pushed;
-  do {
+  for (bool taken = false; !taken;) {
     unsigned int round;
     const Admission admission = admit(round);
     if (admission.way == Way::kNone) {
@@ -163,12 +180,10 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
     record.type = type;
     record.message = message;
     record.location = location != nullptr ? location : "";
-    if (admission.way == Way::kDirect) {
-      do_write_log(record);
-      return;
-    }
-    pushed = m_queue.push(record, round);
-  } while (pushed == LogQueue::Push::kRoundOver);
+    taken = admission.way == Way::kDirect
+                ? write_directly(record)
+                : m_queue.push(record, round) != LogQueue::Push::kRoundOver;
+  }
 }
 
 // Says how a record is to be written now. The round comes first: should the log be stopped and
@@ -181,6 +196,16 @@ CLogProcess::Admission CLogProcess::admit(unsigned int& round) {
     round = m_queue.round();
   } while (m_standstill);
   return m_published;
+}
+
+// False when the log has come to a standstill before the record's turn could.
+bool CLogProcess::write_directly(const LogRecord& record) {
+  const DirectWriter writer(*this);
+  if (m_standstill) {
+    return false;
+  }
+  do_write_log(record);
+  return true;
 }
 
 // --- Output ---
@@ -197,7 +222,7 @@ void CLogProcess::do_write_log(const LogRecord& record) {
 void CLogProcess::publish() {
   Admission admission;
   admission.info = m_info;
-  if ((m_standard_output || m_file) && !m_file_name.empty()) {
+  if ((m_standard_output || m_file) && m_has_name) {
     admission.way = m_asynch && !m_finished && !m_forked ? Way::kQueued : Way::kDirect;
   }
   m_published = admission;
@@ -221,7 +246,7 @@ void write_standard_output(const RecordTexts& texts) {
 }  // namespace
 
 void CLogProcess::output(const RecordTexts& texts) {
-  if (texts.count() == 0 || m_file_name.empty()) {
+  if (texts.count() == 0 || !m_has_name) {
     return;
   }
   if (m_standard_output) {
@@ -229,45 +254,55 @@ void CLogProcess::output(const RecordTexts& texts) {
     return;
   }
   for (std::size_t next = 0; next < texts.count() && m_file;) {
-    const std::size_t count = records_until_rotation(texts, next, m_file->counted_position());
+    const std::size_t count = m_rotation.records_until_due(texts, next, m_file->counted_position());
     const LogFile::Appended appended = m_file->append(texts, next, count);
     next += appended.count;
-    if (appended.written && rotation_due(m_file->counted_position()) &&
-        rotation_due(m_file->position())) {
+    if (appended.written && m_rotation.due(m_file->counted_position()) &&
+        m_rotation.due(m_file->position())) {
       backup_log();
     }
   }
 }
 
-// Without a new file the log is silent until file() succeeds. Without memory the next record finds
-// the rotation still due. Where several processes write to one file, as after a fork, one rotates
-// and the others go on in the file that it has begun: with a rotation of each the backups would
-// soon hold a few records, and all the rest would be lost.
+// Without a directory the log is silent until file() succeeds. After any other failure it goes on
+// in the file that it has, and says so once.
 void CLogProcess::backup_log() {
-  m_file->lock();
-  LogFile::Content content = LogFile::Content::kKeep;
-  if (!m_file->replaced(m_file_name.c_str(), kRotationSize)) {
-    content = LogFile::Content::kDiscard;
-    try {
-      rotate_backups(m_file_name);
-    } catch (const std::bad_alloc&) {
-      m_file->unlock();
-      errno = ENOMEM;
-      return;
+  switch (m_rotation.rotate(*m_file)) {
+    case LogRotation::Result::kDone:
+      m_failure_reported = false;
+      break;
+    case LogRotation::Result::kNoDirectory:
+      m_file.reset();
+      publish();
+      break;
+    case LogRotation::Result::kForeign:
+      report_failed_backup(GBK("日志文件名已被其他文件占用,继续写入原文件,暂不备份"));
+      break;
+    case LogRotation::Result::kFailed: {
+      char message[128];
+      std::snprintf(message, sizeof message,
+                    GBK("日志文件备份失败,继续写入原文件,稍后重试: error=%s"),
+                    ::strerrordesc_np(errno));
+      report_failed_backup(message);
+      break;
     }
-  }
-  if (!m_file->open(m_file_name.c_str(), content)) {
-    m_file.reset();
-    publish();
   }
 }
 
-// The file that was written so far is neither closed nor written any more.
-void CLogProcess::keep_file_open() {
-  if (m_file) {
-    m_file->next = std::move(m_earlier_files);
-    m_earlier_files = std::move(m_file);
+// Whatever levels are enabled, as the closing record: it is about the file itself.
+void CLogProcess::report_failed_backup(const char* message) {
+  if (m_failure_reported) {
+    return;
   }
+  char location[512];
+  std::snprintf(location, sizeof location, "this(0x%x) %s %s(%d) CT:%s %s", support::addr32(this),
+                __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__);
+  LogRecord record = record_with(m_info);
+  record.type = ERROR;
+  record.message = message;
+  record.location = location;
+  RecordTexts text;
+  m_failure_reported = text.add(record) && m_file->append(text, 0, 1).written;
 }
 
 // --- The writer thread ---
@@ -320,6 +355,7 @@ ec::EC CLogProcess::start_writer() {
 // What is in the queue is written, by whoever ends it where there is no writer.
 void CLogProcess::begin_standstill() {
   m_standstill = true;
+  wait_for_direct_writers();
   m_queue.close();
   if (m_has_writer) {
     ::pthread_join(m_writer, nullptr);
@@ -328,6 +364,12 @@ void CLogProcess::begin_standstill() {
     write_queued();
   }
   m_queue.open();
+}
+
+void CLogProcess::wait_for_direct_writers() {
+  for (unsigned int count = m_direct_writers; count != 0; count = m_direct_writers) {
+    m_direct_writers.wait(count);
+  }
 }
 
 void CLogProcess::end_standstill() {
@@ -359,6 +401,7 @@ void CLogProcess::after_fork_in_child() {
   }
   new (&m_lifecycle) std::mutex;
   m_standstill = false;
+  m_direct_writers = 0;
   m_has_writer = false;
   m_forked = true;
   publish();

@@ -8,7 +8,6 @@
 #include <ctime>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include <fwbase/irunlog.h>
@@ -16,6 +15,7 @@
 #include "fwbase/runlog/log_file.h"
 #include "fwbase/runlog/log_queue.h"
 #include "fwbase/runlog/log_record.h"
+#include "fwbase/runlog/log_rotation.h"
 #include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
@@ -29,8 +29,9 @@ namespace fwbase {
 /// holds, nor a direct one twice.
 ///
 /// When the writer has to stop, the log comes to a standstill: threads that want to write wait, the
-/// queue's round ends, and what is in the queue is written. So no record can slip behind the end,
-/// into the next round or past the end of the process.
+/// queue's round ends, and what is in the queue is written, with the records of the threads that
+/// wait for room in it or for the output. So no record can slip behind the end, into the next round
+/// or past the end of the process.
 class CLogProcess : public IRunLog {
  public:
   CLogProcess() = default;
@@ -62,6 +63,7 @@ class CLogProcess : public IRunLog {
   /// For tests.
   const LogQueue& queue() const { return m_queue; }
   bool has_writer() const { return m_has_writer; }
+  unsigned int direct_writers() const { return m_direct_writers; }
 
  private:
   enum class Way { kNone, kDirect, kQueued };
@@ -74,8 +76,10 @@ class CLogProcess : public IRunLog {
   static_assert(std::atomic<Admission>::is_always_lock_free);
 
   class Standstill;
+  class DirectWriter;
 
   Admission admit(unsigned int& round);
+  bool write_directly(const LogRecord& record);
   void do_write_log(const LogRecord& record);
   void write_records(const std::vector<char>& packed, RecordTexts& texts);
   void write_texts(RecordTexts& texts);
@@ -84,17 +88,19 @@ class CLogProcess : public IRunLog {
   void publish() FWBASE_REQUIRES(m_lock);
   void output(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
   void backup_log() FWBASE_REQUIRES(m_lock);
-  void keep_file_open() FWBASE_REQUIRES(m_lock);
+  void report_failed_backup(const char* message) FWBASE_REQUIRES(m_lock);
 
   void begin_standstill();
+  void wait_for_direct_writers();
   void end_standstill();
   ec::EC start_writer() FWBASE_REQUIRES(m_lock);
 
   support::RwLock m_lock;
   bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
   std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
-  std::unique_ptr<LogFile> m_earlier_files FWBASE_GUARDED_BY(m_lock);  // a list; they stay open
-  std::string m_file_name FWBASE_GUARDED_BY(m_lock);
+  LogRotation m_rotation FWBASE_GUARDED_BY(m_lock);
+  bool m_failure_reported FWBASE_GUARDED_BY(m_lock) = false;  // of the rotation
+  bool m_has_name FWBASE_GUARDED_BY(m_lock) = false;          // file() has succeeded once
   unsigned int m_info FWBASE_GUARDED_BY(m_lock) = 0;
   bool m_asynch FWBASE_GUARDED_BY(m_lock) = false;
   bool m_finished FWBASE_GUARDED_BY(m_lock) = false;
@@ -102,6 +108,7 @@ class CLogProcess : public IRunLog {
   std::atomic<Admission> m_published{Admission{}};
 
   std::atomic<bool> m_standstill{false};
+  std::atomic<unsigned int> m_direct_writers{0};
 
   LogQueue m_queue;
   std::mutex m_lifecycle;

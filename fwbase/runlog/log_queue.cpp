@@ -24,11 +24,11 @@ constexpr std::size_t kKeptRoom = 4 * LogQueue::kMark;
 
 LogQueue::Push LogQueue::push(const LogRecord& record, unsigned int round) {
   std::unique_lock<std::mutex> lock(m_mutex);
-  while (!turned_away(round) && m_records.size() >= kMark) {
-    wait_for_room(lock);
-  }
-  if (turned_away(round)) {
+  if (round != m_round) {
     return Push::kRoundOver;
+  }
+  while (m_records.size() >= kMark) {
+    wait_for_room(lock);
   }
   try {
     pack_record(record, m_records);
@@ -43,13 +43,17 @@ LogQueue::Push LogQueue::push(const LogRecord& record, unsigned int round) {
   return Push::kDone;
 }
 
-// A thread may be cancelled while it waits.
+// A thread may be cancelled while it waits; the end of the round may be waiting for it.
 void LogQueue::wait_for_room(std::unique_lock<std::mutex>& lock) {
   struct Waiting {
-    explicit Waiting(unsigned int& threads) : count(threads) { ++count; }
-    ~Waiting() { --count; }
-    unsigned int& count;
-  } const waiting(m_waiting);
+    explicit Waiting(LogQueue& full) : queue(full) { ++queue.m_waiting; }
+    ~Waiting() {
+      if (--queue.m_waiting == 0 && !queue.m_open) {
+        queue.m_filled.notify_one();
+      }
+    }
+    LogQueue& queue;
+  } const waiting(*this);
   m_room.wait(lock);
 }
 
@@ -75,11 +79,14 @@ bool LogQueue::take(std::vector<char>& records) {
   if (m_waiting != 0) {
     m_room.notify_all();
   }
+  if (records.empty()) {
+    ++m_round;
+  }
   return !records.empty();
 }
 
 void LogQueue::wait_for_records(std::unique_lock<std::mutex>& lock) {
-  for (int naps = 0; m_open && m_records.empty(); ++naps) {
+  for (int naps = 0; m_records.empty() && (m_open || m_waiting != 0); ++naps) {
     if (naps < kNaps) {
       m_writer = Writer::kNapping;
       m_filled.wait_for(lock, kNap);
@@ -96,8 +103,6 @@ void LogQueue::wait_for_records(std::unique_lock<std::mutex>& lock) {
 void LogQueue::close() {
   const std::lock_guard<std::mutex> guard(m_mutex);
   m_open = false;
-  ++m_round;
-  m_room.notify_all();
   m_filled.notify_all();
 }
 
@@ -114,6 +119,11 @@ bool LogQueue::full() const {
 bool LogQueue::empty() const {
   const std::lock_guard<std::mutex> guard(m_mutex);
   return m_records.empty();
+}
+
+unsigned int LogQueue::waiting_producers() const {
+  const std::lock_guard<std::mutex> guard(m_mutex);
+  return m_waiting;
 }
 
 // --- Forks ---

@@ -21,8 +21,10 @@ namespace fwbase {
 /// after half a millisecond at the latest, and is woken only when the queue is half full. A thread
 /// that logs then pays for a copy of its record and for nothing else.
 ///
-/// Rounds: the queue is closed between one service of the log and the next. Whoever was told to
-/// queue a record in a round that is over learns so, and has to ask again what to do with it.
+/// Rounds: the queue is closed between one service of the log and the next. A round ends when the
+/// closed queue is empty and nobody waits for room in it any more: what had come so far is written.
+/// Whoever comes later with a record for that round learns so, and has to ask again what to do with
+/// it.
 class LogQueue {
  public:
   /// Producers wait while the queue holds so many bytes or more.
@@ -35,14 +37,15 @@ class LogQueue {
 
   /// Copies a record to the end of the queue; waits while the queue is full.
   /// kNoMemory    the record is not queued; errno is ENOMEM
-  /// kRoundOver   the record is not queued: the round has ended, maybe while it waited
+  /// kRoundOver   the record is not queued: the round had ended
   Push push(const LogRecord& record, unsigned int round);
 
   /// For the writer: waits for records and moves all of them to `records`, whose content is lost.
-  /// False, with none, when the queue is closed and empty.
+  /// False, with none, when the queue is closed, is empty and has no producer that waits for room:
+  /// the round is over then.
   bool take(std::vector<char>& records);
 
-  /// Ends the round: producers are turned away, and those that wait are woken.
+  /// Lets the round end. Nobody new may come with a record for it.
   void close();
 
   /// Begins a round.
@@ -50,6 +53,7 @@ class LogQueue {
 
   bool full() const;
   bool empty() const;
+  unsigned int waiting_producers() const;
 
   /// Around fork(), in the thread that forks. The child's queue is an empty one. Records that
   /// another thread was queueing when the deadline (CLOCK_REALTIME) had passed are not given back.
@@ -60,7 +64,6 @@ class LogQueue {
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
-  bool turned_away(unsigned int round) const { return !m_open || round != m_round; }
   void wait_for_room(std::unique_lock<std::mutex>& lock);
   bool call_writer();
   void wait_for_records(std::unique_lock<std::mutex>& lock);

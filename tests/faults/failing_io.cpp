@@ -178,6 +178,13 @@ int rename(const char* from, const char* to) {
   return is_watched(from) && fails("rename", Call::kOther) ? -1 : REAL(rename)(from, to);
 }
 
+int renameat2(int from_directory, const char* from, int to_directory, const char* to,
+              unsigned int flags) noexcept {
+  return is_watched(from) && fails("renameat2", Call::kOther)
+             ? -1
+             : REAL(renameat2)(from_directory, from, to_directory, to, flags);
+}
+
 int unlink(const char* path) {
   return is_watched(path) && fails("unlink", Call::kOther) ? -1 : REAL(unlink)(path);
 }
@@ -214,6 +221,11 @@ int fstat(int descriptor, struct stat* status) noexcept {
 int stat(const char* path, struct stat* status) noexcept {
   using Stat = int(const char*, struct stat*);
   return is_watched(path) && fails("stat", Call::kOther) ? -1 : real<Stat>("stat")(path, status);
+}
+
+int lstat(const char* path, struct stat* status) noexcept {
+  using Lstat = int(const char*, struct stat*);
+  return is_watched(path) && fails("lstat", Call::kOther) ? -1 : real<Lstat>("lstat")(path, status);
 }
 
 int statfs(const char* path, struct statfs* status) noexcept {

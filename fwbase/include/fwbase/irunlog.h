@@ -34,7 +34,13 @@ namespace fwbase {
 ///
 /// A log file whose size reaches 10 MiB (10,485,760 bytes) with a record becomes <file>.bak.0, and
 /// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost. Of several
-/// processes that write to one file, one does so and the others go on in the new file.
+/// processes that write to one file, one does so and the others go on in the new file. Only a
+/// regular file that still has its name is rotated, and none that is reached through /dev (but
+/// /dev/shm) or /proc. Where a rotation fails, for want of descriptors, room or rights, nothing is
+/// lost: the log goes on in the file that it has, says so in one record at ERROR, whatever levels
+/// are enabled, and tries again whenever the file has grown by another 64 KiB. So it does where a
+/// file of others has taken the name. When the file was removed, the log makes a new one at 10 MiB;
+/// when its directory is gone, it is silent from there on until file() succeeds.
 ///
 /// Threads   every operation may be called from any thread. One reader-writer lock guards the
 ///           output and the settings: records never interleave, and no rotation meets a record.
@@ -84,8 +90,8 @@ struct FWBASE_API IRunLog {
   ///
   /// Nothing is written before file() has succeeded once. After release(), though, the name of the
   /// file is remembered: records then go to standard output until file() is called.
-  /// Twice without release(): what is queued is written first, to the output of before, and the
-  /// writer is replaced; a file stays open, as after a second file().
+  /// Twice without release(): what is queued is written first, to the output of before, then the
+  /// file is closed and the writer is replaced.
   ///
   /// Returns
   ///   LOG_OK             in service
@@ -105,10 +111,12 @@ struct FWBASE_API IRunLog {
 
   /// Opens the log file, for appending, and makes it the output.
   /// path   required; copied. Made when it does not exist, with the process's umask. Not inherited
-  ///        by programs that the host starts. A FIFO or a device is written, but never rotated.
+  ///        by programs that the host starts. A relative name stays that of this file when the
+  ///        working directory changes; backups are made beside the file that a symbolic link leads
+  ///        to. What is no regular file, as a FIFO, is written, but never rotated.
   ///
   /// Returns
-  ///   LOG_OK           records go to the file. A file opened earlier stays open, unwritten.
+  ///   LOG_OK           records go to the file. One that was opened earlier is closed.
   ///   LOG_BAD_PARAM    path is null; nothing changed
   ///   LOG_NO_MEMORY    nothing changed
   ///   LOG_OPEN_FAILED  the file cannot be opened (errno says why); nothing changed
@@ -129,9 +137,13 @@ struct FWBASE_API IRunLog {
   /// the closing record (DEBUG, "\nlog system release\n", empty location, whatever the mask was)
   /// and closes the file. Standard output is not closed, and remains the output where it was.
   ///
-  /// Threads blocked in write() are woken: what they had to write is written as long as the file is
-  /// open, and dropped from then on. Once the file is closed, another call writes nothing. init()
-  /// may follow.
+  /// Of records whose write() has begun before, it writes those that are queued, and those of
+  /// threads that wait in write(), for room in the queue or for their turn at the output: all of
+  /// them, before the closing record. It waits where the output takes nothing, as a FIFO that
+  /// nobody reads. A write() that has not come so far, and one that begins while release() runs, is
+  /// written before the closing record, or waits and is then as one that begins after release().
+  ///
+  /// Once the file is closed, another call writes nothing. init() may follow.
   /// Takes the lock for writing.
   virtual void release() = 0;
 
@@ -143,8 +155,8 @@ struct FWBASE_API IRunLog {
   /// Both texts are zero-terminated and remain the caller's.
   ///
   /// Writes nothing as long as there is no output: before file() has succeeded, after a release()
-  /// that closed the file, and after a rotation that could not open the new file, until file()
-  /// succeeds.
+  /// that closed the file, and when the file was to be rotated and its directory was gone, until
+  /// file() succeeds.
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
   /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
   /// Sees the settings as they were at one moment. In direct mode takes the lock for writing, in

@@ -41,21 +41,39 @@ class LogFileTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(LogFileTest, KeepsOrDiscardsTheContent) {
+TEST_F(LogFileTest, AppendsToWhatIsThere) {
   write_file(path, "old ");
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_TRUE(append("new"));
   EXPECT_EQ(read_file(path), "old " + text_of("new"));
   EXPECT_EQ(file.position(), static_cast<std::int64_t>(4 + text_of("new").size()));
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kDiscard));
-  EXPECT_TRUE(append("newer"));
-  EXPECT_EQ(read_file(path), text_of("newer"));
-  EXPECT_EQ(file.position(), static_cast<std::int64_t>(text_of("newer").size()));
+}
+
+TEST_F(LogFileTest, AnotherFileTakesItsPlaceOnlyWhenThatIsOpen) {
+  ASSERT_TRUE(file.open(path.c_str()));
+  EXPECT_FALSE(file.open(dir.path("no/log").c_str()));
+  EXPECT_TRUE(append("still the first"));
+  EXPECT_TRUE(file.open(dir.path("second").c_str()));
+  EXPECT_EQ(file.counted_position(), -1);
+  EXPECT_TRUE(append("second"));
+  EXPECT_EQ(read_file(path), text_of("still the first"));
+  EXPECT_EQ(read_file(dir.path("second")), text_of("second"));
+}
+
+TEST_F(LogFileTest, OpensARegularFileOnlyWithoutWaiting) {
+  ASSERT_TRUE(file.open_regular(path.c_str()));
+  EXPECT_TRUE(append("first"));
+  ASSERT_EQ(::mkfifo(dir.path("fifo").c_str(), 0600), 0);
+  EXPECT_FALSE(file.open_regular(dir.path("fifo").c_str()));
+  EXPECT_FALSE(file.open_regular("/dev/full"));
+  EXPECT_EQ(errno, EEXIST);
+  EXPECT_TRUE(append("second"));
+  EXPECT_EQ(read_file(path), text_of("first") + text_of("second"));
 }
 
 TEST_F(LogFileTest, CountsThePositionFromTheFirstRecordOn) {
   write_file(path, "old ");
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_EQ(file.counted_position(), -1);
   std::int64_t expected = 4;
   for (int i = 0; i < 100; ++i) {
@@ -71,13 +89,13 @@ TEST_F(LogFileTest, WritesSomeOfManyRecords) {
   for (const char* message : {"0", "1", "2", "3"}) {
     texts.add({IRunLog::ERROR, message, "", {}});
   }
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_EQ(file.append(texts, 1, 2).count, 2u);
   EXPECT_EQ(read_file(path), text_of("1") + text_of("2"));
 }
 
 TEST_F(LogFileTest, OfManyRecordsOnlyTheOneThatFailsIsTakenBack) {
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   LogFile::Appended appended;
   {
     const FileSizeLimit limit(2 * text_of("1").size() + 5);
@@ -91,20 +109,20 @@ TEST_F(LogFileTest, OfManyRecordsOnlyTheOneThatFailsIsTakenBack) {
 }
 
 TEST_F(LogFileTest, WhatCannotBeOpenedIsRefused) {
-  EXPECT_FALSE(file.open(dir.path().c_str(), LogFile::Content::kKeep));
-  EXPECT_FALSE(file.open(dir.path("no/log").c_str(), LogFile::Content::kKeep));
-  EXPECT_FALSE(file.open("", LogFile::Content::kKeep));
+  EXPECT_FALSE(file.open(dir.path().c_str()));
+  EXPECT_FALSE(file.open(dir.path("no/log").c_str()));
+  EXPECT_FALSE(file.open(""));
 }
 
 TEST_F(LogFileTest, ChildProcessesDoNotInheritIt) {
   const int next_descriptor = ::dup(0);
   ::close(next_descriptor);
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_EQ(::fcntl(next_descriptor, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(LogFileTest, AnotherProcessMayTruncateTheFile) {
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_TRUE(append("before"));
   std::filesystem::resize_file(path, 0);
   EXPECT_TRUE(append("after"));
@@ -113,7 +131,7 @@ TEST_F(LogFileTest, AnotherProcessMayTruncateTheFile) {
 }
 
 TEST_F(LogFileTest, ARecordThatDoesNotFitIsTakenBackWhole) {
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_TRUE(append("12345"));
   {
     const FileSizeLimit limit(text_of("12345").size() + text_of("6").size());
@@ -129,7 +147,7 @@ TEST_F(LogFileTest, ARecordThatDoesNotFitIsTakenBackWhole) {
 TEST_F(LogFileTest, AFifoHasNoPosition) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_TRUE(append("record"));
   EXPECT_EQ(file.position(), -1);
   char buffer[64];
@@ -140,7 +158,7 @@ TEST_F(LogFileTest, AFifoHasNoPosition) {
 TEST_F(LogFileTest, AFifoWithoutAReaderLosesTheRecordAndRaisesNoSignal) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   ::close(reader);
   sigset_t before, after;
   ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
@@ -161,13 +179,13 @@ TEST_F(LogFileTest, AFifoWithoutAReaderLosesTheRecordAndRaisesNoSignal) {
 }
 
 TEST_F(LogFileTest, AFullDeviceLosesTheRecord) {
-  ASSERT_TRUE(file.open("/dev/full", LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open("/dev/full"));
   EXPECT_FALSE(append("record"));
   EXPECT_EQ(errno, ENOSPC);
 }
 
 TEST_F(LogFileTest, AForkedChildHasAPositionOfItsOwn) {
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
+  ASSERT_TRUE(file.open(path.c_str()));
   EXPECT_TRUE(append("parent"));
   const std::int64_t position = file.position();
   const pid_t child = ::fork();
@@ -187,23 +205,12 @@ TEST_F(LogFileTest, ALimitOfTheSizeRaisesNoSignal) {
   if (child == 0) {
     ::signal(SIGXFSZ, SIG_DFL);
     const rlimit limit = {text_of("fits").size(), RLIM_INFINITY};
-    const bool good = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-                      file.open(path.c_str(), LogFile::Content::kKeep) && append("fits") &&
-                      !append("lost") && errno == EFBIG;
+    const bool good = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 && file.open(path.c_str()) &&
+                      append("fits") && !append("lost") && errno == EFBIG;
     ::_exit(good ? 0 : 1);
   }
   int status = -1;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(read_file(path), text_of("fits"));
-}
-
-TEST_F(LogFileTest, KnowsWhenAnotherFileHasTakenItsPlace) {
-  ASSERT_TRUE(file.open(path.c_str(), LogFile::Content::kKeep));
-  EXPECT_FALSE(file.replaced(path.c_str(), 100));
-  std::filesystem::rename(path, path + ".moved");
-  EXPECT_FALSE(file.replaced(path.c_str(), 100));  // nothing is there
-  write_file(path, "new");
-  EXPECT_TRUE(file.replaced(path.c_str(), 4));
-  EXPECT_FALSE(file.replaced(path.c_str(), 3));
 }

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,19 +20,25 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "fwbase/support/gbk.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/file_size_limit.h"
+#include "tests/support/no_descriptors.h"
 #include "tests/support/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;
 
 namespace {
+
+constexpr std::size_t kLimit = 10485760;  // 10 MiB
+constexpr std::size_t kRetry = 65536;
 
 constexpr char kClosing[] = "[DEBUG]: \r\n >\nlog system release\n\n";
 
@@ -189,6 +196,7 @@ TEST_F(LogProcess, FileResultsAndWhatStaysUnchanged) {
 TEST_F(LogProcess, FileWithoutMemoryChangesNothing) {
   start(false);
   const std::string other = dir.path(std::string(100, 'o'));
+  std::string expected;
   for (int n = 1;; ++n) {
     ec::EC result;
     bool failed;
@@ -205,8 +213,9 @@ TEST_F(LogProcess, FileWithoutMemoryChangesNothing) {
     EXPECT_EQ(result, ec::LOG_NO_MEMORY) << n;
     EXPECT_EQ(open_count(other), 0);
     write("x");
+    expected += text_of("x");
   }
-  EXPECT_EQ(written(), text_of("x") + text_of("x"));
+  EXPECT_EQ(written(), expected);
 }
 
 TEST_F(LogProcess, AppendsToWhatTheFileHolds) {
@@ -216,7 +225,7 @@ TEST_F(LogProcess, AppendsToWhatTheFileHolds) {
   EXPECT_EQ(written(), "old\n" + text_of("new"));
 }
 
-TEST_F(LogProcess, ASecondFileLeavesTheFirstOpenAndUnwritten) {
+TEST_F(LogProcess, ASecondFileClosesTheFirst) {
   start(false);
   write("first");
   const std::string second = dir.path("second");
@@ -224,10 +233,25 @@ TEST_F(LogProcess, ASecondFileLeavesTheFirstOpenAndUnwritten) {
   write("second");
   EXPECT_EQ(written(), text_of("first"));
   EXPECT_EQ(read_file(second), text_of("second"));
-  EXPECT_EQ(open_count(path), 1);
+  EXPECT_EQ(open_count(path), 0);
   log.release();
-  EXPECT_EQ(open_count(path), 1);
   EXPECT_EQ(open_count(second), 0);
+}
+
+TEST_F(LogProcess, AnyNumberOfFilesTakeOneDescriptor) {
+  start(false);
+  const int spare = ::open("/dev/null", O_RDONLY);
+  ::close(spare);
+  rlimit before;
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit two_more = {static_cast<rlim_t>(spare) + 2, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &two_more), 0);
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_EQ(log.file(dir.path(std::to_string(i)).c_str()), ec::LOG_OK);
+    write("x");
+    EXPECT_EQ(read_file(dir.path(std::to_string(i))), text_of("x"));
+  }
+  ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 TEST_F(LogProcess, FileWorksBeforeInit) {
@@ -411,7 +435,7 @@ TEST_F(LogProcess, ASecondInitWritesWhatIsQueuedAndKeepsOneWriter) {
   ASSERT_EQ(log.init(), ec::LOG_OK);
   EXPECT_TRUE(log.has_writer());
   EXPECT_EQ(written(), expected);
-  EXPECT_EQ(open_count(path), 1);  // as after a second file()
+  EXPECT_EQ(open_count(path), 0);
 }
 
 TEST_F(LogProcess, AWriterThatDoesNotStartFailsInitAndRecordsAreWrittenDirectly) {
@@ -549,7 +573,7 @@ TEST_F(LogProcess, WithoutMemoryForAllTextsQueuedRecordsAreWrittenOneByOne) {
 
 // --- Blocked producers ---
 
-TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesThem) {
+TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWritesThem) {
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   log.asynch(true);
   const std::string message(1000, 'x');
@@ -559,14 +583,14 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWakesTh
       write(message);
     }
   });
-  wait_until([&] { return log.queue().full(); });
+  wait_until([&] { return log.queue().waiting_producers() == 1; });
   EXPECT_EQ(written(), "");
   const int piled_up = 17;  // of 1,022 bytes each: the last one when there were 16,352
   log.release();
   producer.join();
   EXPECT_EQ(returned, 100);
   std::string expected;
-  for (int i = 0; i < piled_up; ++i) {
+  for (int i = 0; i < piled_up + 1; ++i) {  // and the one that waited
     expected += text_of(message);
   }
   EXPECT_EQ(written(), expected + kClosing);
@@ -591,16 +615,33 @@ TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] { slow.write(IRunLog::ERROR, message.c_str(), ""); });
   }
-  wait_until([&] { return slow.queue().full(); });
+  wait_until([&] { return slow.queue().waiting_producers() == 3; });
   threads.emplace_back([&] { slow.release(); });
   slow.ready.set_value();
   for (std::thread& thread : threads) {
     thread.join();
   }
-  const std::string text = written();
-  EXPECT_GE(text.size(), text_of(message).size() + std::strlen(kClosing));
-  EXPECT_EQ((text.size() - std::strlen(kClosing)) % text_of(message).size(), 0u);
-  EXPECT_TRUE(text.ends_with(kClosing));
+  const std::string record = text_of(message);
+  EXPECT_EQ(written(), record + record + record + record + kClosing);
+}
+
+TEST_F(LogProcess, ReleaseWritesTheRecordsOfThreadsThatWaitForTheOutput) {
+  constexpr int kThreads = 4;
+  Fifo fifo(path);
+  start(false);
+  const std::string message(70000, 'x');  // more than the FIFO takes
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] { write(message); });
+  }
+  wait_until([&] { return log.direct_writers() == kThreads; });
+  threads.emplace_back([&] { log.release(); });
+  const std::string text = fifo.read_until(kClosing);
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const std::string record = text_of(message);
+  EXPECT_EQ(text, record + record + record + record + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
@@ -636,7 +677,6 @@ TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
 // --- Rotation ---
 
 TEST_F(LogProcess, TheFileIsRotatedWhenItReaches10MiB) {
-  constexpr std::size_t kLimit = 10485760;
   const std::string record = text_of("x");
   write_file(path, "");
   std::filesystem::resize_file(path, kLimit - 1 - record.size());
@@ -689,7 +729,7 @@ TEST_F(LogProcess, FiveFilesAtMost) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 5);
 }
 
-TEST_F(LogProcess, AFailedReopenSilencesTheLogUntilFileSucceeds) {
+TEST_F(LogProcess, WithoutItsDirectoryTheLogIsSilentUntilFileSucceeds) {
   const std::string folder = dir.path("folder");
   const std::string log_path = folder + "/log";
   std::filesystem::create_directory(folder);
@@ -708,22 +748,17 @@ TEST_F(LogProcess, AFailedReopenSilencesTheLogUntilFileSucceeds) {
   EXPECT_EQ(written(), text_of("back"));
 }
 
-TEST_F(LogProcess, ARotationWithoutMemoryIsMadeUpForByTheNextRecord) {
+TEST_F(LogProcess, ARotationNeedsNoMemory) {
   const std::string other = dir.path(std::string(100, 'o'));
-  const std::string message(10485760, 'x');
   start(false);
   ASSERT_EQ(log.file(other.c_str()), ec::LOG_OK);
+  std::filesystem::resize_file(other, kLimit);
   {
-    const FailingNew memory(2, FailingNew::ANY);  // the first is the large record's
-    write(message);
-    EXPECT_TRUE(memory.has_failed());
+    const FailingNew memory(1, FailingNew::ANY);
+    write("x");
+    EXPECT_FALSE(memory.has_failed());
   }
-  EXPECT_EQ(std::filesystem::file_size(other), text_of(message).size());
-  const int another_log = ::open(other.c_str(), O_RDONLY);
-  EXPECT_EQ(::flock(another_log, LOCK_EX | LOCK_NB), 0);  // nothing stays locked meanwhile
-  ::close(another_log);
-  write("y");
-  EXPECT_EQ(std::filesystem::file_size(other + ".bak.0"), text_of(message + "y").size() + 14);
+  EXPECT_EQ(std::filesystem::file_size(other + ".bak.0"), kLimit + text_of("x").size());
   EXPECT_EQ(std::filesystem::file_size(other), 0u);
 }
 
@@ -759,15 +794,213 @@ TEST_F(LogProcess, ALockThatTheHostKeepsOnTheFileDoesNotKeepItFromRotation) {
   ::close(hosts_own);
 }
 
-TEST_F(LogProcess, ALogFileThatWasMovedAwayIsRotatedAsAnyOther) {
-  start(false);
+TEST_F(LogProcess, ALogFileThatWasRemovedOrMovedAwayIsMadeAnewWhenItIsDue) {
+  for (const bool moved : {false, true}) {
+    start(false);
+    write_file(path + ".bak.0", "older");
+    if (moved) {
+      std::filesystem::rename(path, path + ".moved");
+    } else {
+      std::filesystem::remove(path);
+    }
+    write(std::string(kLimit, 'x'));
+    EXPECT_EQ(read_file(path + ".bak.0"), "older");
+    write("new");
+    EXPECT_EQ(written(), text_of("new"));
+    std::filesystem::remove(path);
+  }
+}
+
+// --- Rotation that fails ---
+
+// The messages of the records about the rotation; all other records are as expected.
+class FailingRotation : public LogProcess {
+ protected:
+  // Just below the size from which on it is due.
+  void start_large(bool queued) {
+    write_file(path, "");
+    std::filesystem::resize_file(path, kLimit - 1);
+    start(queued);
+  }
+
+  // Takes the records of the rotation out of the text, and gives their messages.
+  static std::vector<std::string> take_reports(std::string& text) {
+    static const std::regex kReport(
+        "\\[ERROR\\]: this\\(0x[0-9a-f]+\\) \\S.* \\S*fwbase/runlog/log_process\\.cpp\\([0-9]+\\) "
+        "CT:\\w+ +\\d+ \\d+ [0-9:]+\r\n >(.*)\n");
+    std::vector<std::string> messages;
+    for (std::smatch report; std::regex_search(text, report, kReport);) {
+      messages.push_back(report[1]);
+      text.erase(static_cast<std::size_t>(report.position()),
+                 static_cast<std::size_t>(report.length()));
+    }
+    return messages;
+  }
+
+  // What is in a file behind what made it large.
+  static std::string tail(const std::string& file) { return read_file(file).substr(kLimit - 1); }
+};
+
+TEST_F(FailingRotation, WithoutADescriptorTheLogGoesOnSaysSoOnceAndTriesAgain) {
+  for (const bool queued : {false, true}) {
+    start_large(queued);
+    const std::string filler(kRetry / 4, 'x');
+    std::string expected;
+    {
+      const NoDescriptors limit;
+      for (int i = 0; i < 20; ++i) {
+        write(std::to_string(i) + filler);
+        expected += text_of(std::to_string(i) + filler);
+      }
+      wait_until([&] { return log.queue().empty(); });
+      log.asynch(false);
+      write("direct");  // behind what the writer has taken
+      expected += text_of("direct");
+    }
+    EXPECT_FALSE(backup_exists());
+    while (!backup_exists()) {
+      write(filler);
+      expected += text_of(filler);
+      ASSERT_LT(expected.size(), 30 * kRetry);
+    }
+    write("new");
+    EXPECT_EQ(written(), text_of("new"));
+    std::string text = tail(path + ".bak.0");
+    EXPECT_EQ(take_reports(text), std::vector<std::string>{GBK(
+                                      "日志文件备份失败,继续写入原文件,稍后重试: error=Too many "
+                                      "open files")});
+    EXPECT_EQ(text, expected);
+    log.release();
+    std::filesystem::remove(path);
+    std::filesystem::remove(path + ".bak.0");
+  }
+}
+
+TEST_F(FailingRotation, EachSpellOfFailuresIsReported) {
+  std::string all;
+  for (int spell = 0; spell < 2; ++spell) {
+    start_large(false);
+    {
+      const NoDescriptors limit;
+      write("x");
+    }
+    write(std::string(kRetry, 'x'));
+    ASSERT_TRUE(backup_exists());
+    EXPECT_EQ(std::filesystem::file_size(path), 0u);
+    all += tail(path + ".bak.0");
+    std::filesystem::resize_file(path, kLimit - 1);
+    {
+      const NoDescriptors limit;
+      write("x");
+    }
+    all += tail(path);
+    log.release();
+    std::filesystem::remove(path + ".bak.0");
+  }
+  EXPECT_EQ(take_reports(all).size(), 4u);
+}
+
+TEST_F(FailingRotation, ItsReportHasTheDetailsOfARecord) {
+  start_large(false);
+  log.info(IRunLog::INFO_PID);
+  {
+    const NoDescriptors limit;
+    write("x");
+  }
+  const std::string pid = "[ERROR]: pid:" + std::to_string(::getpid());
+  EXPECT_TRUE(tail(path).starts_with(pid + " \r\n >x\n" + pid + " this(0x"));
+}
+
+TEST_F(FailingRotation, OnAFullDiskTheReportIsMadeUpForLater) {
+  start_large(false);
+  std::filesystem::create_directories(path + ".bak.~/in the way");
+  write_file(path + ".bak.3", "");
+  {
+    const FileSizeLimit limit(kLimit - 1 + text_of("fits").size());
+    write("fits");
+  }
+  EXPECT_EQ(tail(path), text_of("fits"));
+  write(std::string(kRetry, 'x'));
+  write(std::string(kRetry, 'x'));
+  std::string text = tail(path);
+  EXPECT_EQ(take_reports(text).size(), 1u);
+}
+
+TEST_F(FailingRotation, AForeignFileThatHasTheNameIsLeftAloneAndReportedOnce) {
+  start_large(false);
   std::filesystem::rename(path, path + ".moved");
-  write_file(path + ".bak.0", "older");
-  write(std::string(10485760, 'x'));
-  EXPECT_EQ(read_file(path + ".bak.1"), "older");
+  write_file(path, "foreign");
+  for (int i = 0; i < 3; ++i) {
+    write(std::string(kRetry, 'x'));
+  }
+  EXPECT_EQ(written(), "foreign");
   EXPECT_FALSE(backup_exists());
+  std::string text = tail(path + ".moved");
+  EXPECT_EQ(take_reports(text),
+            std::vector<std::string>{GBK("日志文件名已被其他文件占用,继续写入原文件,暂不备份")});
+  const std::string record = text_of(std::string(kRetry, 'x'));
+  EXPECT_EQ(text, record + record + record);
+}
+
+TEST_F(FailingRotation, FileEndsASpellOfFailures) {
+  start_large(false);
+  {
+    const NoDescriptors limit;
+    write("x");
+  }
+  EXPECT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  write("y");
+  EXPECT_TRUE(backup_exists());
+}
+
+// --- Names ---
+
+TEST_F(LogProcess, ARelativeNameStaysTheSameFileWhereverTheHostGoes) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::create_directory(dir.path("elsewhere"));
+  std::filesystem::current_path(dir.path());
+  ASSERT_EQ(log.file("log"), ec::LOG_OK);
+  std::filesystem::current_path(dir.path("elsewhere"));
+  write(std::string(kLimit, 'x'));
+  std::filesystem::current_path(before);
   write("new");
+  EXPECT_TRUE(backup_exists());
   EXPECT_EQ(written(), text_of("new"));
+  EXPECT_TRUE(std::filesystem::is_empty(dir.path("elsewhere")));
+}
+
+TEST_F(LogProcess, BackupsOfALinkedLogAreBesideTheFile) {
+  const std::string volume = dir.path("volume");
+  std::filesystem::create_directory(volume);
+  std::filesystem::create_symlink("volume/file", path);
+  start(false);
+  write(std::string(kLimit, 'x'));
+  write("new");
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+  EXPECT_FALSE(backup_exists());
+  EXPECT_TRUE(std::filesystem::exists(volume + "/file.bak.0"));
+  EXPECT_EQ(read_file(volume + "/file"), text_of("new"));
+}
+
+// As /dev/stdout and /dev/stderr are.
+TEST_F(LogProcess, AFileThatAnotherProgramHasOpenIsNeverRotated) {
+  write_file(path, "");
+  std::filesystem::resize_file(path, kLimit);
+  const int open_file = ::open(path.c_str(), O_WRONLY | O_APPEND);
+  const std::string number = std::to_string(open_file);
+  std::filesystem::create_symlink("/proc/self/fd/" + number, dir.path("link"));
+  std::uintmax_t size = kLimit;
+  for (const std::string& name :
+       {"/proc/self/fd/" + number, "/dev/fd/" + number, dir.path("link")}) {
+    ASSERT_EQ(log.file(name.c_str()), ec::LOG_OK);
+    write("x");
+    size += text_of("x").size();
+    EXPECT_EQ(std::filesystem::file_size(path), size) << name;
+    EXPECT_FALSE(std::filesystem::exists(name + ".bak.0"));
+  }
+  EXPECT_FALSE(backup_exists());
+  EXPECT_TRUE(std::filesystem::is_symlink(dir.path("link")));
+  ::close(open_file);
 }
 
 TEST_F(LogProcess, AFifoIsNeverRotated) {

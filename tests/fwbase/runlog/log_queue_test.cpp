@@ -36,6 +36,12 @@ class LogQueueTest : public testing::Test {
     return messages;
   }
 
+  void wait_for_producers(unsigned int count) {
+    while (queue.waiting_producers() != count) {
+      std::this_thread::yield();
+    }
+  }
+
   LogQueue queue;
 };
 
@@ -133,7 +139,6 @@ TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
 TEST_F(LogQueueTest, WhenClosedItGivesWhatIsThereAndThenNothing) {
   push("a");
   queue.close();
-  EXPECT_EQ(push("refused"), LogQueue::Push::kRoundOver);
   EXPECT_EQ(take(), Messages{"a"});
   EXPECT_EQ(take(), Messages{"(closed)"});
   queue.open();
@@ -143,25 +148,36 @@ TEST_F(LogQueueTest, WhenClosedItGivesWhatIsThereAndThenNothing) {
 
 TEST_F(LogQueueTest, ARecordOfARoundThatIsOverIsRefused) {
   const unsigned int round = queue.round();
+  const auto push_late = [&] { return queue.push({IRunLog::ERROR, "late", "", {}}, round); };
   queue.close();
+  EXPECT_EQ(take(), Messages{"(closed)"});
+  EXPECT_EQ(push_late(), LogQueue::Push::kRoundOver);
   queue.open();
-  EXPECT_EQ(queue.push({IRunLog::ERROR, "late", "", {}}, round), LogQueue::Push::kRoundOver);
+  EXPECT_EQ(push_late(), LogQueue::Push::kRoundOver);
   EXPECT_TRUE(queue.empty());
 }
 
-TEST_F(LogQueueTest, CloseWakesTheWriterAndProducersThatWaitForRoom) {
+TEST_F(LogQueueTest, CloseWakesTheWriter) {
   std::thread writer([&] { EXPECT_EQ(take(), Messages{"(closed)"}); });
   queue.close();
   writer.join();
-  queue.open();
-  push(std::string(16384, 'x'));
+}
+
+TEST_F(LogQueueTest, TheRoundEndsBehindTheRecordsOfProducersThatWaitForRoom) {
+  const std::string filler(16384, 'x');
+  push(filler);
   std::vector<std::thread> producers;
   for (int i = 0; i < 4; ++i) {
-    producers.emplace_back([&, round = queue.round()] {
-      EXPECT_EQ(queue.push({IRunLog::ERROR, "x", "", {}}, round), LogQueue::Push::kRoundOver);
-    });
+    producers.emplace_back([&] { EXPECT_EQ(push("waited"), LogQueue::Push::kDone); });
   }
+  wait_for_producers(4);
   queue.close();
+  EXPECT_EQ(take(), Messages{filler});
+  Messages rest;
+  for (Messages taken = take(); taken != Messages{"(closed)"}; taken = take()) {
+    rest.insert(rest.end(), taken.begin(), taken.end());
+  }
+  EXPECT_EQ(rest, (Messages{"waited", "waited", "waited", "waited"}));
   for (std::thread& producer : producers) {
     producer.join();
   }
@@ -178,18 +194,26 @@ TEST_F(LogQueueTest, WithoutMemoryARecordIsRefusedWithEnomem) {
 
 TEST_F(LogQueueTest, AThreadThatIsCancelledWhileItWaitsLeavesTheQueue) {
   push(std::string(16384, 'x'));
-  std::atomic<bool> begun{false};
-  std::thread producer([&] {
-    begun = true;
-    push("never");
-  });
-  while (!begun) {
-    std::this_thread::yield();
-  }
+  std::thread producer([&] { push("never"); });
+  wait_for_producers(1);
   ::pthread_cancel(producer.native_handle());
   producer.join();
   EXPECT_EQ(take().size(), 1u);
   EXPECT_TRUE(queue.empty());
   EXPECT_EQ(push("x"), LogQueue::Push::kDone);
   EXPECT_EQ(take(), Messages{"x"});
+}
+
+TEST_F(LogQueueTest, TheRoundDoesNotWaitForAProducerThatIsCancelled) {
+  push(std::string(16384, 'x'));
+  std::thread producer([&] { push("never"); });
+  wait_for_producers(1);
+  queue.close();
+  std::thread writer([&] {
+    while (take() != Messages{"(closed)"}) {
+    }
+  });
+  ::pthread_cancel(producer.native_handle());
+  producer.join();
+  writer.join();
 }

@@ -1,0 +1,27 @@
+// A process that has as many files open as it may.
+#ifndef FWBASE_TESTS_SUPPORT_NO_DESCRIPTORS_H
+#define FWBASE_TESTS_SUPPORT_NO_DESCRIPTORS_H
+
+#include <sys/resource.h>
+
+namespace fwbase::test {
+
+/// While it lives, this process gets no new descriptor; those that are open can be used.
+class NoDescriptors {
+ public:
+  NoDescriptors() {
+    ::getrlimit(RLIMIT_NOFILE, &m_limit);
+    const rlimit limit = {0, m_limit.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+  }
+  ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_limit); }
+  NoDescriptors(const NoDescriptors&) = delete;
+  NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+ private:
+  rlimit m_limit;
+};
+
+}  // namespace fwbase::test
+
+#endif
