@@ -235,6 +235,25 @@ TEST_F(ScriptData, NumbersAreWrittenWithoutTheLocale) {
             process("<Data><var name=\"x\" type=\"int\" value=\"1234567\"/></Data>"));
 }
 
+TEST_F(ScriptData, WhatWasLoadedIsSavedWhateverTheFileIsMeanwhile) {
+  const ScriptFile file(process("<!-- loaded --><Exec/>"));
+  ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);
+  write_file(file.path(), "something else");
+  engine.set("x", 1);
+  EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK);
+  EXPECT_EQ(
+      root_of(file),
+      process("<!-- loaded --><Data><var name=\"x\" type=\"int\" value=\"1\"/></Data><Exec/>"));
+}
+
+TEST_F(ScriptData, AVariableOfAnUnknownTypeThatIsReplacedIsLogged) {
+  const std::int32_t number = 1;
+  engine.set_value_env("x", kUnknownType, &number, nullptr);
+  EXPECT_TRUE(log.records().empty());
+  engine.set_env("x", 5, nullptr);
+  EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, "错误的类型，0x7")});
+}
+
 TEST_F(ScriptData, AProcessThatIsMissingCannotBeSaved) {
   const ScriptFile file("<korvid><Process name=\"named\"/></korvid>");
   ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);

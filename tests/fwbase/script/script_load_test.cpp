@@ -328,4 +328,28 @@ TEST_F(ScriptLoadMemory, EachFailedAllocationGivesACodeAndLeavesAUsableEngine) {
   EXPECT_GT(failures, 0);
 }
 
+TEST_F(ScriptLoadMemory, ASectionThatCannotBeBegunBlocksFurtherSections) {
+  const std::string other = korvid("<Process name=''><Exec><section name='t'/></Exec></Process>");
+  const ScriptFile second(other);
+  int blocked = 0;
+  for (int n = 1; blocked == 0; ++n) {
+    start();
+    {
+      const FailingNew memory(n, FailingNew::ANY);
+      engine.CScript::load_script(file.path());
+      ASSERT_TRUE(memory.has_failed());
+    }
+    if (engine.CScript::load_script(second.path()) != ec::SCRIPT_SECTION_NESTED) {
+      continue;
+    }
+    ++blocked;
+    EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "申请内存失败\n"),
+                                          record(IRunLog::ERROR, "section不允许嵌套\n")}));
+    EXPECT_EQ(engine.exec_scommad("a_section_with_a_long_name", nullptr), ec::SCRIPT_E_SECTION);
+    engine.release();
+    engine.init();
+    EXPECT_EQ(engine.load_text(other), ec::SCRIPT_OK);
+  }
+}
+
 }  // namespace

@@ -386,6 +386,108 @@ TEST_F(ScriptExecMemory, TextsOfVariablesTakeTheMemoryOfTheCallBefore) {
   EXPECT_EQ(fail_each(FailingNew::ANY), for_one);
 }
 
+// Runs side by side.
+
+TEST_F(ScriptExec, ARunTakesNoLockThatExcludesReaders) {
+  load("<section name='s'><both><n><ref>i</ref></n><s><ref>t</ref></s></both><none/></section>");
+  engine.set_env("i", 1, &env_a);
+  engine.set_env("t", "text", &env_a);
+  const support::ReadGuard guard(engine.lock());
+  std::thread([&] {
+    EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+    std::int32_t number = 0;
+    EXPECT_EQ(engine.get_value_env("i", VT_INT, &number, &env_a), ec::SCRIPT_OK);
+  }).join();
+  EXPECT_EQ(both.calls(), Texts{"both(1,'text')"});
+}
+
+TEST_F(ScriptExec, CallsWithoutReferencesNeedNoLockOnceTheirFunctionsAreFound) {
+  load("<section name='s'><none/><other/></section>");
+  engine.exec_scommad("s", &env_a);
+  std::thread writer;
+  std::barrier<> meeting(2);
+  std::barrier<> done(2);
+  none.set_body([&](const IScript::VValue*, void*, const char*) {
+    writer = std::thread([&] {
+      const support::WriteGuard guard(engine.lock());
+      meeting.arrive_and_wait();
+      done.arrive_and_wait();
+    });
+    meeting.arrive_and_wait();  // the lock is taken for writing: the run goes on
+    return ec::SCRIPT_OK;
+  });
+  other.set_body([&](const IScript::VValue*, void*, const char*) {
+    done.arrive_and_wait();
+    return ec::SCRIPT_OK;
+  });
+  EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+  writer.join();
+}
+
+TEST_F(ScriptExec, ALoadGoesOnBesideARun) {
+  load("<section name='s'><none/><other/></section>");
+  none.set_body([&](const IScript::VValue*, void*, const char*) {
+    std::thread([&] {
+      EXPECT_EQ(engine.load_text("<korvid><Process name=''><Exec><section name='later'><other/>"
+                                 "</section></Exec></Process></korvid>"),
+                ec::SCRIPT_OK);
+      EXPECT_EQ(engine.exec_scommad("later", &env_b), ec::SCRIPT_OK);
+    }).join();
+    return ec::SCRIPT_OK;
+  });
+  EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+  EXPECT_EQ(other.envs(), (std::vector<void*>{&env_b, &env_a}));
+}
+
+TEST_F(ScriptExec, CallFunTakesTheEnvironmentOfTheInnermostRunOfItsEngine) {
+  load("<section name='s'><none/></section>");
+  ScriptEngine unrelated;
+  none.set_body([&](const IScript::VValue*, void*, const char*) {
+    EXPECT_EQ(unrelated.exec_scommad("s", &env_b), ec::SCRIPT_E_SECTION);
+    return engine.Call_Fun("other", nullptr, "r");
+  });
+  EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+  EXPECT_EQ(engine.Call_Fun("other", nullptr, nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(engine.Call_Fun("unknown", nullptr, nullptr), ec::SCRIPT_NO_FUNC);
+  EXPECT_EQ(other.calls(), (Texts{"other()->r", "other()"}));
+  EXPECT_EQ(other.envs(), (std::vector<void*>{&env_a, nullptr}));
+}
+
+TEST_F(ScriptExec, ManyReferencesOfOneCallGetTheirOwnValues) {
+  std::string params;
+  std::string arguments;
+  std::vector<IScript::VType> types;
+  for (int i = 0; i < 100; ++i) {
+    const std::string tag = "p" + std::to_string(i);
+    const bool is_text = i % 2 == 0;
+    types.push_back(is_text ? VT_STRING : VT_INT);
+    params += "<param tag='" + tag + "' type='" + (is_text ? "string" : "int") + "'/>";
+    arguments += "<" + tag + "><ref>" + tag + "</ref></" + tag + ">";
+    if (is_text) {
+      engine.set_env(tag, std::string(static_cast<std::size_t>(i), 'x'), &env_a);
+    } else {
+      engine.set_env(tag, i, &env_a);
+    }
+  }
+  HostFunction many("many", types);
+  engine.expand_syntax(&many);
+  ASSERT_EQ(engine.load_text("<korvid><template><Func name='many'>" + params +
+                             "</Func></template><Process name=''><Exec><section name='s'><many>" +
+                             arguments + "</many></section></Exec></Process></korvid>"),
+            ec::SCRIPT_OK);
+  many.set_body([&](const IScript::VValue* args, void*, const char*) {
+    for (int i = 0; i < 100; ++i) {
+      if (i % 2 == 0) {
+        EXPECT_EQ(args[i].string_value, std::string(static_cast<std::size_t>(i), 'x'));
+      } else {
+        EXPECT_EQ(args[i].int_value, i);
+      }
+    }
+    return ec::SCRIPT_OK;
+  });
+  EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+}
+
 // Host functions that use the engine.
 
 TEST_F(ScriptExec, ANestedRunDoesNotDisturbTheRunThatItInterrupts) {
