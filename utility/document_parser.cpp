@@ -8,6 +8,7 @@
 #include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/TransService.hpp>
@@ -86,15 +87,28 @@ bool has_foreign_bytes(std::string_view text, const XMLCh* encoding, XmlMemory& 
 
 }  // namespace
 
-DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
-  setErrorHandler(&m_handler);
-  setEntityResolver(&m_handler);
-  setDisableDefaultEntityResolution(true);
-}
+DocumentParser::DocumentParser() { setDisableDefaultEntityResolution(true); }
 
 bool DocumentParser::parse_text(std::string_view text) {
-  if (has_zero(text)) return false;
   resetDocumentPool();
+  setValidationScheme(Val_Auto);
+  setDoNamespaces(false);
+  setDoSchema(false);
+  setLoadExternalDTD(false);
+  const bool is_good = parse_guarded(text);
+  m_bytes_after_parse = bytes_in_use();
+  return is_good && getDocument() != nullptr;
+}
+
+template <typename Parser>
+GuardedParser<Parser>::GuardedParser() : Parser(&m_memory) {
+  this->setErrorHandler(&m_handler);
+  this->setEntityResolver(&m_handler);
+}
+
+template <typename Parser>
+bool GuardedParser<Parser>::parse_guarded(std::string_view text) {
+  if (has_zero(text)) return false;
   m_damaged = false;
   m_in_internal_subset = false;
   m_depth = 0;
@@ -102,17 +116,14 @@ bool DocumentParser::parse_text(std::string_view text) {
   m_declarations.clear();
   m_names.clear();
   m_counted.fill(nullptr);
-  setValidationScheme(Val_Auto);
-  setDoNamespaces(false);
-  setDoSchema(false);
-  setLoadExternalDTD(false);
+  m_encoding.clear();
   const xc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                      kSourceName, false, &m_memory);
   m_memory.watch(kMaxMemory + kMaxMemoryPerByte * text.size(),
                  kMaxExpansions + text.size() / kBytesPerExpansion,
                  kMaxWork + kMaxWorkPerByte * text.size());
   try {
-    parse(source);
+    this->parse(source);
   } catch (const DocumentRefused&) {
     m_damaged = true;
   } catch (const xc::XMLException&) {
@@ -123,14 +134,15 @@ bool DocumentParser::parse_text(std::string_view text) {
     m_damaged = true;
   }
   m_memory.unwatch();
-  m_bytes_after_parse = bytes_in_use();
-  return !m_damaged && getDocument() != nullptr &&
-         !has_foreign_bytes(text, getDocument()->getInputEncoding(), m_memory);
+  return !m_damaged &&
+         !has_foreign_bytes(text, m_encoding.empty() ? nullptr : m_encoding.c_str(), m_memory);
 }
 
-void DocumentParser::error(unsigned int code, const XMLCh* domain, XMLErrorReporter::ErrTypes type,
-                           const XMLCh*, const XMLCh*, const XMLCh*, XMLFileLoc, XMLFileLoc) {
-  if (type == XMLErrorReporter::ErrType_Warning) return;
+template <typename Parser>
+void GuardedParser<Parser>::error(unsigned int code, const XMLCh* domain,
+                                  xc::XMLErrorReporter::ErrTypes type, const XMLCh*, const XMLCh*,
+                                  const XMLCh*, XMLFileLoc, XMLFileLoc) {
+  if (type == xc::XMLErrorReporter::ErrType_Warning) return;
   // Validity does not matter here, with one exception: a reference to an unknown entity is left
   // out of the document and would be lost silently.
   const bool validity = xc::XMLString::equals(domain, xc::XMLUni::fgValidityDomain);
@@ -139,7 +151,8 @@ void DocumentParser::error(unsigned int code, const XMLCh* domain, XMLErrorRepor
 
 // Asked for the external DTD subset, which validation wants in spite of the setting and which is
 // left out, and for external entities, without which the document would not be whole.
-xc::InputSource* DocumentParser::resolveEntity(xc::XMLResourceIdentifier*) {
+template <typename Parser>
+xc::InputSource* GuardedParser<Parser>::resolveEntity(xc::XMLResourceIdentifier*) {
   if (m_in_internal_subset) throw DocumentRefused();
   m_has_external_subset = true;
   static constexpr XMLByte kNothing[] = {'\n'};  // no bytes at all would be an error
@@ -147,82 +160,114 @@ xc::InputSource* DocumentParser::resolveEntity(xc::XMLResourceIdentifier*) {
       xc::MemBufInputSource(kNothing, sizeof(kNothing), kSourceName, false, &m_memory);
 }
 
-void DocumentParser::startIntSubset() {
+template <typename Parser>
+void GuardedParser<Parser>::startIntSubset() {
   m_in_internal_subset = true;
-  XercesDOMParser::startIntSubset();
+  Parser::startIntSubset();
 }
 
-void DocumentParser::endIntSubset() {
+template <typename Parser>
+void GuardedParser<Parser>::endIntSubset() {
   m_in_internal_subset = false;
-  XercesDOMParser::endIntSubset();
+  Parser::endIntSubset();
 }
 
-void DocumentParser::startElement(const xc::XMLElementDecl& element, unsigned int uri,
-                                  const XMLCh* prefix, const xc::RefVectorOf<xc::XMLAttr>& attrs,
-                                  XMLSize_t attr_count, bool is_empty, bool is_root) {
-  enter();
-  count_element_name(element);
-  for (XMLSize_t i = 0; i < attr_count; ++i) count_name(attrs.elementAt(i)->getName());
-  if (element.hasAttDefs()) m_memory.count_work(element.getAttDefList().getAttDefCount());
-  XercesDOMParser::startElement(element, uri, prefix, attrs, attr_count, is_empty, is_root);
+template <typename Parser>
+void GuardedParser<Parser>::startElement(const xc::XMLElementDecl& element, unsigned int uri,
+                                         const XMLCh* prefix,
+                                         const xc::RefVectorOf<xc::XMLAttr>& attrs,
+                                         XMLSize_t attr_count, bool is_empty, bool is_root) {
+  count_start(element, attrs, attr_count);
+  Parser::startElement(element, uri, prefix, attrs, attr_count, is_empty, is_root);
 }
 
-void DocumentParser::endElement(const xc::XMLElementDecl& element, unsigned int uri, bool is_root,
-                                const XMLCh* prefix) {
-  --m_depth;
-  XercesDOMParser::endElement(element, uri, is_root, prefix);
+template <typename Parser>
+void GuardedParser<Parser>::endElement(const xc::XMLElementDecl& element, unsigned int uri,
+                                       bool is_root, const XMLCh* prefix) {
+  count_end();
+  Parser::endElement(element, uri, is_root, prefix);
 }
 
-void DocumentParser::startEntityReference(const xc::XMLEntityDecl& entity) {
-  enter();
-  if (entity.isExternal()) throw DocumentRefused();
-  m_memory.expansion_was_of(entity.getValueLen());
-  XercesDOMParser::startEntityReference(entity);
+template <typename Parser>
+void GuardedParser<Parser>::startEntityReference(const xc::XMLEntityDecl& entity) {
+  count_start(entity);
+  Parser::startEntityReference(entity);
 }
 
-void DocumentParser::endEntityReference(const xc::XMLEntityDecl& entity) {
-  --m_depth;
-  XercesDOMParser::endEntityReference(entity);
+template <typename Parser>
+void GuardedParser<Parser>::endEntityReference(const xc::XMLEntityDecl& entity) {
+  count_end();
+  Parser::endEntityReference(entity);
 }
 
-void DocumentParser::entityDecl(const xc::DTDEntityDecl& entity, bool is_parameter,
-                                bool is_ignored) {
+template <typename Parser>
+void GuardedParser<Parser>::entityDecl(const xc::DTDEntityDecl& entity, bool is_parameter,
+                                       bool is_ignored) {
   note_declaration(is_ignored,
                    {is_parameter ? u"%" : u"&", entity.getName(), entity.getValue(),
                     entity.getPublicId(), entity.getSystemId(), entity.getNotationName()});
   if (entity.getValue() != nullptr) m_memory.entity_declared(entity.getValueLen());
-  XercesDOMParser::entityDecl(entity, is_parameter, is_ignored);
+  Parser::entityDecl(entity, is_parameter, is_ignored);
 }
 
-void DocumentParser::elementDecl(const xc::DTDElementDecl& element, bool is_ignored) {
+template <typename Parser>
+void GuardedParser<Parser>::elementDecl(const xc::DTDElementDecl& element, bool is_ignored) {
   note_declaration(is_ignored,
                    {u"element", element.getFullName(), element.getFormattedContentModel()});
-  XercesDOMParser::elementDecl(element, is_ignored);
+  Parser::elementDecl(element, is_ignored);
   // Nobody asks whether the content is valid, but checking it takes an automaton, whose size can
   // be exponential in the length of the declaration. This leaves nothing to check.
   const_cast<xc::DTDElementDecl&>(element).setModelType(xc::DTDElementDecl::Any);
 }
 
-void DocumentParser::attDef(const xc::DTDElementDecl& element, const xc::DTDAttDef& attr,
-                            bool is_ignored) {
+template <typename Parser>
+void GuardedParser<Parser>::attDef(const xc::DTDElementDecl& element, const xc::DTDAttDef& attr,
+                                   bool is_ignored) {
   const XMLCh type[] = {static_cast<XMLCh>(u'0' + attr.getType()),
                         static_cast<XMLCh>(u'0' + attr.getDefaultType()), 0};
   note_declaration(is_ignored, {u"attribute", element.getFullName(), attr.getFullName(), type,
                                 attr.getEnumeration(), attr.getValue()});
-  XercesDOMParser::attDef(element, attr, is_ignored);
+  Parser::attDef(element, attr, is_ignored);
 }
 
-void DocumentParser::notationDecl(const xc::XMLNotationDecl& notation, bool is_ignored) {
+template <typename Parser>
+void GuardedParser<Parser>::notationDecl(const xc::XMLNotationDecl& notation, bool is_ignored) {
   note_declaration(is_ignored, {u"notation", notation.getName(), notation.getPublicId(),
                                 notation.getSystemId()});
-  XercesDOMParser::notationDecl(notation, is_ignored);
+  Parser::notationDecl(notation, is_ignored);
 }
 
-void DocumentParser::enter() {
+template <typename Parser>
+void GuardedParser<Parser>::XMLDecl(const XMLCh* version, const XMLCh* encoding,
+                                    const XMLCh* standalone, const XMLCh* actual_encoding) {
+  m_encoding = actual_encoding;
+  Parser::XMLDecl(version, encoding, standalone, actual_encoding);
+}
+
+template <typename Parser>
+void GuardedParser<Parser>::count_start(const xc::XMLElementDecl& element,
+                                        const xc::RefVectorOf<xc::XMLAttr>& attrs,
+                                        XMLSize_t attr_count) {
+  enter();
+  count_element_name(element);
+  for (XMLSize_t i = 0; i < attr_count; ++i) count_name(attrs.elementAt(i)->getName());
+  if (element.hasAttDefs()) m_memory.count_work(element.getAttDefList().getAttDefCount());
+}
+
+template <typename Parser>
+void GuardedParser<Parser>::count_start(const xc::XMLEntityDecl& entity) {
+  enter();
+  if (entity.isExternal()) throw DocumentRefused();
+  m_memory.expansion_was_of(entity.getValueLen());
+}
+
+template <typename Parser>
+void GuardedParser<Parser>::enter() {
   if (++m_depth > kMaxNesting) throw DocumentRefused();
 }
 
-void DocumentParser::count_element_name(const xc::XMLElementDecl& element) {
+template <typename Parser>
+void GuardedParser<Parser>::count_element_name(const xc::XMLElementDecl& element) {
   const auto address = reinterpret_cast<std::uintptr_t>(&element);
   const xc::XMLElementDecl*& counted = m_counted[address / sizeof element % m_counted.size()];
   if (counted == &element) return;
@@ -230,12 +275,15 @@ void DocumentParser::count_element_name(const xc::XMLElementDecl& element) {
   counted = &element;
 }
 
-void DocumentParser::count_name(const XMLCh* name) {
+template <typename Parser>
+void GuardedParser<Parser>::count_name(const XMLCh* name) {
   m_names.insert(std::hash<std::basic_string_view<XMLCh>>()(name));
   if (m_names.size() > kMaxNames) throw DocumentRefused();
 }
 
-void DocumentParser::note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts) {
+template <typename Parser>
+void GuardedParser<Parser>::note_declaration(bool is_ignored,
+                                             std::initializer_list<const XMLCh*> parts) {
   if (++m_declaration_count > kMaxDeclarations) throw DocumentRefused();
   if (is_ignored) return;
   for (const XMLCh* const part : parts) {
@@ -243,5 +291,8 @@ void DocumentParser::note_declaration(bool is_ignored, std::initializer_list<con
     m_declarations += XMLCh(0);  // in no part: no two lists of declarations look the same
   }
 }
+
+template class GuardedParser<DomParser>;
+template class GuardedParser<xc::SAX2XMLReaderImpl>;
 
 }  // namespace utility

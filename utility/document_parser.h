@@ -39,42 +39,22 @@ struct XmlMemoryHolder {
   XmlMemory m_memory;
 };
 
-/// DOM parser for one self-contained, well-formed document. It reads nothing but the bytes that
-/// it is given and tells a damaged document from a good one, which the base class by itself does
-/// not: that gives the part it has read and no error. What a document may cost is limited.
-class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
+/// One of the XML library's parsers as a reader of one self-contained, well-formed document. It
+/// reads nothing but the bytes that it is given and tells a damaged document from a good one,
+/// which the base class by itself does not: that gives the part it has read and no error. What a
+/// document may cost is limited.
+/// Parser  a parser of the library with a constructor that takes the memory manager alone
+template <typename Parser>
+class GuardedParser : protected XmlMemoryHolder, public Parser {
  public:
-  DocumentParser();
-  ~DocumentParser() override { m_memory.begin_release(); }
-
-  static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
-    return ::operator new(size, tag);
-  }
-  static void operator delete(void* parser) { ::operator delete(parser); }
-  static void operator delete(void* parser, const std::nothrow_t&) { ::operator delete(parser); }
-
-  /// Parses text; the document is then getDocument(). The one parsed before is freed. False when
-  /// the text is not a well-formed document within the limits; the parser may then only be
-  /// deleted. Throws when memory runs out, with the same consequence.
-  bool parse_text(std::string_view text);
-
-  /// Whether another document may be parsed: after one without declarations. The library forgets an
-  /// object for each external DTD subset, which is freed only with the parser, and takes memory for
-  /// forgetting declarations, which is put by only for the parser's end.
-  bool is_reusable() const { return !m_has_external_subset && m_declaration_count == 0; }
-
-  /// The effective declarations of the document's internal DTD subset, to compare two documents.
-  const DomText& declarations() const { return m_declarations; }
-
-  std::size_t bytes_in_use() const { return m_memory.bytes_in_use(); }
-
-  /// Whether changes have doubled what the parser and its document hold.
-  bool has_grown() const { return bytes_in_use() / 2 > m_bytes_after_parse; }
+  GuardedParser();
+  ~GuardedParser() override { m_memory.begin_release(); }
 
   // What the scanner reports.
 
-  void error(unsigned int code, const XMLCh* domain, XMLErrorReporter::ErrTypes type,
-             const XMLCh* text, const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
+  void error(unsigned int code, const XMLCh* domain,
+             XERCES_CPP_NAMESPACE::XMLErrorReporter::ErrTypes type, const XMLCh* text,
+             const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
              XMLFileLoc column) override;
   XERCES_CPP_NAMESPACE::InputSource* resolveEntity(
       XERCES_CPP_NAMESPACE::XMLResourceIdentifier* resource) override;
@@ -95,6 +75,32 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
               const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored) override;
   void notationDecl(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation,
                     bool is_ignored) override;
+  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+               const XMLCh* actual_encoding) override;
+
+ protected:
+  /// Reads text with the parser as it is set up. False when the text is not a well-formed document
+  /// within the limits; the parser may then only be deleted. Throws when memory runs out, with the
+  /// same consequence.
+  bool parse_guarded(std::string_view text);
+
+  /// For a derived class that handles elements and entity references without the base class.
+  void count_start(const XERCES_CPP_NAMESPACE::XMLElementDecl& element,
+                   const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
+                   XMLSize_t attr_count);
+  void count_start(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity);
+  void count_end() { --m_depth; }
+
+  /// The encoding that the document is in, as its declaration and its first bytes say; empty
+  /// without a declaration.
+  const DomText& encoding() const { return m_encoding; }
+
+  bool has_declarations() const { return m_has_external_subset || m_declaration_count > 0; }
+  const DomText& noted_declarations() const { return m_declarations; }
+
+  // The scanner reports errors, and asks for entities, only when there is a handler for them. It
+  // then calls this class's functions, which let no call through to the handler.
+  XERCES_CPP_NAMESPACE::HandlerBase m_handler;
 
  private:
   void enter();
@@ -102,13 +108,10 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
   void count_name(const XMLCh* name);
   void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
 
-  // The scanner reports errors, and asks for entities, only when there is a handler for them. It
-  // then calls this class's functions, which let no call through to the handler.
-  XERCES_CPP_NAMESPACE::HandlerBase m_handler;
   bool m_damaged = false;
   bool m_in_internal_subset = false;
   bool m_has_external_subset = false;
-  std::size_t m_bytes_after_parse = 0;
+  DomText m_encoding;
   std::size_t m_depth = 0;
   std::size_t m_declaration_count = 0;
   DomText m_declarations;
@@ -116,6 +119,46 @@ class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::Xer
 
   // Some of the elements seen, by their declarations: elements of one name share one.
   std::array<const XERCES_CPP_NAMESPACE::XMLElementDecl*, 64> m_counted{};
+};
+
+/// The library's DOM parser, without a validator of ours.
+class DomParser : public XERCES_CPP_NAMESPACE::XercesDOMParser {
+ public:
+  explicit DomParser(XERCES_CPP_NAMESPACE::MemoryManager* memory)
+      : XERCES_CPP_NAMESPACE::XercesDOMParser(nullptr, memory) {}
+};
+
+/// Reads documents as DOM trees.
+class DocumentParser : public GuardedParser<DomParser> {
+ public:
+  DocumentParser();
+
+  static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept {
+    return ::operator new(size, tag);
+  }
+  static void operator delete(void* parser) { ::operator delete(parser); }
+  static void operator delete(void* parser, const std::nothrow_t&) { ::operator delete(parser); }
+
+  /// Parses text; the document is then getDocument(). The one parsed before is freed. False when
+  /// the text is not a well-formed document within the limits; the parser may then only be
+  /// deleted. Throws when memory runs out, with the same consequence.
+  bool parse_text(std::string_view text);
+
+  /// Whether another document may be parsed: after one without declarations. The library forgets an
+  /// object for each external DTD subset, which is freed only with the parser, and takes memory for
+  /// forgetting declarations, which is put by only for the parser's end.
+  bool is_reusable() const { return !has_declarations(); }
+
+  /// The effective declarations of the document's internal DTD subset, to compare two documents.
+  const DomText& declarations() const { return noted_declarations(); }
+
+  std::size_t bytes_in_use() const { return m_memory.bytes_in_use(); }
+
+  /// Whether changes have doubled what the parser and its document hold.
+  bool has_grown() const { return bytes_in_use() / 2 > m_bytes_after_parse; }
+
+ private:
+  std::size_t m_bytes_after_parse = 0;
 };
 
 }  // namespace utility

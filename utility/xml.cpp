@@ -7,6 +7,7 @@
 #include "utility/file_io.h"
 #include "utility/text_codec.h"
 #include "utility/xml_platform.h"
+#include "utility/xml_texts.h"
 
 #include <memory>
 #include <new>
@@ -81,27 +82,35 @@ void CXml::release() {
 unsigned int CXml::load(const std::string& path) {
   unsigned int code = XEC_NO_MEMORY;
   try {
-    std::string name = path;
     std::string text;
     const ReadResult result = read_file(path, kMaxFileSize, text);
-    if (result == ReadResult::kNoFile) {
-      code = XEC_NO_DOCUMENT;
-    } else if (result == ReadResult::kTooLarge) {
-      code = XEC_PARSE;
-    } else if (make_parser()) {
-      code = parser_of(m_parser)->parse_text(text) ? XEC_OK : XEC_PARSE;
-    }
-    if (code == XEC_OK) m_file.swap(name);
-  } catch (const xc::OutOfMemoryException&) {
-    code = XEC_NO_MEMORY;
+    if (result == ReadResult::kOk) return XmlTexts::load(*this, path, text);
+    code = result == ReadResult::kNoFile ? XEC_NO_DOCUMENT : XEC_PARSE;
   } catch (const std::exception&) {  // std::bad_alloc, and text longer than a string can be
     code = XEC_NO_MEMORY;
   }
+  release();
+  return code;
+}
+
+unsigned int XmlTexts::load(CXml& xml, const std::string& path, std::string_view bytes) {
+  unsigned int code = XEC_NO_MEMORY;
+  try {
+    std::string name = path;
+    if (xml.make_parser()) {
+      code = parser_of(xml.m_parser)->parse_text(bytes) ? XEC_OK : XEC_PARSE;
+    }
+    if (code == XEC_OK) xml.m_file.swap(name);
+  } catch (const xc::OutOfMemoryException&) {
+    code = XEC_NO_MEMORY;
+  } catch (const std::exception&) {  // as above
+    code = XEC_NO_MEMORY;
+  }
   if (code != XEC_OK) {
-    release();
+    xml.release();
     return code;
   }
-  m_document = m_parser->getDocument();
+  xml.m_document = xml.m_parser->getDocument();
   return XEC_OK;
 }
 

@@ -48,6 +48,11 @@ void XmlMemory::count_work(std::size_t amount) {
   if (m_work > m_max_work) throw DocumentRefused();
 }
 
+void XmlMemory::count_bytes(std::size_t bytes) {
+  if (bytes > m_max_bytes || m_in_use > m_max_bytes - bytes) throw DocumentRefused();
+  m_max_bytes -= bytes;
+}
+
 void* XmlMemory::allocate(XMLSize_t size) {
   if (m_watching) {
     if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();

@@ -45,6 +45,9 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
 
+  /// Takes bytes off what may be in use: for what the document takes elsewhere.
+  void count_bytes(std::size_t bytes);
+
   /// For the end of the parser: from now on there is memory put by for short-lived blocks. To free
   /// a content model the library takes memory, in a destructor: without any the process would end.
   void begin_release() { m_releasing = true; }

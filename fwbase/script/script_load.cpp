@@ -1,18 +1,39 @@
-// Loading: the walk of the document, element by element. The first failure ends it; what was read
-// until then stays in the tables.
+// Loading: a file becomes a document, the document a program, and that is added to what the engine
+// has. The first mistake ends it; what was read until then stays.
 #include <new>
 #include <utility>
-#include <vector>
-#include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "fwbase/script/script.h"
+#include "fwbase/script/document.h"
+#include "fwbase/script/loaded_program.h"
 #include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
+using script::Failure;
+using script::Mistake;
+using script::Program;
 using support::addr32;
 using support::WriteGuard;
-using utility::CElement;
+
+/// What a file is read against: the engine as it is when the load begins.
+class CScript::Loaded final : public script::Surroundings {
+ public:
+  explicit Loaded(CScript& engine) : m_engine(engine) {}
+
+  const script::Signatures* signatures() const override { return &m_engine.m_templates; }
+  std::shared_ptr<const script::XmlFuncRule> declared(std::string_view name) const override {
+    const auto found = m_engine.m_func_rules.find(name);
+    return found != m_engine.m_func_rules.end() ? found->second : nullptr;
+  }
+  bool has_section(std::string_view name) const override {
+    return m_engine.m_sections.contains(name);
+  }
+  bool is_in_section() const override { return !m_engine.m_cur_section.empty(); }
+  void default_taken(const script::XmlFuncParamRule& rule) override { m_engine.log_default(rule); }
+
+ private:
+  CScript& m_engine;
+};
 
 ec::EC CScript::load_script(const char* path) {
   if (path == nullptr || *path == '\0') {
@@ -25,151 +46,153 @@ ec::EC CScript::load_script(const char* path) {
   } catch (const std::bad_alloc&) {
     RUN_LOG(ERROR, "申请内存失败");
     return ec::SCRIPT_NO_MEMORY;
-  } catch (const xercesc::OutOfMemoryException&) {
-    RUN_LOG(ERROR, "申请内存失败");
-    return ec::SCRIPT_NO_MEMORY;
   }
 }
 
 ec::EC CScript::load_script_document(const char* path) {
   m_script_file = path;
-  if (const unsigned int code = m_xml.load(path); code != 0) {
+  std::string bytes;
+  script::Document document;
+  if (const unsigned int code = document.load(path, bytes); code != 0) {
+    drop_document();
     RUN_LOG(ERROR, "加载脚本出错, File[%s], Xec[%d]\n", path, code);
     return ec::SCRIPT_E_LOAD;
   }
-  CElement root;
-  if (const unsigned int code = m_xml.get_root_element(root); code != 0) {
-    RUN_LOG(ERROR, "获得根节点出错, xec[%d]\n", code);
-    return ec::SCRIPT_E_FORMAT;
+  Loaded loaded(*this);
+  Program program;
+  const Failure failure = script::read_program(document, loaded, program);
+  drop_document();
+  m_bytes = std::move(bytes);
+  add(std::move(program));
+  if (failure.mistake == Mistake::kSectionMemory) {
+    m_cur_section = failure.text;
+    m_sections.try_emplace(m_cur_section);
   }
-  if (const std::string name = root.get_element_name(); name != "korvid") {
-    RUN_LOG(ERROR, "XML 根节点不是指定的节点，[%s]\n", name.c_str());
-    return ec::SCRIPT_E_ROOT_NAME;
+  if (failure.mistake != Mistake::kNone) {
+    log_mistake(failure);
   }
-  return load_script_elements(root);
+  return failure.code;
 }
 
-ec::EC CScript::load_script_elements(CElement& root) {
-  std::vector<CElement> templates;
-  if (const unsigned int code = root.get_child_element("template", templates); code != 0) {
-    RUN_LOG(ERROR, "获得子节点[%s]出错, XEC[%x]\n", "template", code);
-    return ec::SCRIPT_E_FORMAT;
+// In the order of the file, for memory may run out on the way: what was added until then stays.
+void CScript::add(Program program) {
+  const auto loaded = std::make_shared<LoadedProgram>(std::move(program));
+  for (const auto& function : loaded->program.functions) {
+    m_func_rules.emplace(function->name, function);
   }
-  ec::EC result = ec::SCRIPT_OK;
-  for (CElement& element : templates) {
-    result = proc_template_element(element);
-    if (ec::failed(result)) {
-      return result;
+  for (const script::Variable& variable : loaded->program.variables) {
+    if (variable.type == VT_INT) {
+      m_values.global().set(variable.name, VT_INT, &variable.number);
+    } else {
+      const std::string text(variable.text);
+      m_values.global().set(variable.name, VT_STRING, &text);
     }
   }
-  std::vector<CElement> processes;
-  root.get_child_element("Process", processes);  // a failure leaves none, which is told below
-  if (processes.empty()) {
-    RUN_LOG(ERROR, "进程节点数目不能为0\n");
-    return ec::SCRIPT_NO_PROCESS;
+  for (const script::Section& section : loaded->program.sections) {
+    m_sections.emplace(section.name, FoundSection{loaded, &section});
   }
-  for (CElement& process : processes) {
-    result = proc_proc_element(process);
-    if (ec::failed(result)) {
+}
+
+void CScript::log_default(const script::XmlFuncParamRule& rule) {
+  RUN_LOG(DEBUG, "没有[%s]节点，采用默认值[%s]\n", rule.tag.c_str(), rule.defaultval.c_str());
+}
+
+void CScript::log_mistake(const Failure& failure) {
+  const char* const text = failure.text.c_str();
+  switch (failure.mistake) {
+    case Mistake::kNone:
       break;
-    }
-  }
-  return result;
-}
-
-ec::EC CScript::proc_proc_element(CElement& process) {
-  std::string name;
-  if (const unsigned int code = process.get_attr("name", name); code != 0) {
-    RUN_LOG(ERROR, "获得进程name属性失败, XEC[%x]\n", code);
-    return ec::SCRIPT_E_ATTR;
-  }
-  if (!name.empty() && name != m_proc_name) {
-    return ec::SCRIPT_OK;
-  }
-  std::vector<CElement> elements;
-  if (const unsigned int code = process.get_child_element("Data", elements); code != 0) {
-    RUN_LOG(ERROR, "获得子节点出错, XEC[%x]", code);
-    return ec::SCRIPT_E_FORMAT;
-  }
-  ec::EC result = ec::SCRIPT_OK;
-  for (CElement& data : elements) {
-    result = proc_data_element(data);
-    if (ec::failed(result)) {
-      return result;
-    }
-  }
-  elements.clear();
-  if (const unsigned int code = process.get_child_element("Exec", elements); code != 0) {
-    RUN_LOG(ERROR, "获得子节点出错, XEC[%x]", code);
-    return ec::SCRIPT_E_FORMAT;
-  }
-  for (CElement& exec : elements) {
-    result = proc_exec_element(exec);
-    if (ec::failed(result)) {
+    case Mistake::kRootName:
+      RUN_LOG(ERROR, "XML 根节点不是指定的节点，[%s]\n", text);
       break;
-    }
-  }
-  return result;
-}
-
-ec::EC CScript::proc_exec_element(CElement& exec) {
-  std::vector<CElement> sections;
-  if (const unsigned int code = exec.get_child_element("section", sections); code != 0) {
-    RUN_LOG(ERROR, "获得子节点出错, XEC[%x]\n", code);
-    return ec::SCRIPT_E_FORMAT;
-  }
-  ec::EC result = ec::SCRIPT_OK;
-  for (CElement& section : sections) {
-    result = proc_section_element(section);
-    if (ec::failed(result)) {
+    case Mistake::kFuncName:
+      RUN_LOG(ERROR, "获得func节点的name属性失败, XEC[%0x]\n", failure.number);
       break;
-    }
+    case Mistake::kParamTag:
+      RUN_LOG(ERROR, "获得param属性tag失败, XEC[%0x]", failure.number);
+      break;
+    case Mistake::kReservedTag:
+      RUN_LOG(ERROR, "tag的值[%s]不能与脚本关键字相同", text);
+      break;
+    case Mistake::kParamType:
+      RUN_LOG(ERROR, "获得param属性type失败, XEC[%0x]", failure.number);
+      break;
+    case Mistake::kUnknownType:
+      RUN_LOG(ERROR, "不能识别的参数类型，%s\n", text);
+      break;
+    case Mistake::kParamMust:
+      RUN_LOG(ERROR, "获得param属性must失败, XEC[%0x]", failure.number);
+      break;
+    case Mistake::kUnknownMust:
+      RUN_LOG(ERROR, "不能识别的must属性[%s]%s\n", text, "");
+      break;
+    case Mistake::kParamDefault:
+      RUN_LOG(ERROR, "获得param属性defaultval失败, XEC[%0x]", failure.number);
+      break;
+    case Mistake::kFunctionExists:
+      RUN_LOG(ERROR, "同名函数已经存在，Func[%s]\n", text);
+      break;
+    case Mistake::kNoProcess:
+      RUN_LOG(ERROR, "进程节点数目不能为0\n");
+      break;
+    case Mistake::kProcessName:
+      RUN_LOG(ERROR, "获得进程name属性失败, XEC[%x]\n", failure.number);
+      break;
+    case Mistake::kVarName:
+      RUN_LOG(ERROR, "获得节点的name属性失败，XEC[%x]", failure.number);
+      break;
+    case Mistake::kVarValue:
+      RUN_LOG(ERROR, "获得节点的value属性失败，XEC[%x]", failure.number);
+      break;
+    case Mistake::kVarType:
+      RUN_LOG(ERROR, "获得节点的type属性失败，XEC[%x]", failure.number);
+      break;
+    case Mistake::kSectionName:
+      RUN_LOG(ERROR, "获得section节点的name属性失败\n");
+      break;
+    case Mistake::kSectionExists:
+      RUN_LOG(ERROR, "名字为[%s]的section已经存在\n", text);
+      break;
+    case Mistake::kSectionNested:
+      RUN_LOG(ERROR, "section不允许嵌套\n");
+      break;
+    case Mistake::kSectionMemory:
+      RUN_LOG(ERROR, "申请内存失败\n");
+      break;
+    case Mistake::kUndeclared:
+      RUN_LOG(ERROR, "函数[%s]没有在模板中定义\n", text);
+      break;
+    case Mistake::kUnregistered:
+      RUN_LOG(ERROR, "没有找到模板[%s]", text);
+      break;
+    case Mistake::kParameterCount:
+      RUN_LOG(ERROR, "模版参数与扩展函数参数不一样\n");
+      break;
+    case Mistake::kParameterType:
+      RUN_LOG(ERROR, "参数类型错误,[0x%x][0x%x]\n", failure.number, failure.number2);
+      break;
+    case Mistake::kUnreadableChild:
+      RUN_LOG(ERROR, "获得子节点失败[%s]\n", text);
+      break;
+    case Mistake::kRepeatedArgument:
+      RUN_LOG(ERROR, "字节点[%s]有数目不对:%d\n", text, static_cast<int>(failure.number));
+      break;
+    case Mistake::kMissingArgument:
+      RUN_LOG(ERROR, "节点[%s->%s]必须存在\n", failure.text2.c_str(), text);
+      break;
+    case Mistake::kUnreadableText:
+      RUN_LOG(ERROR, "获得[%s]节点出错，XEC[%0x]", text, failure.number);
+      break;
+    case Mistake::kEmptyRef:
+      RUN_LOG(ERROR, "引用变量名不能为空\n");
+      break;
+    case Mistake::kEmptyRet:
+      RUN_LOG(ERROR, "返回值名不能为空\n");
+      break;
+    case Mistake::kNoMemory:
+      RUN_LOG(ERROR, "申请内存失败");
+      break;
   }
-  return result;
-}
-
-ec::EC CScript::proc_section_element(CElement& section) {
-  std::string name;
-  if (section.get_attr("name", name) != 0) {
-    RUN_LOG(ERROR, "获得section节点的name属性失败\n");
-    return ec::SCRIPT_E_ATTR;
-  }
-  if (m_sections.contains(name)) {
-    RUN_LOG(ERROR, "名字为[%s]的section已经存在\n", name.c_str());
-    return ec::SCRIPT_E_SECTION_DUP;
-  }
-  if (!m_cur_section.empty()) {
-    RUN_LOG(ERROR, "section不允许嵌套\n");
-    return ec::SCRIPT_SECTION_NESTED;
-  }
-  std::unique_ptr<std::list<Fun>>& calls = m_sections[name];
-  m_cur_section = std::move(name);
-  calls.reset(new (std::nothrow) std::list<Fun>);
-  if (!calls) {
-    RUN_LOG(ERROR, "申请内存失败\n");
-    return ec::SCRIPT_NO_MEMORY;
-  }
-  // From here on no way out leaves the engine inside a section.
-  const std::unique_ptr<std::string, void (*)(std::string*)> leave(
-      &m_cur_section, [](std::string* current) { current->clear(); });
-  return proc_section_calls(section);
-}
-
-// One call after the other, while its elements are still in the processor's cache.
-ec::EC CScript::proc_section_calls(CElement& section) {
-  CElement call;
-  unsigned int code = section.get_first_child_element(call);
-  while (code == utility::XEC_OK) {
-    if (const ec::EC result = proc_function(call); ec::failed(result)) {
-      return result;
-    }
-    code = call.get_next_element(call);
-  }
-  if (code != utility::XEC_NOT_FOUND) {
-    RUN_LOG(ERROR, "获得子节点出错, XEC[%x]\n", code);
-    return ec::SCRIPT_E_FORMAT;
-  }
-  return ec::SCRIPT_OK;
 }
 
 }  // namespace fwbase

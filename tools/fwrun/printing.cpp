@@ -34,6 +34,11 @@ Names mentioned(const ScriptFile& script, const Options& options) {
   for (const Variable& variable : script.variables) {
     names.insert(variable.name);
   }
+  for (const Function& function : script.functions) {
+    for (const Parameter& parameter : function.parameters) {
+      names.insert(parameter.default_value.value_or(""));
+    }
+  }
   for (const Section& section : script.sections) {
     for (const ScriptCall& call : section.calls) {
       names.insert(call.result);

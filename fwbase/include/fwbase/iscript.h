@@ -25,8 +25,10 @@ namespace fwbase {
 /// Code page: names and texts of the script file are converted to the code page of the calling
 ///   thread's locale. Text that it cannot express makes the load fail.
 /// Threads:   every operation may be called from any thread, and from a host function while it
-///   runs; one reader-writer lock guards the engine. Only release() must wait for running
-///   sections (see there).
+///   runs; one reader-writer lock guards the engine. Runs go on side by side, and beside loads and
+///   all else: a run works on what was loaded when it began, and needs the lock for a moment only,
+///   shared with others, when it begins and when it reads variables. Only release() must wait for
+///   running sections (see there).
 /// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise; where
 ///   memory runs out, SCRIPT_NO_MEMORY (from the parser SCRIPT_E_LOAD, from writing the file
 ///   SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
@@ -47,11 +49,12 @@ struct FWBASE_API IScript {
 
   /// A function that the host offers to scripts. The engine keeps a pointer to the object from
   /// expand_syntax() to release() or init(), and never frees it. name(), param_types() and
-  /// param_count() are called with the engine's lock held and must not call the engine.
+  /// param_count() may be called with the engine's lock held and must not call the engine.
   struct FWBASE_API ISyntax {
     /// The function's name. The text must stay valid while the object is registered: it is
     /// compared at every call. An object whose name has changed is no longer called by the old
     /// one; by the new one it is, at the latest when another function has been registered.
+    /// Several threads may call this at once.
     virtual const char* name() = 0;
 
     /// The parameters' types in order, param_count() of them; read during registration only. May
@@ -62,7 +65,8 @@ struct FWBASE_API IScript {
     virtual int param_count() = 0;
 
     /// Runs the function, on the thread that runs the section, without the engine's lock.
-    /// args  one per parameter, in order; they and their texts are gone when the call returns
+    /// args  one per parameter, in order; they and their texts may be gone when the call returns,
+    ///       and must not be changed
     /// env   the environment of the run
     /// ret   name of the variable that is to receive the result, or null when the script wants
     ///       none; gone when the call returns. The function itself sets that variable, usually
@@ -98,7 +102,8 @@ struct FWBASE_API IScript {
   virtual void release() = 0;
 
   /// Registers a function. Its signature replaces that of an earlier one with the same name, and
-  /// calls go to the object registered last; earlier objects stay registered.
+  /// calls go to the object registered last, from the next call of a running section on; earlier
+  /// objects stay registered.
   /// syntax  the host's; it must live until release() or init()
   ///
   /// Returns true, or false with an ERROR record when syntax or its name() is null, its
@@ -187,8 +192,9 @@ struct FWBASE_API IScript {
   ///   any other code    the result of the last function called
   /// What earlier calls did is not undone.
   ///
-  /// Holds the lock for writing, except while a function runs: functions may use every operation
-  /// but release(), run sections included, and runs of several threads take turns at each call.
+  /// Takes the lock for reading, for a moment: when it begins, and for a call with variables among
+  /// its arguments. Functions may use every operation but release(), run sections included, and are
+  /// called by as many threads at once as run sections.
   virtual ec::EC exec_scommad(const char* section, void* env) = 0;
 
   /// Reads a global variable into *out.
@@ -222,8 +228,8 @@ struct FWBASE_API IScript {
   virtual ec::EC rm_value(const char* name) = 0;
 
   /// Reads a variable of an environment into *out: as get_value(), and SCRIPT_NOT_FOUND also when
-  /// the environment has no variables. Takes the lock for writing, so that it excludes every
-  /// other access.
+  /// the environment has no variables. Takes the lock for reading, as other reads do at the same
+  /// time.
   virtual ec::EC get_value_env(const char* name, VType type, void* out, void* env) const = 0;
 
   /// Creates or replaces a variable of an environment; environments live from the first write to

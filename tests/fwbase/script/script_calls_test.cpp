@@ -194,48 +194,6 @@ TEST_F(ScriptCalls, TheFirstFailureEndsTheSectionAndKeepsEarlierCalls) {
   EXPECT_EQ(load("<g/><f><params><n>1</n><s>a</s></params><params/></f><g/>"),
             ec::SCRIPT_E_PARAMS_CHILD);
   EXPECT_EQ(engine.calls("s"), (Texts{"g()", "f(int 1,string a)"}));
-  EXPECT_EQ(engine.cur_section(), "");
-}
-
-TEST_F(ScriptCalls, EmptyHandlesAreFormatErrors) {
-  utility::CElement none;
-  const support::WriteGuard guard(engine.m_lock);
-  CScript::XmlFuncRule rule;
-  EXPECT_EQ(engine.proc_params_element(none, rule), ec::SCRIPT_E_FORMAT);
-  rule.params.emplace_back();
-  rule.params.back().tag = "n";
-  EXPECT_EQ(engine.proc_params_element(none, rule), ec::SCRIPT_E_FORMAT);
-  CScript::Parament argument;
-  argument.data.int_value = std::make_unique<std::int32_t>(5);
-  EXPECT_EQ(engine.proc_function_param(none, VT_INT, argument), ec::SCRIPT_E_FORMAT);
-  EXPECT_EQ(argument.data.int_value, nullptr);
-  EXPECT_EQ(engine.proc_function(none), ec::SCRIPT_NO_RULE);
-  EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "获得子节点失败[ret]\n"),
-                                        record(IRunLog::ERROR, "获得子节点失败[n]\n"),
-                                        record(IRunLog::ERROR, "获得[ref]节点出错，XEC[9]"),
-                                        record(IRunLog::ERROR, "函数[]没有在模板中定义\n")}));
-}
-
-TEST_F(ScriptCalls, AnUnknownTypeIsNoLiteral) {
-  CScript::Value::Data data;
-  EXPECT_EQ(engine.set_literal(kUnknownType, "5", data), ec::SCRIPT_BAD_PARAM);
-  EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, "错误的值类型\n")});
-  EXPECT_EQ(data.int_value, nullptr);
-  EXPECT_EQ(data.string_value, nullptr);
-}
-
-TEST_F(ScriptCalls, ALiteralWithoutMemoryStaysNothing) {
-  for (const IScript::VType type : {VT_INT, VT_STRING}) {
-    CScript::Value::Data data;
-    {
-      const FailingNew memory(1);
-      EXPECT_EQ(engine.set_literal(type, "5", data), ec::SCRIPT_NO_MEMORY);
-    }
-    EXPECT_EQ(data.int_value, nullptr);
-    EXPECT_EQ(data.string_value, nullptr);
-  }
-  EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "申请内存失败\n"),
-                                        record(IRunLog::ERROR, "申请内存失败\n")}));
 }
 
 // Texts that the code page cannot express.

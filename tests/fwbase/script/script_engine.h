@@ -1,12 +1,16 @@
-// What the script engine's tests share: an engine in service, and views of its tables.
+// What the script engine's tests share: an engine in service that keeps a record of what it was
+// given, so that a test can ask for all of it.
 #ifndef FWBASE_TESTS_FWBASE_SCRIPT_SCRIPT_ENGINE_H
 #define FWBASE_TESTS_FWBASE_SCRIPT_SCRIPT_ENGINE_H
 
 #include <map>
+#include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "fwbase/script/script.h"
+#include "tests/fwbase/script/read_script.h"
 #include "tests/support/host_function.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/script_file.h"
@@ -21,8 +25,45 @@ class ScriptEngine : public CScript {
   ScriptEngine() { init(); }
   ~ScriptEngine() override { release(); }
 
+  static constexpr ec::EC kReaderDisagrees = 1;  ///< that load_script() gives then
+
+  void release() override {
+    CScript::release();
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_read = {};
+  }
+
+  bool expand_syntax(ISyntax* syntax) override {
+    const bool registered = CScript::expand_syntax(syntax);
+    if (registered) {
+      const std::lock_guard<std::mutex> guard(m_mutex);
+      m_read.add(*syntax);
+    }
+    return registered;
+  }
+
+  ec::EC load_script(const char* path) override {
+    const ec::EC result = CScript::load_script(path);
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    if (result == ec::SCRIPT_E_PARAM || result == ec::SCRIPT_E_LOAD) {
+      return result;
+    }
+    const ec::EC of_reader = m_read.load(path);
+    m_names.merge(m_read.variable_names());
+    return result == of_reader ? result : kReaderDisagrees;
+  }
+
   /// Loads a script from a file that is gone afterwards.
   ec::EC load_text(const std::string& text) { return load_script(ScriptFile(text).path()); }
+
+  ec::EC set_value(const char* name, VType type, const void* data) override {
+    remember(name != nullptr ? name : "");
+    return CScript::set_value(name, type, data);
+  }
+  ec::EC set_value_env(const char* name, VType type, const void* data, void* env) override {
+    remember(name != nullptr ? name : "");
+    return CScript::set_value_env(name, type, data, env);
+  }
 
   ec::EC set(const std::string& name, std::int32_t value) {
     return set_value(name.c_str(), VT_INT, &value);
@@ -37,126 +78,79 @@ class ScriptEngine : public CScript {
     return set_value_env(name.c_str(), VT_STRING, &value, env);
   }
 
-  /// A table as {{"x", "int 5"}, {"y", "string text"}}.
+  /// Makes values() and env_values() ask for a name.
+  void remember(const std::string& name) {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_names.insert(name);
+  }
+
+  /// The variables that there are, of all names that this engine was given, as
+  /// {{"x", "int 5"}, {"y", "string text"}}.
   using Shown = std::map<std::string, std::string>;
   Shown values() const {
-    const support::ReadGuard guard(m_lock);
-    return shown(m_values);
+    return shown(
+        [&](const char* name, VType type, void* out) { return get_value(name, type, out); });
   }
   Shown env_values(void* env) const {
-    const support::ReadGuard guard(m_lock);
-    const auto found = m_env_values.find(env);
-    return found == m_env_values.end() ? Shown{{"no", "table"}} : shown(*found->second);
+    const Shown all = shown([&](const char* name, VType type, void* out) {
+      return get_value_env(name, type, out, env);
+    });
+    return all.empty() ? Shown{{"no", "table"}} : all;
   }
 
-  /// A section's calls, such as "f(int 1,string a,ref x)->ret", or {"no section"}.
-  std::vector<std::string> calls(const std::string& section) const {
-    const support::ReadGuard guard(m_lock);
-    const auto found = m_sections.find(section);
-    if (found == m_sections.end() || !found->second) {
-      return {"no section"};
-    }
-    std::vector<std::string> texts;
-    for (const Fun& call : *found->second) {
-      texts.push_back(shown(call));
-    }
-    return texts;
-  }
+  /// What the files say that were loaded; see ReadScripts.
+  std::vector<std::string> calls(const std::string& section) const { return m_read.calls(section); }
+  std::vector<std::string> section_names() const { return m_read.section_names(); }
+  std::vector<std::string> func_names() const { return m_read.func_names(); }
+  std::vector<std::string> declared(const std::string& name) const { return m_read.declared(name); }
 
+  /// Of a section's calls.
   std::vector<int> states(const std::string& section) const {
-    const support::ReadGuard guard(m_lock);
-    std::vector<int> states;
-    for (const Fun& call : *m_sections.find(section)->second) {
-      states.push_back(call.state);
-    }
-    return states;
+    return CScript::states(section.c_str());
   }
 
-  std::vector<std::string> section_names() const {
-    const support::ReadGuard guard(m_lock);
-    return keys(m_sections);
-  }
-  std::vector<std::string> func_names() const {
-    const support::ReadGuard guard(m_lock);
-    return keys(m_func_rules);
-  }
-  std::vector<std::string> template_names() const {
-    const support::ReadGuard guard(m_lock);
-    return keys(m_templates);
-  }
-  std::vector<VType> signature(const std::string& name) const {
-    const support::ReadGuard guard(m_lock);
-    const auto found = m_templates.find(name);
-    return {found->second.begin(), found->second.end()};
-  }
-  /// A declared function's parameters, such as "tag:int:must" or "tag:string:'default'".
-  std::vector<std::string> declared(const std::string& name) const {
-    const support::ReadGuard guard(m_lock);
-    std::vector<std::string> texts;
-    for (const XmlFuncParamRule& param : m_func_rules.find(name)->second.params) {
-      texts.push_back(param.tag + (param.type == VT_INT ? ":int:" : ":string:") +
-                      (param.must ? "must" : "'" + param.defaultval + "'"));
-    }
-    return texts;
-  }
-  std::vector<ISyntax*> syntaxes() const {
-    const support::ReadGuard guard(m_lock);
-    return {m_syntaxes.begin(), m_syntaxes.end()};
-  }
-
-  std::string script_file() const {
-    const support::ReadGuard guard(m_lock);
-    return m_script_file;
-  }
-  std::string cur_section() const {
-    const support::ReadGuard guard(m_lock);
-    return m_cur_section;
-  }
-  bool modified() const {
-    const support::ReadGuard guard(m_lock);
-    return m_modified;
-  }
-  void* env() const {
-    const support::ReadGuard guard(m_lock);
-    return m_env;
+  /// Whether saving would write.
+  bool modified() {
+    const ScriptFile file("<korvid><Process name=''/></korvid>");
+    const Quiet quiet;
+    CScript::load_script(file.path());
+    file.remove();
+    save_script();
+    return file.exists();
   }
 
  private:
-  static Shown shown(const ValueTable& table) {
+  /// No records while it lives.
+  struct Quiet {
+    Quiet() : before(IRunLog::ms_type_sign.exchange(0)) {}
+    ~Quiet() { IRunLog::ms_type_sign = before; }
+    Quiet(const Quiet&) = delete;
+    Quiet& operator=(const Quiet&) = delete;
+    const unsigned int before;
+  };
+
+  template <typename Get>
+  Shown shown(Get get) const {
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    const Quiet quiet;
     Shown texts;
-    for (const auto& [name, value] : table) {
-      texts[name] = shown(value.type, value.data);
+    for (const std::string& name : m_names) {
+      std::int32_t number = 0;
+      std::string text;
+      if (ec::succeeded(get(name.c_str(), VT_INT, &number))) {
+        texts[name] = "int " + std::to_string(number);
+      } else if (ec::succeeded(get(name.c_str(), VT_STRING, &text))) {
+        texts[name] = "string " + text;
+      } else if (get(name.c_str(), kUnknownType, &text) == ec::SCRIPT_BAD_PARAM) {
+        texts[name] = "nothing";
+      }
     }
     return texts;
   }
 
-  static std::string shown(VType type, const Value::Data& data) {
-    if (data.int_value) {
-      return (type == VT_INT ? "int " : "? ") + std::to_string(*data.int_value);
-    }
-    if (data.string_value) {
-      return (type == VT_STRING ? "string " : "? ") + *data.string_value;
-    }
-    return "nothing";
-  }
-
-  static std::string shown(const Fun& call) {
-    std::string text = call.name + "(";
-    for (const Parament& param : call.params) {
-      text += text.back() == '(' ? "" : ",";
-      text += param.ref_name.empty() ? shown(param.type, param.data) : "ref " + param.ref_name;
-    }
-    return text + ")" + (call.ret.empty() ? "" : "->" + call.ret);
-  }
-
-  template <typename Map>
-  static std::vector<std::string> keys(const Map& map) {
-    std::vector<std::string> names;
-    for (const auto& [name, ignored] : map) {
-      names.push_back(name);
-    }
-    return names;
-  }
+  mutable std::mutex m_mutex;  // guards what follows
+  std::set<std::string> m_names;
+  ReadScripts m_read;
 };
 
 }  // namespace fwbase::test

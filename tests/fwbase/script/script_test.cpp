@@ -27,20 +27,6 @@ TEST(Script, CallsComeBehindTheOperationsOfTheInterfaceAndItsDestructor) {
   EXPECT_EQ(slot_of(&CScript::Call_Fun), 14u);
 }
 
-TEST(Script, ANewEngineIsEmpty) {
-  LogCapture log;
-  CScript engine;
-  const support::WriteGuard guard(engine.m_lock);
-  EXPECT_TRUE(engine.m_syntaxes.empty());
-  EXPECT_TRUE(engine.m_values.empty());
-  EXPECT_TRUE(engine.m_script_file.empty());
-  EXPECT_TRUE(engine.m_proc_name.empty());
-  EXPECT_TRUE(engine.m_cur_section.empty());
-  EXPECT_FALSE(engine.m_modified);
-  EXPECT_EQ(engine.m_env, nullptr);
-  EXPECT_TRUE(log.records().empty());
-}
-
 TEST(Script, InitAndReleaseAreTraced) {
   LogCapture log(IRunLog::TRACE);
   CScript engine;
@@ -66,27 +52,13 @@ TEST(Script, ReleaseEmptiesEverything) {
   engine.set("y", "text");
   engine.set_env("z", 1, &env);
   engine.release();
-  EXPECT_TRUE(engine.syntaxes().empty());
-  EXPECT_TRUE(engine.template_names().empty());
-  EXPECT_TRUE(engine.func_names().empty());
-  EXPECT_TRUE(engine.section_names().empty());
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_E_SECTION);
   EXPECT_TRUE(engine.values().empty());
   EXPECT_EQ(engine.env_values(&env), (ScriptEngine::Shown{{"no", "table"}}));
-  EXPECT_EQ(engine.script_file(), "");
   EXPECT_TRUE(log.records().empty());
   // The path is forgotten, so nothing can be saved.
   EXPECT_EQ(engine.save_script(), ec::SCRIPT_E_SAVE);
   EXPECT_EQ(file.text(), kScript);
-}
-
-TEST(Script, ReleaseForgetsTheSectionBeingLoaded) {
-  ScriptEngine engine;
-  {
-    const support::WriteGuard guard(engine.m_lock);
-    engine.m_cur_section = "s";
-  }
-  engine.release();
-  EXPECT_EQ(engine.cur_section(), "");
 }
 
 TEST(Script, WhatWasModifiedStaysModified) {
@@ -112,10 +84,10 @@ TEST(Script, InitEmptiesTheFunctionsOnly) {
   engine.expand_syntax(&f);
   ASSERT_EQ(engine.load_text(kScript), ec::SCRIPT_OK);
   EXPECT_EQ(engine.init(), ec::SCRIPT_OK);
-  EXPECT_TRUE(engine.syntaxes().empty());
-  EXPECT_EQ(engine.template_names(), Texts{"f"});
-  EXPECT_EQ(engine.func_names(), Texts{"f"});
-  EXPECT_EQ(engine.calls("s"), Texts{"f(string text)"});
+  EXPECT_EQ(engine.exec_scommad("s", nullptr), ec::SCRIPT_NO_FUNC);
+  EXPECT_EQ(engine.load_text("<korvid><Process name=''><Exec><section name='t'><f><s/></f>"
+                             "</section></Exec></Process></korvid>"),
+            ec::SCRIPT_OK);  // the signature is still known
   EXPECT_EQ(engine.values(), (ScriptEngine::Shown{{"x", "int 1"}}));
 }
 
@@ -246,7 +218,6 @@ TEST(ScriptThreads, RunsEndSafelyWhenTheHostReleasesTheEngineAllTheSame) {
       }
     }
   });
-  EXPECT_EQ(engine.env(), nullptr);
   EXPECT_EQ(engine.calls("s").size(), 2u);
 }
 

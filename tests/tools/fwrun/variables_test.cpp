@@ -71,6 +71,16 @@ TEST(FwrunVariables, PrintShowsWhatFunctionsMadeUnderNamesOfTheirArguments) {
                       "  text: string = \"a \\\"b\\\"\\nc\"\n"));
 }
 
+TEST(FwrunVariables, PrintShowsNamesThatOnlyADeclaredDefaultMentions) {
+  const ScriptFile script(
+      "<korvid><template><Func name=\"save_int\"><param tag=\"from\" type=\"string\"/>"
+      "<param tag=\"to\" type=\"string\" must=\"false\" defaultval=\"kept\"/></Func></template>"
+      "<Process name=\"\"><Exec><section name=\"s\"><save_int><from>n</from></save_int></section>"
+      "</Exec></Process></korvid>");
+  const ProgramResult result = run_fwrun({script.path(), "--print", "--env", "n=7"});
+  EXPECT_EQ(result.out, variables("  kept: int = 7\n", "  n: int = 7\n")) << result.err;
+}
+
 TEST(FwrunVariables, PrintShowsThemAfterAFailureToo) {
   const ScriptFile script(
       script_with("<section name=\"s\"><set_int><value>3</value><ret>n</ret></set_int>" +

@@ -13,6 +13,8 @@ XERCES_CPP_NAMESPACE_END
 
 namespace utility {
 
+struct XmlTexts;
+
 /// Owner of one XML document: loads it from a file, finds and makes elements, saves it.
 ///
 /// Use: xercesc::XMLPlatformUtils::Initialize() must have been called (the script engine's
@@ -136,6 +138,8 @@ class FWBASE_API CXml {
   unsigned int get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const;
 
  private:
+  friend struct XmlTexts;  // of the library
+
   bool make_parser();
 
   XERCES_CPP_NAMESPACE::XercesDOMParser* m_parser;

@@ -1,10 +1,11 @@
-// The "Data" elements of a process: read into the global table, written back from it.
+// Saving: the global variables become the one "Data" element of the process in the document.
 #include <new>
 #include <vector>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "fwbase/script/script.h"
 #include "fwbase/support/run_log.h"
+#include "utility/xml_texts.h"
 
 namespace fwbase {
 
@@ -19,49 +20,6 @@ unsigned int insert_typed_value(CElement& var, const char* type, const std::stri
 }
 
 }  // namespace
-
-ec::EC CScript::proc_data_element(CElement& data) {
-  std::vector<CElement> vars;
-  if (const unsigned int code = data.get_child_element("var", vars); code != 0) {
-    RUN_LOG(ERROR, "获得子节点出错, XEC[%x]", code);
-    return ec::SCRIPT_E_FORMAT;
-  }
-  for (CElement& var : vars) {
-    const ec::EC result = proc_var_element(var);
-    if (ec::failed(result)) {
-      return result;
-    }
-  }
-  return ec::SCRIPT_OK;
-}
-
-ec::EC CScript::proc_var_element(CElement& var) {
-  std::string name;
-  if (const unsigned int code = var.get_attr("name", name); code != 0) {
-    RUN_LOG(ERROR, "获得节点的name属性失败，XEC[%x]", code);
-    return ec::SCRIPT_E_ATTR;
-  }
-  std::string value;
-  if (const unsigned int code = var.get_attr("value", value); code != 0) {
-    RUN_LOG(ERROR, "获得节点的value属性失败，XEC[%x]", code);
-    return ec::SCRIPT_E_ATTR;
-  }
-  std::string type_text;
-  if (const unsigned int code = var.get_attr("type", type_text); code != 0) {
-    RUN_LOG(ERROR, "获得节点的type属性失败，XEC[%x]", code);
-    return ec::SCRIPT_E_ATTR;
-  }
-  VType type{};
-  if (!script::type_of(type_text, type)) {
-    RUN_LOG(ERROR, "不能识别的参数类型，%s\n", type_text.c_str());
-    return ec::SCRIPT_BAD_PARAM;
-  }
-  if (type == VT_STRING) {
-    return SetValue(name, type, &value, false);
-  }
-  const std::int32_t number = script::int_of(value);
-  return SetValue(name, type, &number, false);
-}
 
 ec::EC CScript::save_script() {
   const WriteGuard guard(m_lock);
@@ -84,14 +42,15 @@ ec::EC CScript::save_script() {
 }
 
 ec::EC CScript::save_script_data() {
+  make_document();
   CElement proc;
-  ec::EC result = get_proc_element(m_proc_name, proc);
+  ec::EC result = get_proc_element(proc);
   if (ec::succeeded(result)) {
     result = remove_proc_data(proc);
   }
   // Removed elements leave memory behind; each save would add some.
   if (ec::succeeded(result) && m_xml.compact()) {
-    result = get_proc_element(m_proc_name, proc);
+    result = get_proc_element(proc);
   }
   if (ec::succeeded(result)) {
     result = insert_proc_data(proc);
@@ -106,7 +65,18 @@ ec::EC CScript::save_script_data() {
   return ec::SCRIPT_OK;
 }
 
-ec::EC CScript::get_proc_element(const std::string& name, CElement& proc) {
+// From the bytes that were loaded: the file may have changed since.
+void CScript::make_document() {
+  if (m_bytes.empty()) {
+    return;
+  }
+  if (utility::XmlTexts::load(m_xml, m_script_file, m_bytes) == utility::XEC_NO_MEMORY) {
+    throw std::bad_alloc();
+  }
+  std::string().swap(m_bytes);
+}
+
+ec::EC CScript::get_proc_element(CElement& proc) {
   CElement root;
   std::vector<CElement> processes;
   if (m_xml.get_root_element(root) != 0 || root.get_child_element("Process", processes) != 0) {
@@ -118,7 +88,7 @@ ec::EC CScript::get_proc_element(const std::string& name, CElement& proc) {
     if (process.get_attr("name", found) != 0) {
       return ec::SCRIPT_NO_PROCESS;
     }
-    if (found == name) {
+    if (found.empty()) {
       proc = process;
       return ec::SCRIPT_OK;
     }
@@ -155,9 +125,9 @@ ec::EC CScript::insert_proc_data(CElement& proc) {
 }
 
 ec::EC CScript::insert_data_var(CElement& data) {
-  for (const auto& [name, value] : m_values) {
+  for (const auto* const variable : m_values.global().sorted()) {
     CElement var;
-    const ec::EC result = make_var_element(name, value, var);
+    const ec::EC result = make_var_element(variable->first, variable->second, var);
     if (ec::failed(result)) {
       return result;
     }
@@ -169,16 +139,17 @@ ec::EC CScript::insert_data_var(CElement& data) {
   return ec::SCRIPT_OK;
 }
 
-ec::EC CScript::make_var_element(const std::string& name, const Value& value, CElement& var) {
+ec::EC CScript::make_var_element(const std::string& name, const script::Value& value,
+                                 CElement& var) {
   if (const unsigned int code = m_xml.create_element("var", var); code != 0) {
     RUN_LOG(ERROR, "创建节点出错, XEC[%d]\n", code);
     return ec::SCRIPT_E_CREATE_NODE;
   }
   unsigned int code = var.insert_attr("name", name);
   if (code == 0 && value.type == VT_INT) {
-    code = insert_typed_value(var, "int", std::to_string(*value.data.int_value));
+    code = insert_typed_value(var, "int", std::to_string(value.number));
   } else if (code == 0 && value.type == VT_STRING) {
-    code = insert_typed_value(var, "string", *value.data.string_value);
+    code = insert_typed_value(var, "string", value.text);
   }
   if (code != 0) {
     RUN_LOG(ERROR, "插入属性出错\n, XEC[%x]\n", code);

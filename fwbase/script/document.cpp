@@ -1,0 +1,463 @@
+// The tree is built from what the XML library's scanner reports to its SAX2 reader. Places are
+// found afterwards, in the bytes: the scanner tells none of the start of a tag.
+#include "fwbase/script/document.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <memory>
+#include <utility>
+#include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/TransService.hpp>
+#include <xercesc/util/XMLChar.hpp>
+#include <xercesc/util/XMLUni.hpp>
+#include <xercesc/validators/DTD/DTDElementDecl.hpp>
+
+#include <utility/element.h>
+#include <utility/str.h>
+
+#include "utility/document_parser.h"
+#include "utility/file_io.h"
+#include "utility/text_codec.h"
+#include "utility/xml_platform.h"
+
+namespace fwbase::script {
+
+namespace xc = XERCES_CPP_NAMESPACE;
+
+using utility::DomText;
+
+namespace {
+
+using WideView = std::basic_string_view<XMLCh>;
+
+// What the library's tree would take for each of these, in bytes, apart from two for each character
+// of a text. A document that is read must also be one that can be saved, by way of that tree.
+constexpr std::size_t kTreeElement = 222;
+constexpr std::size_t kTreeAttribute = 290;
+constexpr std::size_t kTreeDefaultAttribute = 900;
+constexpr std::size_t kTreeText = 160;
+constexpr std::size_t kTreeReference = 132;
+
+bool is_blank(WideView text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](XMLCh c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; });
+}
+
+void append_utf8(char32_t c, std::string& out) {
+  constexpr char32_t kLowBits = 0x3F;
+  const auto trail = [&](unsigned int shift) {
+    out.push_back(static_cast<char>(0x80U | ((c >> shift) & kLowBits)));
+  };
+  if (c < 0x80) {
+    out.push_back(static_cast<char>(c));
+  } else if (c < 0x800) {
+    out.push_back(static_cast<char>(0xC0U | (c >> 6U)));
+    trail(0);
+  } else if (c < 0x10000) {
+    out.push_back(static_cast<char>(0xE0U | (c >> 12U)));
+    trail(6);
+    trail(0);
+  } else {
+    out.push_back(static_cast<char>(0xF0U | (c >> 18U)));
+    trail(12);
+    trail(6);
+    trail(0);
+  }
+}
+
+// Of text that the library has read already: a lone surrogate cannot be in it.
+std::string to_utf8(WideView text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char32_t c = text[i];
+    if ((c & 0xFC00U) == 0xD800U && i + 1 < text.size()) {
+      c = 0x10000 + ((c & 0x3FFU) << 10U) + (text[++i] & 0x3FFU);
+    }
+    append_utf8(c, out);
+  }
+  return out;
+}
+
+// The encoding of text in units of more than one byte, by its first character: a byte order mark or
+// "<". Null for others.
+const XMLCh* wide_encoding(std::string_view bytes) {
+  using std::string_view_literals::operator""sv;
+  static constexpr std::array<std::pair<std::string_view, const XMLCh*>, 8> kStarts{{
+      {"\xFF\xFE\0\0"sv, xc::XMLUni::fgUCS4LEncodingString},
+      {"<\0\0\0"sv, xc::XMLUni::fgUCS4LEncodingString},
+      {"\0\0\xFE\xFF"sv, xc::XMLUni::fgUCS4BEncodingString},
+      {"\0\0\0<"sv, xc::XMLUni::fgUCS4BEncodingString},
+      {"\xFF\xFE"sv, xc::XMLUni::fgUTF16LEncodingString},
+      {"<\0"sv, xc::XMLUni::fgUTF16LEncodingString},
+      {"\xFE\xFF"sv, xc::XMLUni::fgUTF16BEncodingString},
+      {"\0<"sv, xc::XMLUni::fgUTF16BEncodingString},
+  }};
+  const auto found = std::find_if(kStarts.begin(), kStarts.end(), [&](const auto& start) {
+    return bytes.starts_with(start.first);
+  });
+  return found != kStarts.end() ? found->second : nullptr;
+}
+
+// Or in ASCII; so are documents that declare nothing.
+bool is_utf8(const XMLCh* encoding) {
+  return *encoding == 0 ||
+         xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0 ||
+         xc::XMLString::compareIString(encoding, xc::XMLUni::fgUSASCIIEncodingString) == 0;
+}
+
+// All of bytes that the encoding has, up to the first that it lacks.
+std::string decoded(std::string_view bytes, const XMLCh* encoding) {
+  constexpr XMLSize_t kBlock = 4096;
+  xc::XMLTransService::Codes code;
+  const std::unique_ptr<xc::XMLTranscoder> transcoder(
+      xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code, kBlock));
+  DomText text;
+  XMLCh characters[kBlock];
+  unsigned char sizes[kBlock];
+  while (transcoder != nullptr && !bytes.empty()) {
+    XMLSize_t eaten = 0;
+    try {
+      const XMLSize_t count = transcoder->transcodeFrom(
+          reinterpret_cast<const XMLByte*>(bytes.data()), std::min<XMLSize_t>(bytes.size(), kBlock),
+          characters, kBlock, eaten, sizes);
+      text.append(characters, count);
+    } catch (const xc::XMLException&) {
+      break;
+    }
+    if (eaten == 0) {
+      break;
+    }
+    bytes.remove_prefix(eaten);
+  }
+  return to_utf8(text);
+}
+
+/// The bytes of a document in UTF-8: themselves if they are.
+class Utf8Text {
+ public:
+  Utf8Text(std::string_view bytes, const DomText& declared) : m_text(bytes) {
+    const XMLCh* const wide = wide_encoding(bytes);
+    const XMLCh* const encoding = wide != nullptr ? wide : declared.c_str();
+    if (!is_utf8(encoding)) {
+      m_decoded = decoded(bytes, encoding);
+      m_text = m_decoded;
+    }
+  }
+  Utf8Text(const Utf8Text&) = delete;
+  Utf8Text& operator=(const Utf8Text&) = delete;
+
+  std::string_view view() const { return m_text; }
+
+ private:
+  std::string m_decoded;
+  std::string_view m_text;
+};
+
+}  // namespace
+
+/// Fills a document while the scanner reads.
+class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
+ public:
+  explicit TreeParser(Document& document) : m_document(document) {
+    setContentHandler(&m_content);
+    setLexicalHandler(&m_content);
+    setDeclarationHandler(&m_content);
+    setFeature(xc::XMLUni::fgSAX2CoreNameSpaces, false);
+    setFeature(xc::XMLUni::fgXercesSchema, false);
+    setFeature(xc::XMLUni::fgXercesLoadExternalDTD, false);
+    setFeature(xc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    setFeature(xc::XMLUni::fgSAX2CoreValidation, true);
+    setFeature(xc::XMLUni::fgXercesDynamic, true);
+    m_document.m_names.emplace_back();  // that of kNoName
+  }
+
+  bool parse_text(std::string_view bytes) {
+    const bool is_good = parse_guarded(bytes);
+    if (is_good) {
+      place_elements(bytes);
+    } else {
+      m_document.m_stopped = place_stopped(bytes);
+    }
+    return is_good;
+  }
+
+  void error(unsigned int code, const XMLCh* domain, xc::XMLErrorReporter::ErrTypes type,
+             const XMLCh* text, const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
+             XMLFileLoc column) override {
+    m_line = line;
+    m_column = column;
+    GuardedParser::error(code, domain, type, text, system_id, public_id, line, column);
+  }
+
+  // The tree takes no other names for a document type.
+  void doctypeDecl(const xc::DTDElementDecl& element, const XMLCh* public_id,
+                   const XMLCh* system_id, bool has_internal_subset,
+                   bool has_external_subset) override {
+    const XMLCh* const name = element.getFullName();
+    if (!xc::XMLChar1_0::isValidQName(name, xc::XMLString::stringLen(name))) {
+      throw utility::DocumentRefused();
+    }
+    GuardedParser::doctypeDecl(element, public_id, system_id, has_internal_subset,
+                               has_external_subset);
+  }
+
+  void startElement(const xc::XMLElementDecl& element, unsigned int uri, const XMLCh* prefix,
+                    const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count, bool is_empty,
+                    bool is_root) override {
+    count_start(element, attrs, attr_count);
+    m_memory.count_bytes(kTreeElement);
+    end_text();
+    if (m_entity_depth == 0) {
+      add_element(element);
+    }
+    for (XMLSize_t i = 0; i < attr_count; ++i) {
+      add_attribute(*attrs.elementAt(i));
+    }
+    m_reading = m_entity_depth == 0 ? Reading::kFirst : Reading::kNothing;
+    if (is_empty) {
+      endElement(element, uri, is_root, prefix);
+    }
+  }
+
+  void endElement(const xc::XMLElementDecl&, unsigned int, bool, const XMLCh*) override {
+    count_end();
+    end_text();
+    if (m_entity_depth == 0) {
+      m_document.m_nodes[m_open.back()].end = static_cast<std::uint32_t>(m_document.m_nodes.size());
+      m_open.pop_back();
+    }
+  }
+
+  void docCharacters(const XMLCh* text, XMLSize_t size, bool is_cdata) override {
+    m_memory.count_bytes(kTreeText + size * sizeof(XMLCh));
+    if (m_reading == Reading::kFirst) {
+      m_reading = is_cdata ? Reading::kNothing : Reading::kText;
+    }
+    if (m_reading == Reading::kText) {
+      m_text.append(text, size);
+    }
+  }
+
+  void ignorableWhitespace(const XMLCh* text, XMLSize_t size, bool is_cdata) override {
+    docCharacters(text, size, is_cdata);
+  }
+
+  void docComment(const XMLCh* text) override {
+    m_memory.count_bytes(kTreeText + xc::XMLString::stringLen(text) * sizeof(XMLCh));
+    end_text();
+  }
+
+  void docPI(const XMLCh*, const XMLCh* data) override {
+    m_memory.count_bytes(kTreeText + xc::XMLString::stringLen(data) * sizeof(XMLCh));
+    end_text();
+  }
+
+  // The text goes on in what an entity brings, but does not begin there.
+  void startEntityReference(const xc::XMLEntityDecl& entity) override {
+    count_start(entity);
+    m_memory.count_bytes(kTreeReference);
+    ++m_entity_depth;
+    if (m_reading == Reading::kFirst) {
+      m_reading = Reading::kNothing;
+    }
+  }
+
+  void endEntityReference(const xc::XMLEntityDecl&) override {
+    count_end();
+    --m_entity_depth;
+  }
+
+ private:
+  /// What the leading text of the innermost element can get.
+  enum class Reading { kFirst, kText, kNothing };
+
+  static std::uint32_t number(std::size_t size) {
+    if (size >= Document::kUnconvertible) {
+      throw std::bad_alloc();
+    }
+    return static_cast<std::uint32_t>(size);
+  }
+
+  void add_element(const xc::XMLElementDecl& element) {
+    m_open.push_back(number(m_document.m_nodes.size()));
+    Document::Node& node = m_document.m_nodes.emplace_back();
+    node.name = id_of(element);
+    node.first_attribute = number(m_document.m_attributes.size());
+  }
+
+  void add_attribute(const xc::XMLAttr& attr) {
+    const WideView value = attr.getValue();
+    m_memory.count_bytes((attr.getSpecified() ? kTreeAttribute : kTreeDefaultAttribute) +
+                         value.size() * sizeof(XMLCh));
+    if (m_entity_depth == 0) {
+      const Document::NameId name = id_of(attr.getName());
+      m_document.m_attributes.push_back({name, stored(value, false)});
+    }
+  }
+
+  // Ends the leading text of the innermost element, if that has one.
+  void end_text() {
+    if (m_reading == Reading::kText) {
+      if (!is_blank(m_text)) {
+        m_document.m_nodes[m_open.back()].text = stored(m_text, true);
+      }
+      m_text.clear();
+    }
+    m_reading = Reading::kNothing;
+  }
+
+  Document::Text stored(WideView text, bool is_trimmed) {
+    const std::uint32_t offset = number(m_document.m_text.size());
+    if (!utility::to_narrow_text(text, m_narrow)) {
+      return {offset, Document::kUnconvertible};
+    }
+    if (is_trimmed) {
+      utility::CStr::trim(m_narrow);
+    }
+    m_document.m_text += m_narrow;
+    number(m_document.m_text.size());
+    return {offset, static_cast<std::uint32_t>(m_narrow.size())};
+  }
+
+  // Elements of one name share their declaration.
+  Document::NameId id_of(const xc::XMLElementDecl& element) {
+    const auto address = reinterpret_cast<std::uintptr_t>(&element);
+    Seen& seen = m_seen[address / sizeof element % m_seen.size()];
+    if (seen.element != &element) {
+      seen = {&element, id_of(element.getFullName())};
+    }
+    return seen.name;
+  }
+
+  Document::NameId id_of(const XMLCh* name) {
+    if (!utility::to_narrow_text(name, m_narrow)) {
+      return Document::kNoName;
+    }
+    const auto [entry, added] =
+        m_document.m_ids.try_emplace(m_narrow, number(m_document.m_names.size()));
+    if (added) {
+      m_document.m_names.push_back(m_narrow);
+    }
+    return entry->second;
+  }
+
+  void place_elements(std::string_view bytes) {
+    const Utf8Text text(bytes, encoding());
+    StartTags tags(text.view());
+    for (Document::Node& node : m_document.m_nodes) {
+      node.place = tags.next();
+    }
+  }
+
+  // Where the scanner found a mistake; else at the last element that it reported.
+  Place place_stopped(std::string_view bytes) const {
+    const Utf8Text text(bytes, encoding());
+    if (m_line > 0) {
+      return place_of(text.view(), m_line, m_column);
+    }
+    StartTags tags(text.view());
+    Place place;
+    for (std::size_t i = 0; i < m_document.m_nodes.size(); ++i) {
+      place = tags.next();
+    }
+    return place;
+  }
+
+  struct Seen {
+    const xc::XMLElementDecl* element = nullptr;
+    Document::NameId name = Document::kNoName;
+  };
+
+  Document& m_document;
+  xc::DefaultHandler m_content;       // the scanner reports only to a reader with handlers
+  std::vector<std::uint32_t> m_open;  // elements whose end tag is still to come
+  std::size_t m_entity_depth = 0;
+  Reading m_reading = Reading::kNothing;
+  DomText m_text;
+  std::string m_narrow;
+  std::array<Seen, 64> m_seen{};
+  XMLFileLoc m_line = 0;
+  XMLFileLoc m_column = 0;
+};
+
+unsigned int Document::parse(std::string_view bytes) {
+  *this = Document();
+  unsigned int code = utility::XEC_NO_MEMORY;
+  try {
+    if (utility::xml_platform_is_usable()) {
+      TreeParser parser(*this);
+      code = parser.parse_text(bytes) ? utility::XEC_OK : utility::XEC_PARSE;
+    }
+  } catch (const xc::OutOfMemoryException&) {
+    code = utility::XEC_NO_MEMORY;
+  } catch (const std::exception&) {  // std::bad_alloc, and text longer than a string can be
+    code = utility::XEC_NO_MEMORY;
+  }
+  if (code != utility::XEC_OK) {
+    const Place stopped = m_stopped;
+    *this = Document();
+    m_stopped = stopped;
+  }
+  return code;
+}
+
+unsigned int Document::load(const std::string& path, std::string& bytes) {
+  try {
+    switch (utility::read_file(path, utility::kMaxFileSize, bytes)) {
+      case utility::ReadResult::kOk:
+        return parse(bytes);
+      case utility::ReadResult::kTooLarge:
+        return utility::XEC_PARSE;
+      case utility::ReadResult::kNoFile:
+        break;
+    }
+    return utility::XEC_NO_DOCUMENT;
+  } catch (const std::exception&) {  // as in parse()
+    return utility::XEC_NO_MEMORY;
+  }
+}
+
+std::optional<Document::NameId> Document::find_name(std::string_view name) const {
+  const auto found = m_ids.find(std::string(name));
+  return found != m_ids.end() ? std::optional(found->second) : std::nullopt;
+}
+
+bool Document::read(const Text& text, std::string_view& out) const {
+  if (text.size == kUnconvertible) {
+    return false;
+  }
+  out = std::string_view(m_text).substr(text.offset, text.size);
+  return true;
+}
+
+unsigned int Document::Element::text(std::string_view& text) const {
+  return m_document->read(node().text, text) ? utility::XEC_OK : utility::XEC_ENCODING;
+}
+
+unsigned int Document::Element::attribute(NameId name, std::string_view& value) const {
+  const Attribute* const found = find_attribute(name);
+  if (found == nullptr) {
+    return utility::XEC_NO_ATTR;
+  }
+  return m_document->read(found->value, value) ? utility::XEC_OK : utility::XEC_ENCODING;
+}
+
+const Document::Attribute* Document::Element::find_attribute(NameId name) const {
+  const auto& all = m_document->m_attributes;
+  const auto& nodes = m_document->m_nodes;
+  const bool is_last = m_number + 1 == nodes.size();
+  const auto begin = all.begin() + node().first_attribute;
+  const auto end = is_last ? all.end() : all.begin() + nodes[m_number + 1].first_attribute;
+  const auto found =
+      std::find_if(begin, end, [name](const Attribute& one) { return one.name == name; });
+  return found != end ? &*found : nullptr;
+}
+
+}  // namespace fwbase::script

@@ -1,0 +1,46 @@
+// Places in a script file.
+#ifndef FWBASE_SCRIPT_PLACE_H
+#define FWBASE_SCRIPT_PLACE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace fwbase::script {
+
+/// A place in a file. CR, LF and CRLF end a line; columns count characters, a tab as one and a
+/// byte order mark as none.
+struct Place {
+  std::uint32_t line = 1;
+  std::uint32_t column = 1;
+
+  bool operator==(const Place&) const = default;
+};
+
+/// Finds the start tags of a well-formed document, one after the other.
+class StartTags {
+ public:
+  /// text  the whole document in UTF-8; it must live as long as this
+  explicit StartTags(std::string_view text);
+
+  /// The place of the "<" of the next start tag. To be called once for each, at most.
+  Place next();
+
+ private:
+  void skip_past(std::string_view mark);
+  void skip_doctype();
+  void advance_to(std::size_t offset);
+
+  const std::string_view m_text;
+  const bool m_has_returns;   // carriage returns
+  std::size_t m_search = 0;   // where to look for more
+  std::size_t m_counted = 0;  // m_place is that of the character there
+  Place m_place;
+};
+
+/// The place where a parser stopped that counts columns in units of UTF-16.
+Place place_of(std::string_view text, std::uint64_t line, std::uint64_t utf16_column);
+
+}  // namespace fwbase::script
+
+#endif

@@ -1,0 +1,104 @@
+// From a document to a program: what each element must hold, and what is wrong with those that do
+// not. The reader knows no engine and writes no log.
+#ifndef FWBASE_SCRIPT_READER_H
+#define FWBASE_SCRIPT_READER_H
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fwbase/ec.h>
+
+#include "fwbase/script/document.h"
+#include "fwbase/script/program.h"
+
+namespace fwbase::script {
+
+/// The parameters' types of the functions that a host has registered, by name.
+using Signatures = std::map<std::string, std::vector<IScript::VType>, std::less<>>;
+
+/// What a file is read against.
+class Surroundings {
+ public:
+  /// The host's functions; null when the declarations are to be believed.
+  virtual const Signatures* signatures() const = 0;
+
+  /// What earlier files brought.
+  virtual std::shared_ptr<const XmlFuncRule> declared(std::string_view) const { return nullptr; }
+  virtual bool has_section(std::string_view) const { return false; }
+  /// Whether an earlier load is still inside a section.
+  virtual bool is_in_section() const { return false; }
+
+  /// Told of each argument that takes its default.
+  virtual void default_taken(const XmlFuncParamRule&) {}
+
+  virtual ~Surroundings() = default;
+};
+
+/// What can be wrong with a file, in the order of the elements that are read.
+enum class Mistake {
+  kNone,
+  kRootName,  // text: the name
+  kFuncName,  // number: the code of the XML operation, here and where nothing is said
+  kParamTag,
+  kReservedTag,  // text: the tag
+  kParamType,
+  kUnknownType,  // text: the type, of a parameter or a variable
+  kParamMust,
+  kUnknownMust,  // text: the attribute
+  kParamDefault,
+  kFunctionExists,  // text: the name
+  kNoProcess,
+  kProcessName,
+  kVarName,
+  kVarValue,
+  kVarType,
+  kSectionName,
+  kSectionExists,  // text: the name
+  kSectionNested,
+  kSectionMemory,  // text: the name; there is no section then
+  kUndeclared,     // text: the function
+  kUnregistered,   // text: the function
+  kParameterCount,
+  kParameterType,     // number: the host's type, number2: the declared one
+  kUnreadableChild,   // text: the tag
+  kRepeatedArgument,  // text: the tag, number: how many
+  kMissingArgument,   // text: the tag, text2: the function
+  kUnreadableText,    // text: the element
+  kEmptyRef,
+  kEmptyRet,
+  kNoMemory
+};
+
+struct Finding {
+  bool is_error;
+  Place place;
+  const char* rule;
+  std::string message;
+  ec::EC code;  ///< what loading gives; 0 for a warning
+};
+
+/// What ended a load: the first mistake in the order of reading, with what is to be logged of it.
+struct Failure {
+  Mistake mistake = Mistake::kNone;
+  ec::EC code = ec::SCRIPT_OK;
+  std::string text;
+  std::string text2;
+  unsigned int number = 0;
+  unsigned int number2 = 0;
+};
+
+/// Reads what a load takes from a document: everything up to the first mistake. Without memory that
+/// is a mistake like others, and what had been read is in the program.
+Failure read_program(const Document& document, Surroundings& surroundings, Program& program);
+
+/// Finds all mistakes of a document; there is none if and only if loading succeeds.
+/// Throws std::bad_alloc.
+std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings,
+                                   Program& program);
+
+}  // namespace fwbase::script
+
+#endif

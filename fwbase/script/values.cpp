@@ -1,0 +1,116 @@
+#include "fwbase/script/values.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace fwbase::script {
+
+namespace {
+
+Value made(IScript::VType type, const void* data) {
+  Value value;
+  value.type = type;
+  if (type == IScript::VT_INT) {
+    value.number = *static_cast<const std::int32_t*>(data);
+  } else if (type == IScript::VT_STRING) {
+    value.text = *static_cast<const std::string*>(data);
+  }
+  return value;
+}
+
+}  // namespace
+
+IScript::VType ValueTable::set(std::string_view name, IScript::VType type, const void* data) {
+  Value value = made(type, data);
+  const auto found = m_values.find(name);
+  if (found != m_values.end()) {
+    std::swap(found->second, value);
+    return value.type;
+  }
+  m_values.emplace(name, std::move(value));
+  return IScript::VT_INT;
+}
+
+Access ValueTable::get(std::string_view name, IScript::VType type, void* out) const {
+  const Value* const value = find(name);
+  if (value == nullptr) {
+    return Access::kNotFound;
+  }
+  if (value->type != type) {
+    return Access::kOtherType;
+  }
+  if (type == IScript::VT_INT) {
+    *static_cast<std::int32_t*>(out) = value->number;
+  } else if (type == IScript::VT_STRING) {
+    *static_cast<std::string*>(out) = value->text;
+  } else {
+    return Access::kNoValue;
+  }
+  return Access::kOk;
+}
+
+const Value* ValueTable::find(std::string_view name) const {
+  const auto found = m_values.find(name);
+  return found != m_values.end() ? &found->second : nullptr;
+}
+
+bool ValueTable::remove(std::string_view name) {
+  const auto found = m_values.find(name);
+  if (found == m_values.end()) {
+    return false;
+  }
+  m_values.erase(found);
+  return true;
+}
+
+std::vector<const std::pair<const std::string, Value>*> ValueTable::sorted() const {
+  std::vector<const std::pair<const std::string, Value>*> all;
+  all.reserve(m_values.size());
+  for (const auto& variable : m_values) {
+    all.push_back(&variable);
+  }
+  std::sort(all.begin(), all.end(), [](auto* a, auto* b) { return a->first < b->first; });
+  return all;
+}
+
+// A new table is filled before it is published, so that a failure leaves no empty one.
+IScript::VType Values::set(std::string_view name, IScript::VType type, const void* data,
+                           void* env) {
+  const auto found = m_environments.find(env);
+  if (found != m_environments.end()) {
+    return found->second.set(name, type, data);
+  }
+  ValueTable table;
+  const IScript::VType before = table.set(name, type, data);
+  m_environments.emplace(env, std::move(table));
+  return before;
+}
+
+Access Values::get(std::string_view name, IScript::VType type, void* out, void* env) const {
+  const ValueTable* const table = of(env);
+  return table != nullptr ? table->get(name, type, out) : Access::kNoTable;
+}
+
+const ValueTable* Values::of(void* env) const {
+  const auto found = m_environments.find(env);
+  return found != m_environments.end() ? &found->second : nullptr;
+}
+
+void ValueTable::unknown_types(std::vector<IScript::VType>& types) const {
+  for (const auto& [name, value] : m_values) {
+    if (value.type != IScript::VT_INT && value.type != IScript::VT_STRING) {
+      types.push_back(value.type);
+    }
+  }
+}
+
+std::vector<IScript::VType> Values::unknown_types() const {
+  std::vector<IScript::VType> types;
+  m_global.unknown_types(types);
+  for (const auto& [env, table] : m_environments) {
+    table.unknown_types(types);
+  }
+  return types;
+}
+
+}  // namespace fwbase::script

@@ -1,0 +1,96 @@
+// The script's variables: the global ones, and those of each environment.
+#ifndef FWBASE_SCRIPT_VALUES_H
+#define FWBASE_SCRIPT_VALUES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <fwbase/iscript.h>
+
+namespace fwbase::script {
+
+/// A variable's value. Data is copied in and out, as IScript describes it.
+struct Value {
+  IScript::VType type = IScript::VT_INT;
+  std::int32_t number = 0;  ///< of a VT_INT
+  std::string text;         ///< of a VT_STRING
+
+  bool operator==(const Value&) const = default;
+};
+
+/// What came of reading a variable.
+enum class Access {
+  kOk,
+  kNoTable,  ///< the environment has no variables
+  kNotFound,
+  kOtherType,
+  kNoValue  ///< the type is neither of the two, so that there is nothing to read
+};
+
+/// Hashes and compares names without making strings of them.
+struct NameHash {
+  using is_transparent = void;
+  std::size_t operator()(std::string_view name) const {
+    return std::hash<std::string_view>()(name);
+  }
+};
+template <typename Thing>
+using ByName = std::unordered_map<std::string, Thing, NameHash, std::equal_to<>>;
+
+/// Variables by name. Not synchronised.
+class ValueTable {
+ public:
+  /// Creates a variable, or replaces one together with its type. One of another type than the two
+  /// has no value. Gives the type that the variable had, VT_INT for a new one. Throws
+  /// std::bad_alloc; nothing has changed then.
+  IScript::VType set(std::string_view name, IScript::VType type, const void* data);
+
+  /// Reads a variable into the caller's int or string, which stays as it is on failure.
+  Access get(std::string_view name, IScript::VType type, void* out) const;
+
+  /// Its value, null when there is no such variable. Valid until it is changed.
+  const Value* find(std::string_view name) const;
+
+  /// False when there is none.
+  bool remove(std::string_view name);
+
+  /// Appends the types of those without a value.
+  void unknown_types(std::vector<IScript::VType>& types) const;
+
+  /// All of them, by their names' bytes. Valid until the table changes.
+  std::vector<const std::pair<const std::string, Value>*> sorted() const;
+
+ private:
+  ByName<Value> m_values;
+};
+
+/// The tables of a script engine. Not synchronised.
+class Values {
+ public:
+  ValueTable& global() { return m_global; }
+  const ValueTable& global() const { return m_global; }
+
+  /// ValueTable::set() in an environment, whose table is made by the first write.
+  IScript::VType set(std::string_view name, IScript::VType type, const void* data, void* env);
+
+  /// ValueTable::get() in an environment, never in the global table.
+  Access get(std::string_view name, IScript::VType type, void* out, void* env) const;
+
+  /// The variables of an environment; null when it has none.
+  const ValueTable* of(void* env) const;
+
+  /// The types of all variables without a value.
+  std::vector<IScript::VType> unknown_types() const;
+
+ private:
+  ValueTable m_global;
+  std::unordered_map<void*, ValueTable> m_environments;
+};
+
+}  // namespace fwbase::script
+
+#endif
