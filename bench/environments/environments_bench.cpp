@@ -1,10 +1,9 @@
 // Environments: looking up strings by name, by one thread and by two.
-#include <algorithm>
-#include <random>
 #include <string>
 
 #include "bench/environments/registry.h"
 #include "bench/facade.h"
+#include "bench/names.h"
 
 namespace fwbase::bench {
 
@@ -17,26 +16,6 @@ const RegistryKind kinds[] = {{"fwbase", Role::kOurs, make_environment},
                               {"unordered_map, no lock", Role::kFloor, make_unordered_map},
                               {kMap, Role::kPeer, make_locked_map},
                               {kUnorderedMap, Role::kPeer, make_locked_unordered_map}};
-
-// So many names, in an order that has nothing to do with that of their bytes or of their addresses.
-class Names {
- public:
-  explicit Names(long count) {
-    for (long i = 0; i < count; ++i) {
-      m_texts.push_back("session." + std::to_string(i) + ".address");
-    }
-    for (const std::string& text : m_texts) {
-      m_names.push_back(text.c_str());
-    }
-    std::shuffle(m_names.begin(), m_names.end(), std::minstd_rand(1));
-  }
-
-  const std::vector<const char*>& all() const { return m_names; }
-
- private:
-  std::vector<std::string> m_texts;
-  std::vector<const char*> m_names;
-};
 
 // A registry that is filled when it is needed first.
 class Filled {

@@ -1,6 +1,7 @@
 // An environment of the library: one per registry, with a key of its own.
 #include "bench/environments/registry.h"
 #include "bench/facade.h"
+#include "bench/names.h"
 
 namespace fwbase::bench {
 
@@ -18,10 +19,10 @@ class Environment : public Registry {
   }
 
   void look_up(const std::vector<const char*>& names, std::size_t first, long count) override {
-    look_up_in_turn(names, first, count, [this](const char* name) {
+    in_turn(names, first, count, [this](const char* name) {
       const char* value = nullptr;
       m_environment->get_str(name, value);
-      return value;
+      keep(value);
     });
   }
 

@@ -35,15 +35,6 @@ std::unique_ptr<Registry> make_locked_unordered_map();
 /// A std::unordered_map that only one thread may change: what finding a string costs.
 std::unique_ptr<Registry> make_unordered_map();
 
-template <typename Find>
-void look_up_in_turn(const std::vector<const char*>& names, std::size_t first, long count,
-                     Find&& find) {
-  for (std::size_t at = first; count > 0; --count) {
-    keep(find(names[at]));
-    at = at + 1 < names.size() ? at + 1 : 0;
-  }
-}
-
 }  // namespace fwbase::bench
 
 #endif

@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "bench/environments/registry.h"
+#include "bench/names.h"
 
 namespace fwbase::bench {
 
@@ -34,10 +35,10 @@ class MapRegistry : public Registry {
   }
 
   void look_up(const std::vector<const char*>& names, std::size_t first, long count) override {
-    look_up_in_turn(names, first, count, [this](const char* name) {
+    in_turn(names, first, count, [this](const char* name) {
       const std::shared_lock<Mutex> lock(m_mutex);
       const auto found = m_strings.find(std::string_view(name));
-      return found != m_strings.end() ? found->second.c_str() : nullptr;
+      keep(found != m_strings.end() ? found->second.c_str() : nullptr);
     });
   }
 

@@ -7,9 +7,10 @@
 
 #include "bench/environments/registry.h"
 #include "bench/facade.h"
-#include "bench/load/loader.h"
+#include "bench/load/engine.h"
 #include "bench/load/scripts.h"
 #include "bench/log/logger.h"
+#include "bench/names.h"
 #include "bench/script/caller.h"
 #include "tests/support/temp_dir.h"
 
@@ -81,6 +82,33 @@ void count_variables() {
                [&] { script.get_value_env("number", IScript::VT_INT, &value, &script); });
 }
 
+// Of so many of each kind, one after the other.
+void count_many_variables() {
+  constexpr long kNames = 10000;
+  constexpr int kAccesses = 1000;
+  const Facade facade;
+  IScript& script = *facade->script();
+  const Names names(kNames);
+  std::int32_t value = 1;
+  for (const char* name : names.all()) {
+    require(script.set_value(name, IScript::VT_INT, &value));
+    require(script.set_value_env(name, IScript::VT_INT, &value, &script));
+  }
+  const auto count_access = [&](const char* path, const std::function<void(const char*)>& access) {
+    count(path, kAccesses, [&] { in_turn(names.all(), 0, kAccesses, access); });
+  };
+  count_access("set_value_of_10000",
+               [&](const char* name) { script.set_value(name, IScript::VT_INT, &value); });
+  count_access("get_value_of_10000",
+               [&](const char* name) { script.get_value(name, IScript::VT_INT, &value); });
+  count_access("set_value_env_of_10000", [&](const char* name) {
+    script.set_value_env(name, IScript::VT_INT, &value, &script);
+  });
+  count_access("get_value_env_of_10000", [&](const char* name) {
+    script.get_value_env(name, IScript::VT_INT, &value, &script);
+  });
+}
+
 void count_calls(const char* name, Arguments arguments, int registered) {
   const auto caller = ours(caller_kinds()).make(arguments, registered);
   count(name, kCalls, [&] { caller->run(); });
@@ -91,6 +119,17 @@ void count_load(const char* name, int calls_in_file) {
   const auto loader = ours(loader_kinds()).make();
   const std::string& path = scripts.with(calls_in_file);
   count_once(name, calls_in_file, [&] { loader->load(path.c_str()); });
+}
+
+void count_saves() {
+  constexpr int kCallsInFile = 1000;
+  Scripts scripts;
+  Engine engine;
+  const std::int32_t number = 1;
+  engine.load(scripts.with(kCallsInFile).c_str());
+  require(engine.script().set_value("number", IScript::VT_INT, &number));
+  count_once("save_first", kCallsInFile, [&] { require(engine.script().save_script()); });
+  count_once("save_later", kCallsInFile, [&] { require(engine.script().save_script()); });
 }
 
 void count_data_block() {
@@ -114,13 +153,16 @@ void count_all() {
   count_log("log_with_details", Mode::kWithDetails, 1000);
   count_look_up();
   count_variables();
+  count_many_variables();
   count_calls("call_no_argument", Arguments::kNone, 10);
   count_calls("call_2_ints", Arguments::kTwoInts, 10);
-  count_calls("call_string", Arguments::kString, 10);
-  count_calls("call_variable", Arguments::kVariable, 10);
+  count_calls("call_text", Arguments::kText, 10);
+  count_calls("call_int_variable", Arguments::kIntVariable, 10);
+  count_calls("call_text_variable", Arguments::kTextVariable, 10);
   count_calls("call_of_1000_functions", Arguments::kNone, 1000);
   count_load("load_1000_calls", 1000);
   count_load("load_10000_calls", 10000);
+  count_saves();
   count_data_block();
 }
 

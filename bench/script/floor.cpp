@@ -95,7 +95,8 @@ class RecordedCalls : public Caller {
 class PromisedCalls : public RecordedCalls<WriteLock> {
  public:
   PromisedCalls(Arguments arguments, int registered)
-      : RecordedCalls(arguments, registered), m_has_text(arguments == Arguments::kString) {}
+      : RecordedCalls(arguments, registered),
+        m_has_text(arguments == Arguments::kText || arguments == Arguments::kTextVariable) {}
 
   void run() override {
     m_lock.take();

@@ -7,7 +7,8 @@ namespace fwbase::bench {
 
 namespace {
 
-constexpr const char* kVariable = "number";
+constexpr const char* kIntVariable = "number";
+constexpr const char* kTextVariable = "text";
 
 std::vector<IScript::VType> types_of(Arguments arguments) {
   switch (arguments) {
@@ -15,9 +16,10 @@ std::vector<IScript::VType> types_of(Arguments arguments) {
       return {};
     case Arguments::kTwoInts:
       return {IScript::VT_INT, IScript::VT_INT};
-    case Arguments::kString:
+    case Arguments::kText:
+    case Arguments::kTextVariable:
       return {IScript::VT_STRING};
-    case Arguments::kVariable:
+    case Arguments::kIntVariable:
       return {IScript::VT_INT};
   }
   return {};
@@ -29,10 +31,12 @@ const char* elements_of(Arguments arguments) {
       return "";
     case Arguments::kTwoInts:
       return "<a0>4711</a0><a1>1968</a1>";
-    case Arguments::kString:
+    case Arguments::kText:
       return "<a0>" BENCH_TEXT "</a0>";
-    case Arguments::kVariable:
+    case Arguments::kIntVariable:
       return "<a0><ref>number</ref></a0>";
+    case Arguments::kTextVariable:
+      return "<a0><ref>text</ref></a0>";
   }
   return "";
 }
@@ -91,7 +95,9 @@ class Section : public Caller {
       }
     }
     const std::int32_t number = BENCH_FIRST_INT;
-    require(m_script->set_value_env(kVariable, IScript::VT_INT, &number, this));
+    require(m_script->set_value_env(kIntVariable, IScript::VT_INT, &number, this));
+    const std::string text = BENCH_TEXT;
+    require(m_script->set_value_env(kTextVariable, IScript::VT_STRING, &text, this));
     const test::TempDir directory;
     const std::string path = directory.path("bench.xml");
     test::write_file(path, script_text(arguments, registered));

@@ -10,7 +10,8 @@ namespace fwbase::bench {
 
 namespace {
 
-constexpr const char* kVariable = "number";
+constexpr const char* kIntVariable = "number";
+constexpr const char* kTextVariable = "text";
 
 int with_nothing(lua_State*) { return 0; }
 
@@ -20,7 +21,7 @@ int with_two_ints(lua_State* state) {
   return 0;
 }
 
-int with_string(lua_State* state) {
+int with_text(lua_State* state) {
   keep(luaL_checkstring(state, 1));
   return 0;
 }
@@ -36,9 +37,10 @@ lua_CFunction function_with(Arguments arguments) {
       return with_nothing;
     case Arguments::kTwoInts:
       return with_two_ints;
-    case Arguments::kString:
-      return with_string;
-    case Arguments::kVariable:
+    case Arguments::kText:
+    case Arguments::kTextVariable:
+      return with_text;
+    case Arguments::kIntVariable:
       return with_one_int;
   }
   return nullptr;
@@ -51,7 +53,9 @@ class LuaCaller : public Caller {
       lua_register(m_state.get(), function_name(i).c_str(), function_with(arguments));
     }
     lua_pushinteger(m_state.get(), BENCH_FIRST_INT);
-    lua_setglobal(m_state.get(), kVariable);
+    lua_setglobal(m_state.get(), kIntVariable);
+    lua_pushstring(m_state.get(), BENCH_TEXT);
+    lua_setglobal(m_state.get(), kTextVariable);
   }
 
  protected:
@@ -95,11 +99,14 @@ class HostCalls : public LuaCaller {
         lua_pushinteger(m_state.get(), BENCH_FIRST_INT);
         lua_pushinteger(m_state.get(), BENCH_SECOND_INT);
         return 2;
-      case Arguments::kString:
+      case Arguments::kText:
         lua_pushstring(m_state.get(), BENCH_TEXT);
         return 1;
-      case Arguments::kVariable:
-        lua_getglobal(m_state.get(), kVariable);
+      case Arguments::kIntVariable:
+        lua_getglobal(m_state.get(), kIntVariable);
+        return 1;
+      case Arguments::kTextVariable:
+        lua_getglobal(m_state.get(), kTextVariable);
         return 1;
     }
     return 0;
@@ -114,10 +121,12 @@ const char* list_of(Arguments arguments) {
       return "()\n";
     case Arguments::kTwoInts:
       return "(4711, 1968)\n";
-    case Arguments::kString:
+    case Arguments::kText:
       return "('" BENCH_TEXT "')\n";
-    case Arguments::kVariable:
+    case Arguments::kIntVariable:
       return "(number)\n";
+    case Arguments::kTextVariable:
+      return "(text)\n";
   }
   return "";
 }

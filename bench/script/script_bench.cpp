@@ -1,13 +1,16 @@
-// The script engine: variables, and calls of a section.
+// The script engine: variables, calls of a section, and sections that run side by side.
 #include <algorithm>
 #include <tuple>
 
 #include "bench/script/caller.h"
+#include "bench/script/side_by_side.h"
 #include "bench/script/variables.h"
 
 namespace fwbase::bench {
 
 namespace {
+
+constexpr const char* kTenFunctions = "fwbase, 10 functions";
 
 std::string row_name(const CallerKind& kind, int registered) {
   return kind.name + ", " + with_commas(registered) + " functions";
@@ -27,13 +30,10 @@ double nanoseconds_per_call(const CallerKind& kind, Arguments arguments, int reg
 // Only the calls without arguments are plotted.
 Group call_group(const std::string& title, Arguments arguments, const std::vector<int>& sizes,
                  long runs) {
-  const std::string ten = "fwbase, 10 functions";
   Group group{title,
               "ns per call",
               {},
-              {{ten, "", 30},
-               {ten, "Lua C function, lua_pcall, 10 functions", 2},
-               {"fwbase, 1,000 functions", ten, 1.1}},
+              {{"fwbase, 1,000 functions", kTenFunctions, 1.1}},
               arguments == Arguments::kNone ? "calls" : ""};
   for (const CallerKind& kind : caller_kinds()) {
     for (const int size : sizes) {
@@ -45,6 +45,11 @@ Group call_group(const std::string& title, Arguments arguments, const std::vecto
   return group;
 }
 
+Group within(double limit, Group group) {
+  group.targets.push_back({kTenFunctions, "Lua C function, lua_pcall, 10 functions", limit});
+  return group;
+}
+
 std::vector<Group> groups(const Options& options) {
   std::sort(caller_kinds().begin(), caller_kinds().end(),
             [](const CallerKind& a, const CallerKind& b) {
@@ -52,10 +57,17 @@ std::vector<Group> groups(const Options& options) {
             });
   const long runs = options.operations(300);
   std::vector<Group> result = variable_groups(options);
-  result.push_back(call_group("call, no argument", Arguments::kNone, {10, 100, 1000}, runs));
-  result.push_back(call_group("call, 2 ints", Arguments::kTwoInts, {10, 1000}, runs));
-  result.push_back(call_group("call, a string", Arguments::kString, {10, 1000}, runs));
-  result.push_back(call_group("call, a variable", Arguments::kVariable, {10, 1000}, runs));
+  const std::vector<int> sizes{10, 1000};
+  result.push_back(
+      within(1.3, call_group("call, no argument", Arguments::kNone, {10, 100, 1000}, runs)));
+  result.push_back(within(0.8, call_group("call, 2 ints", Arguments::kTwoInts, sizes, runs)));
+  result.push_back(within(1.2, call_group("call, a text", Arguments::kText, sizes, runs)));
+  result.push_back(
+      within(1, call_group("call, an int variable", Arguments::kIntVariable, sizes, runs)));
+  result.push_back(call_group("call, a text variable", Arguments::kTextVariable, sizes, runs));
+  for (Group& group : side_by_side_groups(options)) {
+    result.push_back(std::move(group));
+  }
   return result;
 }
 

@@ -1,21 +1,23 @@
-// Variables: ten of them, read and written by name, beside what one would write with the standard
-// library.
+// Variables: read and written by name, among few and many of them, by one thread and by two, beside
+// what one would write with the standard library.
 #include "bench/script/variables.h"
 
-#include <map>
+#include <memory>
 #include <mutex>
 #include <shared_mutex>
+#include <string>
 #include <string_view>
+#include <unordered_map>
 #include <variant>
 
 #include "bench/facade.h"
+#include "bench/names.h"
 
 namespace fwbase::bench {
 
 namespace {
 
-constexpr const char* kNames[] = {"runs",  "visitors", "limit", "port",  "timeout",
-                                  "level", "sessions", "seed",  "order", "depth"};
+constexpr const char* kUnorderedMap = "shared_mutex + unordered_map";
 
 class Table {
  public:
@@ -41,100 +43,129 @@ class Table {
   }
 
  private:
+  struct TextHash : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+
   mutable std::shared_mutex m_mutex;
-  std::map<std::string, std::variant<std::int32_t, std::string>, std::less<>> m_values;
+  std::unordered_map<std::string, std::variant<std::int32_t, std::string>, TextHash,
+                     std::equal_to<>>
+      m_values;
 };
 
-// Calls access(name, value) for the names in turn.
-template <typename Access>
-double each_in_turn(long count, Access&& access) {
-  return own_nanoseconds_each(count, [&] {
-    std::int32_t value = 0;
-    for (long done = 0; done < count;) {
-      for (const char* name : kNames) {
+// The engine's two kinds of table.
+struct GlobalVariables {
+  static constexpr const char* kGet = "fwbase, get_value";
+  static constexpr const char* kSet = "fwbase, set_value";
+  static ec::EC get(IScript& script, const char* name, std::int32_t& value) {
+    return script.get_value(name, IScript::VT_INT, &value);
+  }
+  static ec::EC set(IScript& script, const char* name, std::int32_t value) {
+    return script.set_value(name, IScript::VT_INT, &value);
+  }
+};
+
+struct EnvVariables {
+  static constexpr const char* kGet = "fwbase, get_value_env";
+  static constexpr const char* kSet = "fwbase, set_value_env";
+  static ec::EC get(IScript& script, const char* name, std::int32_t& value) {
+    return script.get_value_env(name, IScript::VT_INT, &value, &script);
+  }
+  static ec::EC set(IScript& script, const char* name, std::int32_t value) {
+    return script.set_value_env(name, IScript::VT_INT, &value, &script);
+  }
+};
+
+enum class Access { kGet, kSet };
+
+struct Work {
+  Access access;
+  std::shared_ptr<const Names> names;
+  int threads;
+  long count;
+};
+
+// Calls access(name, value) so many times in all, on each of the threads for names of its own.
+template <typename Each>
+double accesses(const Work& work, Each access) {
+  const std::vector<const char*>& names = work.names->all();
+  const long each = work.count / work.threads;
+  const auto measure = work.threads == 1 ? own_nanoseconds_each : nanoseconds_each;
+  return measure(each * work.threads, [&] {
+    on_threads(work.threads, [&](int thread) {
+      std::int32_t value = 0;
+      const std::size_t first = names.size() * static_cast<std::size_t>(thread) / 2;
+      in_turn(names, first, each, [&](const char* name) {
         access(name, value);
         keep(value);
-        ++done;
-      }
-    }
+      });
+    });
   });
 }
 
-using ScriptAccess = void (*)(IScript& script, const char* name, std::int32_t& value);
-
-Row script_row(ScriptAccess access, long count) {
-  return {"fwbase", Role::kOurs, [=] {
-            const Facade facade;
-            IScript& script = *facade->script();
-            const std::int32_t one = 1;
-            for (const char* name : kNames) {
-              require(script.set_value(name, IScript::VT_INT, &one));
-              require(script.set_value_env(name, IScript::VT_INT, &one, &script));
-            }
-            return each_in_turn(
-                count, [&](const char* name, std::int32_t& value) { access(script, name, value); });
-          }};
+template <typename Variables>
+double script_accesses(const Work& work) {
+  const Facade facade;
+  IScript& script = *facade->script();
+  for (const char* name : work.names->all()) {
+    require(Variables::set(script, name, 1));
+  }
+  if (work.access == Access::kGet) {
+    return accesses(
+        work, [&](const char* name, std::int32_t& value) { Variables::get(script, name, value); });
+  }
+  return accesses(
+      work, [&](const char* name, std::int32_t& value) { Variables::set(script, name, ++value); });
 }
 
-template <typename Access>
-Row table_row(Access access, long count) {
-  return {"shared_mutex + map of variants", Role::kPeer, [=] {
-            Table table;
-            for (const char* name : kNames) {
-              table.set(name, 1);
-            }
-            return each_in_turn(
-                count, [&](const char* name, std::int32_t& value) { access(table, name, value); });
-          }};
+double table_accesses(const Work& work) {
+  Table table;
+  for (const char* name : work.names->all()) {
+    table.set(name, 1);
+  }
+  if (work.access == Access::kGet) {
+    return accesses(work, [&](const char* name, std::int32_t& value) { table.get(name, value); });
+  }
+  return accesses(work, [&](const char* name, std::int32_t& value) { table.set(name, ++value); });
 }
 
-Group get_group(const char* title, ScriptAccess access, long count) {
-  const auto get = [](const Table& table, const char* name, std::int32_t& value) {
-    table.get(name, value);
-  };
-  return {title,
-          "ns per access",
-          {script_row(access, count), table_row(get, count)},
-          {{"fwbase", "", 50}}};
+template <typename Variables>
+void add_script_row(Group& group, const Work& work) {
+  const bool gets = work.access == Access::kGet;
+  const char* const name = gets ? Variables::kGet : Variables::kSet;
+  group.rows.push_back({name, Role::kOurs, [=] { return script_accesses<Variables>(work); }});
+  if (gets && work.threads == 1) {
+    group.targets.push_back({name, kUnorderedMap, 0.6});
+  }
 }
 
-Group set_group(const char* title, ScriptAccess access, long count) {
-  const auto set = [](Table& table, const char* name, std::int32_t& value) {
-    table.set(name, ++value);
-  };
-  return {title, "ns per access", {script_row(access, count), table_row(set, count)}, {}};
+Group group_of(Access access, long size, int threads, long count) {
+  Group group{std::string(access == Access::kGet ? "get" : "set") + " an int, " +
+                  with_commas(size) + " names, " + std::to_string(threads) +
+                  (threads == 1 ? " thread" : " threads"),
+              "ns per access",
+              {},
+              {}};
+  const Work work{access, std::make_shared<const Names>(size), threads, count};
+  add_script_row<GlobalVariables>(group, work);
+  add_script_row<EnvVariables>(group, work);
+  group.rows.push_back({kUnorderedMap, Role::kPeer, [=] { return table_accesses(work); }});
+  return group;
 }
 
 }  // namespace
 
 std::vector<Group> variable_groups(const Options& options) {
   const long count = options.operations(500000);
-  return {
-      get_group(
-          "get_value, int",
-          [](IScript& script, const char* name, std::int32_t& value) {
-            script.get_value(name, IScript::VT_INT, &value);
-          },
-          count),
-      get_group(
-          "get_value_env, int",
-          [](IScript& script, const char* name, std::int32_t& value) {
-            script.get_value_env(name, IScript::VT_INT, &value, &script);
-          },
-          count),
-      set_group(
-          "set_value, int",
-          [](IScript& script, const char* name, std::int32_t& value) {
-            script.set_value(name, IScript::VT_INT, &++value);
-          },
-          count),
-      set_group(
-          "set_value_env, int",
-          [](IScript& script, const char* name, std::int32_t& value) {
-            script.set_value_env(name, IScript::VT_INT, &++value, &script);
-          },
-          count),
-  };
+  std::vector<Group> groups;
+  for (const int threads : {1, 2}) {
+    for (const long size : {10, 1000, 100000}) {
+      groups.push_back(group_of(Access::kGet, options.quick ? 10 : size, threads, count));
+    }
+  }
+  groups.push_back(group_of(Access::kSet, 10, 1, count));
+  groups.push_back(group_of(Access::kSet, options.quick ? 10 : 100000, 1, count));
+  return groups;
 }
 
 }  // namespace fwbase::bench

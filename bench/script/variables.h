@@ -6,7 +6,8 @@
 
 namespace fwbase::bench {
 
-/// get_value(), get_value_env(), set_value() and set_value_env() of ints, beside a map of variants.
+/// Reading and writing of ints by name, of global variables and of those of an environment, beside
+/// a table of variants.
 std::vector<Group> variable_groups(const Options& options);
 
 }  // namespace fwbase::bench
