@@ -30,7 +30,8 @@ namespace fwbase {
 /// info() says, and each is followed by the blank before the next field. The first line end in the
 /// part before "\r\n >" is deleted: it is the one that the time brings; without a time it is the
 /// first one of the location, if it has any. Messages pass unchanged. The library's own messages
-/// are GBK.
+/// are GBK; the names and paths that they quote show their control characters, all but the tab
+/// ("\n", "\x1b"), so that none of them can look like a record.
 ///
 /// A log file whose size reaches 10 MiB (10,485,760 bytes) with a record becomes <file>.bak.0, and
 /// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost. Of several
