@@ -13,6 +13,7 @@
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/local_time.h"
 #include "fwbase/runlog/log_message.h"
 #include "fwbase/runlog/log_rotation.h"
 #include "fwbase/support/process_id.h"
@@ -340,18 +341,18 @@ void CLogProcess::end_standstill() {
 void CLogProcess::before_fork(const timespec& deadline) {
   m_lock.before_fork(deadline);
   m_queue.before_fork(deadline);
-  time_text_lock().before_fork(deadline);
+  local_time().before_fork(deadline);
 }
 
 void CLogProcess::after_fork_in_parent() {
-  time_text_lock().after_fork_in_parent();
+  local_time().after_fork_in_parent();
   m_queue.after_fork_in_parent();
   m_lock.after_fork_in_parent();
 }
 
 // A standstill of the parent's, and what its queue holds, are not the child's.
 void CLogProcess::after_fork_in_child() {
-  time_text_lock().after_fork_in_child();
+  local_time().after_fork_in_child();
   m_queue.after_fork_in_child();
   m_lock.after_fork_in_child();
   if (m_file) {

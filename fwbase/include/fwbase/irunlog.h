@@ -61,7 +61,7 @@ struct FWBASE_API IRunLog {
 
   /// Details of a record, for info(). All other bits have no effect.
   enum Info : unsigned int {
-    INFO_TIME = 0x2,  ///< the local time of the call of write()
+    INFO_TIME = 0x2,  ///< the local time of the call of write(), by TZ or the system's time zone
     INFO_PID = 0x4,   ///< the process id
     INFO_TID = 0x8    ///< the process id once more: readers of the log expect that number here
   };
