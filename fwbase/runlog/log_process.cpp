@@ -17,6 +17,7 @@
 #include "fwbase/runlog/log_message.h"
 #include "fwbase/runlog/log_rotation.h"
 #include "fwbase/support/process_id.h"
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
@@ -63,6 +64,7 @@ class CLogProcess::Standstill {
 // --- Settings ---
 
 ec::EC CLogProcess::init() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   // After an init() without a release() the earlier writer ends first, with its queue written.
   const Standstill standstill(*this);
@@ -107,6 +109,7 @@ ec::EC CLogProcess::file(const char* path) {
     if (!opened->open(path, LogFile::Content::kKeep)) {
       return ec::LOG_OPEN_FAILED;
     }
+    const utility::CancellationBlock no_cancellation;
     const WriteGuard guard(m_lock);
     // A rotation may just have made it a backup.
     if (opened->replaced(path, kRotationSize) && !opened->open(path, LogFile::Content::kKeep)) {
@@ -124,6 +127,7 @@ ec::EC CLogProcess::file(const char* path) {
 }
 
 void CLogProcess::release() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   type(0);
   const Standstill standstill(*this);
@@ -140,6 +144,7 @@ void CLogProcess::release() {
 }
 
 void CLogProcess::finish() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   const Standstill standstill(*this);
   const WriteGuard guard(m_lock);
@@ -208,6 +213,7 @@ namespace {
 
 // A failure loses the record only, whatever the host has made of the stream's exceptions.
 void write_standard_output(const RecordTexts& texts) {
+  const utility::CancellationBlock no_cancellation;
   try {
     const auto size = static_cast<std::streamsize>(texts.bytes().size());
     std::cout.write(texts.bytes().data(), size).flush();
@@ -245,6 +251,7 @@ void CLogProcess::output(const RecordTexts& texts) {
 // and the others go on in the file that it has begun: with a rotation of each the backups would
 // soon hold a few records, and all the rest would be lost.
 void CLogProcess::backup_log() {
+  const utility::CancellationBlock no_cancellation;
   m_file->lock();
   LogFile::Content content = LogFile::Content::kKeep;
   if (!m_file->replaced(m_file_name.c_str(), kRotationSize)) {

@@ -5,6 +5,7 @@
 
 #include "fwbase/script/script.h"
 #include "fwbase/support/run_log.h"
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
@@ -64,6 +65,7 @@ ec::EC CScript::proc_var_element(CElement& var) {
 }
 
 ec::EC CScript::save_script() {
+  const utility::CancellationBlock no_cancellation;
   const WriteGuard guard(m_lock);
   if (m_script_file.empty()) {
     RUN_LOG(ERROR, "脚本文件名为空，可能文件未被加载");

@@ -7,6 +7,7 @@
 
 #include "fwbase/script/script.h"
 #include "fwbase/support/run_log.h"
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
@@ -15,6 +16,7 @@ using support::WriteGuard;
 using utility::CElement;
 
 ec::EC CScript::load_script(const char* path) {
+  const utility::CancellationBlock no_cancellation;
   if (path == nullptr || *path == '\0') {
     RUN_LOG(ERROR, "脚本名错误: czName=%x\n", addr32(path));
     return ec::SCRIPT_E_PARAM;
