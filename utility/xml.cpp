@@ -1,5 +1,6 @@
 #include "utility/xml.h"
 
+#include "utility/cancellation_block.h"
 #include "utility/document_parser.h"
 #include "utility/document_text.h"
 #include "utility/dom_release.h"
@@ -80,6 +81,7 @@ void CXml::release() {
 }
 
 unsigned int CXml::load(const std::string& path) {
+  const CancellationBlock no_cancellation;
   unsigned int code = XEC_NO_MEMORY;
   try {
     std::string text;
@@ -127,6 +129,7 @@ unsigned int CXml::save() const { return save_as(m_file); }
 unsigned int CXml::save_as(const std::string& path) const {
   if (path.empty()) return XEC_BAD_PARAM;
   if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  const CancellationBlock no_cancellation;
   try {
     std::string text;
     if (!to_document_text(*parser_of(m_parser), *m_document, text)) return XEC_WRITE;
@@ -139,6 +142,7 @@ unsigned int CXml::save_as(const std::string& path) const {
 }
 
 bool CXml::compact() try {
+  const CancellationBlock no_cancellation;
   if (m_document == nullptr || !parser_of(m_parser)->has_grown()) return false;
   std::string text;
   if (!to_document_text(*parser_of(m_parser), *m_document, text)) return false;

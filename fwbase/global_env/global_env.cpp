@@ -2,7 +2,10 @@
 // tables are sound without what follows, so that it may throw.
 #include "fwbase/global_env/global_env.h"
 
+#include <cxxabi.h>
+
 #include <exception>
+#include <iterator>
 #include <new>
 #include <string_view>
 
@@ -48,9 +51,12 @@ void CGlobalEnvImpl::release() {
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   std::exception_ptr first_thrown;
-  for (const auto& [name, object] : m_objects) {
+  for (auto entry = m_objects.begin(); entry != m_objects.end(); ++entry) {
     try {
-      object->release();
+      entry->second->release();
+    } catch (const abi::__forced_unwind&) {  // the thread ends: the rest has to wait
+      m_objects.erase(m_objects.begin(), std::next(entry));
+      throw;
     } catch (...) {
       if (!first_thrown) {
         first_thrown = std::current_exception();

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "utility/cancellation_block.h"
+
 namespace fwbase {
 
 namespace {
@@ -24,7 +26,9 @@ const char* last_error() {
 
 }  // namespace
 
+// The loader cannot be left halfway, with its locks held.
 Library::Library(const std::string& path) {
+  const utility::CancellationBlock no_cancellation;
   std::string reasons;
   for (const std::string& name : file_names(path)) {
     // An empty name would be the program itself.
@@ -42,6 +46,7 @@ Library::Library(const std::string& path) {
 
 Library::~Library() {
   if (m_handle != nullptr) {
+    const utility::CancellationBlock no_cancellation;
     dlclose(m_handle);
   }
 }

@@ -7,17 +7,20 @@
 #include <fwbase/ifwbase.h>
 
 #include "fwbase/support/run_log.h"
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
 namespace {
 
-// Without memory the record is dropped: a tracer must not throw into the scope that it watches.
+// Without memory the record is dropped: a tracer must not throw into the scope that it watches. Nor
+// must a cancellation leave its destructor.
 void write_trace(const char* prefix, const std::string& text, const std::string& location) {
   IRunLog* const log = IFWBase::instance()->runlog();
   if (log == nullptr) {
     return;
   }
+  const utility::CancellationBlock no_cancellation;
   try {
     log->write(IRunLog::TRACE, (prefix + text).c_str(), location.c_str());
   } catch (const std::bad_alloc&) {

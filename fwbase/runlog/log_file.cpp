@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "utility/cancellation_block.h"
 #include "utility/uninterrupted.h"
 #include "utility/write_signal_block.h"
 
@@ -88,6 +89,7 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
   if (m_signals) {
     no_signals.emplace();
   }
+  std::optional<utility::CancellationBlock> no_cancellation;  // once a record has begun
   const std::size_t end = texts.end_of(first + count - 1);
   std::size_t written = texts.begin_of(first);
   while (written < end) {
@@ -97,6 +99,9 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
       return give_up(texts, first, written);
     }
     written += static_cast<std::size_t>(size);
+    if (written < end && !no_cancellation) {
+      no_cancellation.emplace();
+    }
   }
   this->count(end - texts.begin_of(first));
   return {count, true};

@@ -15,10 +15,12 @@
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/local_time.h"
 #include "fwbase/runlog/log_message.h"
 #include "fwbase/support/gbk.h"
 #include "fwbase/support/process_id.h"
 #include "fwbase/support/run_log.h"
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
@@ -82,6 +84,7 @@ class CLogProcess::DirectWriter {
 // --- Settings ---
 
 ec::EC CLogProcess::init() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   // After an init() without a release() the earlier writer ends first, with its queue written.
   const Standstill standstill(*this);
@@ -123,6 +126,7 @@ ec::EC CLogProcess::file(const char* path) {
     if (!opened->open(rotation.path())) {
       return ec::LOG_OPEN_FAILED;
     }
+    const utility::CancellationBlock no_cancellation;
     const WriteGuard guard(m_lock);
     // A rotation may just have made it a backup.
     if (!rotation.names(*opened) && !opened->open_regular(rotation.path())) {
@@ -141,6 +145,7 @@ ec::EC CLogProcess::file(const char* path) {
 }
 
 void CLogProcess::release() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   type(0);
   const Standstill standstill(*this);
@@ -157,6 +162,7 @@ void CLogProcess::release() {
 }
 
 void CLogProcess::finish() {
+  const utility::CancellationBlock no_cancellation;
   const std::lock_guard<std::mutex> lifecycle(m_lifecycle);
   const Standstill standstill(*this);
   const WriteGuard guard(m_lock);
@@ -232,6 +238,7 @@ namespace {
 
 // A failure loses the record only, whatever the host has made of the stream's exceptions.
 void write_standard_output(const RecordTexts& texts) {
+  const utility::CancellationBlock no_cancellation;
   try {
     const auto size = static_cast<std::streamsize>(texts.bytes().size());
     std::cout.write(texts.bytes().data(), size).flush();
@@ -267,6 +274,7 @@ void CLogProcess::output(const RecordTexts& texts) {
 // Without a directory the log is silent until file() succeeds. After any other failure it goes on
 // in the file that it has, and says so once.
 void CLogProcess::backup_log() {
+  const utility::CancellationBlock no_cancellation;
   switch (m_rotation.rotate(*m_file)) {
     case LogRotation::Result::kDone:
       m_failure_reported = false;
@@ -382,18 +390,18 @@ void CLogProcess::end_standstill() {
 void CLogProcess::before_fork(const timespec& deadline) {
   m_lock.before_fork(deadline);
   m_queue.before_fork(deadline);
-  time_text_lock().before_fork(deadline);
+  local_time().before_fork(deadline);
 }
 
 void CLogProcess::after_fork_in_parent() {
-  time_text_lock().after_fork_in_parent();
+  local_time().after_fork_in_parent();
   m_queue.after_fork_in_parent();
   m_lock.after_fork_in_parent();
 }
 
 // A standstill of the parent's, and what its queue holds, are not the child's.
 void CLogProcess::after_fork_in_child() {
-  time_text_lock().after_fork_in_child();
+  local_time().after_fork_in_child();
   m_queue.after_fork_in_child();
   m_lock.after_fork_in_child();
   if (m_file) {

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "fwbase/runlog/local_time.h"
+
 namespace fwbase {
 
 namespace {
@@ -41,8 +43,8 @@ void append_id(std::pmr::string& text, std::string_view label, std::int32_t id) 
   }
 }
 
-// What ctime makes of a time, without its line end; empty for a time that it cannot print. It is
-// slow, and most records are of the same second as the one before.
+// What ctime makes of a time, without its line end; empty for a time that it cannot print. Making
+// it looks for another zone; most records are of the same second as the one before.
 std::string_view time_text(std::time_t time) {
   struct Second {
     std::time_t time = -1;
@@ -51,8 +53,9 @@ std::string_view time_text(std::time_t time) {
   };
   thread_local Second last;
   if (last.length == 0 || last.time != time) {
-    const std::lock_guard<std::mutex> guard(time_text_lock());
-    const bool printed = ctime_r(&time, last.text) != nullptr;
+    std::tm local = {};
+    const bool printed =
+        local_time().break_down(time, local) && ::asctime_r(&local, last.text) != nullptr;
     last.length = printed ? std::strlen(last.text) - 1 : 0;
     last.time = time;
   }
@@ -90,12 +93,6 @@ void append_record(std::pmr::string& text, const LogRecord& record) {
 }
 
 }  // namespace
-
-// Never destroyed: threads may log while the process ends.
-support::ForkMutex& time_text_lock() {
-  static auto& lock = *new support::ForkMutex;
-  return lock;
-}
 
 bool RecordTexts::add(const LogRecord& record) {
   const std::size_t before = m_ends.size();

@@ -11,8 +11,6 @@
 
 #include <fwbase/irunlog.h>
 
-#include "fwbase/support/fork_mutex.h"
-
 namespace fwbase {
 
 /// What a record is made from. Does not own its texts.
@@ -24,10 +22,6 @@ struct LogRecord {
   std::int32_t pid = 0;  // 0: left out
   std::int32_t tid = 0;  // 0: left out
 };
-
-/// Held while the C library makes the text of a time: a child that is forked meanwhile by another
-/// thread would find the lock of the time zone taken for ever.
-support::ForkMutex& time_text_lock();
 
 /// The bytes of records that follow each other, line ends included.
 class RecordTexts {

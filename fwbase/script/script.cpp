@@ -5,6 +5,7 @@
 #include <new>
 
 #include "fwbase/support/run_log.h"
+#include "utility/cancellation_block.h"
 #include "utility/xml_platform.h"
 
 namespace fwbase {
@@ -16,6 +17,7 @@ using support::WriteGuard;
 
 // The XML platform counts its users, and a host may be one: each engine counts as one at most.
 ec::EC CScript::init() {
+  const utility::CancellationBlock no_cancellation;
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   m_syntaxes.clear();
@@ -31,6 +33,7 @@ ec::EC CScript::init() {
 }
 
 void CScript::release() {
+  const utility::CancellationBlock no_cancellation;
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   ++m_releases;

@@ -6,7 +6,7 @@
 
 namespace fwbase::support {
 
-/// As getpid(), in a forked child too. Any thread.
+/// As getpid(), in a child too, however it was made. Any thread.
 pid_t process_id();
 
 }  // namespace fwbase::support

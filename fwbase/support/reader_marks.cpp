@@ -9,6 +9,8 @@
 #include <new>
 #include <thread>
 
+#include "utility/cancellation_block.h"
+
 namespace fwbase::support {
 
 thread_local constinit ReaderMarks* ReaderMarks::t_marks = nullptr;
@@ -22,6 +24,7 @@ void pause(int round) {
   constexpr int kYields = 16;
   constexpr timespec kNap = {0, 50000};
   if (round >= kSpins + kYields) {
+    const utility::CancellationBlock no_cancellation;  // a lock is taken, or it is not
     ::nanosleep(&kNap, nullptr);
   } else if (round >= kSpins) {
     std::this_thread::yield();

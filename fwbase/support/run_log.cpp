@@ -4,88 +4,68 @@
 #include <fwbase/ifwbase.h>
 #include <fwbase/module.h>
 
-#include <algorithm>
-#include <charconv>
-#include <string_view>
+#include "utility/cancellation_block.h"
 
 namespace fwbase {
 
 namespace {
 
-// As FormatStr cuts.
-constexpr std::size_t kTextLimit = 1022;
-
 // "this(0x%x) %s %s(%d) CT:%s %s"
 class Location {
  public:
-  // cppcheck-suppress uninitMemberVar  ; what is written of the text ends with a zero
   explicit Location(const support::CallSite& site) {
-    add("this(0x");
-    add_number(support::addr32(site.object), 16);
-    add(") ");
-    add(site.function);
-    add(" ");
-    add(site.file);
-    add("(");
-    add_number(site.line, 10);
-    add(") CT:");
-    add(site.date);
-    add(" ");
-    add(site.time);
-    *m_end = '\0';
+    m_text.add("this(0x");
+    m_text.add_number(support::addr32(site.object), 16);
+    m_text.add(") ");
+    m_text.add(site.function);
+    m_text.add(" ");
+    m_text.add(site.file);
+    m_text.add("(");
+    m_text.add_number(site.line, 10);
+    m_text.add(") CT:");
+    m_text.add(site.date);
+    m_text.add(" ");
+    m_text.add(site.time);
   }
-  Location(const Location&) = delete;
-  Location& operator=(const Location&) = delete;
 
-  const char* text() const { return m_text; }
+  const char* text() { return m_text.text(); }
 
  private:
-  void add(std::string_view piece) {
-    const auto room = static_cast<std::size_t>(m_text + kTextLimit - m_end);
-    m_end += piece.copy(m_end, std::min(piece.size(), room));
-  }
-
-  template <typename Number>
-  void add_number(Number number, int base) {
-    char digits[16];
-    const char* const end = std::to_chars(digits, digits + sizeof digits, number, base).ptr;
-    add({digits, static_cast<std::size_t>(end - digits)});
-  }
-
-  char m_text[kTextLimit + 1];
-  char* m_end = m_text;
+  support::BoundedText m_text;
 };
-
-// On the stack: nothing is allocated for a record on its way to the log.
-void write_formatted(IRunLog::Type level, const support::CallSite& site, const char* format,
-                     std::va_list args) {
-  support::FormattedText message;
-  // Before init() and after release() the facade has no log.
-  IRunLog* const log = IFWBase::instance()->runlog();
-  if (format == nullptr || log == nullptr) {
-    return;
-  }
-  support::format_text(message, format, args);
-  log->write(level, message, Location(site).text());
-}
 
 }  // namespace
 
+// All texts are on the stack: nothing is allocated for a record on its way to the log. Before
+// init() and after release() the facade has no log.
 void support::write_record(IRunLog::Type level, const CallSite& site, const char* gbk_format,
                            const char* utf8_format, ...) {
+  IRunLog* const log = IFWBase::instance()->runlog();
+  if (log == nullptr) {
+    return;
+  }
+  const utility::CancellationBlock no_cancellation;
+  BoundedText message;
   std::va_list args;
   va_start(args, utf8_format);
-  write_formatted(level, site, gbk_format, args);
+  add_message(message, gbk_format, args);
   va_end(args);
+  log->write(level, message.text(), Location(site).text());
 }
 
 void host_log::write(IRunLog::Type level, const void* object, const char* function,
                      const char* file, int line, const char* date, const char* time,
                      const char* format, ...) {
+  IRunLog* const log = IFWBase::instance()->runlog();
+  if (format == nullptr || log == nullptr) {
+    return;
+  }
+  support::FormattedText message;
   std::va_list args;
   va_start(args, format);
-  write_formatted(level, {object, function, file, line, date, time}, format, args);
+  support::format_text(message, format, args);
   va_end(args);
+  log->write(level, message, Location({object, function, file, line, date, time}).text());
 }
 
 }  // namespace fwbase

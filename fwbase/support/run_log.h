@@ -1,7 +1,8 @@
 // How the library's own code logs: RUN_LOG(ERROR, "text %d", number) inside a member function.
 //
 // The level is tested first and the arguments are evaluated only when it is enabled. Formats are
-// written in UTF-8 and converted to GBK while compiling; the compiler checks the arguments.
+// written in UTF-8 and converted to GBK while compiling; the compiler checks the arguments. Texts
+// among these come from scripts, callers and the system: their control characters are shown.
 #ifndef FWBASE_SUPPORT_RUN_LOG_H
 #define FWBASE_SUPPORT_RUN_LOG_H
 
@@ -12,6 +13,7 @@
 #include <fwbase/irunlog.h>
 
 #include "fwbase/support/gbk.h"
+#include "fwbase/support/message_format.h"
 
 namespace fwbase::support {
 
@@ -47,7 +49,7 @@ using FormattedText = char[1024];
 void format_text(FormattedText& text, const char* format, std::va_list args);
 
 /// Writes one record to the facade's run log. gbk_format is what is printed; utf8_format is the
-/// same text as typed, there for the compiler's check only.
+/// same text as typed, there for the compiler's check only. The thread is not cancelled meanwhile.
 void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_format,
                   const char* utf8_format, ...) __attribute__((format(printf, 4, 5)));
 
@@ -78,17 +80,19 @@ class ScopeTrace {
 #define RUN_LOG_FIRST_OF(first, ...) first
 
 /// Logs for the object given, which may be null.
-#define RUN_LOG_AT(object, level, ...)                                               \
-  do {                                                                               \
-    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                      \
-      static constexpr auto run_log_text =                                           \
-          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>( \
-              RUN_LOG_FIRST(__VA_ARGS__));                                           \
-      ::fwbase::support::write_record(                                               \
-          ::fwbase::IRunLog::level,                                                  \
-          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},     \
-          run_log_text.bytes, __VA_ARGS__);                                          \
-    }                                                                                \
+#define RUN_LOG_AT(object, level, ...)                                                \
+  do {                                                                                \
+    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                       \
+      static_assert(::fwbase::support::is_message_format(RUN_LOG_FIRST(__VA_ARGS__)), \
+                    "a conversion that add_message does not know");                   \
+      static constexpr auto run_log_text =                                            \
+          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>(  \
+              RUN_LOG_FIRST(__VA_ARGS__));                                            \
+      ::fwbase::support::write_record(                                                \
+          ::fwbase::IRunLog::level,                                                   \
+          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},      \
+          run_log_text.bytes, __VA_ARGS__);                                           \
+    }                                                                                 \
   } while (false)
 
 /// Logs for `this`.

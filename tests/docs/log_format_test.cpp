@@ -16,7 +16,9 @@
 #include "tests/support/temp_dir.h"
 
 using fwbase::IFWBase;
+using fwbase::IMM;
 using fwbase::IRunLog;
+using fwbase::IScript;
 using fwbase::test::Abnf;
 using fwbase::test::AbnfMatch;
 using fwbase::test::has_match;
@@ -213,6 +215,29 @@ TEST_F(LogFormatPage, TheLibrarysOwnRecordsAreOfTheGrammar) {
   }
   EXPECT_EQ(own, records.size() - 1) << "all but the last have a location of the library";
   EXPECT_EQ(records.back(), "[DEBUG]: \r\n >\nlog system release\n\n");
+}
+
+TEST_F(LogFormatPage, NoNameOrPathInTheLibrarysMessagesBeginsARecord) {
+  const std::string forged = "x\n[ALERT]: pid:1 \r\n >the disk is full\n";
+  const std::string shown = "x\\n[ALERT]: pid:1 \\r\\n >the disk is full\\n";
+  log().type(IRunLog::ERROR);
+  IFWBase* const facade = IFWBase::instance();
+  const char* value = nullptr;
+  std::int32_t number = 0;
+  IMM::IBase* module = nullptr;
+  facade->global_env()->get_str(forged.c_str(), value);
+  facade->script()->get_value(forged.c_str(), IScript::VT_INT, &number);
+  facade->script()->load_script(forged.c_str());
+  facade->mm()->create_module(module, forged.c_str(), "create", nullptr);
+  log().type(0);
+  const std::vector<std::string> records = split(written());
+  EXPECT_GE(records.size(), 4u);
+  for (const std::string& text : records) {
+    const auto record = grammar().match("record", text);
+    ASSERT_TRUE(record) << text;
+    EXPECT_EQ(record->at("level"), "ERROR") << text;
+    EXPECT_NE(record->at("message").find(shown), std::string::npos) << text;
+  }
 }
 
 TEST_F(LogFormatPage, ALocationThatWasCutIsOfTheGrammar) {

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -137,6 +138,13 @@ void use_other_libraries() {
   ::iconv_close(converter);
 }
 
+// All of these take the C library's lock of the time zone.
+void use_time_zone() {
+  std::time_t now = std::time(nullptr);
+  std::tm local = {};
+  require(::localtime_r(&now, &local) != nullptr && std::mktime(&local) == now, "local time");
+}
+
 void start(const std::string& path) {
   require(ec::succeeded(facade()->init()), "init()");
   require(ec::succeeded(facade()->runlog()->file(path.c_str())), "file()");
@@ -159,11 +167,13 @@ class BusyThreads {
         }
       });
     }
-    m_threads.emplace_back([this] {
-      while (!m_stop) {
-        use_other_libraries();
-      }
-    });
+    for (void (*const use)() : {use_other_libraries, use_time_zone}) {
+      m_threads.emplace_back([this, use] {
+        while (!m_stop) {
+          use();
+        }
+      });
+    }
   }
   ~BusyThreads() { stop(); }
 

@@ -1,5 +1,7 @@
 #include "exercise.h"
 
+#include <cxxabi.h>
+
 #include <map>
 #include <set>
 
@@ -77,6 +79,8 @@ class Exercise {
     try {
       const ManagerLock lock;
       return call();
+    } catch (const abi::__forced_unwind&) {
+      m_findings.fault("ends the host's thread " + m_findings.place());
     } catch (...) {
       m_findings.fault("throws " + current_exception_text() + " " + m_findings.place());
     }

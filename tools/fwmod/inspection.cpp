@@ -1,5 +1,6 @@
 #include "inspection.h"
 
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -67,6 +68,8 @@ void stop(const Library& library, Findings& findings) {
       dlclose(library.handle);
     }
     plain_facade()->release();
+  } catch (const abi::__forced_unwind&) {
+    findings.fault("ends the host's thread while unloading");
   } catch (...) {
     findings.fault("throws " + current_exception_text() + " while unloading");
   }

@@ -1,5 +1,6 @@
 #include "loading.h"
 
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <link.h>
 #include <strings.h>
@@ -39,6 +40,8 @@ void* open_file(const std::string& file, Findings& findings) {
   const ManagerLock lock;  // as in the module manager, which opens libraries under its lock
   try {
     return dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL);
+  } catch (const abi::__forced_unwind&) {
+    findings.fault("ends the host's thread while loading");
   } catch (...) {
     findings.fault("throws " + current_exception_text() + " while loading");
   }

@@ -1,6 +1,9 @@
 // fwrun: runs sections of a script with the functions of modules.
+#include <cxxabi.h>
+
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <optional>
 
@@ -23,5 +26,9 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     std::fputs("fwrun: memory ran out\n", stderr);
     return fwrun::kFailed;
+  } catch (const abi::__forced_unwind&) {  // no other thread could go on
+    fwrun::complain(
+        "a module or a function ended the thread of the program, as pthread_exit() does");
+    std::exit(fwrun::kFailed);
   }
 }

@@ -1,5 +1,7 @@
 #include "support/text.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
@@ -123,6 +125,8 @@ std::string exception_text() {
     throw;
   } catch (const std::exception& error) {
     return std::string("an exception: ") + error.what();
+  } catch (const abi::__forced_unwind&) {
+    throw;
   } catch (...) {
     return "an exception of unknown type";
   }

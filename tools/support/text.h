@@ -29,7 +29,7 @@ std::string shown_name(const std::string& name);
 std::string described(ec::EC code);
 
 /// What the exception that is being handled says: "an exception: memory is low", or "an exception
-/// of unknown type".
+/// of unknown type". The end of a thread, by pthread_exit() or a cancellation, is none: it goes on.
 std::string exception_text();
 
 /// A log message as UTF-8. The library's own words are GBK; names and values that it puts among

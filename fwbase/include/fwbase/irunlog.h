@@ -30,7 +30,8 @@ namespace fwbase {
 /// info() says, and each is followed by the blank before the next field. The first line end in the
 /// part before "\r\n >" is deleted: it is the one that the time brings; without a time it is the
 /// first one of the location, if it has any. Messages pass unchanged. The library's own messages
-/// are GBK.
+/// are GBK; the names and paths that they quote show their control characters, all but the tab
+/// ("\n", "\x1b"), so that none of them can look like a record.
 ///
 /// A log file whose size reaches 10 MiB (10,485,760 bytes) with a record becomes <file>.bak.0, and
 /// a new one is begun; earlier backups become .bak.1 to .bak.3, and the oldest is lost. Of several
@@ -48,6 +49,8 @@ namespace fwbase {
 /// Failures  nothing throws. A record that cannot be written, for want of memory (errno is ENOMEM)
 ///           or of room on the disk, is dropped, and the next one is tried again. A lock call that
 ///           fails stores its error number in errno and the operation goes on.
+/// Cancel    a thread that is to be cancelled may end in write(), and then its record is not written,
+///           and in file(), while that opens the file.
 /// Exit      a process that ends without release() writes what is queued before the library's
 ///           static objects go; from then on records are written in the caller's thread.
 /// Fork      a child made with fork() has no writer thread: its records are written in the caller's
@@ -66,7 +69,7 @@ struct FWBASE_API IRunLog {
 
   /// Details of a record, for info(). All other bits have no effect.
   enum Info : unsigned int {
-    INFO_TIME = 0x2,  ///< the local time of the call of write()
+    INFO_TIME = 0x2,  ///< the local time of the call of write(), by TZ or the system's time zone
     INFO_PID = 0x4,   ///< the process id
     INFO_TID = 0x8    ///< the process id once more: readers of the log expect that number here
   };

@@ -1,7 +1,6 @@
 #include "fwbase/runlog/log_record.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <cerrno>
 #include <climits>
@@ -9,6 +8,7 @@
 #include <string>
 
 #include "tests/support/failing_new.h"
+#include "tests/support/time_zone_variable.h"
 
 using fwbase::IRunLog;
 using fwbase::LogRecord;
@@ -28,11 +28,7 @@ LogRecord plain(IRunLog::Type type = IRunLog::ERROR) { return {type, "message", 
 constexpr std::time_t kTime = 1417425630;
 
 class RecordWithTime : public testing::Test {
- protected:
-  RecordWithTime() {
-    ::setenv("TZ", "CET-1", 1);
-    ::tzset();
-  }
+  const fwbase::test::TimeZoneVariable m_zone{"CET-1"};
 };
 
 }  // namespace
@@ -130,6 +126,15 @@ TEST_F(RecordWithTime, EverySecondHasItsText) {
     EXPECT_EQ(record_text(record), "[ERROR]: " + std::string(std::ctime(&*record.time), 24) +
                                        " location\r\n >message\n");
   }
+}
+
+TEST_F(RecordWithTime, TheZoneIsReadAgainWhenTheSecondChanges) {
+  LogRecord record = plain();
+  record.time = kTime;
+  EXPECT_EQ(record_text(record), "[ERROR]: Mon Dec  1 10:20:30 2014 location\r\n >message\n");
+  ::setenv("TZ", "CST-8", 1);  // without tzset()
+  ++*record.time;
+  EXPECT_EQ(record_text(record), "[ERROR]: Mon Dec  1 17:20:31 2014 location\r\n >message\n");
 }
 
 TEST(RecordTexts, FollowEachOther) {

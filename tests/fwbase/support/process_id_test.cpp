@@ -1,6 +1,8 @@
 #include "fwbase/support/process_id.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,13 +13,37 @@ TEST(ProcessId, IsThatOfThisProcessEachTime) {
   EXPECT_EQ(process_id(), ::getpid());
 }
 
-TEST(ProcessId, IsAForkedChildsOwn) {
-  ASSERT_EQ(process_id(), ::getpid());
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::_exit(process_id() == ::getpid() && process_id() == ::getpid() ? 0 : 1);
-  }
+namespace {
+
+bool is_own() { return process_id() == ::getpid() && process_id() == ::getpid(); }
+
+bool succeeded(pid_t child) {
   int status = -1;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
+  return child > 0 && ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+// A child that forks in turn, each in the way given.
+void expect_own_ids(pid_t (*fork)()) {
+  ASSERT_TRUE(is_own());
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool own = is_own();
+    const pid_t grandchild = fork();
+    if (grandchild == 0) {
+      ::_exit(is_own() ? 0 : 1);
+    }
+    ::_exit(own && succeeded(grandchild) && is_own() ? 0 : 1);
+  }
+  EXPECT_TRUE(succeeded(child));
+  EXPECT_TRUE(is_own());
+}
+
+}  // namespace
+
+TEST(ProcessId, IsAForkedChildsOwn) { expect_own_ids(&::fork); }
+
+TEST(ProcessId, IsAChildsOwnThatRunsNoHandlersOfForks) { expect_own_ids(&::_Fork); }
+
+TEST(ProcessId, IsAChildsOwnThatIsMadeByASystemCall) {
+  expect_own_ids([] { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); });
 }

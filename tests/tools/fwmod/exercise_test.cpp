@@ -83,6 +83,10 @@ TEST(FwmodExercise, InitEndsTheProcessAsIfAllWereWell) {
   expect_exercise(1, "exits_in_init", "ends the process in init(): exit status 0");
 }
 
+TEST(FwmodExercise, InitEndsTheThread) {
+  expect_exercise(1, "ends_thread_in_init", "ends the host's thread in init()");
+}
+
 TEST(FwmodExercise, InitCallsTheModuleManager) {
   expect_exercise(1, "calls_manager",
                   "calls the module manager's is_valid() in init(): the manager's lock is held "

@@ -288,6 +288,18 @@ TEST(FwrunModules, AnExceptionOfAFunctionIsAFailureOfItsCall) {
   }
 }
 
+TEST(FwrunModules, AFunctionThatEndsTheThreadIsAFailure) {
+  const ScriptFile script(script_of_modules("<section name=\"s\">" + kGreet +
+                                            "<blow_up><how>thread</how></blow_up></section>"));
+  const ProgramResult result =
+      run_fwrun({"--module", kTroubles, "--module", kFunctions, script.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "Hello, world\n");
+  EXPECT_EQ(result.err, kTroublesWarning +
+                            "fwrun: a module or a function ended the thread of the program, as "
+                            "pthread_exit() does\n");
+}
+
 TEST(FwrunModules, CallsOfASectionThatAFunctionRunsAreNotCounted) {
   const ScriptFile script(
       script_of_modules("<section name=\"inner\">" + kGreet + kGreet +

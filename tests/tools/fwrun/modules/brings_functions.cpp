@@ -1,6 +1,8 @@
 // Two modules with script functions: greet(who, times) of the one; of the other refuse(), which
-// fails, blow_up(how), which throws, and run(section), which runs a section itself.
+// fails, blow_up(how), which throws or ends its thread, and run(section), which runs a section
+// itself.
 #include <fwbase/module.h>
+#include <pthread.h>
 
 #include <cstdio>
 #include <cstring>
@@ -54,6 +56,9 @@ struct BlowUp : Function {
   ec::EC call(const IScript::VValue* args, void*, const char*) override {
     if (std::strcmp(args[0].string_value, "number") == 0) {
       throw 42;
+    }
+    if (std::strcmp(args[0].string_value, "thread") == 0) {
+      ::pthread_exit(nullptr);
     }
     throw std::runtime_error(args[0].string_value);
   }

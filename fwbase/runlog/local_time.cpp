@@ -1,0 +1,131 @@
+#include "fwbase/runlog/local_time.h"
+
+#include <stdlib.h>
+#include <sys/auxv.h>
+
+#include <chrono>
+#include <mutex>
+#include <new>
+#include <string_view>
+
+#include "utility/cancellation_block.h"
+#include "utility/file_io.h"
+
+namespace fwbase {
+
+namespace {
+
+using std::chrono::days;
+using std::chrono::January;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::sys_seconds;
+
+constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
+
+// The years of which days can be told, and room for any offset.
+constexpr sys_seconds kFirst = sys_days(std::chrono::year(-20000) / January / 1);
+constexpr sys_seconds kLast = sys_days(std::chrono::year(20000) / January / 1);
+
+bool is_same_file(const struct stat& one, const struct stat& other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino && one.st_size == other.st_size &&
+         one.st_mtim.tv_sec == other.st_mtim.tv_sec && one.st_mtim.tv_nsec == other.st_mtim.tv_nsec;
+}
+
+// A program with rights that its user has not opens nothing of the user's choice.
+bool is_allowed(std::string_view name) {
+  return ::getauxval(AT_SECURE) == 0 ||
+         (!name.starts_with('/') && name.find("../") == std::string_view::npos);
+}
+
+std::string path_of(std::string_view name) {
+  if (name.empty() || !is_allowed(name)) {
+    return {};
+  }
+  if (name.starts_with('/')) {
+    return std::string(name);
+  }
+  const char* const directory = ::secure_getenv("TZDIR");
+  return std::string(directory != nullptr ? directory : "/usr/share/zoneinfo")
+      .append("/")
+      .append(name);
+}
+
+}  // namespace
+
+LocalTime& local_time() {
+  static auto& of_process = *new LocalTime;
+  return of_process;
+}
+
+bool LocalTime::break_down(std::time_t time, std::tm& local) {
+  const sys_seconds utc{seconds(time)};
+  if (utc < kFirst || utc >= kLast) {
+    return false;
+  }
+  const std::lock_guard<std::mutex> guard(m_mutex);
+  refresh();
+  const sys_seconds at = utc + seconds(m_zone.offset(time));
+  const auto day = std::chrono::floor<days>(at);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss<seconds> clock(at - day);
+  local.tm_year = static_cast<int>(date.year()) - 1900;
+  local.tm_mon = static_cast<int>(static_cast<unsigned int>(date.month())) - 1;
+  local.tm_mday = static_cast<int>(static_cast<unsigned int>(date.day()));
+  local.tm_wday = static_cast<int>(std::chrono::weekday(day).c_encoding());
+  local.tm_hour = static_cast<int>(clock.hours().count());
+  local.tm_min = static_cast<int>(clock.minutes().count());
+  local.tm_sec = static_cast<int>(clock.seconds().count());
+  return true;
+}
+
+// Without memory the rules stay as they are, and the next call tries again.
+void LocalTime::refresh() noexcept {
+  const utility::CancellationBlock no_cancellation;
+  try {
+    const char* const tz = std::getenv("TZ");
+    const bool same = tz != nullptr ? m_tz == tz : !m_tz;
+    if (!m_known || !same) {
+      take_name(tz);
+    }
+    read_file();
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+// What TZ says without a file. A colon before it has no meaning.
+void LocalTime::take_name(const char* tz) {
+  m_known = false;
+  m_tz = tz != nullptr ? std::optional<std::string>(tz) : std::nullopt;
+  std::string_view name = tz != nullptr ? tz : "/etc/localtime";
+  name.remove_prefix(name.starts_with(':') ? 1 : 0);
+  m_path = path_of(name);
+  m_status = {};
+  const auto rules = YearlyRules::read(name);
+  m_zone = rules ? TimeZone(*rules) : TimeZone();
+  m_known = true;
+}
+
+void LocalTime::read_file() {
+  struct stat status;
+  if (m_path.empty() || ::stat(m_path.c_str(), &status) != 0 || is_same_file(status, m_status)) {
+    return;
+  }
+  std::string content;
+  if (utility::read_file(m_path, kMaxFileSize, content) != utility::ReadResult::kOk) {
+    return;
+  }
+  if (auto zone = TimeZone::read_file(content)) {
+    m_zone = std::move(*zone);
+    m_status = status;
+  }
+}
+
+// A zone that another thread was reading is read anew.
+void LocalTime::after_fork_in_child() {
+  if (!m_mutex.after_fork_in_child()) {
+    new (this) LocalTime;
+  }
+}
+
+}  // namespace fwbase

@@ -1,0 +1,51 @@
+// The local time without the C library, whose lock a forked child may find taken for ever.
+#ifndef FWBASE_RUNLOG_LOCAL_TIME_H
+#define FWBASE_RUNLOG_LOCAL_TIME_H
+
+#include <sys/stat.h>
+
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "fwbase/runlog/time_zone.h"
+#include "fwbase/support/fork_mutex.h"
+
+namespace fwbase {
+
+/// The process's time zone: what TZ names, or else the system's. Any thread.
+class LocalTime {
+ public:
+  LocalTime() = default;
+  LocalTime(const LocalTime&) = delete;
+  LocalTime& operator=(const LocalTime&) = delete;
+
+  /// Breaks a time down as localtime() does; tm_yday and tm_isdst are left alone. The zone is read
+  /// again when TZ or the zone's file has changed. A file that cannot be read any more, as in a
+  /// changed root directory, leaves the rules that are known. False for a time beyond the calendar.
+  bool break_down(std::time_t time, std::tm& local);
+
+  /// Around fork(), in the thread that forks.
+  void before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
+  void after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
+  void after_fork_in_child();
+
+ private:
+  void refresh() noexcept;
+  void take_name(const char* tz);
+  void read_file();
+
+  support::ForkMutex m_mutex;
+  std::optional<std::string> m_tz;  // the variable's value
+  std::string m_path;               // of the zone's file; empty: it has none
+  struct stat m_status = {};        // of the file that was read
+  bool m_known = false;             // the zone is that of m_tz
+  TimeZone m_zone;
+};
+
+/// That of this process. Never destroyed: threads may log while the process ends.
+LocalTime& local_time();
+
+}  // namespace fwbase
+
+#endif
