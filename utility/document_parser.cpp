@@ -1,16 +1,14 @@
 #include "utility/document_parser.h"
 
-#include <algorithm>
+#include "utility/document_encoding.h"
+
 #include <cstdint>
-#include <memory>
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
 #include <xercesc/sax/SAXException.hpp>
-#include <xercesc/util/PlatformUtils.hpp>
-#include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDElementDecl.hpp>
@@ -25,64 +23,6 @@ namespace {
 // In the library's own characters: it would convert other ones under a lock of the whole process,
 // which all parsers would wait for, and which a forked child could find held for ever.
 constexpr const XMLCh* kSourceName = u"document";
-constexpr XMLCh kReplacement = 0xFFFD;
-
-// The size in bytes of a character unit of XML text, by its first characters: a byte order mark
-// or "<".
-std::size_t unit_size(std::string_view text) {
-  using std::string_view_literals::operator""sv;
-  for (const std::string_view start :
-       {"\0\0\0<"sv, "<\0\0\0"sv, "\0\0\xFE\xFF"sv, "\xFF\xFE\0\0"sv}) {
-    if (text.starts_with(start)) return 4;
-  }
-  for (const std::string_view start : {"\0<"sv, "<\0"sv, "\xFE\xFF"sv, "\xFF\xFE"sv}) {
-    if (text.starts_with(start)) return 2;
-  }
-  return 1;
-}
-
-// Whether text holds a zero character. The scanner takes one behind the root element for the end
-// of the text: a file that a crash has filled with zeros would be a good one.
-bool has_zero(std::string_view text) {
-  const std::size_t size = unit_size(text);
-  const std::string_view zero("\0\0\0\0", size);
-  std::size_t at = text.find(zero);
-  while (at != std::string_view::npos && at % size != 0) at = text.find(zero, at + 1);
-  return at != std::string_view::npos;
-}
-
-bool is_ascii(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
-}
-
-// Whether text holds bytes that its encoding does not have. Of encodings that it has from ICU the
-// library reads them as U+FFFD, without an error; it refuses them in those that it knows itself,
-// which pass here again.
-bool has_foreign_bytes(std::string_view text, const XMLCh* encoding, XmlMemory& memory) {
-  if (encoding == nullptr ||
-      xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0 ||
-      is_ascii(text) || unit_size(text) != 1) {
-    return false;
-  }
-  constexpr XMLSize_t kBlock = 4096;
-  xc::XMLTransService::Codes code;
-  const std::unique_ptr<xc::XMLTranscoder> transcoder(
-      xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code, kBlock, &memory));
-  if (transcoder == nullptr) return true;
-  XMLCh characters[kBlock];
-  unsigned char sizes[kBlock];
-  while (!text.empty()) {
-    XMLSize_t eaten = 0;
-    const XMLSize_t count = transcoder->transcodeFrom(reinterpret_cast<const XMLByte*>(text.data()),
-                                                      std::min<XMLSize_t>(text.size(), kBlock),
-                                                      characters, kBlock, eaten, sizes);
-    const bool replaced =
-        std::find(characters, characters + count, kReplacement) != characters + count;
-    if (eaten == 0 || replaced) return true;
-    text.remove_prefix(eaten);
-  }
-  return false;
-}
 
 }  // namespace
 
@@ -93,7 +33,6 @@ DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
 }
 
 bool DocumentParser::parse_text(std::string_view text) {
-  if (has_zero(text)) return false;
   resetDocumentPool();
   m_damaged = false;
   m_in_internal_subset = false;
@@ -113,19 +52,17 @@ bool DocumentParser::parse_text(std::string_view text) {
                  kMaxWork + kMaxWorkPerByte * text.size());
   try {
     parse(source);
+    m_memory.unwatch();
+    m_bytes_after_parse = bytes_in_use();
+    return !m_damaged && getDocument() != nullptr &&
+           is_whole(text, getDocument()->getInputEncoding(), m_memory);
   } catch (const DocumentRefused&) {
-    m_damaged = true;
   } catch (const xc::XMLException&) {
-    m_damaged = true;
   } catch (const xc::SAXException&) {
-    m_damaged = true;
   } catch (const xc::DOMException&) {
-    m_damaged = true;
   }
   m_memory.unwatch();
-  m_bytes_after_parse = bytes_in_use();
-  return !m_damaged && getDocument() != nullptr &&
-         !has_foreign_bytes(text, getDocument()->getInputEncoding(), m_memory);
+  return false;
 }
 
 void DocumentParser::error(unsigned int code, const XMLCh* domain, XMLErrorReporter::ErrTypes type,

@@ -6,13 +6,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "tests/support/log_capture.h"
 #include "tests/utility/xml_file.h"
 
 namespace {
 
 using namespace utility;
-using fwbase::test::encoded;
 using fwbase::test::repeated;
 using std::string_literals::operator""s;
 using Loading = fwbase::test::XmlFile;
@@ -310,33 +308,6 @@ TEST_F(Loading, TakesAnAttributeOf100Megabytes) {
   EXPECT_EQ(root().get_attr("a", read), XEC_OK);
   EXPECT_TRUE(read == value);
   EXPECT_EQ(load("<r a='" + value), 4u);
-}
-
-TEST_F(Loading, RefusesDamagedTextInEveryEncoding) {
-  struct {
-    std::string what, text;
-  } const cases[] = {
-      {"UTF-8 cut short", "<r>\xE4\xB8</r>"},
-      {"UTF-8 of a surrogate", "<r>\xED\xA0\x80</r>"},
-      {"UTF-8 in too many bytes", "<r>\xC0\xAF</r>"},
-      {"UTF-8 beyond the last character", "<r>\xF4\x90\x80\x80</r>"},
-      {"UTF-16 with half a character", "\xFF\xFE<\0r\0>\0\x3D\xD8<\0/\0r\0>\0"s},
-      {"UTF-16 with the second half alone", "\xFF\xFE<\0r\0>\0\0\xDE<\0/\0r\0>\0"s},
-      {"UTF-16 that ends within a character", "\xFF\xFE<\0r\0/\0>"s},
-      {"UCS-4 beyond the last character",
-       "<\0\0\0r\0\0\0>\0\0\0\0\0\x11\0<\0\0\0/\0\0\0r\0\0\0>\0\0\0"s},
-      {"ASCII with an eighth bit", "<?xml version='1.0' encoding='US-ASCII'?><r>\xE9</r>"},
-      {"GB18030 cut short", "<?xml version='1.0' encoding='GB18030'?><r>\x81\x30</r>"},
-      {"Shift_JIS cut short", "<?xml version='1.0' encoding='Shift_JIS'?><r>\x92</r>"},
-      {"EUC-KR without such a character", "<?xml version='1.0' encoding='EUC-KR'?><r>\xFF</r>"},
-      {"a zero in EBCDIC", encoded("IBM037", "<?xml version='1.0' encoding='IBM037'?><r>") + '\0' +
-                               encoded("IBM037", "</r>")},
-      {"an encoding that is not the one declared",
-       encoded("IBM037", "<?xml version='1.0' encoding='UTF-8'?><r/>")},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(load(c.text), 4u) << c.what;
-  }
 }
 
 TEST_F(Loading, RefusesAnEnormousFileUnread) {

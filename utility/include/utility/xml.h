@@ -62,9 +62,10 @@ class FWBASE_API CXml {
   ///   XEC_OK (0)            loaded; handles on an earlier document of this object are invalid
   ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised, or an engine's
   ///                         init() has left it out of service
-  ///   XEC_PARSE (4)         not well-formed (an empty file included), beyond the limits, not
-  ///                         whole without another file, or in an encoding for which there is no
-  ///                         converter, or no memory for it
+  ///   XEC_PARSE (4)         not well-formed (an empty file included), damaged (bytes that are no
+  ///                         characters of the encoding), beyond the limits, not whole without
+  ///                         another file, or in an encoding for which there is no converter, or no
+  ///                         memory for it
   ///   XEC_NO_DOCUMENT (32)  there is no such file, it cannot be read, or it is not a regular file
   /// After a failure no document is loaded, an earlier one is gone; only the path stays.
   unsigned int load(const std::string& path);
