@@ -26,7 +26,8 @@ constexpr const XMLCh* kSourceName = u"document";
 
 }  // namespace
 
-DocumentParser::DocumentParser() : xc::XercesDOMParser(nullptr, &m_memory) {
+DocumentParser::DocumentParser() : xc::XercesDOMParser(m_validator, &m_memory) {
+  m_validator->setErrorReporter(this);  // the scanner does this only for a validator of its own
   setErrorHandler(&m_handler);
   setEntityResolver(&m_handler);
   setDisableDefaultEntityResolution(true);
@@ -135,8 +136,7 @@ void DocumentParser::elementDecl(const xc::DTDElementDecl& element, bool is_igno
   note_declaration(is_ignored,
                    {u"element", element.getFullName(), element.getFormattedContentModel()});
   XercesDOMParser::elementDecl(element, is_ignored);
-  // Nobody asks whether the content is valid, but checking it takes an automaton, whose size can
-  // be exponential in the length of the declaration. This leaves nothing to check.
+  // The scanner would leave out text in an element that must be empty.
   const_cast<xc::DTDElementDecl&>(element).setModelType(xc::DTDElementDecl::Any);
 }
 
@@ -147,6 +147,11 @@ void DocumentParser::attDef(const xc::DTDElementDecl& element, const xc::DTDAttD
   note_declaration(is_ignored, {u"attribute", element.getFullName(), attr.getFullName(), type,
                                 attr.getEnumeration(), attr.getValue()});
   XercesDOMParser::attDef(element, attr, is_ignored);
+  // The DOM keeps IDs in a table in which a document can make all of them collide. What an ID is
+  // besides, a token is as well.
+  if (attr.getType() == xc::XMLAttDef::ID) {
+    const_cast<xc::DTDAttDef&>(attr).setType(xc::XMLAttDef::NmToken);
+  }
 }
 
 void DocumentParser::notationDecl(const xc::XMLNotationDecl& notation, bool is_ignored) {

@@ -1,6 +1,7 @@
 #ifndef UTILITY_DOCUMENT_PARSER_H
 #define UTILITY_DOCUMENT_PARSER_H
 
+#include "utility/no_validation.h"
 #include "utility/text_codec.h"
 #include "utility/xml_memory.h"
 
@@ -34,15 +35,17 @@ constexpr std::size_t kMaxNames = 50'000;
 /// Declarations in the internal DTD subset; the library walks an element's for each new one.
 constexpr std::size_t kMaxDeclarations = 5'000;
 
-// A base class, so that it outlives the parser that allocates from it.
-struct XmlMemoryHolder {
+// A base class, so that the memory outlives the parser that allocates from it. The parser adopts
+// the validator.
+struct DocumentParserMemory {
   XmlMemory m_memory;
+  NoValidation* const m_validator = new (&m_memory) NoValidation;
 };
 
 /// DOM parser for one self-contained, well-formed document. It reads nothing but the bytes that
 /// it is given and tells a damaged document from a good one, which the base class by itself does
 /// not: that gives the part it has read and no error. What a document may cost is limited.
-class DocumentParser : private XmlMemoryHolder, public XERCES_CPP_NAMESPACE::XercesDOMParser {
+class DocumentParser : private DocumentParserMemory, public XERCES_CPP_NAMESPACE::XercesDOMParser {
  public:
   DocumentParser();
   ~DocumentParser() override { m_memory.begin_release(); }

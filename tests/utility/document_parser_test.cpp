@@ -6,6 +6,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <xercesc/dom/DOM.hpp>
+
 #include "tests/utility/xml_file.h"
 
 namespace {
@@ -240,6 +242,42 @@ TEST_F(Loading, RefusesBombs) {
   for (const auto& c : cases) {
     EXPECT_EQ(load(c.text), 4u) << c.kind;
   }
+}
+
+// Validation costs the square of a document's size: of an enumeration, of IDs that collide.
+TEST_F(Loading, ValidatesNothing) {
+  const std::string attributes = "<!ATTLIST r a (x|y) #IMPLIED b ID #IMPLIED c IDREFS #IMPLIED>";
+  const std::string documents[] = {
+      "<!DOCTYPE r [<!ELEMENT r (r,r)>]><r><r/></r>",
+      "<!DOCTYPE r [<!ELEMENT r ANY>" + attributes + "]><r a='z' b='1' c='none'><r b='1'/></r>",
+      "<!DOCTYPE r [<!ELEMENT r ANY><!ATTLIST r a (x|x|y) 'z' b ID '1'>]><r/>",
+  };
+  for (const std::string& text : documents) {
+    const std::unique_ptr<DocumentParser> parser(new (std::nothrow) DocumentParser);
+    EXPECT_TRUE(parser->parse_text(text)) << text;
+    EXPECT_EQ(parser->getErrorCount(), 0u) << text;
+  }
+}
+
+TEST_F(Loading, KeepsTextThatADeclarationForbids) {
+  ASSERT_EQ(load("<!DOCTYPE r [<!ELEMENT r (a)><!ELEMENT a EMPTY>]><r> <a>text</a> </r>"), XEC_OK);
+  EXPECT_EQ(root().get_child_text("a"), "text");
+  EXPECT_EQ(root().get_text(), "");
+  ASSERT_EQ(xml.save(), XEC_OK);
+  EXPECT_TRUE(saved().ends_with("<r> <a>text</a> </r>"));
+}
+
+TEST_F(Loading, TakesAnIdForATokenAndKeepsItsDeclaration) {
+  ASSERT_EQ(load("<!DOCTYPE r [<!ATTLIST r i ID #IMPLIED>]><r i='  a '/>"), XEC_OK);
+  std::string value;
+  EXPECT_EQ(root().get_attr("i", value), XEC_OK);
+  EXPECT_EQ(value, "a");
+  xercesc::DOMXPathResult* const result = xml.get_xpath_result(".");
+  ASSERT_TRUE(result->snapshotItem(0));
+  EXPECT_EQ(result->getNodeValue()->getOwnerDocument()->getElementById(u"a"), nullptr);
+  result->release();
+  ASSERT_EQ(xml.save(), XEC_OK);
+  EXPECT_EQ(saved(), "<!DOCTYPE r [<!ATTLIST r i ID #IMPLIED>]><r i=\"a\"/>");
 }
 
 TEST_F(Loading, ChecksNoContentModelWhateverItsSize) {
