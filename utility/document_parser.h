@@ -1,51 +1,32 @@
 #ifndef UTILITY_DOCUMENT_PARSER_H
 #define UTILITY_DOCUMENT_PARSER_H
 
-#include "utility/text_codec.h"
+#include "utility/document_rules.h"
+#include "utility/no_validation.h"
 #include "utility/xml_memory.h"
 
-#include <array>
 #include <new>
 #include <string_view>
-#include <unordered_set>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/HandlerBase.hpp>
 
 namespace utility {
 
-// What a document may cost. Sizes that depend on the document are per byte of its file.
-
-/// Bytes of the file.
-constexpr std::size_t kMaxFileSize = std::size_t{256} * 1024 * 1024;
-/// Elements and entity references nested in each other. The XML library saves, copies and
-/// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
-constexpr std::size_t kMaxNesting = 1000;
-/// Expansions of entities, wherever they are referenced: so many, and one for so many bytes.
-constexpr std::size_t kMaxExpansions = 20'000;
-constexpr std::size_t kBytesPerExpansion = 32;
-/// Characters read from expansions, and attribute declarations looked at for elements.
-constexpr std::size_t kMaxWork = 8'000'000;
-constexpr std::size_t kMaxWorkPerByte = 8;
-/// Bytes of memory. Elements of one letter with nothing in them take about 75 bytes per byte.
-constexpr std::size_t kMaxMemory = std::size_t{32} * 1024 * 1024;
-constexpr std::size_t kMaxMemoryPerByte = 96;
-/// Different names of elements and attributes, for the DOM's table of names has a fixed size.
-constexpr std::size_t kMaxNames = 50'000;
-/// Declarations in the internal DTD subset; the library walks an element's for each new one.
-constexpr std::size_t kMaxDeclarations = 5'000;
-
-// A base class, so that it outlives the parser that allocates from it.
-struct XmlMemoryHolder {
+// A base class, so that the memory outlives the parser that allocates from it. The parser adopts
+// the validator.
+struct ParserMemory {
   XmlMemory m_memory;
+  NoValidation* const m_validator = new (&m_memory) NoValidation;
 };
 
 /// One of the XML library's parsers as a reader of one self-contained, well-formed document. It
 /// reads nothing but the bytes that it is given and tells a damaged document from a good one,
 /// which the base class by itself does not: that gives the part it has read and no error. What a
 /// document may cost is limited.
-/// Parser  a parser of the library with a constructor that takes the memory manager alone
+/// Parser  a parser of the library with a constructor that takes a validator and the memory manager
 template <typename Parser>
-class GuardedParser : protected XmlMemoryHolder, public Parser {
+class GuardedParser : protected ParserMemory, public Parser {
  public:
   GuardedParser();
   ~GuardedParser() override { m_memory.begin_release(); }
@@ -73,6 +54,7 @@ class GuardedParser : protected XmlMemoryHolder, public Parser {
   void elementDecl(const XERCES_CPP_NAMESPACE::DTDElementDecl& element, bool is_ignored) override;
   void attDef(const XERCES_CPP_NAMESPACE::DTDElementDecl& element,
               const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored) override;
+  void endAttList(const XERCES_CPP_NAMESPACE::DTDElementDecl& element) override;
   void notationDecl(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation,
                     bool is_ignored) override;
   void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
@@ -84,48 +66,35 @@ class GuardedParser : protected XmlMemoryHolder, public Parser {
   /// same consequence.
   bool parse_guarded(std::string_view text);
 
-  /// For a derived class that handles elements and entity references without the base class.
-  void count_start(const XERCES_CPP_NAMESPACE::XMLElementDecl& element,
-                   const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
-                   XMLSize_t attr_count);
-  void count_start(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity);
-  void count_end() { --m_depth; }
-
   /// The encoding that the document is in, as its declaration and its first bytes say; empty
   /// without a declaration.
   const DomText& encoding() const { return m_encoding; }
-
-  bool has_declarations() const { return m_has_external_subset || m_declaration_count > 0; }
-  const DomText& noted_declarations() const { return m_declarations; }
 
   // The scanner reports errors, and asks for entities, only when there is a handler for them. It
   // then calls this class's functions, which let no call through to the handler.
   XERCES_CPP_NAMESPACE::HandlerBase m_handler;
 
+  /// A derived class that handles elements and entity references without Parser tells it of them.
+  DocumentRules m_rules{m_memory};
+
  private:
-  void enter();
-  void count_element_name(const XERCES_CPP_NAMESPACE::XMLElementDecl& element);
-  void count_name(const XMLCh* name);
-  void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
-
-  bool m_damaged = false;
-  bool m_in_internal_subset = false;
-  bool m_has_external_subset = false;
   DomText m_encoding;
-  std::size_t m_depth = 0;
-  std::size_t m_declaration_count = 0;
-  DomText m_declarations;
-  std::unordered_set<std::size_t> m_names;  // hashes of the names seen
-
-  // Some of the elements seen, by their declarations: elements of one name share one.
-  std::array<const XERCES_CPP_NAMESPACE::XMLElementDecl*, 64> m_counted{};
 };
 
-/// The library's DOM parser, without a validator of ours.
+/// The library's DOM parser.
 class DomParser : public XERCES_CPP_NAMESPACE::XercesDOMParser {
  public:
-  explicit DomParser(XERCES_CPP_NAMESPACE::MemoryManager* memory)
-      : XERCES_CPP_NAMESPACE::XercesDOMParser(nullptr, memory) {}
+  DomParser(NoValidation* validator, XmlMemory* memory)
+      : XERCES_CPP_NAMESPACE::XercesDOMParser(validator, memory) {}
+};
+
+/// The library's SAX2 reader.
+class SaxReader : public XERCES_CPP_NAMESPACE::SAX2XMLReaderImpl {
+ public:
+  SaxReader(NoValidation* validator, XmlMemory* memory)
+      : XERCES_CPP_NAMESPACE::SAX2XMLReaderImpl(memory) {
+    setValidator(validator);
+  }
 };
 
 /// Reads documents as DOM trees.
@@ -147,10 +116,10 @@ class DocumentParser : public GuardedParser<DomParser> {
   /// Whether another document may be parsed: after one without declarations. The library forgets an
   /// object for each external DTD subset, which is freed only with the parser, and takes memory for
   /// forgetting declarations, which is put by only for the parser's end.
-  bool is_reusable() const { return !has_declarations(); }
+  bool is_reusable() const { return !m_rules.has_external_subset() && !m_rules.has_declarations(); }
 
   /// The effective declarations of the document's internal DTD subset, to compare two documents.
-  const DomText& declarations() const { return noted_declarations(); }
+  const DomText& declarations() const { return m_rules.declarations(); }
 
   std::size_t bytes_in_use() const { return m_memory.bytes_in_use(); }
 

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <xercesc/framework/XMLFormatter.hpp>
 #include <xercesc/sax/SAXException.hpp>
 
 namespace utility {
@@ -23,6 +24,24 @@ bool is_utf16(const xc::DOMDocument& document) {
          xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF16EncodingString) == 0;
 }
 
+// Writes comments in the serializer's place. That would look for an element among the siblings of
+// each, in order to lay it out, which takes the square of their number and is not even asked for.
+class CommentWriter final : public xc::DOMLSSerializerFilter {
+ public:
+  explicit CommentWriter(xc::XMLFormatter& formatter) : m_formatter(formatter) {}
+
+  FilterAction acceptNode(const xc::DOMNode* comment) const override {
+    m_formatter << u"<!--" << comment->getNodeValue() << u"-->";
+    return xc::DOMNodeFilter::FILTER_REJECT;
+  }
+  xc::DOMNodeFilter::ShowType getWhatToShow() const override {
+    return xc::DOMNodeFilter::SHOW_COMMENT;
+  }
+
+ private:
+  xc::XMLFormatter& m_formatter;
+};
+
 bool serialise(const xc::DOMDocument& document, std::string& text) {
   xc::DOMImplementation* const dom = document.getImplementation();
   XmlMemory memory;
@@ -30,11 +49,17 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
   const DomOwned<xc::DOMLSOutput> output(dom->createLSOutput(&memory));
   xc::MemBufFormatTarget target(kInitialSize, &memory);
   output->setByteStream(&target);
+  const XMLCh* encoding = document.getInputEncoding();
   if (is_utf16(document)) {
-    output->setEncoding(xc::XMLUni::fgUTF16EncodingString);
+    encoding = xc::XMLUni::fgUTF16EncodingString;
     serializer->getDomConfig()->setParameter(xc::XMLUni::fgDOMWRTBOM, true);
   }
+  output->setEncoding(encoding);
   try {
+    xc::XMLFormatter formatter(encoding, document.getXmlVersion(), &target,
+                               xc::XMLFormatter::NoEscapes, xc::XMLFormatter::UnRep_Fail, &memory);
+    CommentWriter comments(formatter);
+    serializer->setFilter(&comments);
     if (!serializer->write(&document, output.get())) return false;
   } catch (const xc::DOMException&) {
     return false;

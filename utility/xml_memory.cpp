@@ -31,6 +31,7 @@ XmlMemory::~XmlMemory() {
 
 void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work) {
   m_watching = true;
+  begin_piece();
   m_max_bytes = max_bytes;
   m_readers = 0;
   m_max_readers = max_expansions + 2;  // the document and its external subset have one as well
@@ -56,12 +57,14 @@ void XmlMemory::count_bytes(std::size_t bytes) {
 void* XmlMemory::allocate(XMLSize_t size) {
   if (m_watching) {
     if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();
+    if (m_small_blocks > m_small_blocks_before + kMaxSmallBlocks) throw DocumentRefused();
     if (size == reader_size()) count_reader();
   }
   try {
     std::unique_ptr<void, Free> block(::operator new(size));
     m_blocks.emplace(block.get(), size);
     m_in_use += size;
+    if (size <= kSmallBlock) ++m_small_blocks;
     return block.release();
   } catch (const std::bad_alloc&) {
     return allocate_from_reserve(size);
@@ -95,6 +98,7 @@ void XmlMemory::deallocate(void* block) {
     return;
   }
   m_in_use -= found->second;
+  if (found->second <= kSmallBlock) --m_small_blocks;
   m_blocks.erase(found);
   ::operator delete(block);
 }

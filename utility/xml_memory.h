@@ -48,6 +48,11 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   /// Takes bytes off what may be in use: for what the document takes elsewhere.
   void count_bytes(std::size_t bytes);
 
+  /// Begins with the next piece of the document, a tag or a declaration, of which nothing is heard
+  /// until its end. A piece may have so many names that looking them up takes the square of their
+  /// number: DocumentRefused is thrown when it takes too many small blocks and keeps them.
+  void begin_piece() { m_small_blocks_before = m_small_blocks; }
+
   /// For the end of the parser: from now on there is memory put by for short-lived blocks. To free
   /// a content model the library takes memory, in a destructor: without any the process would end.
   void begin_release() { m_releasing = true; }
@@ -65,6 +70,8 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
 
  private:
   static constexpr std::size_t kReserveSize = std::size_t{16} * 1024;
+  static constexpr std::size_t kSmallBlock = 256;  // bytes
+  static constexpr std::size_t kMaxSmallBlocks = 40'000;
 
   void count_reader();
   void* allocate_from_reserve(std::size_t size);
@@ -78,6 +85,8 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   bool m_watching = false;
   std::size_t m_in_use = 0;
   std::size_t m_max_bytes = 0;
+  std::size_t m_small_blocks = 0;
+  std::size_t m_small_blocks_before = 0;  // this piece
   std::size_t m_readers = 0;
   std::size_t m_max_readers = 0;
   std::size_t m_longest_entity = 0;

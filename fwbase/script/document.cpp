@@ -9,7 +9,6 @@
 #include <utility>
 #include <xercesc/framework/XMLAttr.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
-#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
@@ -163,7 +162,7 @@ class Utf8Text {
 }  // namespace
 
 /// Fills a document while the scanner reads.
-class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
+class TreeParser : public utility::GuardedParser<utility::SaxReader> {
  public:
   explicit TreeParser(Document& document) : m_document(document) {
     setContentHandler(&m_content);
@@ -211,7 +210,7 @@ class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
   void startElement(const xc::XMLElementDecl& element, unsigned int uri, const XMLCh* prefix,
                     const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count, bool is_empty,
                     bool is_root) override {
-    count_start(element, attrs, attr_count);
+    m_rules.start_element(element, attrs, attr_count);
     m_memory.count_bytes(kTreeElement);
     end_text();
     if (m_entity_depth == 0) {
@@ -227,7 +226,7 @@ class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
   }
 
   void endElement(const xc::XMLElementDecl&, unsigned int, bool, const XMLCh*) override {
-    count_end();
+    m_rules.end_element();
     end_text();
     if (m_entity_depth == 0) {
       m_document.m_nodes[m_open.back()].end = static_cast<std::uint32_t>(m_document.m_nodes.size());
@@ -261,7 +260,7 @@ class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
 
   // The text goes on in what an entity brings, but does not begin there.
   void startEntityReference(const xc::XMLEntityDecl& entity) override {
-    count_start(entity);
+    m_rules.start_entity_reference(entity);
     m_memory.count_bytes(kTreeReference);
     ++m_entity_depth;
     if (m_reading == Reading::kFirst) {
@@ -270,7 +269,7 @@ class TreeParser : public utility::GuardedParser<xc::SAX2XMLReaderImpl> {
   }
 
   void endEntityReference(const xc::XMLEntityDecl&) override {
-    count_end();
+    m_rules.end_entity_reference();
     --m_entity_depth;
   }
 

@@ -2,6 +2,7 @@
 // table says. The page is the source of both: nothing of it is repeated here.
 #include <fwbase/fwbase.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <deque>
 #include <filesystem>
@@ -255,23 +256,75 @@ TEST(ScriptFilePage, SavingKeepsAndDropsWhatThePageSays) {
             "</Process><Process name=\"\"/></korvid>");
 }
 
-TEST(ScriptFilePage, NestingBeyondTheLimitIsRefused) {
-  const auto nested = [](int depth) {
-    std::string text = "<korvid><Process name=''/>";
-    for (int i = 1; i < depth; ++i) {
-      text.insert(0, "<x>");
-    }
-    text = text.substr(3 * (depth - 1)) + text.substr(0, 3 * (depth - 1));
-    for (int i = 1; i < depth; ++i) {
-      text += "</x>";
-    }
-    return text + "</korvid>";
+namespace {
+
+template <typename Piece>
+std::string pieces(std::size_t count, Piece piece) {
+  std::string all;
+  for (std::size_t i = 0; i < count; ++i) {
+    all += piece(std::to_string(i));
+  }
+  return all;
+}
+
+const char* const kProcess = "<Process name=''/>";
+
+/// Files that have so many of what a row of the table of limits counts, by its first cell.
+const std::map<std::string, std::string (*)(std::size_t)>& files_at_a_limit() {
+  static const std::map<std::string, std::string (*)(std::size_t)> files = {
+      {"levels: elements and references to entities within each other",
+       [](std::size_t count) {
+         return std::string("<korvid>") + kProcess +
+                pieces(count - 1, [](const std::string&) { return "<x>"; }) +
+                pieces(count - 1, [](const std::string&) { return "</x>"; }) + "</korvid>";
+       }},
+      {"different names of elements and attributes",
+       [](std::size_t count) {  // with those of the root, of the process and of its attribute
+         return std::string("<korvid>") + kProcess +
+                pieces(count - 3, [](const std::string& i) { return "<x" + i + "/>"; }) +
+                "</korvid>";
+       }},
+      {"attributes of an element",
+       [](std::size_t count) {
+         return "<korvid" + pieces(count, [](const std::string& i) { return " x" + i + "=''"; }) +
+                ">" + kProcess + "</korvid>";
+       }},
+      {"declarations in the DTD",
+       [](std::size_t count) {
+         return "<!DOCTYPE korvid [" +
+                pieces(count, [](const std::string& i) { return "<!ENTITY x" + i + " ''>"; }) +
+                "]><korvid>" + kProcess + "</korvid>";
+       }},
   };
-  const ScriptFile deep(nested(1000));
-  const ScriptFile too_deep(nested(1001));
-  const Host script;
-  EXPECT_EQ(script->load_script(deep.path()), ec::SCRIPT_OK);
-  EXPECT_EQ(script->load_script(too_deep.path()), ec::SCRIPT_E_LOAD);
+  return files;
+}
+
+std::size_t number_of(const std::string& cell) {
+  std::string digits;
+  for (const char c : cell) {
+    digits += c == ',' ? "" : std::string(1, c);
+  }
+  return std::stoul(digits);
+}
+
+}  // namespace
+
+TEST(ScriptFilePage, ALoadTakesWhatTheLimitsOfThePageAllowAndNoMore) {
+  std::size_t tried = 0;
+  for (const TableRow& row : page().section("Limits").table()) {
+    const auto found = files_at_a_limit().find(row.at(0));
+    if (found == files_at_a_limit().end()) {
+      continue;
+    }
+    ++tried;
+    const std::size_t limit = number_of(row.at(1));
+    EXPECT_STREQ(name_of(Host()->load_script(ScriptFile(found->second(limit)).path())), "SCRIPT_OK")
+        << row.at(0);
+    EXPECT_STREQ(name_of(Host()->load_script(ScriptFile(found->second(limit + 1)).path())),
+                 "SCRIPT_E_LOAD")
+        << row.at(0);
+  }
+  EXPECT_EQ(tried, files_at_a_limit().size());
 }
 
 TEST(ScriptFilePage, EveryCodeOfTheEngineIsOnThePage) {
@@ -317,6 +370,15 @@ const std::map<std::string, ec::EC (*)()>& mistakes_of_the_host() {
          const TempDir directory;
          EXPECT_EQ(host->load_script(directory.path().c_str()), ec::SCRIPT_E_LOAD);
          return host->load_script(directory.path("none.xml").c_str());
+       }},
+      {"the file is a FIFO or a device",
+       [] {
+         const Host host;
+         const TempDir directory;
+         EXPECT_EQ(::mkfifo(directory.path("fifo").c_str(), 0600), 0);
+         EXPECT_EQ(host->load_script(directory.path("fifo").c_str()), ec::SCRIPT_E_LOAD);
+         EXPECT_EQ(host->load_script("/dev/stdin"), ec::SCRIPT_E_LOAD);
+         return host->load_script("/dev/null");
        }},
       {"`init()` has not been called",
        [] {

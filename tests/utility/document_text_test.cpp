@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <xercesc/framework/MemBufFormatTarget.hpp>
+
 #include "tests/support/log_capture.h"
 #include "tests/utility/xml_file.h"
 
@@ -168,6 +170,69 @@ TEST_F(Saving, RefusesEncodingsThatTheLibraryReadsButCannotWrite) {
     EXPECT_EQ(xml.save(), 5u) << declared;
     EXPECT_EQ(read_file(path()), text) << declared;
   }
+}
+
+// What the library by itself makes of a document.
+std::string written_by_the_library(const xercesc::DOMDocument& document) {
+  xercesc::DOMImplementation* const dom = document.getImplementation();
+  xercesc::DOMLSSerializer* const serializer = dom->createLSSerializer();
+  xercesc::DOMLSOutput* const output = dom->createLSOutput();
+  xercesc::MemBufFormatTarget target;
+  output->setByteStream(&target);
+  EXPECT_TRUE(serializer->write(&document, output));
+  const std::string text(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
+  output->release();
+  serializer->release();
+  return text;
+}
+
+TEST_F(Saving, WritesCommentsAsTheLibraryDoes) {
+  const std::string chinese = "\xE4\xB8\xAD", latin = "\xC3\xA9";
+  struct {
+    const char* declared;
+    const char* encoding;
+    std::string text;
+  } const cases[] = {
+      {"UTF-8", "UTF-8", chinese},     {"UTF-32", "UCS-4BE", chinese},
+      {"UCS-4", "UCS-4LE", chinese},   {"GBK", "GBK", chinese},
+      {"GB18030", "GB18030", chinese}, {"Big5", "BIG5", chinese},
+      {"Shift_JIS", "SJIS", chinese},  {"ISO-8859-1", "ISO-8859-1", latin},
+      {"IBM037", "IBM037", latin},     {"ibm-933", "IBM933", "c"},
+      {"US-ASCII", "ASCII", "c"},      {"ISO-2022-JP", "ISO-2022-JP", "c"},
+  };
+  for (const auto& c : cases) {
+    const std::string comment = "<!-- <" + c.text + "> & -->";
+    const std::string text =
+        encoded(c.encoding, "<?xml version=\"1.0\" encoding=\"" + std::string(c.declared) + "\"?>" +
+                                comment + "<r>" + comment + "<a/>" + comment + comment + c.text +
+                                comment + "</r>" + comment);
+    DocumentParser parser;
+    ASSERT_TRUE(parser.parse_text(text)) << c.declared;
+    std::string written;
+    ASSERT_TRUE(to_document_text(parser, *parser.getDocument(), written)) << c.declared;
+    EXPECT_EQ(written, written_by_the_library(*parser.getDocument())) << c.declared;
+  }
+}
+
+TEST_F(Saving, RefusesACommentThatTheEncodingLacks) {
+  ASSERT_EQ(load("<?xml version='1.0' encoding='ISO-8859-1'?><r><!--&--></r>"), XEC_OK);
+  xercesc::DOMXPathResult* const result = xml.get_xpath_result(".");
+  ASSERT_TRUE(result->snapshotItem(0));
+  xercesc::DOMNode* const comment = result->getNodeValue()->getFirstChild();
+  result->release();
+  comment->setNodeValue(u"\u4E2D");
+  EXPECT_EQ(xml.save(), 5u);
+  comment->setNodeValue(u"<\u00E9&>");
+  EXPECT_EQ(xml.save(), XEC_OK);
+  EXPECT_EQ(saved(), "<r><!--<\xE9&>--></r>");
+}
+
+// The serializer by itself looks for an element among the siblings of each.
+TEST_F(Saving, WritesAnyNumberOfCommentsInARow) {
+  const std::string text = "<r>" + fwbase::test::repeated("<!--c-->", 200'000) + "</r>";
+  ASSERT_EQ(load(text), XEC_OK);
+  ASSERT_EQ(xml.save(), XEC_OK);
+  EXPECT_TRUE(saved() == text);
 }
 
 TEST_F(Saving, AttributeValuesKeepTheirLineBreaksAndTabs) {

@@ -98,6 +98,24 @@ TEST_F(ScriptLoad, AFileThatIsNotWellFormedCannotBeLoaded) {
   EXPECT_EQ(engine.load_text(korvid("<Process name=''/>")), ec::SCRIPT_OK);
 }
 
+TEST_F(ScriptLoad, ADamagedFileCannotBeLoaded) {
+  const std::string script = korvid("<Process name=''/>");
+  const std::string utf16 = "\xFF\xFE" + encoded("UTF-16LE", script);
+  ASSERT_EQ(engine.load_text(utf16), ec::SCRIPT_OK);
+  const std::string files[] = {
+      "<?xml version='1.0' encoding='HZ-GB-2312'?>" + script + "<!--~{V ~}-->",
+      "<?xml version='1.0' encoding='ISO-2022-JP'?>" + script + "<!--\x1B$B))\x1B(B-->",
+      "<?xml version='1.0' encoding='GBK'?>" + script + "\xD6",
+      script + "\xE4\xB8",
+      utf16 + "\n",
+  };
+  for (const std::string& text : files) {
+    log.clear();
+    EXPECT_EQ(engine.load_text(text), ec::SCRIPT_E_LOAD) << text;
+    EXPECT_EQ(log.records().size(), 1u) << text;
+  }
+}
+
 TEST_F(ScriptLoad, AFileThatCostsTooMuchCannotBeLoaded) {
   std::string bomb = "<!DOCTYPE korvid [<!ENTITY e0 'text'>";
   for (int i = 1; i < 20; ++i) {

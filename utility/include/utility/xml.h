@@ -30,11 +30,19 @@ struct XmlTexts;
 /// Limits: a document is refused, as one that is not well-formed, when
 ///   - its file is larger than 256 MiB,
 ///   - elements and references to entities are nested more than 1000 deep,
-///   - it has more than 50,000 different names of elements and attributes, or more than 5,000
-///     declarations in its DTD subset,
-///   - it refers to entities more than 20,000 times, references in entities counted wherever
-///     they are expanded, or expands to more than 8,000,000 characters plus 8 for each byte of
-///     the file, or needs more than 32 MiB plus 96 bytes for each byte of the file.
+///   - it has more than 50,000 different names of elements and attributes, an element has more than
+///     5,000 attributes, or the DTD subset more than 5,000 declarations, one of them with more than
+///     about 4,000 names of elements, or more than about 400 lists of attributes with defaults for
+///     one element,
+///   - more than 500 of its names fall into one bucket of the XML library's hash tables, which only
+///     names do that were made up for it,
+///   - it refers to entities more than 20,000 times and once for each 32 bytes of the file,
+///     references in entities counted wherever they are expanded, or expands to more than 8,000,000
+///     characters plus 8 for each byte of the file, or needs more than 32 MiB plus 96 bytes for
+///     each byte of the file.
+/// So loading and saving take time in proportion to the file.
+/// IDs: an attribute that the DTD declares as an ID counts as a token: the DOM's getElementById()
+///   does not find its element.
 class FWBASE_API CXml {
  public:
   /// No document.
@@ -64,9 +72,10 @@ class FWBASE_API CXml {
   ///   XEC_OK (0)            loaded; handles on an earlier document of this object are invalid
   ///   XEC_NO_MEMORY (2)     memory ran out, or the XML platform is not initialised, or an engine's
   ///                         init() has left it out of service
-  ///   XEC_PARSE (4)         not well-formed (an empty file included), beyond the limits, not
-  ///                         whole without another file, or in an encoding for which there is no
-  ///                         converter, or no memory for it
+  ///   XEC_PARSE (4)         not well-formed (an empty file included), damaged (bytes that are no
+  ///                         characters of the encoding), beyond the limits, not whole without
+  ///                         another file, or in an encoding for which there is no converter, or no
+  ///                         memory for it
   ///   XEC_NO_DOCUMENT (32)  there is no such file, it cannot be read, or it is not a regular file
   /// After a failure no document is loaded, an earlier one is gone; only the path stays.
   unsigned int load(const std::string& path);
