@@ -80,8 +80,7 @@ class Reader {
  public:
   Reader(const Document& document, Surroundings& surroundings, Program& program,
          std::vector<Finding>* findings)
-      : m_document(document),
-        m_surroundings(surroundings),
+      : m_surroundings(surroundings),
         m_program(program),
         m_findings(findings),
         m_names(document),
@@ -153,7 +152,6 @@ class Reader {
     return name < m_children.size() && m_children[name].set == m_set ? m_children[name] : kNone;
   }
 
-  const Document& m_document;
   Surroundings& m_surroundings;
   Program& m_program;
   std::vector<Finding>* const m_findings;  // null when the first mistake ends reading

@@ -112,9 +112,11 @@ class CScript : public IScript {
   script::Signatures m_templates FWBASE_GUARDED_BY(m_lock);
 
   // What the files brought; names are texts of the programs.
-  std::unordered_map<std::string_view, std::shared_ptr<const script::XmlFuncRule>> m_func_rules
-      FWBASE_GUARDED_BY(m_lock);
-  std::unordered_map<std::string_view, FoundSection> m_sections FWBASE_GUARDED_BY(m_lock);
+  using FuncRules =
+      std::unordered_map<std::string_view, std::shared_ptr<const script::XmlFuncRule>>;
+  using Sections = std::unordered_map<std::string_view, FoundSection>;
+  FuncRules m_func_rules FWBASE_GUARDED_BY(m_lock);
+  Sections m_sections FWBASE_GUARDED_BY(m_lock);
   std::string m_cur_section FWBASE_GUARDED_BY(m_lock);  ///< for which a load had no memory
 
   // The file that saving writes: its document, made when saving first needs it, or its bytes.

@@ -16,24 +16,32 @@ using script::Program;
 using support::addr32;
 using support::WriteGuard;
 
-/// What a file is read against: the engine as it is when the load begins.
+/// What a file is read against: the engine as it is when the load begins, for as long as that holds
+/// the lock.
 class CScript::Loaded final : public script::Surroundings {
  public:
-  explicit Loaded(CScript& engine) : m_engine(engine) {}
+  explicit Loaded(CScript& engine) FWBASE_REQUIRES(engine.m_lock)
+      : m_engine(engine),
+        m_templates(engine.m_templates),
+        m_func_rules(engine.m_func_rules),
+        m_sections(engine.m_sections),
+        m_is_in_section(!engine.m_cur_section.empty()) {}
 
-  const script::Signatures* signatures() const override { return &m_engine.m_templates; }
+  const script::Signatures* signatures() const override { return &m_templates; }
   std::shared_ptr<const script::XmlFuncRule> declared(std::string_view name) const override {
-    const auto found = m_engine.m_func_rules.find(name);
-    return found != m_engine.m_func_rules.end() ? found->second : nullptr;
+    const auto found = m_func_rules.find(name);
+    return found != m_func_rules.end() ? found->second : nullptr;
   }
-  bool has_section(std::string_view name) const override {
-    return m_engine.m_sections.contains(name);
-  }
-  bool is_in_section() const override { return !m_engine.m_cur_section.empty(); }
+  bool has_section(std::string_view name) const override { return m_sections.contains(name); }
+  bool is_in_section() const override { return m_is_in_section; }
   void default_taken(const script::XmlFuncParamRule& rule) override { m_engine.log_default(rule); }
 
  private:
   CScript& m_engine;
+  const script::Signatures& m_templates;
+  const FuncRules& m_func_rules;
+  const Sections& m_sections;
+  const bool m_is_in_section;
 };
 
 ec::EC CScript::load_script(const char* path) {
