@@ -8,6 +8,8 @@
 
 #include <cerrno>
 
+#include "utility/cancellation_block.h"
+
 namespace utility {
 
 /// While it lives, keeps the signals of a failed write (a pipe without a reader, a file beyond the
@@ -26,6 +28,7 @@ class WriteSignalBlock {
     pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
   }
   ~WriteSignalBlock() {
+    const CancellationBlock no_cancellation;
     const int error = errno;
     const timespec at_once = {0, 0};
     while (sigtimedwait(&m_signals, nullptr, &at_once) > 0) {

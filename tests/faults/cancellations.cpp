@@ -3,9 +3,11 @@
 //
 // Each repeats operations until pthread_cancel() ends it, after a random time. The process must
 // live on, and the next operation succeed: nothing is half done and no lock is left held.
+#include <fcntl.h>
 #include <fwbase/fwbase.h>
 #include <fwbase/module.h>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -149,6 +151,27 @@ void log_records(Canceller& canceller, bool queued) {
   const std::string closing = "[DEBUG]:";
   expect(text.find(closing) != std::string::npos, "the closing record");
   service.start();
+}
+
+// Where a write may raise a signal.
+void log_fifo(Canceller& canceller) {
+  const Service service;
+  const std::string path = service.path("fifo");
+  expect(::mkfifo(path.c_str(), 0600) == 0, "a FIFO");
+  const int reading = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+  std::jthread reader([reading](const std::stop_token& stop) {
+    char bytes[65536];
+    while (!stop.stop_requested() && ::read(reading, bytes, sizeof bytes) > 0) {
+    }
+  });
+  expect(ec::succeeded(log().file(path.c_str())), "file()");
+  const auto write = [] { log().write(IRunLog::WARN, "message", "here"); };
+  canceller.cancel("write", write, write);
+  reader.request_stop();
+  write();
+  reader.join();
+  facade()->release();
+  ::close(reading);
 }
 
 void log_direct(Canceller& canceller) { log_records(canceller, false); }
@@ -498,6 +521,7 @@ struct Scenario {
 };
 
 constexpr Scenario kScenarios[] = {{"log_direct", log_direct},
+                                   {"log_fifo", log_fifo},
                                    {"log_queued", log_queued},
                                    {"traces", traces},
                                    {"log_settings", log_settings},
