@@ -4,22 +4,18 @@
 #include <iterator>
 #include <utility>
 
-#include "tests/faults/alloc_faults.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/support/host_function.h"
+#include "tests/faults/script_host.h"
 #include "tests/support/script_file.h"
 
 namespace fwbase::faults {
 
 namespace {
 
-using test::HostFunction;
 using test::ScriptFile;
 
-const std::string kLong(60, 'l');
-const std::string kOther(300, 'o');
-
-// Two functions, two variables, a section of two calls. The attribute in Chinese needs a converter.
+// Two functions, two variables, a section of three calls. The attribute in Chinese needs a
+// converter.
 const std::string kScript =
     "<korvid><template><Func name='greet_somebody_politely'>"
     "<param tag='whom_to_greet_this_time' type='string'/>"
@@ -39,38 +35,57 @@ const std::string kScript =
     "</ret></params></greet_somebody_politely><nothing/>"
     "</section></Exec></Process></korvid>";
 
-IScript& script() { return *facade()->script(); }
-
-Outcome outcome_of_script(ec::EC code, ec::EC other = 0) {
-  return outcome_of(code, ec::SCRIPT_NO_MEMORY, other);
+// One that goes on top of it: declarations of its own, in an encoding that needs a converter, every
+// form of an element, and enough calls for tables to grow several times.
+std::string script_on_top() {
+  std::string text =
+      "<?xml version='1.0' encoding='GBK'?><!DOCTYPE korvid [<!ENTITY word '\xC4\xE3'>"
+      "<!ATTLIST var type CDATA 'int' value CDATA '5'><!ATTLIST param must CDATA 'false'>]>"
+      "<korvid><!-- more --><template><Func name='more'><param tag='text' type='string'/></Func>"
+      "</template><Process name=''><?pi data?><Data><var name='from_dtd'/>"
+      "<var name='\xC4\xE3' type='string' value='&word;&#10;'/></Data><Exec>"
+      "<section name='more'><more><text>a&word;<![CDATA[<b>]]></text></more><more/>"
+      "<more><params><text><ref>friend</ref></text><ret>" +
+      kLong + "</ret></params><params/></more></section><section name='many'>";
+  for (int i = 0; i < 100; ++i) {
+    text += "<more><text>" + (i % 2 == 0 ? kLong : std::to_string(i)) + "</text></more>";
+  }
+  return text + "</section></Exec></Process><Process name='another'/></korvid>";
 }
 
-class Engine {
+// The host of the first script.
+class Host {
  public:
-  Engine() {
-    expect(script().expand_syntax(&m_greet) && script().expand_syntax(&m_nothing), "functions");
+  void restart() { m_engine.restart(); }
+  ExpectingFunction& greet() { return m_greet; }
+
+  // Runs the section with a friend in the environment: whether all calls came.
+  bool run() {
+    const ec::EC code = script().exec_scommad("all", this);
+    const bool greeted = m_greet.all_made();
+    return m_nothing.all_made() && greeted &&
+           outcome_of_script(code, ec::SCRIPT_E_SECTION) == Outcome::kDone;
   }
 
-  void restart() {
-    script().release();
-    expect(ec::succeeded(script().init()), "init()");
-    expect(script().expand_syntax(&m_greet) && script().expand_syntax(&m_nothing), "functions");
+  // The same for the script on top, of which a load may have left a part: whether all calls came.
+  bool run_more() {
+    const ec::EC code = script().exec_scommad("more", this);
+    return m_more.all_made() && outcome_of_script(code, ec::SCRIPT_E_SECTION) == Outcome::kDone;
   }
 
-  struct Counter : HostFunction {
-    using HostFunction::HostFunction;
-    ec::EC call(const IScript::VValue*, void*, const char*) override {
-      ++calls;
-      return ec::SCRIPT_OK;
-    }
-    int calls = 0;
-  };
-
-  Counter m_greet{"greet_somebody_politely", {IScript::VT_STRING, IScript::VT_INT}};
-  Counter m_nothing{"nothing"};
+  void set_friend() {
+    expect(ec::succeeded(script().set_value_env("friend", IScript::VT_STRING, &kOther, this)),
+           "set_value_env()");
+  }
 
  private:
-  LoggingFacade m_running;
+  ExpectingFunction m_greet{"greet_somebody_politely",
+                            {IScript::VT_STRING, IScript::VT_INT},
+                            {{3, kLong}, {2, kOther, kLong}}};
+  ExpectingFunction m_nothing{"nothing", {}, {{}}};
+  ExpectingFunction m_more{
+      "more", {IScript::VT_STRING}, {{0, "a\xE4\xBD\xA0<b>"}, {}, {0, kOther, kLong}, {}}};
+  Engine m_engine{{&m_greet, &m_nothing, &m_more}};
 };
 
 // The document is changed by each save; what it does not need any more is given back.
@@ -100,8 +115,79 @@ std::string text_of(const char* name) {
 
 }  // namespace
 
+namespace {
+
+// So many that the tables of both kinds grow under way; those that were set keep their values.
+void set_many_values() {
+  constexpr int kMany = 80;
+  int env = 0;
+  const auto name_of = [](int i) { return "variable number " + std::to_string(i); };
+  std::vector<std::string> names;
+  for (int i = 0; i < kMany; ++i) {
+    names.push_back(name_of(i));
+  }
+  std::int32_t set = 0;
+  const auto restart = [&] {
+    set = 0;
+    script().release();
+    expect(ec::succeeded(script().init()), "init()");
+  };
+  restart();
+  fail_each_allocation(
+      "set_value and set_value_env of many",
+      [&] {
+        for (set = 0; set < kMany; ++set) {
+          const char* const name = names[static_cast<std::size_t>(set)].c_str();
+          if (ec::failed(script().set_value(name, IScript::VT_INT, &set)) ||
+              ec::failed(script().set_value_env(name, IScript::VT_INT, &set, &env))) {
+            return Outcome::kNoMemory;
+          }
+        }
+        return Outcome::kDone;
+      },
+      [&](Outcome) {
+        for (std::int32_t i = 0; i < set; ++i) {
+          const char* const name = names[static_cast<std::size_t>(i)].c_str();
+          std::int32_t global = -1;
+          std::int32_t own = -1;
+          script().get_value(name, IScript::VT_INT, &global);
+          script().get_value_env(name, IScript::VT_INT, &own, &env);
+          expect(global == i && own == i, "a value that was set is wrong");
+        }
+        restart();
+      });
+}
+
+void set_in_many_environments() {
+  constexpr std::size_t kMany = 60;
+  char envs[kMany];
+  const std::int32_t number = 17;
+  std::size_t set = 0;
+  fail_each_allocation(
+      "set_value_env in many environments",
+      [&] {
+        for (set = 0; set < kMany; ++set) {
+          if (ec::failed(script().set_value_env("x", IScript::VT_INT, &number, &envs[set]))) {
+            return Outcome::kNoMemory;
+          }
+        }
+        return Outcome::kDone;
+      },
+      [&](Outcome) {
+        for (std::size_t i = 0; i < kMany; ++i) {
+          std::int32_t value = 0;
+          script().get_value_env("x", IScript::VT_INT, &value, &envs[i]);
+          expect(value == (i < set ? number : 0), "the value is wrong");
+        }
+        script().release();
+        expect(ec::succeeded(script().init()), "init()");
+      });
+}
+
+}  // namespace
+
 void script_values() {
-  const Engine engine;
+  const Engine engine({});
   int env = 0;
   const std::int32_t number = 17;
   for (const bool replaced : {false, true}) {
@@ -208,6 +294,8 @@ void script_values() {
         expect(script().rm_value(kLong.c_str()) == ec::SCRIPT_NOT_FOUND, "it is still there");
         restore();
       });
+  set_many_values();
+  set_in_many_environments();
   fail_each_allocation(
       "rm_value of a missing one",
       [] {
@@ -217,70 +305,95 @@ void script_values() {
       [](Outcome) {});
 }
 
-void script_load() {
-  Engine engine;
-  const ScriptFile file(kScript);
-  fail_each_allocation(
-      "expand_syntax",
-      [&] { return script().expand_syntax(&engine.m_greet) ? Outcome::kDone : Outcome::kNoMemory; },
-      [&](Outcome) { engine.restart(); });
-  fail_each_allocation(
-      "load_script",
-      [&] { return outcome_of_script(script().load_script(file.path()), ec::SCRIPT_E_LOAD); },
-      [&](Outcome outcome) {
-        if (outcome == Outcome::kDone) {
-          expect(text_of(kLong.c_str()) == "\xE4\xBD\xA0\xE5\xA5\xBD", "a variable is wrong");
-          expect(ec::succeeded(script().exec_scommad("all", nullptr)), "running it");
-        }
-        expect(file.text() == kScript, "the file has changed");
-        engine.restart();
-      });
-}
+namespace {
 
-void script_exec() {
-  Engine engine;
+// What a load that failed has left may be run: calls come as they must, if they come.
+void load_on_top() {
+  Host host;
   const ScriptFile file(kScript);
-  int env = 0;
+  const ScriptFile more(script_on_top());
   const auto load = [&] {
-    engine.restart();
+    host.restart();
     expect(ec::succeeded(script().load_script(file.path())), "load_script()");
+    host.set_friend();
   };
   load();
-  fail_in_vain(
-      "release", [] { script().release(); },
-      [&] {
-        expect(script().rm_value("count") == ec::SCRIPT_NOT_FOUND, "a variable is still there");
-        expect(ec::succeeded(script().init()), "init()");
-        load();
-      });
-  fail_in_vain(
-      "execute", [&] { expect(script().execute(&env) == ec::SCRIPT_OK, "the code"); }, [] {});
-  expect(ec::succeeded(script().set_value_env("friend", IScript::VT_STRING, &kLong, &env)), "set");
   fail_each_allocation(
-      "exec_scommad", [&] { return outcome_of_script(script().exec_scommad("all", &env)); },
+      "load_script on top",
+      [&] { return outcome_of_script(script().load_script(more.path()), ec::SCRIPT_E_LOAD); },
       [&](Outcome outcome) {
-        // The calls before the one that had no memory were made.
-        expect(engine.m_greet.calls <= 2 && engine.m_nothing.calls <= 1, "too many calls");
-        expect(outcome == Outcome::kNoMemory ||
-                   (engine.m_greet.calls == 2 && engine.m_nothing.calls == 1),
-               "calls are missing");
-        engine.m_greet.calls = 0;
-        engine.m_nothing.calls = 0;
+        expect(host.run(), "a section that was there");
+        expect(host.run_more() || outcome == Outcome::kNoMemory, "calls are missing");
+        expect(text_of(kLong.c_str()) == "\xE4\xBD\xA0\xE5\xA5\xBD", "a variable that was there");
+        if (outcome == Outcome::kDone) {
+          std::int32_t number = 0;
+          script().get_value("from_dtd", IScript::VT_INT, &number);
+          expect(number == 5, "a variable is wrong");
+          expect(text_of("\xE4\xBD\xA0") == "\xE4\xBD\xA0\n", "a variable is wrong");
+        }
+        load();
       });
 }
 
-void script_save() {
-  Engine engine;
-  const ScriptFile file(kScript);
+void register_functions() {
+  const Host host;
+  ExpectingFunction function(kLong, {IScript::VT_INT, IScript::VT_STRING}, {});
+  const auto restart = [] {
+    script().release();
+    expect(ec::succeeded(script().init()), "init()");
+  };
+  fail_each_allocation(
+      "expand_syntax",
+      [&] { return script().expand_syntax(&function) ? Outcome::kDone : Outcome::kNoMemory; },
+      [&](Outcome) { restart(); });
+  fail_each_allocation(
+      "expand_syntax, many times",
+      [&] {
+        for (int i = 0; i < 100; ++i) {
+          if (!script().expand_syntax(&function)) {
+            return Outcome::kNoMemory;
+          }
+        }
+        return Outcome::kDone;
+      },
+      [&](Outcome) { restart(); });
+}
+
+}  // namespace
+
+void script_load() {
+  register_functions();
+  {
+    Host host;
+    const ScriptFile file(kScript);
+    fail_each_allocation(
+        "load_script",
+        [&] { return outcome_of_script(script().load_script(file.path()), ec::SCRIPT_E_LOAD); },
+        [&](Outcome outcome) {
+          host.set_friend();
+          expect(host.run() || outcome == Outcome::kNoMemory, "calls are missing");
+          expect(
+              outcome == Outcome::kNoMemory || text_of(kLong.c_str()) == "\xE4\xBD\xA0\xE5\xA5\xBD",
+              "a variable is wrong");
+          expect(file.text() == kScript, "the file has changed");
+          host.restart();
+        });
+  }
+  load_on_top();
+}
+
+namespace {
+
+void save_first(Host& host, const ScriptFile& file) {
   // What the XML library forgets when it has no memory is freed with its document.
   const auto load = [&] {
-    engine.restart();
+    host.restart();
     expect(ec::succeeded(script().load_script(file.path())), "load_script()");
     expect(ec::succeeded(script().set_value("more", IScript::VT_STRING, &kOther)), "set_value()");
   };
   load();
   fail_each_allocation(
-      "save_script",
+      "save_script after loading",
       [] { return outcome_of_script(script().save_script(), ec::SCRIPT_E_SAVE_XML); },
       [&](Outcome outcome) {
         const std::string text = file.text();
@@ -295,6 +408,61 @@ void script_save() {
         expect(std::distance(std::filesystem::directory_iterator(file.directory()), {}) == 1,
                "a stray file");
       });
+}
+
+// The document has been changed and saved before; what it holds then is what is saved next.
+void save_again(Host& host, const ScriptFile& file) {
+  std::string saved;
+  const auto load_and_save = [&] {
+    test::write_file(file.path(), kScript);
+    host.restart();
+    expect(ec::succeeded(script().load_script(file.path())), "load_script()");
+    expect(ec::succeeded(script().set_value("more", IScript::VT_STRING, &kLong)), "set_value()");
+    expect(ec::succeeded(script().save_script()), "save_script()");
+    saved = file.text();
+    expect(ec::succeeded(script().set_value("more", IScript::VT_STRING, &kOther)), "set_value()");
+    expect(ec::succeeded(script().rm_value("count")), "rm_value()");
+  };
+  load_and_save();
+  fail_each_allocation(
+      "save_script again",
+      [] { return outcome_of_script(script().save_script(), ec::SCRIPT_E_SAVE_XML); },
+      [&](Outcome outcome) {
+        expect(outcome == Outcome::kDone || file.text() == saved, "the file has changed");
+        expect(ec::succeeded(script().save_script()), "the next save");
+        const std::string text = file.text();
+        expect(text.find("value=\"" + kOther) != std::string::npos &&
+                   text.find("\"count\"") == std::string::npos &&
+                   text.find("<Data>") == text.rfind("<Data>"),
+               "the file is not what the variables are");
+        load_and_save();
+      });
+}
+
+// Of a script that could not be loaded there is nothing to save, with or without memory.
+void save_nothing(Host& host) {
+  const ScriptFile damaged("<korvid>");
+  expect(script().load_script(damaged.path()) == ec::SCRIPT_E_LOAD, "load_script()");
+  expect(ec::succeeded(script().set_value("more", IScript::VT_STRING, &kOther)), "set_value()");
+  fail_each_allocation(
+      "save_script without a document",
+      [] {
+        const ec::EC code = script().save_script();
+        expect(code == ec::SCRIPT_E_FORMAT || code == ec::SCRIPT_NO_MEMORY, "the code");
+        return Outcome::kDone;
+      },
+      [&](Outcome) { expect(damaged.text() == "<korvid>", "the file has changed"); });
+  host.restart();
+}
+
+}  // namespace
+
+void script_save() {
+  Host host;
+  save_nothing(host);
+  const ScriptFile file(kScript);
+  save_first(host, file);
+  save_again(host, file);
   begin_step("many saves", "no fault");
   expect_many_saves_to_keep_memory();
 }
