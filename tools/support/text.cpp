@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <string_view>
 
 #include "support/charset.h"
 
@@ -15,8 +16,9 @@ typedef unsigned char Byte;
 bool is_ascii(char byte) { return static_cast<Byte>(byte) < 0x80; }
 
 // The length of the UTF-8 character at `at`, 0 when there is none.
-std::size_t utf8_length(const std::string& text, std::size_t at) {
-  const Byte lead = static_cast<Byte>(text[at]);
+std::size_t utf8_length(std::string_view text, std::size_t at) {
+  const auto byte = [&](std::size_t index) { return static_cast<Byte>(text[at + index]); };
+  const Byte lead = byte(0);
   const std::size_t length = lead < 0x80                   ? 1
                              : lead >= 0xC2 && lead < 0xE0 ? 2
                              : lead >= 0xE0 && lead < 0xF0 ? 3
@@ -25,15 +27,20 @@ std::size_t utf8_length(const std::string& text, std::size_t at) {
   if (length == 0 || text.size() - at < length) {
     return 0;
   }
-  const auto is_continuation = [](char byte) { return (static_cast<Byte>(byte) & 0xC0) == 0x80; };
-  const auto first = text.begin() + static_cast<std::ptrdiff_t>(at);
-  return std::all_of(first + 1, first + static_cast<std::ptrdiff_t>(length), is_continuation)
-             ? length
-             : 0;
+  for (std::size_t i = 1; i < length; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) {
+      return 0;
+    }
+  }
+  const bool is_longer_than_needed =
+      (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
+  const bool is_half_or_beyond =
+      (lead == 0xED && byte(1) >= 0xA0) || (lead == 0xF4 && byte(1) >= 0x90);
+  return is_longer_than_needed || is_half_or_beyond ? 0 : length;
 }
 
 // True when [from, to) is UTF-8 whose characters have `shortest` bytes or more.
-bool is_utf8(const std::string& text, std::size_t from, std::size_t to, std::size_t shortest) {
+bool is_utf8(std::string_view text, std::size_t from, std::size_t to, std::size_t shortest) {
   while (from < to) {
     const std::size_t length = utf8_length(text, from);
     if (length < shortest) {
@@ -42,6 +49,24 @@ bool is_utf8(const std::string& text, std::size_t from, std::size_t to, std::siz
     from += length;
   }
   return true;
+}
+
+// One character of UTF-8.
+bool is_control(std::string_view character) {
+  const Byte last = static_cast<Byte>(character.back());
+  return character.size() == 1 ? last < 0x20 || last == 0x7F
+                               : character.size() == 2 && character[0] == '\xC2' && last < 0xA0;
+}
+
+// A control character, or a byte that is no character.
+std::string escape(std::string_view character) {
+  if (character == "\n" || character == "\t") {
+    return character == "\n" ? "\\n" : "\\t";
+  }
+  char text[8];
+  std::snprintf(text, sizeof text, character.size() == 1 ? "\\x%02x" : "\\u%04x",
+                static_cast<Byte>(character.back()));
+  return text;
 }
 
 }  // namespace
@@ -54,24 +79,37 @@ std::string joined(const std::vector<std::string>& texts) {
   return all;
 }
 
-std::string quoted(const std::string& text) {
-  std::string all = "\"";
+std::string escaped(std::string_view text, std::string_view kept) {
+  std::string all;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = utf8_length(text, at);
+    const std::string_view character = text.substr(at, std::max<std::size_t>(length, 1));
+    const bool is_kept = length == 1 && kept.find(character[0]) != kept.npos;
+    if (is_kept || (length != 0 && !is_control(character))) {
+      all += character;
+    } else {
+      all += escape(character);
+    }
+    at += character.size();
+  }
+  return all;
+}
+
+std::string quoted(std::string_view text) {
+  std::string all;
   for (const char byte : text) {
     if (byte == '"' || byte == '\\') {
-      all += {'\\', byte};
-    } else if (byte == '\n') {
-      all += "\\n";
-    } else if (byte == '\t') {
-      all += "\\t";
-    } else if (static_cast<Byte>(byte) < 0x20 || byte == 0x7F) {
-      char escape[5];
-      std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned int>(byte));
-      all += escape;
-    } else {
-      all += byte;
+      all += '\\';
     }
+    all += byte;
   }
-  return all + "\"";
+  return '"' + escaped(all) + '"';
+}
+
+std::string shown_name(const std::string& name) {
+  const std::string in_quotes = quoted(name);
+  const bool is_plain = !name.empty() && in_quotes.size() == name.size() + 2;
+  return is_plain ? name : in_quotes;
 }
 
 std::string described(ec::EC code) {

@@ -3,6 +3,7 @@
 #define TOOLS_SUPPORT_TEXT_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fwbase/ec.h>
@@ -12,8 +13,17 @@ namespace tools {
 /// "a, b, c"
 std::string joined(const std::vector<std::string>& texts);
 
-/// In double quotes, on one line: control characters, quotes and backslashes are escaped as in C.
-std::string quoted(const std::string& text);
+/// Foreign text as a terminal may have it: control characters (below 0x20, 0x7F, and U+0080 to
+/// U+009F) and bytes that are not UTF-8 are escaped as \n, \t, \x1b and \u009b. All other
+/// characters stay, backslashes too, so that escaping twice does no harm.
+/// kept   control characters below 0x20 that stay
+std::string escaped(std::string_view text, std::string_view kept = {});
+
+/// In double quotes, escaped, and with a backslash before quotes and backslashes.
+std::string quoted(std::string_view text);
+
+/// A name as lists show it: quoted() if it is empty or something in it must be escaped.
+std::string shown_name(const std::string& name);
 
 /// "SCRIPT_E_LOAD (0x0008000f): the script document could not be loaded"
 std::string described(ec::EC code);
