@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Prints CHANGELOG.md as the change log of Debian packages: each "## VERSION - DATE" with its list.
+# A version that is "unreleased" has the time of the build, which is SOURCE_DATE_EPOCH if that is set.
 #
 # usage: debian_changelog.sh CHANGELOG MAINTAINER
 set -euo pipefail
@@ -22,6 +23,7 @@ while IFS= read -r line; do
     '## '*)
       end_version
       read -r _ version _ date <<<"$line"
+      [ "$date" != unreleased ] || date=${SOURCE_DATE_EPOCH:+@}${SOURCE_DATE_EPOCH:-now}
       printf 'fwbase (%s-1) unstable; urgency=medium\n\n' "$version"
       ;;
     '- '*)
