@@ -47,6 +47,33 @@ TEST(FwmodUsage, WrongUsageIsStatus2AndPointsToHelp) {
   }
 }
 
+TEST(FwmodUsage, ControlCharactersAreEscaped) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string out;
+    std::string err;
+  } kCases[] = {
+      {{"./a\x1B[2J.so"}, "./a\\x1b[2J.so: no such file\n", ""},
+      {{"a\u009B\n.so"},
+       "a\\u009b\\n.so: no such file beside fwmod, among the installed modules or in the loader's "
+       "search path; write ./a\\u009b\\n.so for one in the working directory\n",
+       ""},
+      {{fault("sound_module") + ":f\x9B"},
+       fault("sound_module") + ": no creation function f\\x9b(); it exports create_module, "
+                               "create_second\n",
+       ""},
+      {{"a\x07.so:"},
+       "",
+       "fwmod: PATH: 'a\\x07.so:' is not PATH[:FUNCTION][=ARGUMENT]\n"
+       "fwmod: fwmod --help shows the options\n"},
+  };
+  for (const auto& one : kCases) {
+    const ProgramResult result = run_fwmod(one.arguments);
+    EXPECT_EQ(result.out, one.out);
+    EXPECT_EQ(result.err, one.err);
+  }
+}
+
 TEST(FwmodUsage, ResultThatCannotBeWrittenIsStatus2) {
   const struct {
     Stdout standard_output;
