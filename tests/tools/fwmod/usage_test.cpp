@@ -9,7 +9,8 @@ TEST(FwmodUsage, HelpNamesEveryOptionAndStatus) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   for (const char* const text :
-       {"PATH[:FUNCTION][=ARGUMENT]", "--exercise", "--timeout SECONDS", "--help", "--version",
+       {"PATH[:FUNCTION][=ARGUMENT]", "no sandbox against malice", "--exercise",
+        "--timeout SECONDS", "--help", "--version",
         "Exit status: 0 sound; 1 faulty; 2 wrong usage, or the check cannot be made;\n"
         "3 sound, but the module left something behind: so does every module with script "
         "functions."}) {
