@@ -14,6 +14,7 @@
 #include <fwbase/module.h>
 
 #include "command_line.h"
+#include "console.h"
 #include "server.h"
 
 namespace {
@@ -75,8 +76,10 @@ std::string parse(int argc, char** argv, Options& options) {
   return options.module.empty() ? "option --module is missing" : "";
 }
 
+void complain(const std::string& message) { session_server::complain("session_server", message); }
+
 int failed(const std::string& what) {
-  std::fprintf(stderr, "session_server: %s\n", what.c_str());
+  complain(what);
   return kFailed;
 }
 
@@ -206,7 +209,7 @@ int main(int argc, char** argv) {
   Options options;
   const std::string problem = parse(argc, argv, options);
   if (!problem.empty()) {
-    std::fprintf(stderr, "session_server: %s; --help lists the options\n", problem.c_str());
+    complain(problem + "; --help lists the options");
     return kBadUsage;
   }
   if (options.help) {
