@@ -39,6 +39,7 @@ Serves sessions on the loopback interface until SIGTERM or SIGINT.
   --threads N          threads that run scripts (as many as processors)
   --max-sessions N     more clients wait until a session ends (2000, or as many as the limit of
                        descriptors allows)
+  --idle-seconds N     how long a client may send no line (300)
   --stall-seconds N    how long a client may leave its replies untaken (30)
   --help               this text
 )";
@@ -65,6 +66,7 @@ std::string parse(int argc, char** argv, Options& options) {
   line.number("--port", options.server.port, 0, 65535);
   line.number("--threads", options.server.threads, 1, 256);
   line.number("--max-sessions", options.max_sessions, 1, 1000000);
+  line.number("--idle-seconds", options.server.idle_seconds, 1, 86400);
   line.number("--stall-seconds", options.server.stall_seconds, 1, 3600);
   std::string problem = line.parse(argc, argv);
   if (!problem.empty() || options.help) {

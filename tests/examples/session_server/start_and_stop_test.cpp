@@ -63,6 +63,7 @@ TEST(SessionServerOptions, AreRefusedWithStatus2AndOneLine) {
       {{"--port", "80x"}, "option --port needs a number from 0 to 65535, not '80x'"},
       {{"--port", ""}, "option --port needs a number from 0 to 65535, not ''"},
       {{"--threads", "0"}, "option --threads needs a number from 1 to 256, not '0'"},
+      {{"--idle-seconds", "0"}, "option --idle-seconds needs a number from 1 to 86400, not '0'"},
       {{"\x1B[2J\x9B\u009B"}, "unknown option '\\x1b[2J\\x9b\\xc2\\x9b'"},
   };
   for (const Case& c : cases) {
