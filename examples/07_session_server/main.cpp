@@ -14,6 +14,7 @@
 #include <fwbase/module.h>
 
 #include "command_line.h"
+#include "console.h"
 #include "server.h"
 
 namespace {
@@ -38,6 +39,7 @@ Serves sessions on the loopback interface until SIGTERM or SIGINT.
   --threads N          threads that run scripts (as many as processors)
   --max-sessions N     more clients wait until a session ends (2000, or as many as the limit of
                        descriptors allows)
+  --idle-seconds N     how long a client may send no line (300)
   --stall-seconds N    how long a client may leave its replies untaken (30)
   --help               this text
 )";
@@ -64,6 +66,7 @@ std::string parse(int argc, char** argv, Options& options) {
   line.number("--port", options.server.port, 0, 65535);
   line.number("--threads", options.server.threads, 1, 256);
   line.number("--max-sessions", options.max_sessions, 1, 1000000);
+  line.number("--idle-seconds", options.server.idle_seconds, 1, 86400);
   line.number("--stall-seconds", options.server.stall_seconds, 1, 3600);
   std::string problem = line.parse(argc, argv);
   if (!problem.empty() || options.help) {
@@ -75,8 +78,10 @@ std::string parse(int argc, char** argv, Options& options) {
   return options.module.empty() ? "option --module is missing" : "";
 }
 
+void complain(const std::string& message) { session_server::complain("session_server", message); }
+
 int failed(const std::string& what) {
-  std::fprintf(stderr, "session_server: %s\n", what.c_str());
+  complain(what);
   return kFailed;
 }
 
@@ -206,7 +211,7 @@ int main(int argc, char** argv) {
   Options options;
   const std::string problem = parse(argc, argv, options);
   if (!problem.empty()) {
-    std::fprintf(stderr, "session_server: %s; --help lists the options\n", problem.c_str());
+    complain(problem + "; --help lists the options");
     return kBadUsage;
   }
   if (options.help) {

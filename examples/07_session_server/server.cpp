@@ -257,29 +257,42 @@ void Server::wait_for(Session& session, Session::Wait wait) {
   }
 }
 
-// A client that takes nothing of its replies for too long loses them, and so does one that does
-// not close its end of a session that is over.
 int Server::handle_timeout(const ACE_Time_Value&, const void*) {
   take_back();  // should a notification have failed
   for (Sessions::value_type& entry : m_sessions) {
     if (overdue(entry)) {
-      Session& session = *entry.first;
-      if (entry.second.wait == Session::Wait::kOutput) {
-        FWBASE_LOG(WARN, "session %llu dropped: its client does not read", session.number());
-      }
-      m_reactor.remove_handler(&session, ALL_EVENTS_MASK | kNoUpcall);
-      session.drop();
-      pass_on(entry);
+      end_overdue(entry);
     }
   }
   listen_again();
   return 0;
 }
 
+// A client that sends no line for too long makes room for others. One that takes nothing of its
+// replies for too long loses them, and so does one that does not close its end of a session that
+// is over.
+void Server::end_overdue(Sessions::value_type& entry) {
+  Session& session = *entry.first;
+  m_reactor.remove_handler(&session, ALL_EVENTS_MASK | kNoUpcall);
+  if (entry.second.wait == Session::Wait::kInput) {
+    FWBASE_LOG(WARN, "session %llu ended: its client has sent no line for %d s", session.number(),
+               m_settings.idle_seconds);
+    session.end_input();
+  } else {
+    if (entry.second.wait == Session::Wait::kOutput) {
+      FWBASE_LOG(WARN, "session %llu dropped: its client does not read", session.number());
+    }
+    session.drop();
+  }
+  pass_on(entry);
+}
+
 bool Server::overdue(const Sessions::value_type& entry) const {
   const Clock::time_point now = Clock::now();
   const bool stop_limit = m_stopping && now - m_stop_time > kStopLimit;
   switch (entry.second.wait) {
+    case Session::Wait::kInput:
+      return now - entry.first->last_line() > std::chrono::seconds(m_settings.idle_seconds);
     case Session::Wait::kOutput:
       return stop_limit ||
              now - entry.second.since > std::chrono::seconds(m_settings.stall_seconds);

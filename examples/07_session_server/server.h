@@ -37,6 +37,7 @@ class Server : public ACE_Event_Handler {
     int port = 0;  ///< 0: the system chooses
     int threads = 2;
     int max_sessions = 2000;  ///< more clients wait in the listening socket's queue
+    int idle_seconds = 300;   ///< how long a client may send no line
     int stall_seconds = 30;   ///< how long a client may leave its replies untaken
   };
 
@@ -94,6 +95,7 @@ class Server : public ACE_Event_Handler {
   bool handle_events();
   void stop();
   bool overdue(const Sessions::value_type& entry) const;
+  void end_overdue(Sessions::value_type& entry);
 
   const Settings m_settings;
   fwbase::IMM::IFactory& m_factory;

@@ -79,7 +79,8 @@ ec::EC Session::init(void* connection) {
   m_handle = given.handle;
   m_number = given.number;
   m_stage = Stage::kNew;
-  m_lines_left = m_skipping = m_quitting = m_input_ended = m_failed = false;
+  m_last_line = std::chrono::steady_clock::now();
+  m_lines_left = m_skipping = m_quitting = m_expired = m_input_ended = m_failed = false;
   values = 0;
   clear(*m_input);
   clear(*m_output);
@@ -147,8 +148,8 @@ Session::Wait Session::work() {
 // A client that does not take its replies is not read from either, so that what is kept for it
 // never exceeds the two blocks.
 Session::Wait Session::serve() {
-  const bool stopping = m_server->stopping();
-  if (!m_failed && !m_lines_left && !m_input_ended && !stopping) {
+  const bool reading = !m_input_ended && !m_expired && !m_server->stopping();
+  if (!m_failed && !m_lines_left && reading) {
     receive();
   }
   m_lines_left = !m_failed && !m_quitting && answer_lines();
@@ -160,7 +161,7 @@ Session::Wait Session::serve() {
     if (m_lines_left) {
       return Wait::kTurn;
     }
-    if (!m_input_ended && !stopping) {
+    if (reading && !m_input_ended) {
       return Wait::kInput;
     }
   }
@@ -261,6 +262,7 @@ Session::Line Session::next_line(std::string& line, const char*& refusal) {
 }
 
 void Session::answer(Line kind, const std::string& line, const char* refusal) {
+  m_last_line = std::chrono::steady_clock::now();
   const bool refused = kind == Line::kRefused;
   const std::string value = refused ? std::string(refusal) : line;
   const ec::EC result = IFWBase::instance()->script()->set_value_env(

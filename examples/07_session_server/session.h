@@ -2,6 +2,7 @@
 #ifndef SESSION_SERVER_SESSION_H
 #define SESSION_SERVER_SESSION_H
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -54,7 +55,14 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
   /// Goes on as far as possible without waiting; a worker calls it.
   Wait work();
 
-  /// Has work() end the session without sending anything more. The reactor's thread, as owner.
+  /// When the client's last line was answered, or the session began. The reactor's thread, as
+  /// owner, like the next two.
+  std::chrono::steady_clock::time_point last_line() const { return m_last_line; }
+
+  /// Has work() end the session as if its client had sent all that it wants to.
+  void end_input() { m_expired = true; }
+
+  /// Has work() end the session without sending anything more.
   void drop() { m_failed = true; }
 
   /// The key of the session's environments.
@@ -97,10 +105,12 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
   Server* m_server = nullptr;
   ACE_HANDLE m_handle = ACE_INVALID_HANDLE;
   unsigned long long m_number = 0;
+  std::chrono::steady_clock::time_point m_last_line;
   Stage m_stage = Stage::kNew;
   bool m_lines_left = false;   ///< a worker stopped before it had answered all
   bool m_skipping = false;     ///< inside a line that was refused for its length
   bool m_quitting = false;     ///< no more lines
+  bool m_expired = false;      ///< nothing more is read
   bool m_input_ended = false;  ///< the client has closed its side
   bool m_failed = false;       ///< the connection is of no use any more
 

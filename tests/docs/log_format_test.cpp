@@ -3,11 +3,15 @@
 #include <fwbase/fwbase.h>
 #include <fwbase/module.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 
 #include "tests/docs/abnf.h"
 #include "tests/docs/markdown.h"
@@ -113,6 +117,57 @@ void expect_details(const AbnfMatch& record, unsigned int details) {
     EXPECT_EQ(record.at("tid"), " tid:" + id);
   }
 }
+
+/// A command of the page that goes on until this object is destroyed.
+class Running {
+ public:
+  Running(const std::string& command, const std::string& directory) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+      throw std::runtime_error("no pipe");
+    }
+    m_shell = fork();
+    if (m_shell == 0) {
+      setpgid(0, 0);
+      dup2(ends[1], STDOUT_FILENO);
+      close(ends[0]);
+      close(ends[1]);
+      if (chdir(directory.c_str()) == 0) {
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+      }
+      _exit(127);
+    }
+    setpgid(m_shell, m_shell);
+    close(ends[1]);
+    m_output = ends[0];
+  }
+  ~Running() {
+    kill(-m_shell, SIGKILL);
+    waitpid(m_shell, nullptr, 0);
+    close(m_output);
+  }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+  /// Waits for this line. False when the output ends before.
+  bool shows(const std::string& wanted) const {
+    std::string line;
+    for (char byte = 0; read(m_output, &byte, 1) == 1;) {
+      if (byte != '\n') {
+        line += byte;
+      } else if (line == wanted) {
+        return true;
+      } else {
+        line.clear();
+      }
+    }
+    return false;
+  }
+
+ private:
+  pid_t m_shell = -1;
+  int m_output = -1;
+};
 
 struct Host {
   void log_and_trace() {
@@ -276,4 +331,17 @@ TEST_F(LogFormatPage, ThePagesCommandPrintsAllFilesInOrder) {
     order += text.substr(message, text.find(' ', message) + 1 - message);
   }
   EXPECT_EQ(order, "2 3 4 5 6 ") << "four backups and the present file; the oldest two are lost";
+}
+
+TEST_F(LogFormatPage, ThePagesCommandFollowsTheLog) {
+  const std::string path = m_directory.path("host.log");
+  log().write(IRunLog::ERROR, "\xCE\xC4\xBC\xFE 1", nullptr);
+  const Running follower(page().section("Encoding").blocks("sh").at(0), m_directory.path());
+  EXPECT_TRUE(follower.shows(" >\xE6\x96\x87\xE4\xBB\xB6 1"));
+  log().write(IRunLog::ERROR, "half a character \xCE", nullptr);
+  EXPECT_TRUE(follower.shows(" >half a character "));
+  std::filesystem::rename(path, path + ".bak.0");  // as a rotation does
+  EXPECT_EQ(log().file(path.c_str()), ec::LOG_OK);
+  log().write(IRunLog::ERROR, "\xCE\xC4\xBC\xFE \\n 2", nullptr);
+  EXPECT_TRUE(follower.shows(" >\xE6\x96\x87\xE4\xBB\xB6 \\n 2"));
 }

@@ -12,6 +12,7 @@
 #include "inspection.h"
 #include "report.h"
 #include "support/module_path.h"
+#include "support/text.h"
 
 namespace fwmod {
 
@@ -78,15 +79,18 @@ std::string soundness(const Report& report, const Options& options) {
          " created, initialised and released; nothing left behind";
 }
 
+// Names and texts are those of files and libraries: none of them acts on a terminal.
+std::string line(const std::string& text) { return tools::escaped(text) + "\n"; }
+
 template <typename Texts>
 std::string lines_of(const Texts& texts, const std::string& prefix) {
   const std::vector<std::string> all = texts.get();
   std::string lines;
   for (const std::string& text : all) {
-    lines += "  " + prefix + text + "\n";
+    lines += line("  " + prefix + text);
   }
   if (texts.count() > all.size()) {
-    lines += "  " + prefix + "and " + std::to_string(texts.count() - all.size()) + " more\n";
+    lines += line("  " + prefix + "and " + std::to_string(texts.count() - all.size()) + " more");
   }
   return lines;
 }
@@ -96,13 +100,13 @@ Status tell(const std::string& name, const Report& report, const Ending& ending,
   const std::string logged = lines_of(report.logged, "logged: ");
   const std::string fault = fault_of(report, ending, options);
   if (!fault.empty()) {
-    return write_out(name + ": " + fault + "\n" + logged, kFaulty);
+    return write_out(line(name + ": " + fault) + logged, kFaulty);
   }
   const std::string left = lines_of(report.left, "");
   if (!left.empty()) {
-    return write_out(name + ": sound, but leaves behind:\n" + left + logged, kLeavesThings);
+    return write_out(line(name + ": sound, but leaves behind:") + left + logged, kLeavesThings);
   }
-  return write_out(name + ": " + soundness(report, options) + "\n" + logged, kSound);
+  return write_out(line(name + ": " + soundness(report, options)) + logged, kSound);
 }
 
 }  // namespace
@@ -114,7 +118,7 @@ Status check(const Options& options) {
   if (is_one_file) {
     const std::string fault = fault_of_file(name);
     if (!fault.empty()) {
-      return write_out(name + ": " + fault + "\n", kFaulty);
+      return write_out(line(name + ": " + fault), kFaulty);
     }
   }
   const ReportMemory memory;

@@ -17,14 +17,18 @@ struct Ending {
 /// The descriptor by which the child has what its parent shares with it.
 constexpr int kSharedDescriptor = 3;
 
-/// Runs this program anew, with other arguments, to its end, and not longer than `limit`. It gets
-/// `shared` as kSharedDescriptor, nothing on standard input, and what it writes to standard output
-/// goes to standard error. It is the first of a process group of its own; what is left of that
-/// group at the end is killed, and nothing but the child's end is waited for.
-/// Throws std::system_error when it cannot be started.
+/// Runs this program anew to its end, and not longer than `limit`, with these arguments; behind the
+/// first one goes the number for end_with_parent(). The child gets `shared` as kSharedDescriptor,
+/// nothing on standard input, and what it writes to standard output goes to standard error. It is
+/// the first of a process group of its own.
+///
+/// When it has ended, all processes that it has started, and those that they have, are killed, and
+/// their ends waited for. That is so, too, when this process is ended meanwhile, by whatever
+/// signal. Only what runs with rights that this process lacks is left. Throws std::system_error
+/// when it cannot be started or watched.
 Ending run_self(const std::vector<std::string>& arguments, int shared, std::chrono::seconds limit);
 
-/// In the child: makes it end with its parent, which had this process id.
+/// In the child: makes it end with the process that started it, which had this process id.
 void end_with_parent(int parent);
 
 }  // namespace fwmod

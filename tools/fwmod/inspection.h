@@ -15,7 +15,7 @@ struct Request {
   bool exercise = false;
 };
 
-/// The arguments that make this program such a process.
+/// The arguments that make this program such a process, as run_self() takes them.
 std::vector<std::string> inspection_arguments(const Request& request);
 
 /// Whether these are such arguments.

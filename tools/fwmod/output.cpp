@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/text.h"
+
 namespace fwmod {
 
 Status write_out(const std::string& text, Status status) {
@@ -15,7 +17,7 @@ Status write_out(const std::string& text, Status status) {
 }
 
 void complain(const std::string& message) {
-  const std::string line = "fwmod: " + message + "\n";
+  const std::string line = "fwmod: " + tools::escaped(message) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -17,7 +17,7 @@ enum Status : int {
 /// kNotChecked.
 Status write_out(const std::string& text, Status status);
 
-/// Writes "fwmod: ", `message` and the end of the line to standard error.
+/// Writes "fwmod: ", `message`, escaped, and the end of the line to standard error.
 void complain(const std::string& message);
 
 }  // namespace fwmod

@@ -8,6 +8,7 @@ namespace fwrun {
 
 using tools::joined;
 using tools::quoted;
+using tools::shown_name;
 
 namespace {
 
@@ -28,9 +29,9 @@ std::string call_line(const ScriptFile& script, const ScriptCall& call) {
     const Parameter* const declared = parameter(function, argument.tag);
     if (declared != nullptr || function == nullptr) {
       arguments.push_back(
-          argument.tag + "=" +
+          shown_name(argument.tag) + "=" +
           (argument.is_variable
-               ? "$" + argument.text
+               ? "$" + shown_name(argument.text)
                : literal(declared != nullptr ? declared->type : "string", argument.text)));
     }
   }
@@ -41,32 +42,33 @@ std::string call_line(const ScriptFile& script, const ScriptCall& call) {
 std::string function_line(const Function& function) {
   std::vector<std::string> parameters;
   for (const Parameter& one : function.parameters) {
-    parameters.push_back(one.tag + ": " + one.type +
+    parameters.push_back(shown_name(one.tag) + ": " + shown_name(one.type) +
                          (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
   }
-  return "  " + function.name + "(" + joined(parameters) + ")\n";
+  return "  " + shown_name(function.name) + "(" + joined(parameters) + ")\n";
 }
 
 }  // namespace
 
 std::string literal(const std::string& type, const std::string& value) {
-  return type == "int" ? value : quoted(value);
+  return type == "int" ? tools::escaped(value) : quoted(value);
 }
 
 std::string call_text(const std::string& function, const std::vector<std::string>& arguments,
                       const std::string& result) {
-  return function + "(" + joined(arguments) + ")" + (result.empty() ? "" : " -> " + result);
+  return shown_name(function) + "(" + joined(arguments) + ")" +
+         (result.empty() ? "" : " -> " + shown_name(result));
 }
 
 std::string variable_line(const std::string& name, const std::string& type,
                           const std::string& value) {
-  return "  " + name + ": " + type + " = " + literal(type, value) + "\n";
+  return "  " + shown_name(name) + ": " + shown_name(type) + " = " + literal(type, value) + "\n";
 }
 
 std::string listing(const ScriptFile& script) {
   std::string all = "sections:\n";
   for (const Section& section : script.sections) {
-    all += "  " + section.name + "\n";
+    all += "  " + shown_name(section.name) + "\n";
     for (const ScriptCall& call : section.calls) {
       all += call_line(script, call);
     }

@@ -1,4 +1,5 @@
-// --list: what a script holds, and the form in which values and calls are shown.
+// --list: what a script holds, and the form in which names, values and calls are shown. Names that
+// need it are in quotes, and nothing is shown unescaped.
 #ifndef FWRUN_LISTING_H
 #define FWRUN_LISTING_H
 

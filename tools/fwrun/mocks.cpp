@@ -45,7 +45,7 @@ class Mocks::Mock : public IScript::ISyntax {
     std::vector<std::string> arguments;
     for (std::size_t i = 0; i < m_types.size(); ++i) {
       const Parameter& parameter = m_declared.parameters[i];
-      arguments.push_back(parameter.tag + "=" +
+      arguments.push_back(tools::shown_name(parameter.tag) + "=" +
                           (m_types[i] == IScript::VT_INT
                                ? std::to_string(args[i].int_value)
                                : literal(parameter.type, args[i].string_value)));

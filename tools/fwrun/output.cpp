@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "support/text.h"
+
 namespace fwrun {
 
 bool write_text(const std::string& text) {
@@ -25,7 +27,7 @@ Status write_out(const std::string& text) {
 }
 
 void complain(const std::string& message) {
-  const std::string line = "fwrun: " + message + "\n";
+  const std::string line = "fwrun: " + tools::escaped(message) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -18,7 +18,7 @@ bool write_text(const std::string& text);
 /// The same; says on standard error what went wrong, and gives kFailed.
 Status write_out(const std::string& text);
 
-/// Writes "fwrun: ", `message` and the end of the line to standard error.
+/// Writes "fwrun: ", `message`, escaped, and the end of the line to standard error.
 void complain(const std::string& message);
 
 }  // namespace fwrun

@@ -135,7 +135,10 @@ bool read_script_file(const std::string& path, ScriptFile& script, std::string& 
   Document document;
   CElement root;
   if (document.xml().load(path) != 0 || document.xml().get_root_element(root) != 0) {
-    why = "it is not well-formed XML; xmllint --noout tells the line";
+    why =
+        "it is not well-formed XML (xmllint --noout tells the line), has more than the limits "
+        "allow, or refers to an entity of another file, which is not read: its text must stand "
+        "in the script";
     return false;
   }
   if (root.get_element_name() != "korvid") {

@@ -7,6 +7,7 @@
 #include <fwbase/ifwbase.h>
 
 #include "support/charset.h"
+#include "support/text.h"
 
 namespace fwstd {
 
@@ -30,7 +31,8 @@ ec::EC Call::give(const std::string& result) const {
 }
 
 ec::EC Call::fail(ec::EC code, const std::string& reason, const char* file, int line) const {
-  log(IRunLog::ERROR, std::string(m_function) + ": " + reason, file, line);
+  // Values that it quotes must not end the record, or begin another.
+  log(IRunLog::ERROR, std::string(m_function) + ": " + tools::escaped(reason), file, line);
   return code;
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "../command_line.h"
+#include "../console.h"
 #include "client.h"
 
 namespace {
@@ -39,6 +40,8 @@ every reply. Exit status 1 on any wrong reply.
   --timeout-seconds N  give up when nothing comes for so long (60)
   --help               this text
 )";
+
+void complain(const std::string& message) { session_server::complain("session_load", message); }
 
 struct Options {
   int port = 0;
@@ -193,7 +196,7 @@ bool Load::report() const {
     resets += client->reset() ? 1 : 0;
     unanswered += client->answered_all() || client->replies() > m_options.lines ? 0 : 1;
     if (!client->problem().empty() && ++wrong <= 5) {
-      std::fprintf(stderr, "session_load: %s\n", client->problem().c_str());
+      complain(client->problem());
     }
   }
   std::sort(latencies.begin(), latencies.end());
@@ -203,16 +206,16 @@ bool Load::report() const {
               static_cast<double>(percentile(latencies, 50)),
               static_cast<double>(percentile(latencies, 99)));
   if (wrong != 0) {
-    std::fprintf(stderr, "session_load: wrong replies in %d sessions\n", wrong);
+    complain("wrong replies in " + std::to_string(wrong) + " sessions");
   }
   if (resets != 0) {
-    std::fprintf(stderr, "session_load: %d connections were reset\n", resets);
+    complain(std::to_string(resets) + " connections were reset");
   }
   if (m_options.until_closed) {
     return wrong == 0;
   }
   if (unanswered != 0) {
-    std::fprintf(stderr, "session_load: %d sessions were closed early\n", unanswered);
+    complain(std::to_string(unanswered) + " sessions were closed early");
   }
   return wrong == 0 && unanswered == 0 && resets == 0;
 }
@@ -241,7 +244,7 @@ int main(int argc, char** argv) {
   Options options;
   const std::string problem = parse(argc, argv, options);
   if (!problem.empty()) {
-    std::fprintf(stderr, "session_load: %s; --help lists the options\n", problem.c_str());
+    complain(problem + "; --help lists the options");
     return kBadUsage;
   }
   if (options.help) {
@@ -257,7 +260,7 @@ int main(int argc, char** argv) {
     load.run();
     return load.report() ? 0 : kFailed;
   } catch (const std::runtime_error& error) {
-    std::fprintf(stderr, "session_load: %s\n", error.what());
+    complain(error.what());
     return kFailed;
   }
 }

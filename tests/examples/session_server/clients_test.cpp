@@ -1,9 +1,12 @@
-// Clients that end early, vanish, do not read, or are too many.
+// Clients that end early, vanish, do not read, send nothing, or are too many.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 
 #include "tests/examples/session_server/server_process.h"
+
+using namespace std::chrono_literals;
 
 using fwbase::test::ServerProcess;
 using fwbase::test::TestClient;
@@ -79,4 +82,48 @@ TEST(SessionServerClients, OneTooManyWaitsUntilASessionEnds) {
   EXPECT_EQ(third.line(), "hello 0");
   EXPECT_EQ(third.line(), "ok 1 waiting");
   EXPECT_EQ(first.ask("echo a"), "ok 1 a");
+}
+
+TEST(SessionServerClients, AnIdleOneIsEndedAndANewcomerHasItsPlace) {
+  ServerProcess server({"--max-sessions", "1", "--idle-seconds", "1", "--log-lines"});
+  TestClient idle(server);
+  EXPECT_EQ(idle.line(), "hello 0");
+  TestClient newcomer(server);
+  EXPECT_EQ(newcomer.line(), "hello 0");  // though the idle one does not even close
+  EXPECT_EQ(idle.line(), "(closed)");
+  newcomer.close();
+  EXPECT_EQ(server.stop(), 0);
+  const std::string log = server.log();
+  EXPECT_NE(log.find("session 1 ended: its client has sent no line for 1 s"), std::string::npos);
+  EXPECT_NE(log.find(" >session 1: closed after lines: 0"), std::string::npos);
+}
+
+TEST(SessionServerClients, OneThatSendsNoWholeLineIsIdle) {
+  const ServerProcess server({"--idle-seconds", "1"});
+  TestClient client(server);
+  EXPECT_EQ(client.line(), "hello 0");
+  int sent = 0;
+  while (!client.ends_within(100ms) && client.send("x")) {
+    ++sent;
+  }
+  EXPECT_GT(sent, 0);
+  EXPECT_LT(sent, 4096);  // where its line would be too long
+}
+
+TEST(SessionServerClients, OneThatSendsLinesIsNotIdleHoweverLongItStays) {
+  ServerProcess server({"--idle-seconds", "2"});
+  TestClient busy(server);
+  EXPECT_EQ(busy.line(), "hello 0");
+  TestClient idle(server);
+  EXPECT_EQ(idle.line(), "hello 0");
+  int lines = 0;
+  while (!idle.ends_within(10ms)) {
+    ++lines;
+    ASSERT_EQ(busy.ask("echo a"), "ok " + std::to_string(lines) + " a");
+  }
+  EXPECT_EQ(busy.ask("quit"), "bye " + std::to_string(lines + 1));
+  idle.close();
+  busy.close();
+  EXPECT_EQ(server.stop(), 0);
+  EXPECT_EQ(server.log().find("session 1 ended"), std::string::npos);
 }

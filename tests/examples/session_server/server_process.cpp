@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -133,6 +134,13 @@ std::string TestClient::line() {
     }
     m_read.append(bytes, static_cast<std::size_t>(count));
   }
+}
+
+bool TestClient::ends_within(std::chrono::milliseconds time) {
+  pollfd event = {m_handle, POLLIN, 0};
+  char byte = 0;
+  return ::poll(&event, 1, static_cast<int>(time.count())) == 1 &&
+         ::recv(m_handle, &byte, 1, MSG_PEEK) <= 0;
 }
 
 std::string TestClient::ask(const std::string& text) {

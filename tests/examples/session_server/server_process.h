@@ -2,6 +2,7 @@
 #ifndef FWBASE_TESTS_EXAMPLES_SESSION_SERVER_SERVER_PROCESS_H
 #define FWBASE_TESTS_EXAMPLES_SESSION_SERVER_SERVER_PROCESS_H
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,8 @@ class TestClient {
   /// The next line without its end; "(closed)" at the end of the connection, "(reset)" when it was
   /// reset.
   std::string line();
+  /// True when the server ends the connection before this time is over, with nothing left to read.
+  bool ends_within(std::chrono::milliseconds time);
   /// Sends a line and gives the next one.
   std::string ask(const std::string& text);
   /// Says that nothing more will be sent.

@@ -63,6 +63,8 @@ TEST(SessionServerOptions, AreRefusedWithStatus2AndOneLine) {
       {{"--port", "80x"}, "option --port needs a number from 0 to 65535, not '80x'"},
       {{"--port", ""}, "option --port needs a number from 0 to 65535, not ''"},
       {{"--threads", "0"}, "option --threads needs a number from 1 to 256, not '0'"},
+      {{"--idle-seconds", "0"}, "option --idle-seconds needs a number from 1 to 86400, not '0'"},
+      {{"\x1B[2J\x9B\u009B"}, "unknown option '\\x1b[2J\\x9b\\xc2\\x9b'"},
   };
   for (const Case& c : cases) {
     std::vector<std::string> arguments = {SESSION_SERVER};
@@ -82,7 +84,7 @@ TEST(SessionServerOptions, HelpListsThem) {
 }
 
 TEST_F(SessionServerStart, NamesAFileThatIsMissing) {
-  const std::string missing = directory.path("missing");
+  const std::string missing = directory.path("缺少");
   ProgramResult result = start(missing, SESSION_MODULE);
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.err, "session_server: cannot read " + missing + ": No such file or directory\n");

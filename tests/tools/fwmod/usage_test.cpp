@@ -9,7 +9,8 @@ TEST(FwmodUsage, HelpNamesEveryOptionAndStatus) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   for (const char* const text :
-       {"PATH[:FUNCTION][=ARGUMENT]", "--exercise", "--timeout SECONDS", "--help", "--version",
+       {"PATH[:FUNCTION][=ARGUMENT]", "no sandbox against malice", "--exercise",
+        "--timeout SECONDS", "--help", "--version",
         "Exit status: 0 sound; 1 faulty; 2 wrong usage, or the check cannot be made;\n"
         "3 sound, but the module left something behind: so does every module with script "
         "functions."}) {
@@ -44,6 +45,33 @@ TEST(FwmodUsage, WrongUsageIsStatus2AndPointsToHelp) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.err,
               std::string("fwmod: ") + one.message + "\nfwmod: fwmod --help shows the options\n");
+  }
+}
+
+TEST(FwmodUsage, ControlCharactersAreEscaped) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string out;
+    std::string err;
+  } kCases[] = {
+      {{"./a\x1B[2J.so"}, "./a\\x1b[2J.so: no such file\n", ""},
+      {{"a\u009B\n.so"},
+       "a\\u009b\\n.so: no such file beside fwmod, among the installed modules or in the loader's "
+       "search path; write ./a\\u009b\\n.so for one in the working directory\n",
+       ""},
+      {{fault("sound_module") + ":f\x9B"},
+       fault("sound_module") + ": no creation function f\\x9b(); it exports create_module, "
+                               "create_second\n",
+       ""},
+      {{"a\x07.so:"},
+       "",
+       "fwmod: PATH: 'a\\x07.so:' is not PATH[:FUNCTION][=ARGUMENT]\n"
+       "fwmod: fwmod --help shows the options\n"},
+  };
+  for (const auto& one : kCases) {
+    const ProgramResult result = run_fwmod(one.arguments);
+    EXPECT_EQ(result.out, one.out);
+    EXPECT_EQ(result.err, one.err);
   }
 }
 

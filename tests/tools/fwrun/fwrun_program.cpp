@@ -15,6 +15,11 @@ const char kFailureText[] =
     "parameter type, an unknown must value\n"
     "fwrun:   expect_at_most: the value is 2, expected at most 1\n";
 
+const char kNotReadable[] =
+    "it is not well-formed XML (xmllint --noout tells the line), has more than the limits allow, "
+    "or "
+    "refers to an entity of another file, which is not read: its text must stand in the script";
+
 const char kLogAdvice[] = "fwrun: for the records of the whole run, add --log FILE --level all\n";
 
 ProgramResult run_fwrun(std::vector<std::string> arguments, Stdout standard_output) {

@@ -24,6 +24,8 @@ std::string print_call(const std::string& text);
 extern const char kFailingCall[];
 /// What fwrun writes about kFailingCall after the call's place.
 extern const char kFailureText[];
+/// What fwrun writes about a file that the XML parser refuses.
+extern const char kNotReadable[];
 /// The line that tells how to learn more when there is no log.
 extern const char kLogAdvice[];
 

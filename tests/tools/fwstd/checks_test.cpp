@@ -33,6 +33,9 @@ TEST(CheckFunctions, FailAndSayWhatWasExpected) {
       {"<expect_equal_string><actual>a</actual><expected>b</expected><what>名称</what>"
        "</expect_equal_string>",
        "expect_equal_string: 名称 is 'a', expected 'b'"},
+      {"<expect_equal_string><actual>a&#10;[ERROR]: &#x9b;b</actual><expected/>"
+       "</expect_equal_string>",
+       "expect_equal_string: the value is 'a\\n[ERROR]: \\u009bb', expected ''"},
       {"<expect_at_most><actual>6</actual><limit>5</limit><what>load</what></expect_at_most>",
        "expect_at_most: load is 6, expected at most 5"},
   };
