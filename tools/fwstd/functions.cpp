@@ -1,7 +1,13 @@
-// Registration of all general functions.
+// Registration of all general functions, and what they share.
 #include "fwstd/functions.h"
 
+#include "support/charset.h"
+
 namespace fwstd {
+
+ec::EC fail(const Call& call, ec::EC code, const std::string& reason) {
+  return call.fail(code, "%s", tools::gbk_of(reason).c_str());
+}
 
 std::vector<Function*> all_functions() {
   std::vector<Function*> all;
