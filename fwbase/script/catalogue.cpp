@@ -1,0 +1,126 @@
+// The functions that are registered, as JSON.
+#include <dlfcn.h>
+
+#include <fwbase/check.h>
+#include <fwbase/function.h>
+#include <nlohmann/json.hpp>
+
+#include "fwbase/cfwbase.h"
+#include "utility/text_codec.h"
+
+namespace fwbase {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+// An object's table of virtual functions, as GCC and Clang lay it out: the entry before the first
+// function is the type information.
+const void* const* virtual_table(const void* object) {
+  return *static_cast<const void* const* const*>(object);
+}
+
+// Null for functions that tell nothing, among them those of hosts without type information, which
+// dynamic_cast must not be asked about.
+const IFunctionDescription* description_of(IScript::ISyntax& function) {
+  return virtual_table(&function)[-1] != nullptr ? dynamic_cast<IFunctionDescription*>(&function)
+                                                 : nullptr;
+}
+
+// The file that holds the address; empty for none.
+std::string file_of(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
+// Most functions are static objects of their library; one on the heap has its code there.
+std::string module_of(IScript::ISyntax& function, const IFunctionDescription* told) {
+  if (told != nullptr && told->origin() != nullptr) {
+    return told->origin();
+  }
+  const std::string file = file_of(&function);
+  return !file.empty() ? file : file_of(virtual_table(&function));
+}
+
+bool is_utf8(const std::string& text) {
+  try {
+    static_cast<void>(Json(text).dump());
+    return true;
+  } catch (const Json::type_error&) {
+    return false;
+  }
+}
+
+void append_utf8(char32_t code, std::string& text) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+    return;
+  }
+  const unsigned int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+  text += static_cast<char>((0xF0U << (3 - more)) | (code >> 6 * more));
+  for (unsigned int left = more; left-- > 0;) {
+    text += static_cast<char>(0x80 | (code >> 6 * left & 0x3F));
+  }
+}
+
+// Texts that scripts are compared with are in the code page of the locale.
+std::string utf8_of(const std::string& text) {
+  utility::DomText wide;
+  if (is_utf8(text) || !utility::to_dom_text(text, wide)) {
+    return text;
+  }
+  std::string utf8;
+  for (std::size_t i = 0; i < wide.size(); ++i) {
+    const bool is_pair = (wide[i] & 0xFC00) == 0xD800 && i + 1 < wide.size();
+    char32_t code = wide[i];
+    if (is_pair) {
+      code = 0x10000 + ((code & 0x3FF) << 10) + (wide[++i] & 0x3FF);
+    }
+    append_utf8(code, utf8);
+  }
+  return utf8;
+}
+
+Json parameter(const IFunctionDescription* told, int index, IScript::VType type) {
+  const char* const left_out = told != nullptr ? told->param_default(index) : nullptr;
+  Json json;
+  json["tag"] =
+      told != nullptr ? utf8_of(told->param_tag(index)) : "arg" + std::to_string(index + 1);
+  json["type"] = type == IScript::VT_INT ? "int" : "string";
+  json["must"] = left_out == nullptr;
+  if (left_out != nullptr) {
+    json["default"] = utf8_of(left_out);
+  }
+  json["description"] = told != nullptr ? utf8_of(told->param_description(index)) : "";
+  return json;
+}
+
+Json function(const std::string& name, const std::vector<IScript::VType>& types,
+              IScript::ISyntax& syntax) {
+  const IFunctionDescription* const told = description_of(syntax);
+  Json json;
+  json["name"] = utf8_of(name);
+  json["module"] = utf8_of(module_of(syntax, told));
+  json["description"] = told != nullptr ? utf8_of(told->description()) : "";
+  json["parameters"] = Json::array();
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    json["parameters"].push_back(parameter(told, static_cast<int>(i), types[i]));
+  }
+  return json;
+}
+
+}  // namespace
+
+std::string catalogue() {
+  Json functions = Json::array();
+  static_cast<CFWBase*>(IFWBase::instance())
+      ->built_in_script()
+      .visit_functions(
+          [&](const std::string& name, const std::vector<IScript::VType>& types,
+              IScript::ISyntax& syntax) { functions.push_back(function(name, types, syntax)); });
+  Json all;
+  all["functions"] = std::move(functions);
+  return all.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace fwbase
