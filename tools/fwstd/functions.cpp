@@ -2,11 +2,13 @@
 #include "fwstd/functions.h"
 
 #include "support/charset.h"
+#include "support/text.h"
 
 namespace fwstd {
 
 ec::EC fail(const Call& call, ec::EC code, const std::string& reason) {
-  return call.fail(code, "%s", tools::gbk_of(reason).c_str());
+  // Values that it quotes must not end the record, or begin another.
+  return call.fail(code, "%s", tools::gbk_of(tools::escaped(reason)).c_str());
 }
 
 std::vector<Function*> all_functions() {
