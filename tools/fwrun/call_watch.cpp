@@ -30,7 +30,7 @@ class CallWatch::Watched : public ISyntax {
   ISyntax& m_inner;
 };
 
-CallWatch::CallWatch(ErrorLog& errors)
+CallWatch::CallWatch(tools::ErrorLog& errors)
     : m_inner(IFWBase::instance()->script(this)), m_errors(errors) {}
 
 CallWatch::~CallWatch() {

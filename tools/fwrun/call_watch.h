@@ -11,7 +11,7 @@
 
 #include <fwbase/iscript.h>
 
-#include "error_log.h"
+#include "support/error_log.h"
 
 namespace fwrun {
 
@@ -22,7 +22,7 @@ namespace fwrun {
 /// for the thread that made it.
 class CallWatch : public fwbase::IScript {
  public:
-  explicit CallWatch(ErrorLog& errors);
+  explicit CallWatch(tools::ErrorLog& errors);
   ~CallWatch() override;
 
   /// The watched function that calls of `name` go to, null when there is none.
@@ -67,7 +67,7 @@ class CallWatch : public fwbase::IScript {
   void after_call(ec::EC result);
 
   fwbase::IScript* const m_inner;
-  ErrorLog& m_errors;
+  tools::ErrorLog& m_errors;
 
   mutable std::mutex m_mutex;  // guards the functions
   std::vector<std::unique_ptr<Watched>> m_functions;

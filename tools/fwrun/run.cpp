@@ -8,14 +8,16 @@
 #include "listing.h"
 #include "load_report.h"
 #include "mocks.h"
-#include "modules.h"
 #include "printing.h"
 #include "running.h"
+#include "support/error_log.h"
+#include "support/modules.h"
 #include "support/text.h"
 
 namespace fwrun {
 
 using tools::described;
+using tools::ErrorLog;
 using tools::joined;
 
 namespace {
@@ -224,7 +226,9 @@ Status work(const Options& options, Host& host) {
   if (!open_log(options, host.errors)) {
     return kNothing;
   }
-  if (!create_modules(options.modules, host.errors)) {
+  std::vector<tools::ModuleArgument> modules = options.modules;
+  modules.insert(modules.begin(), tools::kGeneralFunctions);
+  if (!tools::create_modules(modules, host.errors, complain)) {
     point_to_log(options);
     return kNothing;
   }

@@ -3,12 +3,9 @@
 #include <fwbase/ifwbase.h>
 
 #include "output.h"
-#include "support/text.h"
+#include "support/modules.h"
 
 namespace fwrun {
-
-using tools::described;
-using tools::exception_text;
 
 namespace {
 
@@ -40,13 +37,6 @@ bool run_section(const std::string& name, const Loaded& loaded) {
   }
 }
 
-void report(const std::string& what, ErrorLog& errors) {
-  complain(what);
-  for (const std::string& error : errors.take_errors()) {
-    complain("  " + error);
-  }
-}
-
 }  // namespace
 
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded) {
@@ -58,12 +48,12 @@ bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded
   return true;
 }
 
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors) {
-  report(what + ": " + described(code), errors);
+void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors) {
+  tools::report_failure(what, code, errors, complain);
 }
 
-void report_exception(const std::string& what, ErrorLog& errors) {
-  report(what + ": " + exception_text(), errors);
+void report_exception(const std::string& what, tools::ErrorLog& errors) {
+  tools::report_exception(what, errors, complain);
 }
 
 }  // namespace fwrun

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "call_watch.h"
-#include "error_log.h"
+#include "support/error_log.h"
 #include "script_file.h"
 
 namespace fwrun {
@@ -15,7 +15,7 @@ namespace fwrun {
 struct Loaded {
   const ScriptFile& script;
   CallWatch& watch;
-  ErrorLog& errors;
+  tools::ErrorLog& errors;
   void* environment;
 };
 
@@ -24,10 +24,10 @@ struct Loaded {
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded);
 
 /// Says on standard error what failed with `code`, followed by the errors that were logged.
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
+void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors);
 
 /// The same about what failed with the exception that is being handled.
-void report_exception(const std::string& what, ErrorLog& errors);
+void report_exception(const std::string& what, tools::ErrorLog& errors);
 
 }  // namespace fwrun
 

@@ -1,7 +1,7 @@
-// The run log while fwrun works: passes records on to the log file, and keeps the errors, so that
-// fwrun can say why a script failed, whether or not there is a log file.
-#ifndef FWRUN_ERROR_LOG_H
-#define FWRUN_ERROR_LOG_H
+// The run log while a command works: passes records on to the log file, and keeps the errors, so
+// that the command can say why something failed, whether or not there is a log file.
+#ifndef TOOLS_SUPPORT_ERROR_LOG_H
+#define TOOLS_SUPPORT_ERROR_LOG_H
 
 #include <deque>
 #include <mutex>
@@ -10,7 +10,7 @@
 
 #include <fwbase/ifwbase.h>
 
-namespace fwrun {
+namespace tools {
 
 /// Installed as the facade's run log while it lives, unless the facade is released before. Any
 /// thread may write.
@@ -38,6 +38,6 @@ class ErrorLog : public fwbase::IRunLog {
   std::deque<std::string> m_errors;
 };
 
-}  // namespace fwrun
+}  // namespace tools
 
 #endif

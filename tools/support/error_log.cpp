@@ -1,10 +1,8 @@
-#include "error_log.h"
+#include "support/error_log.h"
 
 #include "support/text.h"
 
-namespace fwrun {
-
-using tools::readable;
+namespace tools {
 
 namespace {
 
@@ -67,4 +65,4 @@ std::vector<std::string> ErrorLog::take_errors() {
   return errors;
 }
 
-}  // namespace fwrun
+}  // namespace tools
