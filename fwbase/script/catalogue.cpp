@@ -51,34 +51,9 @@ bool is_utf8(const std::string& text) {
   }
 }
 
-void append_utf8(char32_t code, std::string& text) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-    return;
-  }
-  const unsigned int more = code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
-  text += static_cast<char>((0xF0U << (3 - more)) | (code >> 6 * more));
-  for (unsigned int left = more; left-- > 0;) {
-    text += static_cast<char>(0x80 | (code >> 6 * left & 0x3F));
-  }
-}
-
 // Texts that scripts are compared with are in the code page of the locale.
 std::string utf8_of(const std::string& text) {
-  utility::DomText wide;
-  if (is_utf8(text) || !utility::to_dom_text(text, wide)) {
-    return text;
-  }
-  std::string utf8;
-  for (std::size_t i = 0; i < wide.size(); ++i) {
-    const bool is_pair = (wide[i] & 0xFC00) == 0xD800 && i + 1 < wide.size();
-    char32_t code = wide[i];
-    if (is_pair) {
-      code = 0x10000 + ((code & 0x3FF) << 10) + (wide[++i] & 0x3FF);
-    }
-    append_utf8(code, utf8);
-  }
-  return utf8;
+  return is_utf8(text) ? text : utility::to_utf8_text(text);
 }
 
 Json parameter(const IFunctionDescription* told, int index, IScript::VType type) {
