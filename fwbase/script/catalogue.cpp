@@ -14,18 +14,8 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// An object's table of virtual functions, as GCC and Clang lay it out: the entry before the first
-// function is the type information.
-const void* const* virtual_table(const void* object) {
-  return *static_cast<const void* const* const*>(object);
-}
-
-// Null for functions that tell nothing, among them those of hosts without type information, which
-// dynamic_cast must not be asked about.
-const IFunctionDescription* description_of(IScript::ISyntax& function) {
-  return virtual_table(&function)[-1] != nullptr ? dynamic_cast<IFunctionDescription*>(&function)
-                                                 : nullptr;
-}
+// The address of an object's table of virtual functions, as GCC and Clang lay it out.
+const void* virtual_table(const void* object) { return *static_cast<const void* const*>(object); }
 
 // The file that holds the address; empty for none.
 std::string file_of(const void* address) {

@@ -8,7 +8,6 @@
 
 #include <fwbase/function.h>
 #include <fwbase/ifwbase.h>
-#include <nlohmann/json.hpp>
 
 #include "output.h"
 #include "support/charset.h"
@@ -19,52 +18,8 @@ namespace {
 
 using fwbase::IFWBase;
 using fwbase::IScript;
-using nlohmann::json;
-
-std::string text_of(const json& object, const char* member) {
-  return object.value(member, std::string());
-}
-
-Parameter parameter_of(const json& object) {
-  Parameter parameter;
-  parameter.tag = object.at("tag").get<std::string>();
-  const std::string type = object.at("type").get<std::string>();
-  if (type != "int" && type != "string") {
-    throw std::runtime_error("the type '" + type + "' is neither \"int\" nor \"string\"");
-  }
-  parameter.is_int = type == "int";
-  if (!object.value("must", true)) {
-    parameter.default_value = object.value("default", std::string(parameter.is_int ? "0" : ""));
-  }
-  parameter.description = text_of(object, "description");
-  return parameter;
-}
-
-Function function_of(const json& object) {
-  Function function{object.at("name").get<std::string>(),
-                    text_of(object, "module"),
-                    text_of(object, "description"),
-                    {}};
-  for (const json& parameter : object.at("parameters")) {
-    function.parameters.push_back(parameter_of(parameter));
-  }
-  return function;
-}
 
 }  // namespace
-
-std::vector<Function> functions_of(const std::string& catalogue) {
-  std::vector<Function> functions;
-  try {
-    const json read = json::parse(catalogue);
-    for (const json& object : read.at("functions")) {
-      functions.push_back(function_of(object));
-    }
-  } catch (const json::exception& error) {
-    throw std::runtime_error(error.what());
-  }
-  return functions;
-}
 
 // Scripts are compared with texts in the code page of the locale.
 class StandIns::StandIn : public IScript::ISyntax, public fwbase::IFunctionDescription {
@@ -116,7 +71,7 @@ bool StandIns::add(const std::string& file) {
     return false;
   }
   try {
-    for (Function& function : functions_of(text)) {
+    for (Function& function : tools::functions_of(text)) {
       StandIn& one = *m_all.emplace_back(std::make_unique<StandIn>(std::move(function)));
       if (!IFWBase::instance()->script()->expand_syntax(&one)) {
         throw std::runtime_error(std::string("the engine refuses the function '") + one.name() +

@@ -6,24 +6,18 @@
 #include <nlohmann/json.hpp>
 
 #include "output.h"
-#include "support/text.h"
+#include "support/finding_text.h"
 
 namespace fwcheck {
 
 namespace {
 
+using tools::severity;
 using Json = nlohmann::ordered_json;
-
-const char* severity(const fwbase::Finding& finding) { return finding.error ? "error" : "warning"; }
 
 bool wants_colour() {
   const char* const refused = std::getenv("NO_COLOR");
   return is_terminal() && (refused == nullptr || *refused == '\0');
-}
-
-std::string coloured(const fwbase::Finding& finding) {
-  return (finding.error ? "\x1b[1;31m" : "\x1b[1;35m") + std::string(severity(finding)) +
-         ":\x1b[0m";
 }
 
 std::string dumped(const Json& json) {
@@ -77,10 +71,7 @@ bool Report::write_text() const {
   const bool colour = wants_colour();
   std::string text;
   for (const auto& [file, finding] : m_all) {
-    text += tools::escaped(file) + ":" + std::to_string(finding.line) + ":" +
-            std::to_string(finding.column) + ": " +
-            (colour ? coloured(finding) : std::string(severity(finding)) + ":") + " " +
-            tools::escaped(finding.message) + " [" + finding.rule + "]\n";
+    text += tools::finding_line(file, finding, colour);
   }
   if (!write_out(text)) {
     return false;

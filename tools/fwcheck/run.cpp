@@ -8,9 +8,9 @@
 #include "functions.h"
 #include "printing.h"
 #include "report.h"
-#include "standard_input.h"
 #include "support/error_log.h"
 #include "support/modules.h"
+#include "support/standard_input.h"
 #include "support/text.h"
 
 namespace fwcheck {
@@ -63,11 +63,11 @@ std::string printed(Print form) {
   const std::string catalogue = fwbase::catalogue();
   switch (form) {
     case Print::kTemplate:
-      return template_text(functions_of(catalogue));
+      return template_text(tools::functions_of(catalogue));
     case Print::kSchema:
-      return schema_text(functions_of(catalogue));
+      return schema_text(tools::functions_of(catalogue));
     case Print::kMarkdown:
-      return markdown_text(functions_of(catalogue));
+      return markdown_text(tools::functions_of(catalogue));
     case Print::kCatalogue:
     case Print::kNothing:
       break;
@@ -80,7 +80,7 @@ std::vector<fwbase::Finding> findings_of(const std::string& script, const Option
   given.any_function = options.any_function;
   given.environment = options.environment;
   std::vector<fwbase::Finding> findings =
-      script == "-" ? fwbase::check_script(StandardInput().path().c_str(), given)
+      script == "-" ? fwbase::check_script(tools::StandardInput().path().c_str(), given)
                     : fwbase::check_script(script.c_str(), given);
   std::erase_if(findings, [&](const fwbase::Finding& finding) {
     return !finding.error &&

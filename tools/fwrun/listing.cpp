@@ -38,15 +38,6 @@ std::string call_line(const ScriptFile& script, const ScriptCall& call) {
   return "    " + call_text(call.function, arguments, call.result) + remark + "\n";
 }
 
-std::string function_line(const Function& function) {
-  std::vector<std::string> parameters;
-  for (const Parameter& one : function.parameters) {
-    parameters.push_back(one.tag + ": " + one.type +
-                         (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
-  }
-  return "  " + function.name + "(" + joined(parameters) + ")\n";
-}
-
 }  // namespace
 
 std::string literal(const std::string& type, const std::string& value) {
@@ -61,6 +52,15 @@ std::string call_text(const std::string& function, const std::vector<std::string
 std::string variable_line(const std::string& name, const std::string& type,
                           const std::string& value) {
   return "  " + name + ": " + type + " = " + literal(type, value) + "\n";
+}
+
+std::string function_line(const Function& function) {
+  std::vector<std::string> parameters;
+  for (const Parameter& one : function.parameters) {
+    parameters.push_back(one.tag + ": " + one.type +
+                         (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
+  }
+  return "  " + function.name + "(" + joined(parameters) + ")\n";
 }
 
 std::string listing(const ScriptFile& script) {

@@ -61,6 +61,16 @@ struct FWBASE_API IFunctionDescription {
   virtual ~IFunctionDescription() {}
 };
 
+#ifdef __cpp_rtti
+/// What a registered function tells of itself; null where it tells nothing.
+inline const IFunctionDescription* description_of(IScript::ISyntax& function) {
+  // As GCC and Clang lay it out, the entry before a table of virtual functions is the object's type
+  // information. Without one, dynamic_cast must not be asked.
+  const void* const* const functions = *reinterpret_cast<const void* const* const*>(&function);
+  return functions[-1] != nullptr ? dynamic_cast<const IFunctionDescription*>(&function) : nullptr;
+}
+#endif
+
 /// One parameter of a Function, made by param(). Texts are copied.
 class Param {
  public:

@@ -1,6 +1,7 @@
 #include "tests/tools/fwrun/fwrun_program.h"
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 #include "tests/tools/fwstd/documented_functions.h"
@@ -30,6 +31,11 @@ std::string script_with(const std::string& exec, const std::string& data) {
 
 std::string print_call(const std::string& text) {
   return "<print><text>" + text + "</text></print>";
+}
+
+std::string without_places(const std::string& messages) {
+  return std::regex_replace(messages, std::regex("fwrun: [^ ]*\\.xml:[0-9]+:[0-9]+: section"),
+                            "fwrun: section");
 }
 
 std::string file_text(const std::string& path) {

@@ -1,11 +1,11 @@
-#include "standard_input.h"
+#include "support/standard_input.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
 
-namespace fwcheck {
+namespace tools {
 
 namespace {
 
@@ -57,4 +57,4 @@ StandardInput::~StandardInput() {
 
 std::string StandardInput::path() const { return "/proc/self/fd/" + std::to_string(m_descriptor); }
 
-}  // namespace fwcheck
+}  // namespace tools

@@ -1,10 +1,10 @@
 // "-": standard input as a file that can be read from its start.
-#ifndef FWCHECK_STANDARD_INPUT_H
-#define FWCHECK_STANDARD_INPUT_H
+#ifndef TOOLS_SUPPORT_STANDARD_INPUT_H
+#define TOOLS_SUPPORT_STANDARD_INPUT_H
 
 #include <string>
 
-namespace fwcheck {
+namespace tools {
 
 /// A copy of standard input in memory, which goes with the object.
 class StandardInput {
@@ -22,6 +22,6 @@ class StandardInput {
   int m_descriptor;
 };
 
-}  // namespace fwcheck
+}  // namespace tools
 
 #endif
