@@ -94,6 +94,17 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
       ->type_name("FORM");
 }
 
+// What shells complete beside options and files.
+std::vector<tools::Choice> choices() {
+  std::string rules;
+  for (const std::string& rule : warnings()) {
+    rules += rule + " ";
+  }
+  return {{"--format", "text json sarif"},
+          {"--print", "catalogue template xsd markdown"},
+          {"--ignore", rules}};
+}
+
 void interpret(const Typed& typed, Options& options) {
   for (const std::string& text : typed.modules) {
     options.modules.push_back(module_of(text));
@@ -128,7 +139,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Finds what is wrong with scripts, and where.");
   Typed typed;
   declare(app, options, typed);
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
+  if (const std::optional<std::string> page = tools::command_page(app, argc, argv, choices())) {
     return write_out(*page) ? kClean : kNothing;
   }
   try {

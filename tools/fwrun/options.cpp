@@ -168,6 +168,16 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
 }
 
+// What shells complete beside options and files. --list shows names a line each.
+std::vector<tools::Choice> choices() {
+  return {
+      {"--level", "trace debug warn error alert dump all", "", true},
+      {"--details", "time pid tid", "", true},
+      {"--mock", "",
+       "fwrun --list \"$1\" | sed -n '/^functions:/,/^variables:/s/^  \\([^( ]*\\)(.*/\\1/p'"},
+      {"", "", "fwrun --list \"$1\" | sed -n '/^sections:/,/^functions:/s/^  \\([^ ].*\\)/\\1/p'"}};
+}
+
 void check_combination(const CLI::App& app) {
   for (const char* const option : {"SECTION", "--module", "--mock", "--mock-missing", "--log",
                                    "--set", "--env", "--print", "--save", "--check"}) {
@@ -204,7 +214,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Runs sections of a script.");
   Typed typed;
   declare(app, options, typed);
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
+  if (const std::optional<std::string> page = tools::command_page(app, argc, argv, choices())) {
     return write_out(*page);
   }
   try {
