@@ -35,6 +35,9 @@ class CFWBase final : public IFWBase {
   IDataBlockFT* db_ft() const override;
   IDataBlockFT* db_ft(IDataBlockFT* replacement) override;
 
+  /// For what hosts ask of the built-in engine beside IScript.
+  CScript& built_in_script() { return m_scr; }
+
   /// For the end of the process: writes what is queued in the run log and ends its thread. The
   /// facade stays usable, for threads that are still running and destructors that come later.
   void finish_log();

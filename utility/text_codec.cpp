@@ -98,6 +98,28 @@ bool is_plain(XMLCh c) { return c - 1U < 0x7FU; }
 
 constexpr std::size_t kMaxBytesPerUnit = 8;  // more than any code page takes for one UTF-16 unit
 
+void append_utf8(char32_t c, std::string& out) {
+  constexpr char32_t kLowBits = 0x3F;
+  const auto trail = [&](unsigned int shift) {
+    out.push_back(static_cast<char>(0x80U | ((c >> shift) & kLowBits)));
+  };
+  if (c < 0x80) {
+    out.push_back(static_cast<char>(c));
+  } else if (c < 0x800) {
+    out.push_back(static_cast<char>(0xC0U | (c >> 6U)));
+    trail(0);
+  } else if (c < 0x10000) {
+    out.push_back(static_cast<char>(0xE0U | (c >> 12U)));
+    trail(6);
+    trail(0);
+  } else {
+    out.push_back(static_cast<char>(0xF0U | (c >> 18U)));
+    trail(12);
+    trail(6);
+    trail(0);
+  }
+}
+
 }  // namespace
 
 bool to_dom_text(std::string_view narrow, DomText& out) {
@@ -130,6 +152,24 @@ bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
   if (bytes == Converter::kFailed) return false;
   out.resize(bytes);
   return true;
+}
+
+std::string to_utf8_text(std::basic_string_view<XMLCh> text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char32_t c = text[i];
+    if ((c & 0xFC00U) == 0xD800U && i + 1 < text.size()) {
+      c = 0x10000 + ((c & 0x3FFU) << 10U) + (text[++i] & 0x3FFU);
+    }
+    append_utf8(c, out);
+  }
+  return out;
+}
+
+std::string to_utf8_text(const std::string& narrow) {
+  DomText wide;
+  return to_dom_text(narrow, wide) ? to_utf8_text(std::basic_string_view<XMLCh>(wide)) : narrow;
 }
 
 void prepare_conversions() noexcept {

@@ -20,6 +20,12 @@ using DomText = std::basic_string<XMLCh>;
 bool to_dom_text(std::string_view narrow, DomText& out);
 bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out);
 
+/// Text that the XML library has read (a lone surrogate cannot be in it) as UTF-8.
+std::string to_utf8_text(std::basic_string_view<XMLCh> text);
+
+/// Narrow text as UTF-8, for people: what cannot be converted stays as it is.
+std::string to_utf8_text(const std::string& narrow);
+
 /// For the thread that is about to fork: makes what its first conversions would make, for its
 /// present locale, since that takes a lock of the C library that a child may find held for ever.
 void prepare_conversions() noexcept;

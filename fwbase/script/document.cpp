@@ -48,42 +48,6 @@ bool is_blank(WideView text) {
                      [](XMLCh c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; });
 }
 
-void append_utf8(char32_t c, std::string& out) {
-  constexpr char32_t kLowBits = 0x3F;
-  const auto trail = [&](unsigned int shift) {
-    out.push_back(static_cast<char>(0x80U | ((c >> shift) & kLowBits)));
-  };
-  if (c < 0x80) {
-    out.push_back(static_cast<char>(c));
-  } else if (c < 0x800) {
-    out.push_back(static_cast<char>(0xC0U | (c >> 6U)));
-    trail(0);
-  } else if (c < 0x10000) {
-    out.push_back(static_cast<char>(0xE0U | (c >> 12U)));
-    trail(6);
-    trail(0);
-  } else {
-    out.push_back(static_cast<char>(0xF0U | (c >> 18U)));
-    trail(12);
-    trail(6);
-    trail(0);
-  }
-}
-
-// Of text that the library has read already: a lone surrogate cannot be in it.
-std::string to_utf8(WideView text) {
-  std::string out;
-  out.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    char32_t c = text[i];
-    if ((c & 0xFC00U) == 0xD800U && i + 1 < text.size()) {
-      c = 0x10000 + ((c & 0x3FFU) << 10U) + (text[++i] & 0x3FFU);
-    }
-    append_utf8(c, out);
-  }
-  return out;
-}
-
 // The encoding of text in units of more than one byte, by its first character: a byte order mark or
 // "<". Null for others.
 const XMLCh* wide_encoding(std::string_view bytes) {
@@ -135,7 +99,47 @@ std::string decoded(std::string_view bytes, const XMLCh* encoding) {
     }
     bytes.remove_prefix(eaten);
   }
-  return to_utf8(text);
+  return utility::to_utf8_text(text);
+}
+
+// Neither longer than need be, nor a surrogate, nor beyond the last character.
+bool is_shortest(unsigned char lead, unsigned char second) {
+  switch (lead) {
+    case 0xE0:
+      return second >= 0xA0;
+    case 0xED:
+      return second < 0xA0;
+    case 0xF0:
+      return second >= 0x90;
+    case 0xF4:
+      return second < 0x90;
+    default:
+      return true;
+  }
+}
+
+// Whether the bytes that are not ASCII make up characters of UTF-8, and three of these at least.
+bool looks_like_utf8(std::string_view bytes) {
+  constexpr std::size_t kFewest = 3;
+  std::size_t count = 0;
+  while (!bytes.empty()) {
+    const auto lead = static_cast<unsigned char>(bytes.front());
+    std::size_t size = 1;
+    if (lead >= 0x80U) {
+      size = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
+      const std::string_view rest = bytes.substr(1, size - 1);
+      const bool is_good = lead >= 0xC2U && lead < 0xF5U && rest.size() == size - 1 &&
+                           std::all_of(rest.begin(), rest.end(), [](char c) {
+                             return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+                           });
+      if (!is_good || !is_shortest(lead, static_cast<unsigned char>(rest.front()))) {
+        return false;
+      }
+      ++count;
+    }
+    bytes.remove_prefix(size);
+  }
+  return count >= kFewest;
 }
 
 /// The bytes of a document in UTF-8: themselves if they are.
@@ -192,6 +196,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
              XMLFileLoc column) override {
     m_line = line;
     m_column = column;
+    m_document.m_refusal = utility::to_utf8_text(text != nullptr ? text : u"");
     GuardedParser::error(code, domain, type, text, system_id, public_id, line, column);
   }
 
@@ -238,9 +243,12 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     m_memory.count_bytes(kTreeText + size * sizeof(XMLCh));
     if (m_reading == Reading::kFirst) {
       m_reading = is_cdata ? Reading::kNothing : Reading::kText;
+      note_other(is_cdata);
     }
     if (m_reading == Reading::kText) {
       m_text.append(text, size);
+    } else if (m_entity_depth == 0 && !m_open.empty() && !is_blank({text, size})) {
+      m_document.m_later_texts.insert(m_open.back());
     }
   }
 
@@ -250,11 +258,13 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
 
   void docComment(const XMLCh* text) override {
     m_memory.count_bytes(kTreeText + xc::XMLString::stringLen(text) * sizeof(XMLCh));
+    note_other(true);
     end_text();
   }
 
   void docPI(const XMLCh*, const XMLCh* data) override {
     m_memory.count_bytes(kTreeText + xc::XMLString::stringLen(data) * sizeof(XMLCh));
+    note_other(true);
     end_text();
   }
 
@@ -262,6 +272,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   void startEntityReference(const xc::XMLEntityDecl& entity) override {
     m_rules.start_entity_reference(entity);
     m_memory.count_bytes(kTreeReference);
+    note_other(true);
     ++m_entity_depth;
     if (m_reading == Reading::kFirst) {
       m_reading = Reading::kNothing;
@@ -276,6 +287,12 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
  private:
   /// What the leading text of the innermost element can get.
   enum class Reading { kFirst, kText, kNothing };
+
+  void note_other(bool is_there) {
+    if (is_there && m_entity_depth == 0 && !m_open.empty()) {
+      m_document.m_others.insert(m_open.back());
+    }
+  }
 
   static std::uint32_t number(std::size_t size) {
     if (size >= Document::kUnconvertible) {
@@ -353,6 +370,11 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     for (Document::Node& node : m_document.m_nodes) {
       node.place = tags.next();
     }
+    m_document.m_doctype = tags.doctype();
+    m_document.m_is_in_doubtful_encoding =
+        !encoding().empty() &&
+        xc::XMLString::compareIString(encoding().c_str(), xc::XMLUni::fgUTF8EncodingString) != 0 &&
+        looks_like_utf8(bytes);
   }
 
   // Where the scanner found a mistake; else at the last element that it reported.
@@ -400,9 +422,10 @@ unsigned int Document::parse(std::string_view bytes) {
     code = utility::XEC_NO_MEMORY;
   }
   if (code != utility::XEC_OK) {
-    const Place stopped = m_stopped;
-    *this = Document();
-    m_stopped = stopped;
+    Document refused;
+    refused.m_stopped = m_stopped;
+    refused.m_refusal = std::move(m_refusal);
+    *this = std::move(refused);
   }
   return code;
 }
@@ -448,15 +471,32 @@ unsigned int Document::Element::attribute(NameId name, std::string_view& value) 
   return m_document->read(found->value, value) ? utility::XEC_OK : utility::XEC_ENCODING;
 }
 
-const Document::Attribute* Document::Element::find_attribute(NameId name) const {
-  const auto& all = m_document->m_attributes;
+bool Document::Element::has_other_than_text() const {
+  return m_document->m_others.contains(m_number) || node().end != m_number + 1;
+}
+
+std::vector<std::string_view> Document::Element::attribute_names() const {
+  const auto [begin, end] = attribute_range();
+  std::vector<std::string_view> names;
+  for (std::size_t i = begin; i < end; ++i) {
+    names.push_back(m_document->m_names[m_document->m_attributes[i].name]);
+  }
+  return names;
+}
+
+std::pair<std::size_t, std::size_t> Document::Element::attribute_range() const {
   const auto& nodes = m_document->m_nodes;
   const bool is_last = m_number + 1 == nodes.size();
-  const auto begin = all.begin() + node().first_attribute;
-  const auto end = is_last ? all.end() : all.begin() + nodes[m_number + 1].first_attribute;
-  const auto found =
-      std::find_if(begin, end, [name](const Attribute& one) { return one.name == name; });
-  return found != end ? &*found : nullptr;
+  return {node().first_attribute,
+          is_last ? m_document->m_attributes.size() : nodes[m_number + 1].first_attribute};
+}
+
+const Document::Attribute* Document::Element::find_attribute(NameId name) const {
+  const auto [begin, end] = attribute_range();
+  const Attribute* const all = m_document->m_attributes.data();
+  const Attribute* const found = std::find_if(
+      all + begin, all + end, [name](const Attribute& one) { return one.name == name; });
+  return found != all + end ? found : nullptr;
 }
 
 }  // namespace fwbase::script

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "fwbase/script/place.h"
@@ -37,8 +38,18 @@ class Document {
   /// it cannot be read or is no regular file.
   unsigned int load(const std::string& path, std::string& bytes);
 
+  /// Where its document type declaration begins, if it has one.
+  std::optional<Place> doctype() const { return m_doctype; }
+
+  /// Whether it declares another encoding than UTF-8, but looks as if it were in that: all of three
+  /// or more characters beyond ASCII are valid UTF-8.
+  bool is_in_doubtful_encoding() const { return m_is_in_doubtful_encoding; }
+
   /// Where an XEC_PARSE was found.
   Place stopped() const { return m_stopped; }
+
+  /// What the parser says of it, in UTF-8; empty where a limit is exceeded.
+  const std::string& refusal() const { return m_refusal; }
 
   /// The root element of a document that has been parsed.
   Element root() const;
@@ -76,7 +87,12 @@ class Document {
   std::string m_text;
   std::vector<std::string> m_names;
   std::unordered_map<std::string, NameId> m_ids;
+  std::unordered_set<std::uint32_t> m_later_texts;  // elements that have some; mostly none
+  std::unordered_set<std::uint32_t> m_others;       // elements with more than text and elements
+  std::optional<Place> m_doctype;
+  bool m_is_in_doubtful_encoding = false;
   Place m_stopped;
+  std::string m_refusal;
 };
 
 /// A handle on one element, good as long as the document.
@@ -94,6 +110,14 @@ class Document::Element {
   /// space around it; empty unless it begins with characters. XEC_OK, or XEC_ENCODING.
   unsigned int text(std::string_view& text) const;
 
+  /// Whether there is text, not blank, behind the one that text() gives, outside of child elements.
+  bool has_later_text() const { return m_document->m_later_texts.contains(m_number); }
+  /// Whether there is a comment, a processing instruction, a reference to an entity, a child
+  /// element, or a CDATA section as its first text.
+  bool has_other_than_text() const;
+
+  /// The names of the attributes, in their order; empty where the code page cannot express one.
+  std::vector<std::string_view> attribute_names() const;
   bool has_attribute(NameId name) const { return find_attribute(name) != nullptr; }
   /// XEC_OK, XEC_NO_ATTR, or XEC_ENCODING; value is set on success only.
   unsigned int attribute(NameId name, std::string_view& value) const;
@@ -105,6 +129,7 @@ class Document::Element {
 
   const Node& node() const { return m_document->m_nodes[m_number]; }
   const Attribute* find_attribute(NameId name) const;
+  std::pair<std::size_t, std::size_t> attribute_range() const;
 
   const Document* m_document;
   std::uint32_t m_number;

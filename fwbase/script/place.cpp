@@ -50,6 +50,8 @@ Place StartTags::next() {
     } else if (rest.starts_with("<?")) {
       skip_past("?>");
     } else if (rest.starts_with("<!")) {
+      advance_to(m_search);
+      m_doctype = m_place;
       skip_doctype();
     } else if (rest.starts_with("</")) {
       ++m_search;

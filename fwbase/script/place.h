@@ -3,6 +3,7 @@
 #define FWBASE_SCRIPT_PLACE_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,9 @@ class StartTags {
   /// The place of the "<" of the next start tag. To be called once for each, at most.
   Place next();
 
+  /// That of the document type declaration, once the first start tag has been found.
+  std::optional<Place> doctype() const { return m_doctype; }
+
  private:
   void skip_past(std::string_view mark);
   void skip_doctype();
@@ -36,6 +40,7 @@ class StartTags {
   std::size_t m_search = 0;   // where to look for more
   std::size_t m_counted = 0;  // m_place is that of the character there
   Place m_place;
+  std::optional<Place> m_doctype;
 };
 
 /// The place where a parser stopped that counts columns in units of UTF-16.

@@ -2,6 +2,7 @@
 // are checked, then one lock covers the operation.
 #include "fwbase/script/script.h"
 
+#include <map>
 #include <new>
 
 #include "fwbase/support/run_log.h"
@@ -107,6 +108,24 @@ ec::EC CScript::InsertFunRule(const char* name, const VType* types, int count) {
   }
   m_templates.insert_or_assign(name, std::move(signature));
   return ec::SCRIPT_OK;
+}
+
+void CScript::visit_functions(const FunctionVisitor& visit) const {
+  const ReadGuard guard(m_lock);
+  std::map<std::string_view, ISyntax*> latest;
+  for (ISyntax* const syntax : m_syntaxes) {
+    latest[syntax->name()] = syntax;
+  }
+  for (const auto& [name, types] : m_templates) {
+    if (const auto found = latest.find(name); found != latest.end()) {
+      visit(name, types, *found->second);
+    }
+  }
+}
+
+script::Signatures CScript::signatures() const {
+  const ReadGuard guard(m_lock);
+  return m_templates;
 }
 
 ec::EC CScript::get_value(const char* name, VType type, void* out) const {

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -55,6 +56,15 @@ class CScript : public IScript {
   /// Of each call of a section: 0 never run, 1 the last run succeeded, 2 it failed. Empty where
   /// there is no such section. In script_run.cpp.
   std::vector<int> states(const char* section) const;
+
+  /// Shows each function that is registered, the latest of each name, in the order of the names.
+  /// The lock is held for reading meanwhile. In script.cpp, as the next.
+  using FunctionVisitor = std::function<void(const std::string& name,
+                                             const std::vector<VType>& types, ISyntax& function)>;
+  void visit_functions(const FunctionVisitor& visit) const;
+
+  /// A copy of what loading compares declarations with.
+  script::Signatures signatures() const;
 
   /// For the facade, when the process forks.
   support::RwLock& lock() { return m_lock; }

@@ -1,6 +1,7 @@
 // The order of the virtual operations of the public interfaces: hosts that were built earlier call
 // by slot. Each interface ends with its destructor, which takes two slots and has no address to
 // look at.
+#include <fwbase/function.h>
 #include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 
@@ -175,5 +176,15 @@ TEST(InterfaceSlots, OfAScriptFunction) {
       slot_of(&IScript::ISyntax::param_types),
       slot_of(&IScript::ISyntax::param_count),
       slot_of(&IScript::ISyntax::call),
+  });
+}
+
+TEST(InterfaceSlots, OfAFunctionDescription) {
+  expect_in_order<fwbase::IFunctionDescription>({
+      slot_of(&fwbase::IFunctionDescription::description),
+      slot_of(&fwbase::IFunctionDescription::param_tag),
+      slot_of(&fwbase::IFunctionDescription::param_description),
+      slot_of(&fwbase::IFunctionDescription::param_default),
+      slot_of(&fwbase::IFunctionDescription::origin),
   });
 }

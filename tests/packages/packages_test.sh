@@ -61,8 +61,13 @@ find "$work/$library/usr/lib" -name "libfwbase.so.$number" | grep -q .
 find "$work/libfwbase-dev/usr/lib" -name libfwbase.so | grep -q .
 has libfwbase-dev "usr/include/fwbase-$number/fwbase/fwbase.h" \
   "usr/include/fwbase-$number/utility/xml.h"
-has fwbase-tools usr/bin/{fwrun,fwmod,fwlog} usr/share/man/man1/{fwrun,fwmod,fwlog}.1.gz \
-  etc/lnav/formats/fwbase/fwlog.json \
-  usr/share/bash-completion/completions/{fwrun,fwmod,fwlog}
+commands='fwrun fwcheck fwlog fwmod'
+for command in $commands; do
+  has fwbase-tools "usr/bin/$command" "usr/share/man/man1/$command.1.gz" \
+    "usr/share/bash-completion/completions/$command" \
+    "usr/share/zsh/vendor-completions/_$command" \
+    "usr/share/fish/vendor_completions.d/$command.fish"
+done
+has fwbase-tools etc/lnav/formats/fwbase/fwlog.json
 
 "$here/readme_example.sh" "$readme" "$work/example" "$cxx" "$flags" "$work/root"

@@ -1,11 +1,14 @@
 #include "call_watch.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
+#include <fwbase/function.h>
 #include <fwbase/ifwbase.h>
 #include <fwbase/module.h>
 
+#include "interruption.h"
 #include "output.h"
 
 namespace fwrun {
@@ -13,9 +16,14 @@ namespace fwrun {
 using fwbase::IFWBase;
 
 // The function's library may be gone when this is destroyed.
-class CallWatch::Watched : public ISyntax {
+class CallWatch::Watched : public ISyntax, public fwbase::IFunctionDescription {
  public:
-  Watched(CallWatch& watch, ISyntax& inner) : m_watch(watch), m_inner(inner) {}
+  Watched(CallWatch& watch, ISyntax& inner)
+      : m_watch(watch), m_inner(inner), m_told(fwbase::description_of(inner)) {
+    for (int i = 1; m_told == nullptr && i <= inner.param_count(); ++i) {
+      m_tags.push_back("arg" + std::to_string(i));
+    }
+  }
 
   const char* name() override { return m_inner.name(); }
   VType* param_types() override { return m_inner.param_types(); }
@@ -25,12 +33,28 @@ class CallWatch::Watched : public ISyntax {
     return m_watch.call(m_inner, args, env, ret);
   }
 
+  const char* description() const override {
+    return m_told != nullptr ? m_told->description() : "";
+  }
+  const char* param_tag(int index) const override {
+    return m_told != nullptr ? m_told->param_tag(index)
+                             : m_tags[static_cast<std::size_t>(index)].c_str();
+  }
+  const char* param_description(int index) const override {
+    return m_told != nullptr ? m_told->param_description(index) : "";
+  }
+  const char* param_default(int index) const override {
+    return m_told != nullptr ? m_told->param_default(index) : nullptr;
+  }
+
  private:
   CallWatch& m_watch;
   ISyntax& m_inner;
+  const fwbase::IFunctionDescription* const m_told;  // null for one that tells nothing
+  std::vector<std::string> m_tags;                   // of that
 };
 
-CallWatch::CallWatch(ErrorLog& errors)
+CallWatch::CallWatch(tools::ErrorLog& errors)
     : m_inner(IFWBase::instance()->script(this)), m_errors(errors) {}
 
 CallWatch::~CallWatch() {
@@ -67,14 +91,18 @@ fwbase::IScript::ISyntax* CallWatch::find(const std::string& name) const {
   return found != m_latest.end() ? found->second : nullptr;
 }
 
-void CallWatch::begin(const std::string& section) {
+void CallWatch::begin(const Section& section, const std::vector<Variable>& globals) {
   m_is_counting = true;
-  m_section = section;
+  m_section = &section;
+  m_globals = &globals;
   m_succeeded = 0;
   m_errors.take_errors();
 }
 
 ec::EC CallWatch::call(ISyntax& function, const VValue* args, void* env, const char* ret) {
+  if (was_interrupted()) {
+    return kInterrupted;
+  }
   // Calls for other threads, and those that a counted call makes.
   if (std::this_thread::get_id() != m_thread || !m_is_counting) {
     return function.call(args, env, ret);
@@ -97,9 +125,34 @@ ec::EC CallWatch::call(ISyntax& function, const VValue* args, void* env, const c
 // What has been logged since the last call is about the arguments of this one: the engine goes on
 // with 0 or an empty text for a variable that it does not find, which a script seldom means.
 void CallWatch::before_call(const char* function) {
-  for (const std::string& error : m_errors.take_errors()) {
-    complain("warning: section '" + m_section + "', call " + std::to_string(m_succeeded + 1) +
-             ", " + function + ": " + error);
+  const std::vector<std::string> errors = m_errors.take_errors();
+  for (const std::string& error : errors) {
+    complain(
+        {"warning: section '{1}', call {2}, {3}: {4}", "警告：节“{1}”，第 {2} 个调用，{3}：{4}"},
+        {m_section->name, std::to_string(m_succeeded + 1), function, error});
+  }
+  if (!errors.empty() && m_succeeded < m_section->calls.size()) {
+    explain_references(m_section->calls[m_succeeded], errors);
+  }
+}
+
+// A script that refers to a variable of its "Data" means another table.
+void CallWatch::explain_references(const ScriptCall& call,
+                                   const std::vector<std::string>& errors) const {
+  for (const Argument& argument : call.arguments) {
+    const auto is_told = [&](const std::string& error) {
+      return error.find("[" + argument.text + "]") != error.npos ||
+             error.find("env[") != error.npos;
+    };
+    const auto is_meant = [&](const Variable& one) { return one.name == argument.text; };
+    const auto global = std::find_if(m_globals->begin(), m_globals->end(), is_meant);
+    if (argument.is_variable && global != m_globals->end() &&
+        std::any_of(errors.begin(), errors.end(), is_told)) {
+      complain({"  a ref reads the environment, where there is no '{1}'; {2} reads the global "
+                "variable of that name",
+                "  ref 读取环境变量，其中没有“{1}”；{2} 读取同名的全局变量"},
+               {argument.text, global->type == "int" ? "load_int" : "load_string"});
+    }
   }
 }
 

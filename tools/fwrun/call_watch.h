@@ -2,6 +2,7 @@
 #ifndef FWRUN_CALL_WATCH_H
 #define FWRUN_CALL_WATCH_H
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,7 +12,8 @@
 
 #include <fwbase/iscript.h>
 
-#include "error_log.h"
+#include "script_file.h"
+#include "support/error_log.h"
 
 namespace fwrun {
 
@@ -22,17 +24,21 @@ namespace fwrun {
 /// for the thread that made it.
 class CallWatch : public fwbase::IScript {
  public:
-  explicit CallWatch(ErrorLog& errors);
+  explicit CallWatch(tools::ErrorLog& errors);
   ~CallWatch() override;
 
   /// The watched function that calls of `name` go to, null when there is none.
   ISyntax* find(const std::string& name) const;
 
+  /// What calls give instead of being made once Ctrl-C was pressed.
+  static constexpr ec::EC kInterrupted = (64U << 18) | 130U;
+
   /// Starts to count for a section that this thread is about to run. The calls of sections that
   /// its functions run in turn, and those of other threads, are not counted.
-  void begin(const std::string& section);
+  /// globals   those of the script, for messages
+  void begin(const Section& section, const std::vector<Variable>& globals);
 
-  /// How many calls of the section have succeeded.
+  /// How many calls of the section have succeeded. Any thread.
   std::size_t succeeded() const { return m_succeeded; }
 
   bool expand_syntax(ISyntax* syntax) override;
@@ -64,10 +70,11 @@ class CallWatch : public fwbase::IScript {
 
   ec::EC call(ISyntax& function, const VValue* args, void* env, const char* ret);
   void before_call(const char* function);
+  void explain_references(const ScriptCall& call, const std::vector<std::string>& errors) const;
   void after_call(ec::EC result);
 
   fwbase::IScript* const m_inner;
-  ErrorLog& m_errors;
+  tools::ErrorLog& m_errors;
 
   mutable std::mutex m_mutex;  // guards the functions
   std::vector<std::unique_ptr<Watched>> m_functions;
@@ -75,8 +82,9 @@ class CallWatch : public fwbase::IScript {
 
   const std::thread::id m_thread = std::this_thread::get_id();  // what follows is for it alone
   bool m_is_counting = false;
-  std::string m_section;
-  std::size_t m_succeeded = 0;
+  const Section* m_section = nullptr;
+  const std::vector<Variable>* m_globals = nullptr;
+  std::atomic<std::size_t> m_succeeded = 0;
 };
 
 }  // namespace fwrun

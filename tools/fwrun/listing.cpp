@@ -39,15 +39,6 @@ std::string call_line(const ScriptFile& script, const ScriptCall& call) {
   return "    " + call_text(call.function, arguments, call.result) + remark + "\n";
 }
 
-std::string function_line(const Function& function) {
-  std::vector<std::string> parameters;
-  for (const Parameter& one : function.parameters) {
-    parameters.push_back(shown_name(one.tag) + ": " + shown_name(one.type) +
-                         (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
-  }
-  return "  " + shown_name(function.name) + "(" + joined(parameters) + ")\n";
-}
-
 }  // namespace
 
 std::string literal(const std::string& type, const std::string& value) {
@@ -63,6 +54,15 @@ std::string call_text(const std::string& function, const std::vector<std::string
 std::string variable_line(const std::string& name, const std::string& type,
                           const std::string& value) {
   return "  " + shown_name(name) + ": " + shown_name(type) + " = " + literal(type, value) + "\n";
+}
+
+std::string function_line(const Function& function) {
+  std::vector<std::string> parameters;
+  for (const Parameter& one : function.parameters) {
+    parameters.push_back(shown_name(one.tag) + ": " + shown_name(one.type) +
+                         (one.default_value ? " = " + literal(one.type, *one.default_value) : ""));
+  }
+  return "  " + shown_name(function.name) + "(" + joined(parameters) + ")\n";
 }
 
 std::string listing(const ScriptFile& script) {

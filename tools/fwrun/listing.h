@@ -20,6 +20,9 @@ std::string literal(const std::string& type, const std::string& value);
 std::string call_text(const std::string& function, const std::vector<std::string>& arguments,
                       const std::string& result);
 
+/// A function's line: "  name(a: int, b: string = "text")".
+std::string function_line(const Function& function);
+
 /// A variable's line: "  name: int = 5" or "  name: string = "text"".
 std::string variable_line(const std::string& name, const std::string& type,
                           const std::string& value);

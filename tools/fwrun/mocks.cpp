@@ -91,12 +91,15 @@ bool Mocks::add(const std::string& name, const Options& options, const ScriptFil
     for (const Function& function : script.functions) {
       names.push_back(function.name);
     }
-    complain("--mock: '" + options.script + "' declares no function '" + name +
-             "'; it declares: " + (names.empty() ? "none" : tools::joined(names)));
+    complain({"--mock: '{1}' declares no function '{2}'; it declares: {3}",
+              "--mock：“{1}”没有声明函数“{2}”；它声明了：{3}"},
+             {options.script, name, names.empty() ? "none" : tools::joined(names)});
     return false;
   }
   if (provided.find(name) != nullptr) {
-    complain("--mock: a module provides '" + name + "', which needs no mock");
+    complain({"--mock: a module provides '{1}', which needs no mock",
+              "--mock：模块提供了“{1}”，不需要代替"},
+             {name});
     return false;
   }
   return add(*declared);
@@ -107,7 +110,8 @@ bool Mocks::add(const Function& declared) {
   if (IFWBase::instance()->script()->expand_syntax(&mock)) {
     return true;
   }
-  complain("cannot mock '" + declared.name + "': the script engine refuses it");
+  complain({"cannot mock '{1}': the script engine refuses it", "无法代替“{1}”：脚本引擎拒绝它"},
+           {declared.name});
   return false;
 }
 

@@ -36,7 +36,7 @@ const Bits kDetails = {
     {"time", IRunLog::INFO_TIME}, {"pid", IRunLog::INFO_PID}, {"tid", IRunLog::INFO_TID}};
 
 const char* const kFooter =
-    "Without SECTION the only one is run; of a script with several, what it holds is listed.\n"
+    "Without SECTION the only one is run; of a script with several, one must be named.\n"
     "\n"
     "Exit status: 0 done; 1 a call failed, a result could not be saved or written, or a module\n"
     "threw as it was released;\n"
@@ -122,9 +122,9 @@ struct Typed {
 void declare(CLI::App& app, Options& options, Typed& typed) {
   app.name("fwrun");
   app.footer(kFooter);
-  app.set_help_flag("--help", "Print this help and exit");
+  app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "fwrun " FWRUN_VERSION, "Print the version and exit");
-  app.add_option("SCRIPT", options.script, "The script file")->required();
+  app.add_option("SCRIPT", options.script, "The script file; - is standard input");
   app.add_option("SECTION", options.sections, "Sections to run, one after the other");
 
   app.add_option("--module", typed.modules,
@@ -162,15 +162,34 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_flag("--print", options.print, "Print all variables at the end");
   app.add_flag("--save", options.save,
                "Write changed global variables back into SCRIPT, unless a call failed");
+  app.add_flag("--check", options.check,
+               "Check SCRIPT first, as fwcheck does, and run nothing if there is an error");
+  app.add_flag("--functions", options.functions, "List the functions of the modules");
   app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
+}
+
+// What shells complete beside options and files. --list shows names a line each.
+std::vector<tools::Choice> choices() {
+  return {
+      {"--level", "trace debug warn error alert dump all", "", true},
+      {"--details", "time pid tid", "", true},
+      {"--mock", "",
+       "fwrun --list \"$1\" | sed -n '/^functions:/,/^variables:/s/^  \\([^( ]*\\)(.*/\\1/p'"},
+      {"", "", "fwrun --list \"$1\" | sed -n '/^sections:/,/^functions:/s/^  \\([^ ].*\\)/\\1/p'"}};
 }
 
 void check_combination(const CLI::App& app) {
   for (const char* const option : {"SECTION", "--module", "--mock", "--mock-missing", "--log",
-                                   "--set", "--env", "--print", "--save"}) {
+                                   "--set", "--env", "--print", "--save", "--check"}) {
     if (app.count(option) != 0 && app.count("--list") != 0) {
       throw CLI::ValidationError(option, "does not go with --list, which runs nothing");
     }
+  }
+  if (app.count("SCRIPT") == 0 && app.count("--functions") == 0) {
+    throw CLI::RequiredError("SCRIPT");
+  }
+  if (app.count("--save") != 0 && app["SCRIPT"]->as<std::string>() == "-") {
+    throw CLI::ValidationError("--save", "standard input cannot be saved");
   }
 }
 
@@ -195,7 +214,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Runs sections of a script.");
   Typed typed;
   declare(app, options, typed);
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
+  if (const std::optional<std::string> page = tools::command_page(app, argc, argv, choices())) {
     return write_out(*page);
   }
   try {
@@ -209,7 +228,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
     return write_out(app.version() + "\n");
   } catch (const CLI::ParseError& error) {
     complain(error.what());
-    complain("fwrun --help shows the options");
+    complain({"fwrun --help shows the options", "fwrun --help 显示全部选项"}, {});
     return kNothing;
   }
 }

@@ -21,7 +21,8 @@ struct Assignment {
 };
 
 struct Options {
-  std::string script;
+  std::string script;  ///< as given; "-" is standard input
+  std::string path;    ///< where it is read from; not known to the command line
   std::vector<std::string> sections;
   std::vector<tools::ModuleArgument> modules;
   std::vector<std::string> mocks;  ///< names of functions
@@ -33,6 +34,8 @@ struct Options {
   std::vector<Assignment> globals;
   std::vector<Assignment> environment;
   bool list = false;
+  bool functions = false;
+  bool check = false;
   bool print = false;
   bool save = false;
 };

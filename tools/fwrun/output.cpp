@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "support/text.h"
 
@@ -20,7 +19,8 @@ bool write_text(const std::string& text) {
 
 Status write_out(const std::string& text) {
   if (!write_text(text)) {
-    complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+    complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
+             {tools::reason_of(errno)});
     return kFailed;
   }
   return kDone;
@@ -29,6 +29,10 @@ Status write_out(const std::string& text) {
 void complain(const std::string& message) {
   const std::string line = "fwrun: " + tools::escaped(message) + "\n";
   std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void complain(const tools::Message& message, tools::MessageArguments arguments) {
+  complain(tools::in_users_language(message, arguments));
 }
 
 }  // namespace fwrun

@@ -4,12 +4,15 @@
 
 #include <string>
 
+#include "support/messages.h"
+
 namespace fwrun {
 
 enum Status : int {
   kDone = 0,
   kFailed = 1,   ///< something failed while sections ran, or a result could not be written
   kNothing = 2,  ///< wrong usage or a script that cannot be loaded: no section was run
+  kInterrupted = 130
 };
 
 /// Writes `text` to standard output at once. False when that fails, with the reason in errno.
@@ -20,6 +23,7 @@ Status write_out(const std::string& text);
 
 /// Writes "fwrun: ", `message`, escaped, and the end of the line to standard error.
 void complain(const std::string& message);
+void complain(const tools::Message& message, tools::MessageArguments arguments);
 
 }  // namespace fwrun
 

@@ -1,7 +1,5 @@
 #include "printing.h"
 
-#include <set>
-
 #include <fwbase/ifwbase.h>
 
 #include "listing.h"
@@ -28,25 +26,8 @@ class Silence {
   unsigned int m_levels;
 };
 
-// Every string of the script may be the name of a variable: functions take names as arguments.
 Names mentioned(const ScriptFile& script, const Options& options) {
-  Names names;
-  for (const Variable& variable : script.variables) {
-    names.insert(variable.name);
-  }
-  for (const Function& function : script.functions) {
-    for (const Parameter& parameter : function.parameters) {
-      names.insert(parameter.default_value.value_or(""));
-    }
-  }
-  for (const Section& section : script.sections) {
-    for (const ScriptCall& call : section.calls) {
-      names.insert(call.result);
-      for (const Argument& argument : call.arguments) {
-        names.insert(argument.text);
-      }
-    }
-  }
+  Names names = names_in(script);
   for (const Assignment& one : options.globals) {
     names.insert(one.name);
   }
@@ -73,6 +54,28 @@ std::string lines(const Names& names, Get get) {
 }
 
 }  // namespace
+
+// Functions take names as arguments.
+std::set<std::string> names_in(const ScriptFile& script) {
+  Names names;
+  for (const Variable& variable : script.variables) {
+    names.insert(variable.name);
+  }
+  for (const Function& function : script.functions) {
+    for (const Parameter& parameter : function.parameters) {
+      names.insert(parameter.default_value.value_or(""));
+    }
+  }
+  for (const Section& section : script.sections) {
+    for (const ScriptCall& call : section.calls) {
+      names.insert(call.result);
+      for (const Argument& argument : call.arguments) {
+        names.insert(argument.text);
+      }
+    }
+  }
+  return names;
+}
 
 std::string variables_text(const ScriptFile& script, const Options& options, void* environment) {
   const Silence silence;

@@ -1,21 +1,31 @@
 #include "run.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <cstdio>
+#include <optional>
+#include <set>
 
+#include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
 
+#include "functions.h"
+#include "interruption.h"
 #include "listing.h"
 #include "load_report.h"
 #include "mocks.h"
-#include "modules.h"
 #include "printing.h"
 #include "running.h"
+#include "support/error_log.h"
+#include "support/finding_text.h"
+#include "support/modules.h"
+#include "support/standard_input.h"
 #include "support/text.h"
 
 namespace fwrun {
 
 using tools::described;
+using tools::ErrorLog;
 using tools::joined;
 
 namespace {
@@ -38,7 +48,8 @@ class Library {
         IFWBase::instance()->release();
         return all_ended;
       } catch (...) {
-        complain("a module could not be released: " + tools::exception_text());
+        complain({"a module could not be released: {1}", "一个模块无法释放：{1}"},
+                 {tools::exception_text()});
       }
     }
   }
@@ -51,8 +62,8 @@ bool open_log(const Options& options, ErrorLog& log) {
   errno = 0;
   const ec::EC opened = log.file(options.log_file.c_str());
   if (ec::failed(opened)) {
-    complain("cannot open the log file '" + options.log_file +
-             "': " + (errno != 0 ? std::strerror(errno) : described(opened)));
+    complain({"cannot open the log file '{1}': {2}", "无法打开日志文件“{1}”：{2}"},
+             {options.log_file, errno != 0 ? tools::reason_of(errno) : described(opened)});
     return false;
   }
   log.type(options.levels);
@@ -64,18 +75,43 @@ bool open_log(const Options& options, ErrorLog& log) {
 // Where more is to be found about what went wrong.
 void point_to_log(const Options& options) {
   if (options.log_file.empty()) {
-    complain("for the records of the whole run, add --log FILE --level all");
+    complain({"for the records of the whole run, add --log FILE --level all",
+              "要查看整个运行的记录，请加上 --log FILE --level all"},
+             {});
   } else {
-    complain("the records of the run are in " + options.log_file + " (fwlog shows it)");
+    complain({"the records of the run are in {1} (fwlog shows it)",
+              "运行的记录在 {1} 中（用 fwlog 查看）"},
+             {options.log_file});
   }
 }
 
+// The functions are those that the modules have registered, and the mocks.
+std::vector<fwbase::Finding> findings_of(const Options& options) {
+  fwbase::CheckOptions given;
+  for (const Assignment& one : options.environment) {
+    given.environment.push_back(one.name);
+  }
+  return fwbase::check_script(options.path.c_str(), given);
+}
+
+void tell(const Options& options, const std::vector<fwbase::Finding>& findings) {
+  for (const fwbase::Finding& finding : findings) {
+    const std::string line = tools::finding_line(options.script, finding);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+  }
+}
+
+// Why the engine refuses the script, all mistakes with their places, and what helps.
 void report_load_failure(const Options& options, ec::EC code, const std::string& reason,
                          ErrorLog& errors) {
-  report_failure("cannot load '" + options.script + "'", code, errors);
+  report_failure(tools::in_users_language({"cannot load '{1}'", "无法加载“{1}”"}, {options.script}),
+                 code, errors);
   if (!reason.empty()) {
     complain("  " + reason);
   }
+  std::vector<fwbase::Finding> findings = findings_of(options);
+  std::erase_if(findings, [](const fwbase::Finding& one) { return !one.error; });
+  tell(options, findings);
   point_to_log(options);
 }
 
@@ -93,17 +129,28 @@ struct Host {
   Mocks mocks;
 };
 
+// --check: false where there is an error.
+bool check(const Options& options) {
+  const std::vector<fwbase::Finding> findings = findings_of(options);
+  tell(options, findings);
+  return std::none_of(findings.begin(), findings.end(),
+                      [](const fwbase::Finding& one) { return one.error; });
+}
+
 bool load(const Options& options, ScriptFile& script, Host& host) {
-  std::string why = reason_unreadable(options.script);
+  std::string why = reason_unreadable(options.path);
   if (!why.empty()) {
     report_load_failure(options, ec::SCRIPT_E_LOAD, why, host.errors);
     return false;
   }
-  const bool is_read = read_script_file(options.script, script, why);
+  const bool is_read = read_script_file(options.path, script, why);
   if (is_read && !host.mocks.add(options, script, host.watch)) {
     return false;
   }
-  const ec::EC loaded = IFWBase::instance()->script()->load_script(options.script.c_str());
+  if (options.check && !check(options)) {
+    return false;
+  }
+  const ec::EC loaded = IFWBase::instance()->script()->load_script(options.path.c_str());
   if (ec::succeeded(loaded) && is_read) {
     return true;
   }
@@ -123,8 +170,8 @@ std::vector<std::string> names_of(const NamedList<Section>& sections) {
 bool all_known(const Options& options, const ScriptFile& script) {
   for (const std::string& name : options.sections) {
     if (script.sections.find(name) == nullptr) {
-      complain("'" + options.script + "' has no section '" + name +
-               "'; it has: " + joined(names_of(script.sections)));
+      complain({"'{1}' has no section '{2}'; it has: {3}", "“{1}”没有节“{2}”；它有：{3}"},
+               {options.script, name, joined(names_of(script.sections))});
       return false;
     }
   }
@@ -141,7 +188,8 @@ bool assign(const std::vector<Assignment>& assignments, ErrorLog& errors, Set se
     const ec::EC result =
         set(one.name.c_str(), is_int ? IScript::VT_INT : IScript::VT_STRING, data);
     if (ec::failed(result)) {
-      report_failure("cannot set '" + one.name + "'", result, errors);
+      report_failure(tools::in_users_language({"cannot set '{1}'", "无法设置“{1}”"}, {one.name}),
+                     result, errors);
       return false;
     }
   }
@@ -165,7 +213,8 @@ bool save(const Options& options, ErrorLog& errors) {
   if (ec::succeeded(saved)) {
     return true;
   }
-  report_failure("cannot save '" + options.script + "'", saved, errors);
+  report_failure(tools::in_users_language({"cannot save '{1}'", "无法保存“{1}”"}, {options.script}),
+                 saved, errors);
   return false;
 }
 
@@ -173,7 +222,9 @@ Status run_and_store(const std::vector<std::string>& sections, const Options& op
                      const Loaded& loaded) {
   Status status = run_sections(sections, loaded) ? kDone : kFailed;
   if (options.save && status == kFailed) {
-    complain("'" + options.script + "' is left as it was: nothing is saved after a failure");
+    complain({"'{1}' is left as it was: nothing is saved after a failure",
+              "“{1}”保持原样：失败后不保存"},
+             {options.script});
   }
   if (options.save && status == kDone && !save(options, loaded.errors)) {
     status = kFailed;
@@ -183,9 +234,21 @@ Status run_and_store(const std::vector<std::string>& sections, const Options& op
   }
   if (options.print &&
       write_out(variables_text(loaded.script, options, loaded.environment)) != kDone) {
-    return kFailed;
+    status = kFailed;
   }
-  return status;
+  return was_interrupted() ? kInterrupted : status;
+}
+
+// A name that nothing in the script reads is mostly a slip.
+void warn_of_unmentioned(const Options& options, const ScriptFile& script) {
+  const std::set<std::string> names = names_in(script);
+  for (const Assignment& one : options.globals) {
+    if (names.count(one.name) == 0) {
+      complain({"warning: --set {1}: '{2}' does not mention this name",
+                "警告：--set {1}：“{2}”没有提到这个名字"},
+               {one.name, options.script});
+    }
+  }
 }
 
 Status run_script(const Options& options, Host& host) {
@@ -198,20 +261,29 @@ Status run_script(const Options& options, Host& host) {
   if (sections.empty() && script.sections.size() == 1) {
     sections = names_of(script.sections);
   }
-  if (sections.empty()) {
-    return write_out(listing(script));
+  if (sections.empty() && script.sections.size() > 1) {
+    complain({"'{1}' has several sections; name those to run: {2}",
+              "“{1}”有多个节；请指明要运行的：{2}"},
+             {options.script, joined(names_of(script.sections))});
   }
+  if (sections.empty()) {
+    const Status written = write_out(listing(script));
+    return script.sections.size() > 1 ? kNothing : written;
+  }
+  warn_of_unmentioned(options, script);
   if (!set_variables(options, host.errors, &environment)) {
     return kNothing;
   }
-  return run_and_store(sections, options, {script, host.watch, host.errors, &environment});
+  note_interruption();
+  return run_and_store(sections, options,
+                       {options.script, script, host.watch, host.errors, &environment});
 }
 
 Status list_script(const Options& options) {
   ScriptFile script;
   std::string why;
-  if (!read_script_file(options.script, script, why)) {
-    complain("cannot list '" + options.script + "': " + why);
+  if (!read_script_file(options.path, script, why)) {
+    complain({"cannot list '{1}': {2}", "无法列出“{1}”：{2}"}, {options.script, why});
     return kNothing;
   }
   return write_out(listing(script));
@@ -224,21 +296,25 @@ Status work(const Options& options, Host& host) {
   if (!open_log(options, host.errors)) {
     return kNothing;
   }
-  if (!create_modules(options.modules, host.errors)) {
+  std::vector<tools::ModuleArgument> modules = options.modules;
+  modules.insert(modules.begin(), tools::kGeneralFunctions);
+  if (!tools::create_modules(modules, host.errors, complain)) {
     point_to_log(options);
     return kNothing;
   }
-  return run_script(options, host);
+  return options.functions ? write_out(functions_text()) : run_script(options, host);
 }
 
 }  // namespace
 
-Status run(const Options& options) {
+Status run(Options options) {
+  std::optional<tools::StandardInput> input;
+  options.path = options.script == "-" ? input.emplace().path() : options.script;
   const ec::EC started = IFWBase::instance()->init();
   Host host;
   Library library;  // ends before the host, which modules use until they are released
   if (ec::failed(started)) {
-    complain("cannot start the library: " + described(started));
+    complain({"cannot start the library: {1}", "无法启动库：{1}"}, {described(started)});
     return kNothing;
   }
   const Status status = work(options, host);

@@ -8,7 +8,7 @@
 namespace fwrun {
 
 /// Lists or runs the script as the options say; gives the exit status.
-Status run(const Options& options);
+Status run(Options options);
 
 }  // namespace fwrun
 

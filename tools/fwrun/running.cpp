@@ -1,69 +1,84 @@
 #include "running.h"
 
+#include <chrono>
+#include <optional>
+
 #include <fwbase/ifwbase.h>
 
+#include "interruption.h"
 #include "output.h"
-#include "support/text.h"
+#include "progress.h"
+#include "support/modules.h"
 
 namespace fwrun {
 
-using tools::described;
-using tools::exception_text;
-
 namespace {
 
-// The call that failed is the one after those that succeeded. It need not have begun: the engine
-// may have no function of its name.
-std::string failed_call(const Section& section, std::size_t succeeded) {
-  std::string text = "section '" + section.name + "'";
-  if (succeeded < section.calls.size()) {
-    text += ", call " + std::to_string(succeeded + 1) + ", " + section.calls[succeeded].function;
+using Clock = std::chrono::steady_clock;
+
+// The call that failed, or that an interruption ended, is the one after those that succeeded. It
+// need not have begun: the engine may have no function of its name.
+std::string place_of_call(const Loaded& loaded, const Section& section) {
+  const std::size_t succeeded = loaded.watch.succeeded();
+  if (succeeded >= section.calls.size()) {
+    return tools::in_users_language({"section '{1}'", "节“{1}”"}, {section.name});
   }
-  return text;
+  const ScriptCall& call = section.calls[succeeded];
+  return loaded.script_name + ":" + std::to_string(call.place.line) + ":" +
+         std::to_string(call.place.column) + ": " +
+         tools::in_users_language({"section '{1}', call {2}, {3}", "节“{1}”，第 {2} 个调用，{3}"},
+                                  {section.name, std::to_string(succeeded + 1), call.function});
 }
 
-bool run_section(const std::string& name, const Loaded& loaded) {
-  loaded.watch.begin(name);
-  const auto place = [&] {
-    return failed_call(*loaded.script.sections.find(name), loaded.watch.succeeded());
-  };
+bool report_interruption(const Loaded& loaded, const Section& section) {
+  complain({"{1}: interrupted", "{1}：已中断"}, {place_of_call(loaded, section)});
+  return false;
+}
+
+// What the engine gives, or nothing where a function throws, which is told.
+std::optional<ec::EC> result_of(const Section& section, const Loaded& loaded,
+                                Clock::time_point begin) {
+  std::optional<Progress> progress(std::in_place, section, loaded.watch, begin);
   try {
-    const ec::EC result =
-        fwbase::IFWBase::instance()->script()->exec_scommad(name.c_str(), loaded.environment);
-    if (ec::failed(result)) {
-      report_failure(place(), result, loaded.errors);
-    }
-    return ec::succeeded(result);
+    return fwbase::IFWBase::instance()->script()->exec_scommad(section.name.c_str(),
+                                                               loaded.environment);
   } catch (...) {
-    report_exception(place(), loaded.errors);
-    return false;
+    progress.reset();
+    report_exception(place_of_call(loaded, section), loaded.errors);
+    return {};
   }
 }
 
-void report(const std::string& what, ErrorLog& errors) {
-  complain(what);
-  for (const std::string& error : errors.take_errors()) {
-    complain("  " + error);
+bool run_section(const Section& section, const Loaded& loaded, Clock::time_point begin) {
+  loaded.watch.begin(section, loaded.script.variables);
+  const std::optional<ec::EC> result = result_of(section, loaded, begin);
+  if (was_interrupted()) {
+    return report_interruption(loaded, section);
   }
+  if (result && ec::failed(*result)) {
+    report_failure(place_of_call(loaded, section), *result, loaded.errors);
+  }
+  return result && ec::succeeded(*result);
 }
 
 }  // namespace
 
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded) {
+  const Clock::time_point begin = Clock::now();
   for (const std::string& name : sections) {
-    if (!run_section(name, loaded)) {
+    if (!run_section(*loaded.script.sections.find(name), loaded, begin)) {
       return false;
     }
   }
   return true;
 }
 
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors) {
-  report(what + ": " + described(code), errors);
+void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors) {
+  tools::report_failure(what, code, errors, complain);
 }
 
-void report_exception(const std::string& what, ErrorLog& errors) {
-  report(what + ": " + exception_text(), errors);
+void report_exception(const std::string& what, tools::ErrorLog& errors) {
+  tools::report_exception(what, errors, complain);
 }
 
 }  // namespace fwrun

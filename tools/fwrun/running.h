@@ -6,28 +6,29 @@
 #include <vector>
 
 #include "call_watch.h"
-#include "error_log.h"
 #include "script_file.h"
+#include "support/error_log.h"
 
 namespace fwrun {
 
 /// What the sections run on.
 struct Loaded {
+  std::string script_name;  ///< as given
   const ScriptFile& script;
   CallWatch& watch;
-  ErrorLog& errors;
+  tools::ErrorLog& errors;
   void* environment;
 };
 
-/// Runs the sections one after the other. Stops at the first call that fails, and says on standard
-/// error which it was and why; false then.
+/// Runs the sections one after the other. Stops at the first call that fails, and at Ctrl-C, and
+/// says on standard error which call it was and why; false then.
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded);
 
 /// Says on standard error what failed with `code`, followed by the errors that were logged.
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
+void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors);
 
 /// The same about what failed with the exception that is being handled.
-void report_exception(const std::string& what, ErrorLog& errors);
+void report_exception(const std::string& what, tools::ErrorLog& errors);
 
 }  // namespace fwrun
 

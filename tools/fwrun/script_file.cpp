@@ -7,85 +7,127 @@
 #include <cerrno>
 #include <cstring>
 
-#include <utility/xml.h>
+#include <utility/element.h>
+
+#include "fwbase/script/document.h"
+#include "utility/xml_platform.h"
 
 namespace fwrun {
 
 namespace {
 
-using utility::CElement;
+using fwbase::script::Document;
 
-typedef std::vector<CElement> Elements;
-
-// Frees the document when the scope ends.
-class Document {
+/// An element that is asked by names.
+class Element {
  public:
-  Document() { m_xml.init(); }
-  ~Document() { m_xml.release(); }
-  Document(const Document&) = delete;
-  Document& operator=(const Document&) = delete;
+  Element(const Document& document, Document::Element element)
+      : m_document(&document), m_element(element) {}
 
-  utility::CXml& xml() { return m_xml; }
+  std::string name() const { return m_element.name(); }
+  Place place() const { return {m_element.place().line, m_element.place().column}; }
+
+  /// Empty where it has none, or one that cannot be converted.
+  std::string text() const {
+    std::string_view text;
+    return m_element.text(text) == utility::XEC_OK ? std::string(text) : "";
+  }
+
+  bool has_attribute(const char* name) const {
+    const std::optional<Document::NameId> id = m_document->find_name(name);
+    return id && m_element.has_attribute(*id);
+  }
+
+  /// Likewise.
+  std::string attribute(const char* name) const {
+    const std::optional<Document::NameId> id = m_document->find_name(name);
+    std::string_view value;
+    return id && m_element.attribute(*id, value) == utility::XEC_OK ? std::string(value) : "";
+  }
+
+  std::vector<Element> children() const {
+    std::vector<Element> all;
+    for (const Document::Element child : m_element.children()) {
+      all.emplace_back(*m_document, child);
+    }
+    return all;
+  }
+
+  std::vector<Element> children(const std::string& name) const {
+    std::vector<Element> found;
+    for (const Element& child : children()) {
+      if (child.name() == name) {
+        found.push_back(child);
+      }
+    }
+    return found;
+  }
+
+  /// The text of the first child of that name; none without one.
+  std::optional<std::string> child_text(const std::string& name) const {
+    const std::vector<Element> found = children(name);
+    return found.empty() ? std::nullopt : std::optional(found.front().text());
+  }
 
  private:
-  utility::CXml m_xml;
+  const Document* m_document;
+  Document::Element m_element;
 };
 
-Elements children(const CElement& parent, const char* name) {
-  Elements found;
-  parent.get_child_element(name, found);
-  return found;
-}
+typedef std::vector<Element> Elements;
 
-Elements children(const CElement& parent) {
-  Elements found;
-  parent.get_all_child_element(found);
-  return found;
-}
+// This program's own use of the XML library, beside the shared library's.
+class XmlPlatform {
+ public:
+  XmlPlatform() : m_is_started(utility::start_xml_platform()) {}
+  ~XmlPlatform() {
+    if (m_is_started) {
+      utility::stop_xml_platform();
+    }
+  }
+  XmlPlatform(const XmlPlatform&) = delete;
+  XmlPlatform& operator=(const XmlPlatform&) = delete;
 
-std::string attribute(const CElement& element, const char* name) {
-  std::string value;
-  element.get_attr(name, value);
-  return value;
-}
+ private:
+  const bool m_is_started;
+};
 
-Parameter read_parameter(const CElement& element) {
-  Parameter parameter{attribute(element, "tag"), attribute(element, "type"), {}};
-  if (attribute(element, "must") == "false") {
+Parameter read_parameter(const Element& element) {
+  Parameter parameter{element.attribute("tag"), element.attribute("type"), {}};
+  if (element.attribute("must") == "false") {
     const bool is_int = parameter.type == "int";
-    parameter.default_value = element.has_attr("defaultval") ? attribute(element, "defaultval")
-                                                             : std::string(is_int ? "0" : "");
+    parameter.default_value = element.has_attribute("defaultval") ? element.attribute("defaultval")
+                                                                  : std::string(is_int ? "0" : "");
   }
   return parameter;
 }
 
-Function read_function(const CElement& element) {
-  Function function{attribute(element, "name"), {}};
-  for (const CElement& child : children(element, "param")) {
+Function read_function(const Element& element) {
+  Function function{element.attribute("name"), {}};
+  for (const Element& child : element.children("param")) {
     function.parameters.push_back(read_parameter(child));
   }
   return function;
 }
 
-ScriptCall read_call(const std::string& function, const CElement& arguments) {
-  ScriptCall call{function, {}, arguments.get_child_text("ret")};
-  for (const CElement& child : children(arguments)) {
-    const std::string tag = child.get_element_name();
+ScriptCall read_call(const std::string& function, const Element& arguments) {
+  ScriptCall call{function, {}, arguments.child_text("ret").value_or(""), arguments.place()};
+  for (const Element& child : arguments.children()) {
+    const std::string tag = child.name();
     if (tag != "ret" && tag != "params") {
-      const bool is_variable = child.has_child_element("ref");
-      call.arguments.push_back(
-          {tag, is_variable ? child.get_child_text("ref") : child.get_text(), is_variable});
+      const std::optional<std::string> variable = child.child_text("ref");
+      call.arguments.push_back({tag, variable ? *variable : child.text(), variable.has_value()});
     }
   }
   return call;
 }
 
-Section read_section(const CElement& element) {
-  Section section{attribute(element, "name"), {}};
-  for (const CElement& child : children(element)) {
-    const std::string function = child.get_element_name();
-    const Elements sets = children(child, "params");
-    for (const CElement& set : sets) {
+Section read_section(const Element& element) {
+  Section section{element.attribute("name"), {}};
+  for (const Element& child : element.children()) {
+    const std::string function = child.name();
+    const Elements sets = child.children("params");
+    for (const Element& set : sets) {
       section.calls.push_back(read_call(function, set));
     }
     if (sets.empty()) {
@@ -95,28 +137,28 @@ Section read_section(const CElement& element) {
   return section;
 }
 
-void read_process(const CElement& process, ScriptFile& script) {
-  for (const CElement& data : children(process, "Data")) {
-    for (const CElement& var : children(data, "var")) {
+void read_process(const Element& process, ScriptFile& script) {
+  for (const Element& data : process.children("Data")) {
+    for (const Element& var : data.children("var")) {
       script.variables.push_back(
-          {attribute(var, "name"), attribute(var, "type"), attribute(var, "value")});
+          {var.attribute("name"), var.attribute("type"), var.attribute("value")});
     }
   }
-  for (const CElement& exec : children(process, "Exec")) {
-    for (const CElement& section : children(exec, "section")) {
+  for (const Element& exec : process.children("Exec")) {
+    for (const Element& section : exec.children("section")) {
       script.sections.add(read_section(section));
     }
   }
 }
 
-void read_root(const CElement& root, ScriptFile& script) {
-  for (const CElement& group : children(root, "template")) {
-    for (const CElement& function : children(group, "Func")) {
+void read_root(const Element& root, ScriptFile& script) {
+  for (const Element& group : root.children("template")) {
+    for (const Element& function : group.children("Func")) {
       script.functions.add(read_function(function));
     }
   }
-  for (const CElement& process : children(root, "Process")) {
-    const std::string name = attribute(process, "name");
+  for (const Element& process : root.children("Process")) {
+    const std::string name = process.attribute("name");
     if (name.empty()) {
       read_process(process, script);
     } else {
@@ -132,17 +174,16 @@ bool read_script_file(const std::string& path, ScriptFile& script, std::string& 
   if (!why.empty()) {
     return false;
   }
+  const XmlPlatform platform;
   Document document;
-  CElement root;
-  if (document.xml().load(path) != 0 || document.xml().get_root_element(root) != 0) {
-    why =
-        "it is not well-formed XML (xmllint --noout tells the line), has more than the limits "
-        "allow, or refers to an entity of another file, which is not read: its text must stand "
-        "in the script";
+  std::string bytes;
+  if (document.load(path, bytes) != utility::XEC_OK) {
+    why = "it is not well-formed XML, or beyond the limits of a script; fwcheck tells the place";
     return false;
   }
-  if (root.get_element_name() != "korvid") {
-    why = "its root element is '" + root.get_element_name() + "', not 'korvid'";
+  const Element root(document, document.root());
+  if (root.name() != "korvid") {
+    why = "its root element is '" + root.name() + "', not 'korvid'";
     return false;
   }
   read_root(root, script);

@@ -35,6 +35,12 @@ class NamedList {
   std::unordered_map<std::string, std::size_t> m_places;
 };
 
+/// Counted from 1.
+struct Place {
+  unsigned int line = 1;
+  unsigned int column = 1;
+};
+
 struct Parameter {
   std::string tag;
   std::string type;                          ///< "int" or "string"
@@ -56,6 +62,7 @@ struct ScriptCall {
   std::string function;
   std::vector<Argument> arguments;
   std::string result;  ///< the variable that "ret" names; empty for none
+  Place place = {};    ///< of its arguments: the "params", or the call without any
 };
 
 struct Section {
@@ -76,7 +83,7 @@ struct ScriptFile {
   std::vector<std::string> other_processes;  ///< names of those that the engine passes over
 };
 
-/// Reads the file; the engine must be initialised. What a script must have and this one lacks
+/// Reads the file with the reader of the library. What a script must have and this one lacks
 /// is left empty: the engine's loading checks it. On failure `why` says what is wrong.
 bool read_script_file(const std::string& path, ScriptFile& script, std::string& why);
 

@@ -7,58 +7,48 @@ namespace fwstd {
 
 namespace {
 
-using fwbase::IScript;
-
-ec::EC give_if_it_fits(const Call& call, std::int64_t result) {
+ec::EC give_if_it_fits(const Call& call, std::int32_t a, std::int32_t b, std::int64_t result) {
   if (result < std::numeric_limits<std::int32_t>::min() ||
       result > std::numeric_limits<std::int32_t>::max()) {
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     std::to_string(call.number(0)) + " and " + std::to_string(call.number(1)) +
-                         " give " + std::to_string(result) + ", which does not fit in 32 bits");
+    return call.fail(ec::SCRIPT_BAD_PARAM, "%d and %d give %lld, which does not fit in 32 bits", a,
+                     b, static_cast<long long>(result));
   }
   return call.give(static_cast<std::int32_t>(result));
 }
 
-ec::EC add(const Call& call) {
-  return give_if_it_fits(call, std::int64_t{call.number(0)} + call.number(1));
+ec::EC add(const Call& call, std::int32_t a, std::int32_t b) {
+  return give_if_it_fits(call, a, b, std::int64_t{a} + b);
 }
 
-ec::EC subtract(const Call& call) {
-  return give_if_it_fits(call, std::int64_t{call.number(0)} - call.number(1));
+ec::EC subtract(const Call& call, std::int32_t a, std::int32_t b) {
+  return give_if_it_fits(call, a, b, std::int64_t{a} - b);
 }
 
-ec::EC multiply(const Call& call) {
-  return give_if_it_fits(call, std::int64_t{call.number(0)} * call.number(1));
+ec::EC multiply(const Call& call, std::int32_t a, std::int32_t b) {
+  return give_if_it_fits(call, a, b, std::int64_t{a} * b);
 }
 
-ec::EC division_by_zero(const Call& call) {
-  return call.fail(ec::SCRIPT_BAD_PARAM,
-                   std::to_string(call.number(0)) + " cannot be divided by zero");
+ec::EC division_by_zero(const Call& call, std::int32_t a) {
+  return call.fail(ec::SCRIPT_BAD_PARAM, "%d cannot be divided by zero", a);
 }
 
-ec::EC divide(const Call& call) {
-  if (call.number(1) == 0) {
-    return division_by_zero(call);
-  }
-  return give_if_it_fits(call, std::int64_t{call.number(0)} / call.number(1));
+ec::EC divide(const Call& call, std::int32_t a, std::int32_t b) {
+  return b == 0 ? division_by_zero(call, a) : give_if_it_fits(call, a, b, std::int64_t{a} / b);
 }
 
-ec::EC modulo(const Call& call) {
-  if (call.number(1) == 0) {
-    return division_by_zero(call);
-  }
-  return give_if_it_fits(call, std::int64_t{call.number(0)} % call.number(1));
+ec::EC modulo(const Call& call, std::int32_t a, std::int32_t b) {
+  return b == 0 ? division_by_zero(call, a) : give_if_it_fits(call, a, b, std::int64_t{a} % b);
 }
 
 }  // namespace
 
 std::span<Function> arithmetic_functions() {
   static Function functions[] = {
-      {"add", {IScript::VT_INT, IScript::VT_INT}, add},
-      {"subtract", {IScript::VT_INT, IScript::VT_INT}, subtract},
-      {"multiply", {IScript::VT_INT, IScript::VT_INT}, multiply},
-      {"divide", {IScript::VT_INT, IScript::VT_INT}, divide},
-      {"modulo", {IScript::VT_INT, IScript::VT_INT}, modulo},
+      {"add", "Adds two numbers.", {param("a"), param("b")}, add},
+      {"subtract", "Subtracts a number from another.", {param("a"), param("b")}, subtract},
+      {"multiply", "Multiplies two numbers.", {param("a"), param("b")}, multiply},
+      {"divide", "Divides a number by another.", {param("a"), param("b")}, divide},
+      {"modulo", "Gives what a division leaves.", {param("a"), param("b")}, modulo},
   };
   return functions;
 }

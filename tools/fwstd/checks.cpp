@@ -5,50 +5,57 @@ namespace fwstd {
 
 namespace {
 
-using fwbase::IScript;
-
 // "load is " or, without a name for what is checked, "the value is ".
-std::string subject(const char* what) {
-  return std::string(*what != '\0' ? what : "the value") + " is ";
+std::string subject(const std::string& what) {
+  return (what.empty() ? "the value" : what) + " is ";
 }
 
-ec::EC expect_equal_int(const Call& call) {
-  if (call.number(0) == call.number(1)) {
+ec::EC expect_equal_int(const Call& call, std::int32_t actual, std::int32_t expected,
+                        const std::string& what) {
+  if (actual == expected) {
     return ec::SCRIPT_OK;
   }
-  return call.fail(ec::SCRIPT_BAD_PARAM, subject(call.text(2)) + std::to_string(call.number(0)) +
-                                             ", expected " + std::to_string(call.number(1)));
+  return fail(call, ec::SCRIPT_BAD_PARAM,
+              subject(what) + std::to_string(actual) + ", expected " + std::to_string(expected));
 }
 
-ec::EC expect_equal_string(const Call& call) {
-  const std::string actual = call.text(0);
-  if (actual == call.text(1)) {
+ec::EC expect_equal_string(const Call& call, const std::string& actual, const std::string& expected,
+                           const std::string& what) {
+  if (actual == expected) {
     return ec::SCRIPT_OK;
   }
-  return call.fail(ec::SCRIPT_BAD_PARAM,
-                   subject(call.text(2)) + "'" + actual + "', expected '" + call.text(1) + "'");
+  return fail(call, ec::SCRIPT_BAD_PARAM,
+              subject(what) + "'" + actual + "', expected '" + expected + "'");
 }
 
-ec::EC expect_at_most(const Call& call) {
-  if (call.number(0) <= call.number(1)) {
+ec::EC expect_at_most(const Call& call, std::int32_t actual, std::int32_t limit,
+                      const std::string& what) {
+  if (actual <= limit) {
     return ec::SCRIPT_OK;
   }
-  return call.fail(ec::SCRIPT_BAD_PARAM, subject(call.text(2)) + std::to_string(call.number(0)) +
-                                             ", expected at most " +
-                                             std::to_string(call.number(1)));
+  return fail(
+      call, ec::SCRIPT_BAD_PARAM,
+      subject(what) + std::to_string(actual) + ", expected at most " + std::to_string(limit));
 }
+
+Param what() { return param("what", "what the record calls the value").or_else(""); }
 
 }  // namespace
 
 std::span<Function> check_functions() {
   static Function functions[] = {
       {"expect_equal_int",
-       {IScript::VT_INT, IScript::VT_INT, IScript::VT_STRING},
+       "Fails unless two numbers are equal.",
+       {param("actual"), param("expected"), what()},
        expect_equal_int},
       {"expect_equal_string",
-       {IScript::VT_STRING, IScript::VT_STRING, IScript::VT_STRING},
+       "Fails unless two texts are equal.",
+       {param("actual"), param("expected"), what()},
        expect_equal_string},
-      {"expect_at_most", {IScript::VT_INT, IScript::VT_INT, IScript::VT_STRING}, expect_at_most},
+      {"expect_at_most",
+       "Fails when a number is more than a limit.",
+       {param("actual"), param("limit"), what()},
+       expect_at_most},
   };
   return functions;
 }

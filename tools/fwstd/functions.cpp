@@ -1,7 +1,15 @@
-// Registration of all general functions.
+// Registration of all general functions, and what they share.
 #include "fwstd/functions.h"
 
+#include "support/charset.h"
+#include "support/text.h"
+
 namespace fwstd {
+
+ec::EC fail(const Call& call, ec::EC code, const std::string& reason) {
+  // Values that it quotes must not end the record, or begin another.
+  return call.fail(code, "%s", tools::gbk_of(tools::escaped(reason)).c_str());
+}
 
 std::vector<Function*> all_functions() {
   std::vector<Function*> all;

@@ -2,14 +2,23 @@
 #ifndef FWSTD_FUNCTIONS_H
 #define FWSTD_FUNCTIONS_H
 
+#include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
 
+#include <fwbase/function.h>
 #include <fwbase/iscript.h>
 
-#include "fwstd/function.h"
-
 namespace fwstd {
+
+using fwbase::Call;
+using fwbase::Function;
+using fwbase::Param;
+using fwbase::param;
+
+/// Logs why a call fails, as Call::fail() does, and returns `code`. `reason` is UTF-8.
+ec::EC fail(const Call& call, ec::EC code, const std::string& reason);
 
 /// The functions by subject. The objects live as long as this code is loaded.
 std::span<Function> arithmetic_functions();

@@ -14,8 +14,6 @@ namespace fwstd {
 
 namespace {
 
-using fwbase::IScript;
-
 class Descriptor {
  public:
   // Not blocking: opening a pipe that nobody writes to would wait for ever.
@@ -55,48 +53,45 @@ bool read_some(int descriptor, std::size_t size, std::string& content) {
   return true;
 }
 
-ec::EC read_file(const Call& call) {
-  const std::string path = call.text(0);
-  const std::int32_t limit = call.number(1);
+ec::EC read_file(const Call& call, const std::string& path, std::int32_t limit) {
   if (limit < 1) {
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     "the limit is " + std::to_string(limit) + " bytes, not 1 or more");
+    return call.fail(ec::SCRIPT_BAD_PARAM, "the limit is %d bytes, not 1 or more", limit);
   }
   const Descriptor file(path.c_str());
   if (file.number() < 0) {
     const int error = errno;
-    return call.fail(error == ENOENT ? ec::SCRIPT_NOT_FOUND : ec::SCRIPT_BAD_PARAM,
-                     cannot_read(path, std::strerror(error)));
+    return fail(call, error == ENOENT ? ec::SCRIPT_NOT_FOUND : ec::SCRIPT_BAD_PARAM,
+                cannot_read(path, std::strerror(error)));
   }
   struct stat status {};
   if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, cannot_read(path, "it is not a regular file"));
+    return fail(call, ec::SCRIPT_BAD_PARAM, cannot_read(path, "it is not a regular file"));
   }
   std::string content;
   if (!read_some(file.number(), static_cast<std::size_t>(limit) + 1, content)) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, cannot_read(path, std::strerror(errno)));
+    return fail(call, ec::SCRIPT_BAD_PARAM, cannot_read(path, std::strerror(errno)));
   }
   if (content.size() > static_cast<std::size_t>(limit)) {
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     cannot_read(path, "it is longer than " + std::to_string(limit) + " bytes"));
+    return fail(call, ec::SCRIPT_BAD_PARAM,
+                cannot_read(path, "it is longer than " + std::to_string(limit) + " bytes"));
   }
   if (content.find('\0') != content.npos) {
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     cannot_read(path, "it holds a zero byte, so it is no text"));
+    return fail(call, ec::SCRIPT_BAD_PARAM,
+                cannot_read(path, "it holds a zero byte, so it is no text"));
   }
   return call.give(content);
 }
 
-ec::EC current_time(const Call& call) {
+ec::EC current_time(const Call& call, const std::string& format) {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
   // The blank in front tells an empty text from one that is too long, for which strftime gives 0.
-  const std::string format = std::string(" ") + call.text(0);
+  const std::string pattern = " " + format;
   char text[1 + 256] = "";
   if (localtime_r(&now, &local) == nullptr ||
-      std::strftime(text, sizeof text, format.c_str(), &local) == 0) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, std::string("the format '") + call.text(0) +
-                                               "' gives no text of up to 255 bytes");
+      std::strftime(text, sizeof text, pattern.c_str(), &local) == 0) {
+    return fail(call, ec::SCRIPT_BAD_PARAM,
+                "the format '" + format + "' gives no text of up to 255 bytes");
   }
   return call.give(std::string(text + 1));
 }
@@ -105,8 +100,14 @@ ec::EC current_time(const Call& call) {
 
 std::span<Function> input_functions() {
   static Function functions[] = {
-      {"read_file", {IScript::VT_STRING, IScript::VT_INT}, read_file},
-      {"current_time", {IScript::VT_STRING}, current_time},
+      {"read_file",
+       "Reads a file.",
+       {param("path"), param("limit", "in bytes").or_else(65536)},
+       read_file},
+      {"current_time",
+       "Tells the local time.",
+       {param("format", "as for strftime").or_else("%Y-%m-%d %H:%M:%S")},
+       current_time},
   };
   return functions;
 }

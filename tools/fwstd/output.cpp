@@ -2,29 +2,31 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string_view>
 
 #include <strings.h>
 
-#include <fwbase/irunlog.h>
+#include <fwbase/ifwbase.h>
 
 #include "fwstd/functions.h"
+#include "support/charset.h"
 
 namespace fwstd {
 
 namespace {
 
+using fwbase::IFWBase;
 using fwbase::IRunLog;
-using fwbase::IScript;
 
 // Written through at once, so that it is this call that fails when the output is gone.
-ec::EC print(const Call& call) {
-  if (std::printf("%s\n", call.text(0)) < 0 || std::fflush(stdout) != 0) {
+ec::EC print(const Call& call, const char* text) {
+  if (std::printf("%s\n", text) < 0 || std::fflush(stdout) != 0) {
     const int error = errno;
     std::clearerr(stdout);
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     std::string("cannot write to standard output: ") + std::strerror(error));
+    return call.fail(ec::SCRIPT_BAD_PARAM, "cannot write to standard output: %s",
+                     std::strerror(error));
   }
   return ec::SCRIPT_OK;
 }
@@ -43,14 +45,21 @@ std::optional<IRunLog::Type> level_named(const char* name) {
   return {};
 }
 
-ec::EC log(const Call& call) {
-  const std::optional<IRunLog::Type> level = level_named(call.text(0));
+// The whole text, which may be longer than what the macros write.
+ec::EC log(const Call& call, const std::string& name, const std::string& text) {
+  const std::optional<IRunLog::Type> level = level_named(name.c_str());
   if (!level) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, std::string("'") + call.text(0) +
-                                               "' is no level; the levels are trace, debug, "
-                                               "warn, error, alert and dump");
+    return fail(call, ec::SCRIPT_BAD_PARAM,
+                "'" + name +
+                    "' is no level; the levels are trace, debug, warn, error, alert and "
+                    "dump");
   }
-  call.log(*level, call.text(1));
+  IRunLog* const run_log = IFWBase::instance()->runlog();
+  if ((IRunLog::ms_type_sign.load(std::memory_order_relaxed) & *level) != 0 && run_log != nullptr) {
+    const std::unique_ptr<char[]> location(IRunLog::FormatStr(
+        "this(0x%x) log %s(%d) CT:%s %s", 0U, __FILE__, __LINE__, __DATE__, __TIME__));
+    run_log->write(*level, tools::gbk_of(text).c_str(), location.get());
+  }
   return ec::SCRIPT_OK;
 }
 
@@ -58,8 +67,11 @@ ec::EC log(const Call& call) {
 
 std::span<Function> output_functions() {
   static Function functions[] = {
-      {"print", {IScript::VT_STRING}, print},
-      {"log", {IScript::VT_STRING, IScript::VT_STRING}, log},
+      {"print", "Writes a text and an end of line to standard output.", {param("text")}, print},
+      {"log",
+       "Writes a text to the run log.",
+       {param("level", "trace, debug, warn, error, alert or dump"), param("text")},
+       log},
   };
   return functions;
 }

@@ -10,32 +10,32 @@ namespace fwstd {
 
 namespace {
 
-using fwbase::IScript;
-
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
-ec::EC concat(const Call& call) {
-  return call.give(std::string(call.text(0)) + call.text(1) + call.text(2) + call.text(3));
+std::string concat(const std::string& a, const std::string& b, const std::string& c,
+                   const std::string& d) {
+  return a + b + c + d;
 }
 
 // Replaces {1}, {2} and {3} by the arguments after the pattern. Unlike an argument that begins or
 // ends with blanks, which loading trims, a pattern keeps the blanks inside it.
-ec::EC format(const Call& call) {
-  const std::string_view pattern = call.text(0);
+std::string format(const std::string& pattern, const std::string& first, const std::string& second,
+                   const std::string& third) {
+  const std::string* const texts[] = {&first, &second, &third};
   std::string text;
   for (std::size_t at = 0; at < pattern.size();) {
-    const std::string_view place = pattern.substr(at, 3);
+    const std::string_view place = std::string_view(pattern).substr(at, 3);
     if (place == "{1}" || place == "{2}" || place == "{3}") {
-      text += call.text(place[1] - '0');
+      text += *texts[place[1] - '1'];
       at += place.size();
     } else {
       text += pattern[at++];
     }
   }
-  return call.give(text);
+  return text;
 }
 
-ec::EC int_to_string(const Call& call) { return call.give(std::to_string(call.number(0))); }
+std::string int_to_string(std::int32_t value) { return std::to_string(value); }
 
 std::string_view trimmed(std::string_view text) {
   const std::size_t first = text.find_first_not_of(kBlanks);
@@ -45,22 +45,20 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
 }
 
-ec::EC string_to_int(const Call& call) {
-  const std::string_view text = trimmed(call.text(0));
-  const std::int32_t unit = call.number(1);
+ec::EC string_to_int(const Call& call, const char* argument, std::int32_t unit) {
+  const std::string_view text = trimmed(argument);
   if (unit < 1) {
-    return call.fail(ec::SCRIPT_BAD_PARAM,
-                     "the unit is " + std::to_string(unit) + ", not 1 or more");
+    return call.fail(ec::SCRIPT_BAD_PARAM, "the unit is %d, not 1 or more", unit);
   }
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::invalid_argument || end != text.data() + text.size()) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, "'" + std::string(text) + "' is not a whole number");
+    return fail(call, ec::SCRIPT_BAD_PARAM, "'" + std::string(text) + "' is not a whole number");
   }
   const std::int64_t result = number / unit;
   if (error != std::errc() || result < std::numeric_limits<std::int32_t>::min() ||
       result > std::numeric_limits<std::int32_t>::max()) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, "'" + std::string(text) + "' does not fit in 32 bits");
+    return fail(call, ec::SCRIPT_BAD_PARAM, "'" + std::string(text) + "' does not fit in 32 bits");
   }
   return call.give(static_cast<std::int32_t>(result));
 }
@@ -93,18 +91,17 @@ std::string_view nth_part(std::string_view text, std::int32_t n, std::string_vie
   }
 }
 
-ec::EC field(const Call& call) {
-  const std::int32_t number = call.number(1);
+ec::EC field(const Call& call, const std::string& text, std::int32_t number,
+             const std::string& separator) {
   if (number < 1) {
-    return call.fail(ec::SCRIPT_BAD_PARAM, "fields are counted from 1, there is none with number " +
-                                               std::to_string(number));
+    return call.fail(ec::SCRIPT_BAD_PARAM,
+                     "fields are counted from 1, there is none with number %d", number);
   }
-  const std::string_view separator = call.text(2);
-  const std::string_view found = separator.empty() ? nth_word(call.text(0), number)
-                                                   : nth_part(call.text(0), number, separator);
+  const std::string_view found =
+      separator.empty() ? nth_word(text, number) : nth_part(text, number, separator);
   if (found.data() == nullptr) {
-    return call.fail(ec::SCRIPT_NOT_FOUND,
-                     "there is no field " + std::to_string(number) + " in '" + call.text(0) + "'");
+    return fail(call, ec::SCRIPT_NOT_FOUND,
+                "there is no field " + std::to_string(number) + " in '" + text + "'");
   }
   return call.give(std::string(found));
 }
@@ -118,20 +115,19 @@ std::size_t behind_key(std::string_view text, std::string_view key) {
   return at == text.npos ? at : at + key.size();
 }
 
-ec::EC value_after(const Call& call) {
-  const std::string_view text = call.text(0);
-  const std::string key = call.text(1);
+ec::EC value_after(const Call& call, const char* argument, const std::string& key) {
+  const std::string_view text = argument;
   if (key.empty()) {
     return call.fail(ec::SCRIPT_BAD_PARAM, "the key is empty");
   }
   const std::size_t behind = behind_key(text, key);
   if (behind == text.npos) {
-    return call.fail(ec::SCRIPT_NOT_FOUND, "the text has no key '" + key + "'");
+    return fail(call, ec::SCRIPT_NOT_FOUND, "the text has no key '" + key + "'");
   }
   const std::string_view line = text.substr(behind, text.find('\n', behind) - behind);
   const std::string_view value = nth_word(line, 1);
   if (value.data() == nullptr) {
-    return call.fail(ec::SCRIPT_NOT_FOUND, "no value follows the key '" + key + "' in its line");
+    return fail(call, ec::SCRIPT_NOT_FOUND, "no value follows the key '" + key + "' in its line");
   }
   return call.give(std::string(value));
 }
@@ -141,15 +137,28 @@ ec::EC value_after(const Call& call) {
 std::span<Function> text_functions() {
   static Function functions[] = {
       {"concat",
-       {IScript::VT_STRING, IScript::VT_STRING, IScript::VT_STRING, IScript::VT_STRING},
+       "Joins texts.",
+       {param("a"), param("b"), param("c").or_else(""), param("d").or_else("")},
        concat},
       {"format",
-       {IScript::VT_STRING, IScript::VT_STRING, IScript::VT_STRING, IScript::VT_STRING},
+       "Replaces {1}, {2} and {3} in a pattern by texts.",
+       {param("pattern"), param("first").or_else(""), param("second").or_else(""),
+        param("third").or_else("")},
        format},
-      {"int_to_string", {IScript::VT_INT}, int_to_string},
-      {"string_to_int", {IScript::VT_STRING, IScript::VT_INT}, string_to_int},
-      {"field", {IScript::VT_STRING, IScript::VT_INT, IScript::VT_STRING}, field},
-      {"value_after", {IScript::VT_STRING, IScript::VT_STRING}, value_after},
+      {"int_to_string", "Writes a number in decimal.", {param("value")}, int_to_string},
+      {"string_to_int",
+       "Reads the whole number in a text.",
+       {param("text"), param("unit", "what the number is divided by").or_else(1)},
+       string_to_int},
+      {"field",
+       "Picks a field out of a text.",
+       {param("text"), param("number", "counted from 1"),
+        param("separator", "blanks and ends of lines when empty").or_else("")},
+       field},
+      {"value_after",
+       "Picks the first word behind a key out of a text.",
+       {param("text"), param("key")},
+       value_after},
   };
   return functions;
 }

@@ -2,8 +2,10 @@
 #include "support/charset.h"
 
 #include <iconv.h>
+#include <langinfo.h>
 
 #include <algorithm>
+#include <clocale>
 
 namespace tools {
 
@@ -74,6 +76,14 @@ std::string convert(const char* to, const char* from, const std::string& text,
 }
 
 }  // namespace
+
+std::string locale_text_of(const std::string& utf8) {
+  const char* const locale = std::setlocale(LC_CTYPE, nullptr);
+  const std::string name = locale != nullptr ? locale : "C";
+  const char* const code_page = nl_langinfo(CODESET);
+  const bool is_utf8 = name == "C" || name == "POSIX" || std::string(code_page) == "UTF-8";
+  return is_utf8 ? utf8 : convert(code_page, "UTF-8", utf8, is_continuation);
+}
 
 std::string gbk_of(const std::string& utf8) {
   return convert("GBK", "UTF-8", utf8, is_continuation);

@@ -1,4 +1,5 @@
-// Between UTF-8, which scripts and terminals use, and GBK, which the run log uses.
+// Between UTF-8, which scripts and terminals use, GBK, which the run log uses, and the code page of
+// the locale, which scripts are converted to.
 #ifndef TOOLS_SUPPORT_CHARSET_H
 #define TOOLS_SUPPORT_CHARSET_H
 
@@ -11,6 +12,10 @@ std::string gbk_of(const std::string& utf8);
 
 /// `gbk` as UTF-8. Bytes that are not GBK become "?".
 std::string utf8_of(const std::string& gbk);
+
+/// `utf8` in the code page of the process's locale, which scripts are converted to; C and POSIX
+/// count as UTF-8. What that lacks becomes "?".
+std::string locale_text_of(const std::string& utf8);
 
 }  // namespace tools
 

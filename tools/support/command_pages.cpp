@@ -140,50 +140,20 @@ std::string man_page(const CLI::App& app) {
   return page;
 }
 
-std::string bash_completion(const CLI::App& app) {
-  std::vector<std::string> names;
-  std::vector<std::string> with_file;
-  std::vector<std::string> with_text;
-  for (const CLI::Option* const option : options_of(app, false)) {
-    names.push_back(option->get_name());
-    std::vector<std::string> ways{names.back()};
-    for (const std::string& name : option->get_snames()) {
-      ways.push_back("-" + name);
-    }
-    const std::string value = value_of(*option);
-    if (value.starts_with("FILE") || value.starts_with("PATH")) {
-      with_file.insert(with_file.end(), ways.begin(), ways.end());
-    } else if (!value.empty()) {
-      with_text.insert(with_text.end(), ways.begin(), ways.end());
-    }
-  }
-  const auto alternatives = [](const std::vector<std::string>& options) {
-    return CLI::detail::join(options, " | ");
-  };
-  const std::string& name = app.get_name();
-  std::string text = "# bash completion of " + name + "\n_" + name + "() {\n";
-  text += "  local word=${COMP_WORDS[COMP_CWORD]}\n  COMPREPLY=()\n";
-  text += "  case ${COMP_WORDS[COMP_CWORD - 1]} in\n";
-  if (!with_file.empty()) {
-    text += "    " + alternatives(with_file) + ") ;;\n";
-  }
-  if (!with_text.empty()) {
-    text += "    " + alternatives(with_text) + ") return ;;\n";
-  }
-  text +=
-      "    *)\n      if [[ $word == -* ]]; then\n        mapfile -t COMPREPLY < <(compgen -W '" +
-      CLI::detail::join(names, " ") + "' -- \"$word\")\n        return\n      fi\n      ;;\n";
-  text += "  esac\n  mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n}\n";
-  return text + "complete -o filenames -F _" + name + " " + name + "\n";
-}
-
-std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv) {
+std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv,
+                                        const std::vector<Choice>& choices) {
   const std::string_view word = argc == 2 ? argv[1] : "";
   if (word == "--man-page") {
     return man_page(app);
   }
   if (word == "--bash-completion") {
-    return bash_completion(app);
+    return bash_completion(app, choices);
+  }
+  if (word == "--zsh-completion") {
+    return zsh_completion(app, choices);
+  }
+  if (word == "--fish-completion") {
+    return fish_completion(app, choices);
   }
   return {};
 }

@@ -4,6 +4,9 @@
 
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "support/completion.h"
 
 namespace CLI {
 class App;
@@ -12,16 +15,15 @@ class App;
 namespace tools {
 
 /// For a command line that is one of these words alone, which the build uses and --help does not
-/// list: --man-page gives the manual page in the troff language, --bash-completion the functions
-/// that complete the command's arguments in bash. Nothing for any other command line.
-std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv);
+/// list: --man-page gives the manual page in the troff language, --bash-completion,
+/// --zsh-completion and --fish-completion what completes the command's arguments in these shells.
+/// Nothing for any other command line.
+std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv,
+                                        const std::vector<Choice>& choices = {});
 
 /// Name, synopsis, options, and the paragraphs of the footer; those that begin with "Exit status: "
 /// and "Example: " become sections of their own.
 std::string man_page(const CLI::App& app);
-
-/// Completes options, and the names of files where none is begun and for options that take one.
-std::string bash_completion(const CLI::App& app);
 
 }  // namespace tools
 

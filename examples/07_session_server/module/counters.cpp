@@ -4,11 +4,9 @@
 #include <string_view>
 
 #include <fwbase/module.h>
+#include <fwbase/values.h>
 
 namespace session_server {
-
-using fwbase::IFWBase;
-using fwbase::IScript;
 
 // The engine is called with the mutex held. That is safe: the engine calls the functions of this
 // module without its own lock, so no thread holds the two in the opposite order.
@@ -23,7 +21,7 @@ void Counters::add(const char* name, std::uint64_t by) {
 
 std::uint64_t Counters::initial(const char* name) {
   std::string text;
-  if (ec::failed(IFWBase::instance()->script()->get_value(name, IScript::VT_STRING, &text))) {
+  if (ec::failed(fwbase::get(name, text))) {
     return 0;  // the engine has logged why
   }
   std::uint64_t value = 0;
@@ -41,8 +39,7 @@ ec::EC Counters::store() {
   const std::lock_guard<std::mutex> guard(m_mutex);
   ec::EC result = ec::SCRIPT_OK;
   for (const auto& [name, value] : m_values) {
-    const std::string text = std::to_string(value);
-    result = IFWBase::instance()->script()->set_value(name.c_str(), IScript::VT_STRING, &text);
+    result = fwbase::set(name.c_str(), std::to_string(value));
     if (ec::failed(result)) {
       return result;
     }

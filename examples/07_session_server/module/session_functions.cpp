@@ -6,9 +6,10 @@
 #include <cstdint>
 #include <string>
 #include <utility>
-#include <vector>
 
+#include <fwbase/function.h>
 #include <fwbase/module.h>
+#include <fwbase/values.h>
 
 #include "../isession.h"
 #include "counters.h"
@@ -16,13 +17,13 @@
 namespace session_server {
 namespace {
 
+using fwbase::Call;
+using fwbase::Function;
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;
 using fwbase::IMM;
 using fwbase::IScript;
-
-constexpr IScript::VType kInt = IScript::VT_INT;
-constexpr IScript::VType kText = IScript::VT_STRING;
+using fwbase::param;
 
 /// Bounds what one client can make the server keep.
 constexpr int kMaxValues = 16;
@@ -36,37 +37,19 @@ const std::string kValuePrefix = "value ";
 
 IScript* script() { return IFWBase::instance()->script(); }
 
-ec::EC set_text(const char* name, const std::string& text, void* env) {
-  return script()->set_value_env(name, kText, &text, env);
-}
-
-/// Hands a result to the script, unless that wants none.
-ec::EC give(const char* ret, const std::string& text, void* env) {
-  return ret == nullptr ? ec::SCRIPT_OK : set_text(ret, text, env);
-}
-
-ec::EC give(const char* ret, std::int32_t number, void* env) {
-  return ret == nullptr ? ec::SCRIPT_OK : script()->set_value_env(ret, kInt, &number, env);
-}
-
 ec::EC refuse(const std::string& reason, void* env) {
-  const ec::EC result = set_text("reason", reason, env);
+  const ec::EC result = fwbase::set_env(env, "reason", reason);
   return ec::failed(result) ? result : kRefused;
 }
 
 // --- Functions of texts and numbers ---
 
-ec::EC add(const IScript::VValue* args, void* env, const char* ret) {
+std::int32_t add(std::int32_t a, std::int32_t b) {
   // Unsigned, because overflow of signed numbers is undefined.
-  const auto sum =
-      static_cast<std::uint32_t>(args[0].int_value) + static_cast<std::uint32_t>(args[1].int_value);
-  return give(ret, static_cast<std::int32_t>(sum), env);
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
 }
 
-ec::EC length(const IScript::VValue* args, void* env, const char* ret) {
-  const std::string text = args[0].string_value;
-  return give(ret, static_cast<std::int32_t>(text.size()), env);
-}
+std::int32_t length(const std::string& text) { return static_cast<std::int32_t>(text.size()); }
 
 /// The first word of a text, and what follows the one blank behind it.
 std::pair<std::string, std::string> split(const std::string& text) {
@@ -75,38 +58,33 @@ std::pair<std::string, std::string> split(const std::string& text) {
                                   : std::make_pair(text.substr(0, end), text.substr(end + 1));
 }
 
-ec::EC first_word(const IScript::VValue* args, void* env, const char* ret) {
-  return give(ret, split(args[0].string_value).first, env);
-}
+std::string first_word(const std::string& text) { return split(text).first; }
 
-ec::EC after_first_word(const IScript::VValue* args, void* env, const char* ret) {
-  return give(ret, split(args[0].string_value).second, env);
-}
+std::string after_first_word(const std::string& text) { return split(text).second; }
 
-ec::EC upper(const IScript::VValue* args, void* env, const char* ret) {
-  std::string text = args[0].string_value;
-  for (char& c : text) {
+std::string upper(const std::string& text) {
+  std::string all = text;
+  for (char& c : all) {
     c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   }
-  return give(ret, text, env);
+  return all;
 }
 
 // --- Values of a session, in its global environment ---
 
 /// The session's value of that name, or what the default environment has: a miss goes on there.
 /// Both are the same empty string, by its address, when there is none.
-ec::EC fetch(const IScript::VValue* args, void* env, const char* ret) {
-  const std::string name = args[0].string_value;
+ec::EC fetch(const Call& call, const std::string& name) {
   const std::string& value =
-      IFWBase::instance()->global_env(env)->get_str((kValuePrefix + name).c_str());
+      IFWBase::instance()->global_env(call.env())->get_str((kValuePrefix + name).c_str());
   const std::string& nothing = IFWBase::instance()->global_env()->get_str(nullptr);
-  return &value == &nothing ? refuse("no value called '" + name + "'", env) : give(ret, value, env);
+  return &value == &nothing ? refuse("no value called '" + name + "'", call.env())
+                            : call.give(value);
 }
 
-ec::EC store(const IScript::VValue* args, void* env, const char*) {
+ec::EC store(const Call& call, const std::string& name, const char* value) {
+  void* const env = call.env();
   auto* const session = static_cast<ISession*>(env);
-  const std::string name = args[0].string_value;
-  const char* const value = args[1].string_value;
   if (name.empty()) {
     return refuse("a value needs a name", env);
   }
@@ -126,94 +104,71 @@ ec::EC store(const IScript::VValue* args, void* env, const char*) {
 
 // --- The session itself ---
 
-ec::EC reply(const IScript::VValue* args, void* env, const char*) {
-  const std::string text = args[2].string_value;
-  std::string line = std::string(args[0].string_value) + ' ' + std::to_string(args[1].int_value);
-  if (!text.empty()) {
-    line += ' ' + text;
-  }
-  return static_cast<ISession*>(env)->reply(line) ? ec::SCRIPT_OK
-                                                  : refuse("the reply is too long", env);
+ec::EC reply(const Call& call, const std::string& status, std::int32_t number,
+             const std::string& text) {
+  const std::string line = status + ' ' + std::to_string(number) + (text.empty() ? "" : ' ' + text);
+  return static_cast<ISession*>(call.env())->reply(line)
+             ? ec::SCRIPT_OK
+             : refuse("the reply is too long", call.env());
 }
 
-ec::EC quit(const IScript::VValue*, void* env, const char*) {
-  static_cast<ISession*>(env)->quit();
-  return ec::SCRIPT_OK;
-}
+void quit(const Call& call) { static_cast<ISession*>(call.env())->quit(); }
 
 // At DUMP, which the server enables when it is asked to. No text of the client's: it could pass
 // for a record.
-ec::EC record(const IScript::VValue* args, void* env, const char*) {
-  const auto* const session = static_cast<ISession*>(env);
-  FWBASE_LOG_AT(session, DUMP, "session %llu: %s %d", session->number(), args[0].string_value,
-                args[1].int_value);
-  return ec::SCRIPT_OK;
+void record(const Call& call, const char* event, std::int32_t number) {
+  const auto* const session = static_cast<ISession*>(call.env());
+  FWBASE_LOG_AT(session, DUMP, "session %llu: %s %d", session->number(), event, number);
 }
 
 /// Runs the section "KIND NAME"; when there is none, or when one of its calls fails, another one.
 /// Scripts have no conditions: this is how they choose.
-ec::EC run(const IScript::VValue* args, void* env, const char*) {
-  const std::string section = std::string(args[0].string_value) + ' ' + args[1].string_value;
-  const ec::EC result = script()->exec_scommad(section.c_str(), env);
+ec::EC run(const Call& call, const std::string& kind, const std::string& name,
+           const char* otherwise) {
+  const std::string section = kind + ' ' + name;
+  const ec::EC result = script()->exec_scommad(section.c_str(), call.env());
   if (ec::succeeded(result)) {
     return result;
   }
   if (result == ec::SCRIPT_E_SECTION) {
-    refuse(std::string("unknown ") + args[0].string_value, env);
+    refuse("unknown " + kind, call.env());
   } else if (result != kRefused) {
-    refuse(std::string("failed: ") + ec::name(result), env);
+    refuse(std::string("failed: ") + ec::name(result), call.env());
   }
-  return script()->exec_scommad(args[2].string_value, env);
+  return script()->exec_scommad(otherwise, call.env());
 }
 
 /// For all sessions, by the one module: its functions and their counters live as long as the
 /// library.
 Counters counters;
 
-ec::EC count(const IScript::VValue* args, void*, const char*) {
-  const std::int32_t by = args[1].int_value;
-  counters.add(args[0].string_value, by > 0 ? static_cast<std::uint64_t>(by) : 0);
-  return ec::SCRIPT_OK;
+void count(const char* name, std::int32_t by) {
+  counters.add(name, by > 0 ? static_cast<std::uint64_t>(by) : 0);
 }
 
-ec::EC store_counters(const IScript::VValue*, void*, const char*) { return counters.store(); }
-
-/// One script function: a name, the types of its parameters, and what it does.
-class Function : public IScript::ISyntax {
- public:
-  using Body = ec::EC (*)(const IScript::VValue* args, void* env, const char* ret);
-
-  Function(const char* name, std::vector<IScript::VType> types, Body body)
-      : m_name(name), m_types(std::move(types)), m_body(body) {}
-
-  const char* name() override { return m_name; }
-  IScript::VType* param_types() override { return m_types.data(); }
-  int param_count() override { return static_cast<int>(m_types.size()); }
-  ec::EC call(const IScript::VValue* args, void* env, const char* ret) override {
-    return m_body(args, env, ret);
-  }
-
- private:
-  const char* const m_name;
-  std::vector<IScript::VType> m_types;
-  const Body m_body;
-};
+ec::EC store_counters() { return counters.store(); }
 
 // Not members of the module: the script engine keeps their addresses beyond the module's end.
 Function functions[] = {
-    {"add", {kInt, kInt}, add},
-    {"length", {kText}, length},
-    {"first_word", {kText}, first_word},
-    {"after_first_word", {kText}, after_first_word},
-    {"upper", {kText}, upper},
-    {"fetch", {kText}, fetch},
-    {"store", {kText, kText}, store},
-    {"reply", {kText, kInt, kText}, reply},
-    {"quit", {}, quit},
-    {"record", {kText, kInt}, record},
-    {"run", {kText, kText, kText}, run},
-    {"count", {kText, kInt}, count},
-    {"store_counters", {}, store_counters},
+    {"add", "Adds two numbers.", {param("a"), param("b")}, add},
+    {"length", "Counts the bytes of a text.", {param("text")}, length},
+    {"first_word", "Gives the first word of a text.", {param("text")}, first_word},
+    {"after_first_word", "Gives what follows the first word.", {param("text")}, after_first_word},
+    {"upper", "Makes a text upper case.", {param("text")}, upper},
+    {"fetch", "Gives a value of the session.", {param("name")}, fetch},
+    {"store", "Keeps a value for the session.", {param("name"), param("value")}, store},
+    {"reply",
+     "Sends a line to the client.",
+     {param("status"), param("number"), param("text").or_else("")},
+     reply},
+    {"quit", "Ends the session.", {}, quit},
+    {"record", "Logs at DUMP.", {param("event"), param("number")}, record},
+    {"run",
+     "Runs the section of a kind and a name.",
+     {param("kind"), param("name"), param("otherwise", "the section to run instead")},
+     run},
+    {"count", "Adds to a counter.", {param("counter"), param("by").or_else(1)}, count},
+    {"store_counters", "Writes the counters into the script.", {}, store_counters},
 };
 
 class SessionFunctions : public IMM::IBase {

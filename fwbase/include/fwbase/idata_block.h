@@ -41,7 +41,7 @@ struct FWBASE_API IDataBlock {
   /// Always gives DB_OK. When less than n bytes are left behind the write position, when the
   /// position is outside of the buffer, or when buf is null, nothing is copied and the position
   /// stays: callers that care compare wr_ptr() before and after, or the space left before.
-  virtual ec::EC copy(const char* buf, unsigned int n) = 0;
+  FWBASE_RESULT virtual ec::EC copy(const char* buf, unsigned int n) = 0;
 
   /// The number of bytes between the read and the write position (write minus read).
   virtual std::size_t data_len() const = 0;
@@ -72,7 +72,7 @@ struct FWBASE_API IDataBlockFT {
   ///   DB_OK         made
   ///   DB_NO_MEMORY  no memory for the block, for its buffer or for what administers it; logged at
   ///                 ERROR. block may have been overwritten and must not be used
-  virtual ec::EC create(IDataBlock*& block, unsigned int size) = 0;
+  FWBASE_RESULT virtual ec::EC create(IDataBlock*& block, unsigned int size) = 0;
 
   /// n bytes of plain memory, not initialised, as malloc gives them; null when there are none.
   /// Logs nothing. The caller hands them to deallocate().

@@ -54,7 +54,7 @@ struct FWBASE_API IFWBase {
   ///
   /// May be called again. Without release() between, components forget what they hold; the
   /// init() of each says how. Keyed environments stay as they are.
-  virtual ec::EC init() = 0;
+  FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Releases the built-in data block factory, module manager, script engine, default global
   /// environment and run log, in this order; then, holding the lock for writing, sets all
@@ -114,7 +114,7 @@ struct FWBASE_API IFWBase {
   ///
   /// Takes the lock for writing to enter it; the new environment is initialised, and one that is
   /// not wanted is disposed of, without the lock.
-  virtual ec::EC create_global_env(IGlobalEnv*& env, void* key) = 0;
+  FWBASE_RESULT virtual ec::EC create_global_env(IGlobalEnv*& env, void* key) = 0;
 
   /// Gives the environment of a key or, when it has none, the installed default environment (null
   /// before init() and after release()). Takes the lock for reading. The pointer is valid until

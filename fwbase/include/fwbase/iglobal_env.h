@@ -49,7 +49,7 @@ struct FWBASE_API IGlobalEnv {
 
   /// Empties the three tables and gives GENV_OK. Stored objects are forgotten, not released:
   /// call release() first when there may be any. Takes the lock for writing.
-  virtual ec::EC init() = 0;
+  FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Calls release() on every stored object, in the order of the names, then empties the object,
   /// address and string tables. The environment stays usable; a second call finds nothing to do.
@@ -68,7 +68,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OK          stored
   ///   GENV_BAD_PARAM   name or val is null
   ///   GENV_STR_EXISTS  the name has a string, which stays as it is
-  virtual ec::EC insert_str(const char* name, const char* val) = 0;
+  FWBASE_RESULT virtual ec::EC insert_str(const char* name, const char* val) = 0;
 
   /// Gives a stored string, looking in the parents as well. A name that none of them has, or a
   /// null name, gives an empty string: one object for the whole process, never destroyed.
@@ -86,7 +86,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_STR_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
   ///                       last one
   ///   a parent's code     when the parent is a host's own environment: what that gave
-  virtual ec::EC get_str(const char* name, const char*& val) = 0;
+  FWBASE_RESULT virtual ec::EC get_str(const char* name, const char*& val) = 0;
 
   /// Replaces the value of a string of this environment.
   /// name, val   both required; val is copied, and may be the present value.
@@ -95,7 +95,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OK             replaced; earlier pointers and references to it are no longer valid
   ///   GENV_BAD_PARAM      name or val is null
   ///   GENV_STR_NOT_FOUND  no such string here, whatever the parents have
-  virtual ec::EC mod_str(const char* name, const char* val) = 0;
+  FWBASE_RESULT virtual ec::EC mod_str(const char* name, const char* val) = 0;
 
   /// Extends a string of this environment.
   /// nval   required; what is added, copied, and may be the present value.
@@ -105,7 +105,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OK             extended; earlier pointers and references to it are no longer valid
   ///   GENV_BAD_PARAM      name or nval is null
   ///   GENV_STR_NOT_FOUND  no such string here, whatever the parents have
-  virtual ec::EC ex_str(const char* name, const char* nval, bool end) = 0;
+  FWBASE_RESULT virtual ec::EC ex_str(const char* name, const char* nval, bool end) = 0;
 
   /// Removes a string of this environment. A null name and one that is not here are ignored,
   /// without a record. Pointers and references to the string are no longer valid.
@@ -119,7 +119,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OK           stored
   ///   GENV_BAD_PARAM    name is null
   ///   GENV_ADDR_EXISTS  the name has an address, which stays as it is
-  virtual ec::EC insert_addr(const char* name, void* val) = 0;
+  FWBASE_RESULT virtual ec::EC insert_addr(const char* name, void* val) = 0;
 
   /// Gives a stored address, looking in the parents as well; null when none of them has it or the
   /// name is null. The other form tells a stored null from a missing one. Never logs.
@@ -134,7 +134,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_ADDR_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
   ///                        last one
   ///   a parent's code      when the parent is a host's own environment: what that gave
-  virtual ec::EC get_addr(const char* name, void*& val) = 0;
+  FWBASE_RESULT virtual ec::EC get_addr(const char* name, void*& val) = 0;
 
   /// Replaces an address of this environment.
   /// val   any pointer, null included.
@@ -143,7 +143,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OK              replaced
   ///   GENV_BAD_PARAM       name is null
   ///   GENV_ADDR_NOT_FOUND  no such address here, whatever the parents have
-  virtual ec::EC mod_addr(const char* name, void* val) = 0;
+  FWBASE_RESULT virtual ec::EC mod_addr(const char* name, void* val) = 0;
 
   /// Removes an address of this environment. A null name and one that is not here are ignored,
   /// without a record.
@@ -159,7 +159,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OBJ_EXISTS  the name has an object, which stays; nothing was cloned
   ///
   /// When clone() throws, nothing is stored.
-  virtual ec::EC insert_obj(const char* name, const IObject* object) = 0;
+  FWBASE_RESULT virtual ec::EC insert_obj(const char* name, const IObject* object) = 0;
 
   /// Gives a copy of a stored object, looking in the parents as well.
   /// object   required; receives the copy, which the caller disposes of with release(). Untouched
@@ -171,7 +171,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OBJ_NOT_FOUND  neither this environment nor its parents have it; logged once, by the
   ///                       last one
   ///   a parent's code     when the parent is a host's own environment: what that gave
-  virtual ec::EC get_obj(const char* name, IObject** object) = 0;
+  FWBASE_RESULT virtual ec::EC get_obj(const char* name, IObject** object) = 0;
 
   /// Replaces an object of this environment: calls release() on the stored copy first, then
   /// stores a clone() of the other one.
@@ -184,7 +184,7 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_OBJ_NOT_FOUND  no such object here, whatever the parents have
   ///
   /// When release() or clone() throws, the name is gone, too.
-  virtual ec::EC mod_obj(const char* name, const IObject* object) = 0;
+  FWBASE_RESULT virtual ec::EC mod_obj(const char* name, const IObject* object) = 0;
 
   /// Calls release() on an object of this environment and removes it; recorded at DEBUG. A null
   /// name and one that is not here are logged at WARN. When release() throws, the object is

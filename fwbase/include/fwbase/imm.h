@@ -34,7 +34,7 @@ struct FWBASE_API IMM {
     /// Brings the module into service. arg is what was passed to create_module().
     /// Any code with bit 31 set is a success; any other one fails the creation and is handed to
     /// its caller unchanged.
-    virtual ec::EC init(void* arg) = 0;
+    FWBASE_RESULT virtual ec::EC init(void* arg) = 0;
 
     /// Ends the module. For a module that was not made by a factory this is its whole destruction
     /// (a module made with new deletes itself here). A module takes out of the global
@@ -60,7 +60,7 @@ struct FWBASE_API IMM {
   /// Forgets all modules, libraries and identifiers without calling or unloading anything, and
   /// lets automatic identifiers start at 65,537. Gives MM_OK. Call release() first when there may
   /// be any; a forgotten library stays loaded.
-  virtual ec::EC init() = 0;
+  FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Empties the manager:
   ///   1. forgets the identifiers;
@@ -103,7 +103,7 @@ struct FWBASE_API IMM {
   ///
   /// Overloads: a literal null for the second argument of a three-argument call is ambiguous; say
   /// static_cast<IMM::IFactory*>(nullptr) or static_cast<IMM::CreateFun>(nullptr).
-  virtual ec::EC create_module(IBase*& out, const char* path, const char* fname, void* arg) = 0;
+  FWBASE_RESULT virtual ec::EC create_module(IBase*& out, const char* path, const char* fname, void* arg) = 0;
 
   /// Creates a module by a factory.
   /// out       receives what create() gives; untouched when it was not called or threw.
@@ -121,12 +121,12 @@ struct FWBASE_API IMM {
   ///                      out has an address that must not be used
   ///
   /// When create() throws, nothing changed; when init() throws, the module goes back as above.
-  virtual ec::EC create_module(IBase*& out, IFactory* factory, void* arg) = 0;
+  FWBASE_RESULT virtual ec::EC create_module(IBase*& out, IFactory* factory, void* arg) = 0;
 
   /// Creates a module by a function, as the form with a path does; records name "NULL" for path
   /// and function.
   /// fn   the function; MM_BAD_PARAM when it is null.
-  virtual ec::EC create_module(IBase*& out, IBase* (*fn)(), void* arg) = 0;
+  FWBASE_RESULT virtual ec::EC create_module(IBase*& out, IBase* (*fn)(), void* arg) = 0;
 
   /// Gives the factory that made a valid module; null, logged, when m is null or no factory made
   /// it. The factory itself may have been destroyed since.

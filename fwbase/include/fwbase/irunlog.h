@@ -102,7 +102,7 @@ struct FWBASE_API IRunLog {
   ///                      written in the caller's thread. Queued mode must not be chosen then.
   ///
   /// Takes the lock for writing.
-  virtual ec::EC init() = 0;
+  FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Sets ms_type_sign. Takes the lock for writing.
   virtual void type(unsigned int mask) = 0;
@@ -125,7 +125,7 @@ struct FWBASE_API IRunLog {
   ///   LOG_OPEN_FAILED  the file cannot be opened (errno says why); nothing changed
   ///
   /// Takes the lock for writing, but not while it opens the file.
-  virtual ec::EC file(const char* path) = 0;
+  FWBASE_RESULT virtual ec::EC file(const char* path) = 0;
 
   /// Chooses queued mode (true), where the writer thread writes the records, or direct mode, where
   /// write() does. Takes the lock for writing.

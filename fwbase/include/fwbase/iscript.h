@@ -74,7 +74,7 @@ struct FWBASE_API IScript {
     ///
     /// Returns any code. A failure ends the section and becomes the result of the run. An
     /// exception ends the section too and reaches whoever runs it; the engine stays usable.
-    virtual ec::EC call(const VValue* args, void* env, const char* ret) = 0;
+    FWBASE_RESULT virtual ec::EC call(const VValue* args, void* env, const char* ret) = 0;
 
     virtual ~ISyntax() {}
   };
@@ -88,7 +88,7 @@ struct FWBASE_API IScript {
   /// place, the converter for the code page, where memory must not run out: the XML platform can
   /// then neither be started nor ended, and each later call in the process gives SCRIPT_NO_MEMORY.
   /// Traced. Takes the lock for writing.
-  virtual ec::EC init() = 0;
+  FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Empties the engine: functions, variables of all tables, sections, the document and its path;
   /// ends the use of the XML platform, if this engine initialised it. The host's functions are
@@ -109,7 +109,7 @@ struct FWBASE_API IScript {
   /// Returns true, or false with an ERROR record when syntax or its name() is null, its
   /// param_types() is null with a positive param_count(), or memory ran out; nothing changes then.
   /// Traced. Takes the lock for writing.
-  virtual bool expand_syntax(ISyntax* syntax) = 0;
+  FWBASE_RESULT virtual bool expand_syntax(ISyntax* syntax) = 0;
 
   /// Loads a script file on top of what the engine holds.
   ///
@@ -149,7 +149,7 @@ struct FWBASE_API IScript {
   /// even so; after SCRIPT_E_LOAD there is no document. A file loaded twice fails at its first
   /// declaration with SCRIPT_FUNC_EXISTS. An argument that takes its default is told at DEBUG.
   /// Takes the lock for writing.
-  virtual ec::EC load_script(const char* path) = 0;
+  FWBASE_RESULT virtual ec::EC load_script(const char* path) = 0;
 
   /// Writes all global variables into the script file, as the one "Data" element of its process,
   /// sorted by name. Nothing is written while no set_value() or rm_value() has succeeded; after
@@ -171,10 +171,10 @@ struct FWBASE_API IScript {
   ///
   /// A failure leaves the file as it was; the next save that succeeds writes everything.
   /// Takes the lock for writing.
-  virtual ec::EC save_script() = 0;
+  FWBASE_RESULT virtual ec::EC save_script() = 0;
 
   /// Does nothing. Returns SCRIPT_OK.
-  virtual ec::EC execute(void* env) = 0;
+  FWBASE_RESULT virtual ec::EC execute(void* env) = 0;
 
   /// Runs a section: its calls in order, up to the first that fails. Arguments are literals of the
   /// script, or values of variables of env, read anew for each call. A variable that is missing
@@ -195,7 +195,7 @@ struct FWBASE_API IScript {
   /// Takes the lock for reading, for a moment: when it begins, and for a call with variables among
   /// its arguments. Functions may use every operation but release(), run sections included, and are
   /// called by as many threads at once as run sections.
-  virtual ec::EC exec_scommad(const char* section, void* env) = 0;
+  FWBASE_RESULT virtual ec::EC exec_scommad(const char* section, void* env) = 0;
 
   /// Reads a global variable into *out.
   ///
@@ -206,7 +206,7 @@ struct FWBASE_API IScript {
   ///   SCRIPT_BAD_PARAM  the variable has another type
   ///   SCRIPT_NO_MEMORY  no memory for the copy of the string
   /// On failure *out stays as it was. Takes the lock for reading.
-  virtual ec::EC get_value(const char* name, VType type, void* out) const = 0;
+  FWBASE_RESULT virtual ec::EC get_value(const char* name, VType type, void* out) const = 0;
 
   /// Creates a global variable, or replaces one together with its type.
   ///
@@ -216,7 +216,7 @@ struct FWBASE_API IScript {
   ///   SCRIPT_BAD_PARAM  type is neither VT_INT nor VT_STRING
   ///   SCRIPT_NO_MEMORY  memory ran out
   /// A failure changes nothing. Takes the lock for writing, after the arguments are checked.
-  virtual ec::EC set_value(const char* name, VType type, const void* data) = 0;
+  FWBASE_RESULT virtual ec::EC set_value(const char* name, VType type, const void* data) = 0;
 
   /// Removes a global variable.
   ///
@@ -225,12 +225,12 @@ struct FWBASE_API IScript {
   ///   SCRIPT_E_PARAM    name is null
   ///   SCRIPT_NOT_FOUND  no such variable; nothing changed
   /// Takes the lock for writing.
-  virtual ec::EC rm_value(const char* name) = 0;
+  FWBASE_RESULT virtual ec::EC rm_value(const char* name) = 0;
 
   /// Reads a variable of an environment into *out: as get_value(), and SCRIPT_NOT_FOUND also when
   /// the environment has no variables. Takes the lock for reading, as other reads do at the same
   /// time.
-  virtual ec::EC get_value_env(const char* name, VType type, void* out, void* env) const = 0;
+  FWBASE_RESULT virtual ec::EC get_value_env(const char* name, VType type, void* out, void* env) const = 0;
 
   /// Creates or replaces a variable of an environment; environments live from the first write to
   /// release(). Never saved.
@@ -242,7 +242,7 @@ struct FWBASE_API IScript {
   ///   SCRIPT_E_PARAM    name or data is null
   ///   SCRIPT_NO_MEMORY  memory ran out
   /// A failure changes nothing. Takes the lock for writing.
-  virtual ec::EC set_value_env(const char* name, VType type, const void* data, void* env) = 0;
+  FWBASE_RESULT virtual ec::EC set_value_env(const char* name, VType type, const void* data, void* env) = 0;
 
   virtual ~IScript() {}
 };

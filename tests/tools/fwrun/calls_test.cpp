@@ -42,7 +42,8 @@ TEST(FwrunCalls, AFailureIsNamedAndEndsTheRun) {
   const ProgramResult result = run_fwrun({script.path(), "good", "bad", "good"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "two\none\n");
-  EXPECT_EQ(result.err, std::string("fwrun: section 'bad', call 2, ") + kFailureText + kLogAdvice);
+  EXPECT_EQ(without_places(result.err),
+            std::string("fwrun: section 'bad', call 2, ") + kFailureText + kLogAdvice);
 }
 
 TEST(FwrunCalls, AFailureNamesTheLogWhenThereIsOne) {
@@ -50,8 +51,9 @@ TEST(FwrunCalls, AFailureNamesTheLogWhenThereIsOne) {
   const std::string log = script.directory() + "/run.log";
   const ProgramResult result = run_fwrun({script.path(), "bad", "--log", log, "--level", "warn"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, std::string("fwrun: section 'bad', call 2, ") + kFailureText +
-                            "fwrun: the records of the run are in " + log + " (fwlog shows it)\n");
+  EXPECT_EQ(without_places(result.err), std::string("fwrun: section 'bad', call 2, ") +
+                                            kFailureText + "fwrun: the records of the run are in " +
+                                            log + " (fwlog shows it)\n");
 }
 
 TEST(FwrunCalls, CountTheCallsThatOneElementHolds) {
@@ -61,7 +63,8 @@ TEST(FwrunCalls, CountTheCallsThatOneElementHolds) {
       "<params><actual>2</actual><limit>1</limit></params></expect_at_most></section>"));
   const ProgramResult result = run_fwrun({script.path()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
+  EXPECT_EQ(without_places(result.err),
+            std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
 }
 
 TEST(FwrunCalls, AnUnknownSectionListsTheKnownOnesAndRunsNothing) {
@@ -89,7 +92,8 @@ TEST(FwrunCalls, AnErrorThatACallGotOverIsNotPartOfALaterFailure) {
                   std::string(kFailingCall) + "</section>"));
   const ProgramResult result = run_fwrun({script.path()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
+  EXPECT_EQ(without_places(result.err),
+            std::string("fwrun: section 's', call 2, ") + kFailureText + kLogAdvice);
 }
 
 // The engine forgets its functions when it is initialised again, but not their signatures.
@@ -101,7 +105,7 @@ TEST(FwrunCalls, NameAFunctionThatTheEngineDoesNotHave) {
                   "<add><a>1</a><b>2</b></add></section>"));
   fwbase::test::HostFunction set_int("set_int", {fwbase::IScript::VT_INT});
   fwbase::test::HostFunction add("add", {fwbase::IScript::VT_INT, fwbase::IScript::VT_INT});
-  ErrorLog errors;
+  tools::ErrorLog errors;
   CallWatch watch(errors);
   ASSERT_TRUE(facade->script()->expand_syntax(&add));
   ASSERT_TRUE(ec::succeeded(facade->script()->init()));
@@ -112,8 +116,8 @@ TEST(FwrunCalls, NameAFunctionThatTheEngineDoesNotHave) {
   ASSERT_TRUE(read_script_file(file.path(), script, why)) << why;
 
   testing::internal::CaptureStderr();
-  EXPECT_FALSE(run_sections({"s"}, {script, watch, errors, nullptr}));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+  EXPECT_FALSE(run_sections({"s"}, {"s.xml", script, watch, errors, nullptr}));
+  EXPECT_EQ(without_places(testing::internal::GetCapturedStderr()),
             "fwrun: section 's', call 2, add: SCRIPT_NO_FUNC (0x0008000d): call of a script "
             "function for which no syntax extension exists\n"
             "fwrun:   不存在的脚本函数:(add)\n");
@@ -125,7 +129,7 @@ TEST(FwrunCalls, WatchTheEngineOnlyWhileTheWatchLives) {
   ASSERT_TRUE(ec::succeeded(facade->init()));
   fwbase::IScript* const engine = facade->script();
   {
-    ErrorLog errors;
+    tools::ErrorLog errors;
     CallWatch watch(errors);
     EXPECT_EQ(facade->script(), &watch);
     EXPECT_FALSE(watch.expand_syntax(nullptr));
@@ -146,12 +150,67 @@ TEST(FwrunCalls, AReleasedFacadeStaysReleasedWhenTheWatchEnds) {
   fwbase::IFWBase* const facade = fwbase::IFWBase::instance();
   ASSERT_TRUE(ec::succeeded(facade->init()));
   {
-    ErrorLog errors;
+    tools::ErrorLog errors;
     CallWatch watch(errors);
     facade->release();
   }
   EXPECT_EQ(facade->script(), nullptr);
   EXPECT_EQ(facade->runlog(), nullptr);
+}
+
+TEST(FwrunCalls, AFailureIsToldWithItsPlace) {
+  const fwbase::test::ScriptFile script(script_with("\n<section name=\"s\">\n  " + print_call("x") +
+                                                    "\n  " + kFailingCall + "</section>"));
+  const ProgramResult result = run_fwrun({script.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err.rfind("fwrun: " + std::string(script.path()) +
+                                 ":34:3: section 's', call 2, expect_at_most: SCRIPT_BAD_PARAM",
+                             0),
+            0U)
+      << result.err;
+}
+
+TEST(FwrunCalls, ARefToAVariableOfDataIsExplained) {
+  const fwbase::test::ScriptFile script(
+      script_with("<section name=\"s\"><add><a><ref>runs</ref></a><b>1</b></add></section>",
+                  "<var name=\"runs\" type=\"int\" value=\"3\"/>"));
+  const ProgramResult result = run_fwrun({script.path()});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.err.find("fwrun:   a ref reads the environment, where there is no 'runs'; "
+                            "load_int reads the global variable of that name\n"),
+            std::string::npos)
+      << result.err;
+}
+
+TEST(FwrunCalls, MessagesAreChineseForAChineseUser) {
+  const fwbase::test::ScriptFile script(two_sections());
+  const ProgramResult result = fwbase::test::run_program(
+      {"/bin/sh", "-c", "LC_ALL=zh_CN.UTF-8 \"$0\" \"$1\"", FWRUN_PROGRAM, script.path()});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err,
+            std::string("fwrun: “") + script.path() + "”有多个节；请指明要运行的：bad, good\n");
+}
+
+// The run is long, so that it is interrupted on the way, as soon as the first line is out.
+TEST(FwrunCalls, AnInterruptionIsToldWithItsPlaceAndStatus130) {
+  std::string calls;
+  for (int i = 0; i < 5000; ++i) {
+    calls += print_call("x");
+  }
+  const fwbase::test::ScriptFile script(script_with("<section name=\"s\">" + calls + "</section>"));
+  const ProgramResult result = fwbase::test::run_program(
+      {"/bin/bash", "-c",
+       "cd \"$1\"; sections=(); for ((i = 0; i < 2000; ++i)); do sections+=(s); done\n"
+       "env --default-signal=INT \"$0\" --print --log run.log script.xml \"${sections[@]}\" "
+       ">out & until [ -s out ]; do :; done; kill -INT $!; wait $!",
+       FWRUN_PROGRAM, script.directory()});
+  EXPECT_EQ(result.status, 130);
+  EXPECT_EQ(result.err.rfind("fwrun: script.xml:31:", 0), 0U) << result.err;
+  EXPECT_NE(result.err.find(": section 's', call "), std::string::npos) << result.err;
+  EXPECT_NE(result.err.find(", print: interrupted\n"), std::string::npos) << result.err;
+  EXPECT_NE(file_text(script.directory() + "/out").find("global variables:\n"), std::string::npos);
+  EXPECT_NE(file_text(script.directory() + "/run.log").find("log system release"),
+            std::string::npos);
 }
 
 }  // namespace fwrun::test

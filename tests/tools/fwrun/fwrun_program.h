@@ -29,6 +29,9 @@ extern const char kNotReadable[];
 /// The line that tells how to learn more when there is no log.
 extern const char kLogAdvice[];
 
+/// Messages without the "FILE:LINE:COLUMN: " of failing calls.
+std::string without_places(const std::string& messages);
+
 /// The content of a file.
 std::string file_text(const std::string& path);
 

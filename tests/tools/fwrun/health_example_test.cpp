@@ -58,7 +58,7 @@ TEST(HealthExample, FailsWhenAThresholdIsPassed) {
 
 TEST(HealthExample, IsListedWithoutSection) {
   const ProgramResult result = run_fwrun({kHealth});
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.out.rfind("sections:\n  measure\n", 0), 0U) << result.out;
 }
 

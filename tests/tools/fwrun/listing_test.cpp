@@ -73,8 +73,10 @@ TEST(FwrunListing, IsWhatAScriptWithSeveralSectionsGivesWithoutSection) {
       "<korvid><Process name=\"\"><Exec><section name=\"a\"/>"
       "<section name=\"b\"/></Exec></Process></korvid>");
   const ProgramResult result = run_fwrun({script.path()});
-  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.status, 2);
   EXPECT_EQ(result.out, "sections:\n  a\n  b\nfunctions:\nvariables:\n");
+  EXPECT_EQ(result.err, std::string("fwrun: '") + script.path() +
+                            "' has several sections; name those to run: a, b\n");
 }
 
 TEST(FwrunListing, IsWhatAScriptWithoutSectionsGives) {

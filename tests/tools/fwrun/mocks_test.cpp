@@ -120,7 +120,7 @@ TEST(FwrunMocks, FailTheirCallWhenTheyCannotPrint) {
     SCOPED_TRACE(lost.reason);
     const ProgramResult result = run_fwrun({"--mock-missing", script.path()}, lost.kind);
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err,
+    EXPECT_EQ(without_places(result.err),
               "fwrun: section 's', call 1, greet: " + tools::described(ec::SCRIPT_BAD_PARAM) +
                   "\nfwrun:   greet: cannot write to standard output: " + lost.reason + "\n" +
                   kLogAdvice);

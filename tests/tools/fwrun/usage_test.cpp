@@ -14,8 +14,8 @@ TEST(FwrunUsage, HelpNamesEveryOptionAndStatus) {
   for (const char* const text :
        {"SCRIPT", "SECTION", "--module PATH[:FUNCTION][=ARGUMENT]", "--mock NAME", "--mock-missing",
         "--log FILE", "--level LIST", "--details LIST", "--queued", "--set NAME=VALUE",
-        "--env NAME=VALUE", "--print", "--save", "--list", "--help", "--version",
-        "Exit status: 0"}) {
+        "--env NAME=VALUE", "--print", "--save", "--list", "--functions", "--check", "-h,--help",
+        "--version", "Exit status: 0"}) {
     EXPECT_NE(result.out.find(text), std::string::npos) << text;
   }
 }
@@ -82,6 +82,19 @@ TEST(FwrunUsage, OptionsMayStandAnywhere) {
       run_fwrun({"--set", "x=1", script.path(), "--env", "y=1", "b", "--set=z=1", "a"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out, "ran b\nran a\n");
+}
+
+TEST(FwrunUsage, ListsTheFunctionsOfTheModules) {
+  const ProgramResult result = run_fwrun({"--functions"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out.rfind("  add(a: int, b: int)  Adds two numbers.\n", 0), 0U) << result.out;
+  EXPECT_NE(result.out.find("  field(text: string, number: int, separator: string = \"\")"),
+            std::string::npos)
+      << result.out;
+  const ProgramResult more =
+      run_fwrun({"--functions", "--module", FWRUN_TEST_MODULES "/libbrings_functions.so"});
+  EXPECT_NE(more.out.find("  greet(arg1: string, arg2: int)\n"), std::string::npos) << more.out;
 }
 
 }  // namespace fwrun::test

@@ -51,8 +51,9 @@ std::vector<DocumentedFunction> documented_functions() {
   std::vector<DocumentedFunction> functions;
   for (std::string line; std::getline(text, line);) {
     const std::vector<std::string> cells = parts(line, "|");
-    if (cells.size() > 2 && cells[1].rfind(" `", 0) == 0) {
-      functions.push_back({cells[1].substr(2, cells[1].size() - 4), parameters_of(cells[2])});
+    if (cells.size() > 3 && cells[1].rfind(" `", 0) == 0) {
+      functions.push_back({cells[1].substr(2, cells[1].size() - 4),
+                           cells[2].substr(1, cells[2].size() - 2), parameters_of(cells[3])});
     }
   }
   if (functions.empty()) {

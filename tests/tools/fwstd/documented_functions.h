@@ -16,6 +16,7 @@ struct DocumentedParameter {
 
 struct DocumentedFunction {
   std::string name;
+  std::string does;
   std::vector<DocumentedParameter> parameters;
 };
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 
 #include "fwstd/functions.h"
@@ -19,6 +20,28 @@ TEST(DocumentedFunctions, AreTheOnesThatAreRegistered) {
     EXPECT_TRUE(registered.insert(function->name()).second) << function->name() << " comes twice";
   }
   EXPECT_EQ(documented, registered);
+}
+
+TEST(DocumentedFunctions, TellToolsWhatIsDocumented) {
+  std::map<std::string, Function*> registered;
+  for (Function* const function : all_functions()) {
+    registered[function->name()] = function;
+  }
+  for (const DocumentedFunction& documented : documented_functions()) {
+    SCOPED_TRACE(documented.name);
+    Function& function = *registered.at(documented.name);
+    EXPECT_EQ(function.description(), documented.does);
+    ASSERT_EQ(function.param_count(), static_cast<int>(documented.parameters.size()));
+    for (int i = 0; i < function.param_count(); ++i) {
+      const DocumentedParameter& parameter = documented.parameters[static_cast<std::size_t>(i)];
+      EXPECT_EQ(function.param_tag(i), parameter.tag);
+      EXPECT_EQ(function.param_types()[i] == fwbase::IScript::VT_INT ? "int" : "string",
+                parameter.type);
+      const char* const left_out = function.param_default(i);
+      EXPECT_EQ(left_out != nullptr, parameter.default_value.has_value());
+      EXPECT_EQ(left_out != nullptr ? left_out : "", parameter.default_value.value_or(""));
+    }
+  }
 }
 
 // Loading compares a declaration with the function where a section calls it.

@@ -1,0 +1,35 @@
+// The functions that scripts are compared with: those of modules, and those of catalogues.
+#ifndef FWCHECK_FUNCTIONS_H
+#define FWCHECK_FUNCTIONS_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/catalogue.h"
+
+namespace fwcheck {
+
+typedef tools::CatalogueParameter Parameter;
+typedef tools::CatalogueFunction Function;
+
+/// Functions of catalogues in the place of a host's: registered with the script engine, never
+/// called. Must live until the engine is released.
+class StandIns {
+ public:
+  StandIns();
+  ~StandIns();
+
+  /// Registers all functions of the catalogue in the file. False, and told, where it cannot be
+  /// read.
+  bool add(const std::string& file);
+
+ private:
+  class StandIn;
+
+  std::vector<std::unique_ptr<StandIn>> m_all;
+};
+
+}  // namespace fwcheck
+
+#endif

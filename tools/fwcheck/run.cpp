@@ -1,0 +1,122 @@
+#include "run.h"
+
+#include <algorithm>
+
+#include <fwbase/check.h>
+#include <fwbase/ifwbase.h>
+
+#include "functions.h"
+#include "printing.h"
+#include "report.h"
+#include "support/error_log.h"
+#include "support/modules.h"
+#include "support/standard_input.h"
+#include "support/text.h"
+
+namespace fwcheck {
+
+namespace {
+
+using fwbase::IFWBase;
+
+// Takes the library out of service, and with it all modules.
+class Library {
+ public:
+  Library() = default;
+  ~Library() {
+    while (!release()) {
+    }
+  }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+ private:
+  // False when a module threw: the next call goes on behind it.
+  static bool release() {
+    try {
+      IFWBase::instance()->release();
+      return true;
+    } catch (...) {
+      complain({"a module could not be released: {1}", "一个模块无法释放：{1}"},
+               {tools::exception_text()});
+      return false;
+    }
+  }
+};
+
+// The functions of catalogues come first: those of a module that is there count more.
+bool register_functions(const Options& options, StandIns& stand_ins) {
+  for (const std::string& file : options.catalogues) {
+    if (!stand_ins.add(file)) {
+      return false;
+    }
+  }
+  std::vector<tools::ModuleArgument> modules = options.modules;
+  if (options.catalogues.empty()) {
+    modules.insert(modules.begin(), tools::kGeneralFunctions);
+  }
+  tools::ErrorLog errors;
+  return tools::create_modules(modules, errors, complain_text);
+}
+
+std::string printed(Print form) {
+  const std::string catalogue = fwbase::catalogue();
+  switch (form) {
+    case Print::kTemplate:
+      return template_text(tools::functions_of(catalogue));
+    case Print::kSchema:
+      return schema_text(tools::functions_of(catalogue));
+    case Print::kMarkdown:
+      return markdown_text(tools::functions_of(catalogue));
+    case Print::kCatalogue:
+    case Print::kNothing:
+      break;
+  }
+  return catalogue;
+}
+
+std::vector<fwbase::Finding> findings_of(const std::string& script, const Options& options) {
+  fwbase::CheckOptions given;
+  given.any_function = options.any_function;
+  given.environment = options.environment;
+  std::vector<fwbase::Finding> findings =
+      script == "-" ? fwbase::check_script(tools::StandardInput().path().c_str(), given)
+                    : fwbase::check_script(script.c_str(), given);
+  std::erase_if(findings, [&](const fwbase::Finding& finding) {
+    return !finding.error &&
+           std::count(options.ignored.begin(), options.ignored.end(), finding.rule) != 0;
+  });
+  return findings;
+}
+
+Status check(const Options& options) {
+  Report report(options.format);
+  for (const std::string& script : options.scripts) {
+    report.add(script, findings_of(script, options));
+  }
+  if (!report.write()) {
+    return kNothing;
+  }
+  return report.errors() != 0 || (options.strict && report.warnings() != 0) ? kFindings : kClean;
+}
+
+}  // namespace
+
+Status run(const Options& options) {
+  const ec::EC started = IFWBase::instance()->init();
+  StandIns stand_ins;
+  const Library library;  // ends before the functions, which the engine has until it is released
+  if (ec::failed(started)) {
+    complain({"cannot start the library: {1}", "无法启动库：{1}"}, {tools::described(started)});
+    return kNothing;
+  }
+  if (!register_functions(options, stand_ins)) {
+    return kNothing;
+  }
+  if (options.print != Print::kNothing) {
+    return write_out(printed(options.print)) ? kClean : kNothing;
+  }
+  return check(options);
+}
+
+}  // namespace fwcheck

@@ -1,0 +1,27 @@
+#include "functions.h"
+
+#include <fwbase/check.h>
+
+#include "listing.h"
+#include "support/catalogue.h"
+#include "support/text.h"
+
+namespace fwrun {
+
+std::string functions_text() {
+  std::string text;
+  for (const tools::CatalogueFunction& described : tools::functions_of(fwbase::catalogue())) {
+    Function function{described.name, {}};
+    for (const tools::CatalogueParameter& parameter : described.parameters) {
+      function.parameters.push_back({parameter.tag, parameter.type(), parameter.default_value});
+    }
+    std::string line = function_line(function);
+    if (!described.description.empty()) {
+      line.insert(line.size() - 1, "  " + tools::escaped(described.description));
+    }
+    text += line;
+  }
+  return text;
+}
+
+}  // namespace fwrun

@@ -1,0 +1,82 @@
+#include "support/modules.h"
+
+#include <fwbase/ifwbase.h>
+
+#include "support/module_path.h"
+#include "support/text.h"
+
+namespace tools {
+
+using fwbase::IFWBase;
+using fwbase::IMM;
+
+const ModuleArgument kGeneralFunctions = {"fwstd"};
+
+namespace {
+
+std::string shown(const ModuleArgument& module) {
+  return "module '" + module.path + ":" + module.function + "'";
+}
+
+// The manager leaves a module that did not come into service to its caller.
+void dispose_of(IMM::IBase* module, const ModuleArgument& option, Complain complain) {
+  if (module == nullptr) {
+    return;
+  }
+  try {
+    module->release();
+  } catch (...) {
+    complain(shown(option) + " could not be released: " + exception_text());
+  }
+}
+
+void report(const std::string& what, ErrorLog& errors, Complain complain) {
+  complain(what);
+  for (const std::string& error : errors.take_errors()) {
+    complain("  " + error);
+  }
+}
+
+bool create_module(const ModuleArgument& module, ErrorLog& errors, Complain complain) {
+  const std::string path = module_path(module.path);
+  const char* const argument = module.argument ? module.argument->c_str() : nullptr;
+  const std::string failure = "cannot create " + shown(module);
+  IMM::IBase* made = nullptr;
+  try {
+    const ec::EC created = IFWBase::instance()->mm()->create_module(
+        made, path.c_str(), module.function.c_str(), const_cast<char*>(argument));
+    if (ec::succeeded(created)) {
+      for (const std::string& error : errors.take_errors()) {
+        complain("warning: " + shown(module) + ": " + error);
+      }
+      return true;
+    }
+    report_failure(failure, created, errors, complain);
+  } catch (...) {
+    report_exception(failure, errors, complain);
+  }
+  dispose_of(made, module, complain);
+  return false;
+}
+
+}  // namespace
+
+bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors,
+                    Complain complain) {
+  for (const ModuleArgument& module : modules) {
+    if (!create_module(module, errors, complain)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+void report_failure(const std::string& what, ec::EC code, ErrorLog& errors, Complain complain) {
+  report(what + ": " + described(code), errors, complain);
+}
+
+void report_exception(const std::string& what, ErrorLog& errors, Complain complain) {
+  report(what + ": " + exception_text(), errors, complain);
+}
+
+}  // namespace tools
