@@ -75,8 +75,10 @@ void LogFile::take(int descriptor, bool is_fifo) {
   m_asked = Clock::time_point();
 }
 
+// A thread that was cancelled here would leave a destructor, which ends the process.
 void LogFile::close() {
   if (m_descriptor >= 0) {
+    const utility::CancellationBlock no_cancellation;
     ::close(m_descriptor);
     m_descriptor = -1;
   }

@@ -191,7 +191,8 @@ void log_settings(Canceller& canceller) {
   const auto restart = [&] {
     for (const bool queued : {true, false}) {
       log().init();
-      log().file(service.log_path().c_str());
+      log().file(service.path("first").c_str());
+      log().file(service.log_path().c_str());  // closes the first
       log().info(IRunLog::INFO_TIME);
       log().asynch(queued);
       log().write(IRunLog::WARN, "message", "here");
