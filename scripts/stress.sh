@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # usage: ./dev stress [SECONDS [PRESET]]
 #
-# Runs random operations on all components, hosts that rotate their log with hardly a descriptor
-# left, and an overload of the log (built optimised), for that long each: 600 seconds and the preset
-# tsan unless others are given. "helgrind" as the preset runs the operations in Helgrind.
+# Runs random operations on all components, scripts side by side, hosts that rotate their log with
+# hardly a descriptor left, and an overload of the log (built optimised), for that long each: 600
+# seconds and the preset tsan unless others are given. "helgrind" as the preset runs the operations
+# in Helgrind.
 . scripts/support/common.sh
 
 # Takes 50 times as long, and is wanted for the operations only.
@@ -20,9 +21,11 @@ if [ "$preset" = helgrind ]; then
   stress_in_helgrind "$seconds"
   exit
 fi
-build "$preset" --target random_operations descriptor_limit
+build "$preset" --target random_operations scripts_side_by_side descriptor_limit
 say "Random operations for $seconds s"
 "build/$preset/tests/stress/random_operations" "$seconds"
+say "Scripts side by side for $seconds s"
+"build/$preset/tests/stress/scripts_side_by_side" "$seconds"
 say "Rotation with hardly a descriptor left for $seconds s"
 "build/$preset/tests/stress/descriptor_limit" "$seconds"
 build gcc-release --target slow_disk # the sanitizers' allocators tell nothing about memory
