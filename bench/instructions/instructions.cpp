@@ -7,11 +7,13 @@
 
 #include "bench/environments/registry.h"
 #include "bench/facade.h"
+#include "bench/hostile/documents.h"
 #include "bench/load/engine.h"
 #include "bench/load/scripts.h"
 #include "bench/log/logger.h"
 #include "bench/names.h"
 #include "bench/script/caller.h"
+#include "tests/support/script_file.h"
 #include "tests/support/temp_dir.h"
 
 namespace fwbase::bench {
@@ -132,6 +134,38 @@ void count_saves() {
   count_once("save_later", kCallsInFile, [&] { require(engine.script().save_script()); });
 }
 
+// A script that is made to be slow must not take more for each piece when there are more.
+void count_hostile_load(const char* name, const HostileDocument& document, int pieces,
+                        int operations) {
+  const test::ScriptFile file(document.text(pieces));
+  const Facade facade;
+  count(name, operations, [&] {
+    if (facade->script()->load_script(file.path()) != document.result) {
+      throw std::runtime_error(std::string("not what loading should give: ") + name);
+    }
+  });
+}
+
+void count_hostile_save(const char* name, const HostileDocument& document, int pieces) {
+  const test::ScriptFile file(document.text(pieces));
+  const Facade facade;
+  require(facade->script()->load_script(file.path()));
+  const std::int32_t value = 1;
+  require(facade->script()->set_value("number", IScript::VT_INT, &value));
+  count(name, pieces, [&] { require(facade->script()->save_script()); });
+}
+
+void count_hostile() {
+  count_hostile_load("refuse_10000_names", kNames, 10000, 1);
+  count_hostile_load("refuse_40000_names", kNames, 40000, 1);
+  count_hostile_load("load_1000_ids", kIds, 1000, 1000);
+  count_hostile_load("load_10000_ids", kIds, 10000, 10000);
+  count_hostile_load("load_1000_values", kValues, 1000, 1000);
+  count_hostile_load("load_10000_values", kValues, 10000, 10000);
+  count_hostile_save("save_1000_comments", kComments, 1000);
+  count_hostile_save("save_10000_comments", kComments, 10000);
+}
+
 void count_data_block() {
   constexpr int kBlocks = 1000;
   const Facade facade;
@@ -163,6 +197,7 @@ void count_all() {
   count_load("load_1000_calls", 1000);
   count_load("load_10000_calls", 10000);
   count_saves();
+  count_hostile();
   count_data_block();
 }
 
