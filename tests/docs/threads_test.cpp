@@ -379,7 +379,7 @@ TEST_F(ThreadsPage, ACallUnderTheOwnThreadsWriteLockGoesOnAtOnceWithEdeadlk) {
   };
   expect_edeadlk("IBase::init", call_manager);
   expect_edeadlk("IBase::release", call_manager);
-  expect_edeadlk("ISyntax::name", [] { facade()->script()->rm_value("none"); });
+  expect_edeadlk("ISyntax::param_count", [] { facade()->script()->rm_value("none"); });
 }
 
 TEST_F(ThreadsPage, UnderTheOwnThreadsReadLockALookUpGoesThrough) {
