@@ -110,7 +110,9 @@ class CLogProcess : public IRunLog {
   std::atomic<bool> m_standstill{false};
   std::atomic<unsigned int> m_direct_writers{0};
 
-  LogQueue m_queue;
+  // In lines of its own: the writer changes it all the time, and what is before it is read for each
+  // record.
+  alignas(64) LogQueue m_queue;
   std::mutex m_lifecycle;
   pthread_t m_writer{};                   // under m_lifecycle, while m_has_writer
   std::atomic<bool> m_has_writer{false};  // changed under m_lifecycle
