@@ -107,20 +107,20 @@ int year_of(std::int64_t time) {
 
 // --- Yearly rules ---
 
-std::int64_t YearlyChange::in_year(int in) const {
+std::int64_t YearlyChange::in_year(int year) const {
   constexpr unsigned int kLastWeek = 5;
   constexpr unsigned int kEndOfFebruary = 31 + 28;
-  const std::chrono::year year(in);
-  sys_days on = year / January / 1;
+  const std::chrono::year calendar_year(year);
+  sys_days on = calendar_year / January / 1;
   if (day == Day::kWeekday) {
-    const auto of_month = year / std::chrono::month(month);
+    const auto of_month = calendar_year / std::chrono::month(month);
     const std::chrono::weekday weekday(number);
     on = week == kLastWeek ? sys_days(of_month / weekday[std::chrono::last])
                            : sys_days(of_month / weekday[week]);
   } else if (day == Day::kOfYear) {
     on += std::chrono::days(number);
   } else {
-    const bool behind_leap_day = year.is_leap() && number > kEndOfFebruary;
+    const bool behind_leap_day = calendar_year.is_leap() && number > kEndOfFebruary;
     on += std::chrono::days(behind_leap_day ? number : number - 1);
   }
   return sys_seconds(on).time_since_epoch().count() + seconds;
