@@ -33,9 +33,12 @@ struct World {
 
   const fwbase::test::TempDir directory;
   const std::string path = directory.path("script.xml");
-  HostFunction functions[6] = {
-      {"print", {kText}}, {"add", {kInt, kInt}}, {"field", {kText, kInt, kText}},
-      {"count"},          {"number", {kInt}},    {"greet", {kText, kInt}}};
+  HostFunction functions[6] = {HostFunction("print", {kText}),
+                               HostFunction("add", {kInt, kInt}),
+                               HostFunction("field", {kText, kInt, kText}),
+                               HostFunction("count"),
+                               HostFunction("number", {kInt}),
+                               HostFunction("greet", {kText, kInt})};
 };
 
 World& world() {
