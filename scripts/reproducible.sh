@@ -34,7 +34,7 @@ for copy in "${copies[@]}"; do
   build_packages "$copy"
 done
 say "Comparing"
-for file in libfwbase.so tools/fwrun/{fwrun,libfwstd.so} tools/fwmod/fwmod tools/fwlog/fwlog; do
+for file in libfwbase.so tools/fwrun/{fwrun,libfwstd.so} tools/fwcheck/fwcheck tools/fwmod/fwmod tools/fwlog/fwlog; do
   cmp "${copies[0]}/build/packages/$file" "${copies[1]}/build/packages/$file"
 done
 for file in "${copies[0]}"/build/packages/packages/*.deb; do
