@@ -120,13 +120,13 @@ ec::EC CLogProcess::file(const char* path) {
   if (path == nullptr) {
     return ec::LOG_BAD_PARAM;
   }
-  const utility::CancellationBlock no_cancellation;
   try {
     auto opened = std::make_unique<LogFile>();
     LogRotation rotation(path);
     if (!opened->open(rotation.path())) {
       return ec::LOG_OPEN_FAILED;
     }
+    const utility::CancellationBlock no_cancellation;
     const WriteGuard guard(m_lock);
     // A rotation may just have made it a backup.
     if (!rotation.names(*opened) && !opened->open_regular(rotation.path())) {

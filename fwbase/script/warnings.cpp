@@ -457,8 +457,8 @@ void Walk::walk_name(const Element& element) {
 void Walk::note_results(const Element& call) {
   const auto note = [this](const Element& set) {
     for (const Element child : set.children()) {
-      std::string_view name;
       if (child.name() == "ret") {
+        std::string_view name;
         if (child.text(name) == utility::XEC_OK) {
           m_given.insert(name);
         }

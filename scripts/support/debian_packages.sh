@@ -3,7 +3,8 @@
 
 run_packages=(g++ cmake ninja-build pkg-config libace-dev libxerces-c-dev libcli11-dev
   nlohmann-json3-dev)
-test_packages=("${run_packages[@]}" libgtest-dev locales dpkg-dev file lnav rsyslog libxml2-utils vim)
+test_packages=("${run_packages[@]}" libgtest-dev locales dpkg-dev file lnav rsyslog libxml2-utils vim
+  zsh fish)
 peer_packages=(libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libboost-log-dev libpoco-dev
   liblua5.4-dev libpugixml-dev)
 fuzz_packages=("${run_packages[@]}" clang llvm)

@@ -82,7 +82,7 @@ std::string bash_case(const KnownOption& option) {
   }
   if (option.choice->is_list) {
     return "    " + ways(option, " | ") +
-           ")\n      compopt -o nospace 2>/dev/null\n"
+           ")\n      compopt -o nospace 2>/dev/null || :\n"
            "      mapfile -t COMPREPLY < <(compgen -P \"${word%\"${word##*,}\"}\" -W " +
            bash_words(*option.choice) + " -- \"${word##*,}\")\n      return\n      ;;\n";
   }
@@ -230,8 +230,9 @@ std::string fish_completion(const CLI::App& app, const std::vector<Choice>& choi
     text += "\n";
   }
   if (const Choice* const rest = choice_of(choices, "")) {
-    text += "complete -c " + name + " -n " + fish_quoted("test -n (__" + name + "_script)") +
-            " -f -a " + fish_quoted(fish_values(*rest, name)) + "\n";
+    text += "complete -c " + name + " -n " +
+            fish_quoted("__" + name + "_script | string length -q") + " -f -a " +
+            fish_quoted(fish_values(*rest, name)) + "\n";
   }
   return text;
 }

@@ -12,10 +12,10 @@ namespace fwbase {
 
 /// One thing that is wrong with a script.
 struct Finding {
-  bool error;           ///< the script does not load; else a warning: it loads
-  int line;             ///< from 1
-  int column;           ///< from 1, in characters: a tab is one, a byte order mark none
-  std::string rule;     ///< a word for the kind, such as "missing-argument"; docs/fwcheck.md has all
+  bool error;        ///< the script does not load; else a warning: it loads
+  int line;          ///< from 1
+  int column;        ///< from 1, in characters: a tab is one, a byte order mark none
+  std::string rule;  ///< a word for the kind, such as "missing-argument"; docs/fwcheck.md has all
   std::string message;  ///< a sentence in English, UTF-8
   ec::EC code;          ///< what loading gives for an error; 0 for a warning
 };
@@ -43,8 +43,8 @@ FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path,
                                                               const CheckOptions& options);
 
 /// The functions that are registered with the facade's built-in engine now, as the JSON text that
-/// `fwcheck --print catalogue` prints and `fwcheck --catalogue` reads: with it, a host's scripts are
-/// checked where the host is not.
+/// `fwcheck --print catalogue` prints and `fwcheck --catalogue` reads: with it, a host's scripts
+/// are checked where the host is not.
 ///
 ///   {"functions": [{"name": "greet", "module": "./host", "description": "Greets somebody.",
 ///     "parameters": [{"tag": "who", "type": "string", "must": true, "description": ""}]}]}

@@ -14,8 +14,8 @@
 
 /// The same for the operations of the interfaces, for hosts that ask for it: they define
 /// FWBASE_STRICT_RESULTS before they include a header of the library. Hosts that do not ask are
-/// warned of nothing that they were not warned of before. GCC does not look at [[nodiscard]] where a
-/// call is virtual; what it looks at instead warns of a result that is cast to void, too.
+/// warned of nothing that they were not warned of before. GCC does not look at [[nodiscard]] where
+/// a call is virtual; what it looks at instead warns of a result that is cast to void, too.
 #if !defined FWBASE_STRICT_RESULTS
 #define FWBASE_RESULT
 #elif defined __clang__

@@ -26,7 +26,8 @@ namespace fwbase {
 ///          A replacement must live until it is no longer installed and no thread uses it.
 /// Hosts:   code of modules, objects and environments that throws does not leave the facade's
 ///          lock held; release() says what a second call does.
-/// Cancel:  a thread that is cancelled in an operation ends behind it, or in host code that it calls.
+/// Cancel:  a thread that is cancelled in an operation ends behind it, or in host code that it
+///          calls.
 /// Forks:   fork() may be called at any time; the child can use the facade, with what it held at
 ///          that moment. The call waits, at most one second, until no other thread changes a
 ///          component: one that is busy longer (in a module's init(), say) may leave the child that

@@ -103,7 +103,8 @@ struct FWBASE_API IMM {
   ///
   /// Overloads: a literal null for the second argument of a three-argument call is ambiguous; say
   /// static_cast<IMM::IFactory*>(nullptr) or static_cast<IMM::CreateFun>(nullptr).
-  FWBASE_RESULT virtual ec::EC create_module(IBase*& out, const char* path, const char* fname, void* arg) = 0;
+  FWBASE_RESULT virtual ec::EC create_module(IBase*& out, const char* path, const char* fname,
+                                             void* arg) = 0;
 
   /// Creates a module by a factory.
   /// out       receives what create() gives; untouched when it was not called or threw.

@@ -49,8 +49,8 @@ namespace fwbase {
 /// Failures  nothing throws. A record that cannot be written, for want of memory (errno is ENOMEM)
 ///           or of room on the disk, is dropped, and the next one is tried again. A lock call that
 ///           fails stores its error number in errno and the operation goes on.
-/// Cancel    a thread that is to be cancelled may end in write(), and its record is in the log
-///           whole or not at all, and in file(), while that opens the file.
+/// Cancel    a thread that is to be cancelled may end in write(), its record whole or not there,
+///           and in file(), while that opens the file.
 /// Exit      a process that ends without release() writes what is queued before the library's
 ///           static objects go; from then on records are written in the caller's thread.
 /// Fork      a child made with fork() has no writer thread: its records are written in the caller's

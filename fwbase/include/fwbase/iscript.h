@@ -230,7 +230,8 @@ struct FWBASE_API IScript {
   /// Reads a variable of an environment into *out: as get_value(), and SCRIPT_NOT_FOUND also when
   /// the environment has no variables. Takes the lock for reading, as other reads do at the same
   /// time.
-  FWBASE_RESULT virtual ec::EC get_value_env(const char* name, VType type, void* out, void* env) const = 0;
+  FWBASE_RESULT virtual ec::EC get_value_env(const char* name, VType type, void* out,
+                                             void* env) const = 0;
 
   /// Creates or replaces a variable of an environment; environments live from the first write to
   /// release(). Never saved.
@@ -242,7 +243,8 @@ struct FWBASE_API IScript {
   ///   SCRIPT_E_PARAM    name or data is null
   ///   SCRIPT_NO_MEMORY  memory ran out
   /// A failure changes nothing. Takes the lock for writing.
-  FWBASE_RESULT virtual ec::EC set_value_env(const char* name, VType type, const void* data, void* env) = 0;
+  FWBASE_RESULT virtual ec::EC set_value_env(const char* name, VType type, const void* data,
+                                             void* env) = 0;
 
   virtual ~IScript() {}
 };

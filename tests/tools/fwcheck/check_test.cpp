@@ -265,7 +265,8 @@ TEST(FwcheckCheck, InterruptedIsStatus130) {
   const TempDir directory;
   const ProgramResult result = run_line(
       "mkfifo \"$1\"; env --default-signal=INT \"$0\" - <>\"$1\" & "
-      "until grep -q '(fwcheck) S' /proc/$!/stat; do :; done; kill -INT $!; wait $!",
+      "until grep -q '(fwcheck) S' /proc/$!/stat || [ ! -e /proc/$! ]; do :; done; kill -INT $!; "
+      "wait $!",
       {directory.path("pipe")});
   EXPECT_EQ(result.status, 130);
   EXPECT_EQ(result.out, "");
