@@ -16,8 +16,7 @@
 #define FWBASE_ACQUIRE(...) FWBASE_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define FWBASE_ACQUIRE_SHARED(...) FWBASE_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define FWBASE_RELEASE(...) FWBASE_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
-#define FWBASE_RELEASE_SHARED(...) \
-  FWBASE_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
+#define FWBASE_RELEASE_SHARED(...) FWBASE_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
 #define FWBASE_RELEASE_GENERIC(...) \
   FWBASE_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
 #define FWBASE_NO_THREAD_SAFETY_ANALYSIS FWBASE_THREAD_ANNOTATION(no_thread_safety_analysis)
