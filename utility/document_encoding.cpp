@@ -92,6 +92,7 @@ bool ends_in_a_character_of_utf8(std::string_view text) {
 // Whether all of text can be decoded. Of what a text ends in, blanks show that it is cut off.
 class Decoder {
  public:
+  // cppcheck-suppress uninitMemberVar  ; the transcoder fills the sizes before they are read
   Decoder(const XMLCh* encoding, xc::MemoryManager& memory) {
     xc::XMLTransService::Codes code;
     m_transcoder.reset(xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code,

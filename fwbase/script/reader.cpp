@@ -297,6 +297,7 @@ void Reader::read_param_must(const Element& param, XmlFuncParamRule& rule) {
   std::string_view must;
   const bool is_read = read_attribute(param, m_names.must, "must", Mistake::kParamMust, must);
   rule.must = is_read && must == "true";
+  // cppcheck-suppress knownConditionTrueFalse  ; read_attribute() sets the text
   if (rule.must || !is_read) {
     return;
   }
@@ -619,7 +620,7 @@ void Reader::read_ref(const Element& ref, IScript::VType type, std::size_t index
          {Mistake::kUnreadableText, ec::SCRIPT_E_FORMAT, "ref", {}, code, 0});
     return;
   }
-  if (name.empty()) {
+  if (name.empty()) {  // cppcheck-suppress knownConditionTrueFalse  ; text() sets the name
     fail(ref, "empty-name", "\"ref\" needs the name of a variable",
          {Mistake::kEmptyRef, ec::SCRIPT_EMPTY_NAME, {}, {}, 0, 0});
     return;
