@@ -68,6 +68,7 @@ for command in $commands; do
     "usr/share/zsh/vendor-completions/_$command" \
     "usr/share/fish/vendor_completions.d/$command.fish"
 done
-has fwbase-tools etc/lnav/formats/fwbase/fwlog.json
+# Below /etc in the packages that ./dev packages makes, below the prefix in those of other builds.
+find "$work/fwbase-tools" -path '*/etc/lnav/formats/fwbase/fwlog.json' | grep -q .
 
 "$here/readme_example.sh" "$readme" "$work/example" "$cxx" "$flags" "$work/root"
