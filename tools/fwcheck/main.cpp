@@ -1,9 +1,11 @@
 // fwcheck: finds what is wrong with scripts, and where.
+#include <cxxabi.h>
 #include <unistd.h>
 
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <optional>
 
@@ -40,5 +42,9 @@ int main(int argc, char** argv) {
   } catch (const std::bad_alloc&) {
     std::fputs("fwcheck: memory ran out\n", stderr);
     return fwcheck::kNothing;
+  } catch (const abi::__forced_unwind&) {  // no other thread could go on
+    std::fputs("fwcheck: a module ended the thread of the program, as pthread_exit() does\n",
+               stderr);
+    std::exit(fwcheck::kNothing);
   }
 }

@@ -72,6 +72,19 @@ TEST(FwcheckUsage, AModuleThatCannotBeMadeIsStatus2) {
   }
 }
 
+// The sanitizers do not follow the unwinding of a thread that ends.
+#ifndef __SANITIZE_ADDRESS__
+TEST(FwcheckUsage, AModuleThatEndsTheThreadIsStatus2) {
+  const ScriptFile script(script_with_calls(""));
+  const ProgramResult result = run_fwcheck(
+      {"--module", FWRUN_TEST_MODULES "/librelease_throws.so:create_ending_thread", script.path()});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err,
+            "fwcheck: a module ended the thread of the program, as pthread_exit() does\n");
+}
+#endif
+
 TEST(FwcheckUsage, ACatalogueThatCannotBeReadIsStatus2) {
   const ScriptFile script(script_with_calls(""));
   const ProgramResult missing = run_fwcheck({"--catalogue", "/nowhere.json", script.path()});

@@ -1,5 +1,7 @@
-// A module that throws as it is released, and others that throw what is no std::exception.
+// A module that throws as it is released, others that throw what is no std::exception, and one that
+// ends its thread.
 #include <fwbase/module.h>
+#include <pthread.h>
 
 #include <cstdio>
 #include <stdexcept>
@@ -28,6 +30,12 @@ class ThrowsNumber : public fwbase::IMM::IBase {
   void release() override { delete this; }
 };
 
+class EndsThread : public fwbase::IMM::IBase {
+ public:
+  ec::EC init(void*) override { ::pthread_exit(nullptr); }
+  void release() override { delete this; }
+};
+
 class ThrowsInConstructor : public fwbase::IMM::IBase {
  public:
   ThrowsInConstructor() { throw std::runtime_error("it will not begin"); }
@@ -40,4 +48,5 @@ class ThrowsInConstructor : public fwbase::IMM::IBase {
 FWBASE_MODULE(Module)
 FWBASE_MODULE_AS(FailsAndThrows, create_failing)
 FWBASE_MODULE_AS(ThrowsNumber, create_throwing_number)
+FWBASE_MODULE_AS(EndsThread, create_ending_thread)
 FWBASE_MODULE_AS(ThrowsInConstructor, create_throwing)
