@@ -2,6 +2,8 @@
 #include <fwbase/ifwbase.h>
 #include <fwbase/values.h>
 
+#include "fwbase/cfwbase.h"
+
 namespace fwbase {
 
 namespace {
@@ -63,6 +65,12 @@ ec::EC set_env(void* env, const char* name, const std::string& value) {
 }
 ec::EC set_env(void* env, const char* name, const char* value) {
   return value == nullptr ? ec::SCRIPT_E_PARAM : write_env(env, name, std::string(value));
+}
+
+ec::EC drop_environment(void* env) {
+  auto* const facade = static_cast<CFWBase*>(IFWBase::instance());
+  return facade->script() == nullptr ? ec::SCRIPT_E_PARAM
+                                     : facade->built_in_script().drop_environment(env);
 }
 
 }  // namespace fwbase

@@ -3,7 +3,8 @@
 #
 # Runs random operations on all components, scripts side by side, hosts that rotate their log with
 # hardly a descriptor left, and an overload of the log (built optimised), for that long each: 600
-# seconds and the preset tsan unless others are given. "helgrind" as the preset runs the operations
+# seconds and the preset tsan unless others are given. Between them, 10,000,000 environments come and
+# go. "helgrind" as the preset runs the operations
 # in Helgrind.
 . scripts/support/common.sh
 
@@ -28,6 +29,9 @@ say "Scripts side by side for $seconds s"
 "build/$preset/tests/stress/scripts_side_by_side" "$seconds"
 say "Rotation with hardly a descriptor left for $seconds s"
 "build/$preset/tests/stress/descriptor_limit" "$seconds"
-build gcc-release --target slow_disk # the sanitizers' allocators tell nothing about memory
+# The sanitizers' allocators tell nothing about memory.
+build gcc-release --target slow_disk environments_end
+say "10,000,000 environments"
+build/gcc-release/tests/stress/environments_end 10000000
 say "Overload of the log for $seconds s"
 build/gcc-release/tests/stress/slow_disk "$seconds"

@@ -1,6 +1,8 @@
-// 05: an environment for each session, with the default one behind it.
+// 05: an environment for each session, with the default one behind it, and script variables.
 #include <fwbase/fwbase.h>
+#include <fwbase/values.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -50,6 +52,13 @@ void show(const Session& session) {
               basket ? basket->describe() : "none");
 }
 
+// Script variables of a session have its address as their key, too.
+void show_visits(Session& session) {
+  std::int32_t visits = 0;
+  const ec::EC result = fwbase::get_env(&session, "visits", visits);
+  std::printf("%s: visits %d (%s)\n", session.user, visits, ec::name(result));
+}
+
 }  // namespace
 
 int main() {
@@ -90,10 +99,16 @@ int main() {
   fw->global_env()->mod_str("tax", "19 %");
   show(bob);
 
+  if (ec::failed(fwbase::set_env(&ann, "visits", 3))) return 1;
+  show_visits(ann);
+
   // The end of a session: its environment releases its objects and is deleted. Whoever asks for it
-  // after that gets the default environment.
+  // after that gets the default environment. Its script variables go as well: another session may
+  // come to have this address.
   fw->destroy_global_env(&ann);
+  if (ec::failed(fwbase::drop_environment(&ann))) return 1;
   show(ann);
+  show_visits(ann);
 
   // Ends the environment of Bob, too.
   fw->release();

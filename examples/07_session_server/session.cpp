@@ -9,6 +9,7 @@
 #include <new>
 
 #include <fwbase/module.h>
+#include <fwbase/values.h>
 
 #include "server.h"
 
@@ -88,8 +89,10 @@ ec::EC Session::init(void* connection) {
   return IFWBase::instance()->create_global_env(environment, env());
 }
 
+// A later session may have this address: it begins without what this one has stored.
 void Session::release() {
   IFWBase::instance()->destroy_global_env(env());
+  static_cast<void>(fwbase::drop_environment(env()));  // it may have set no variable
   ::close(m_handle);
   m_handle = ACE_INVALID_HANDLE;
   reactor(nullptr);  // which may be gone when this object is used again, or destroyed

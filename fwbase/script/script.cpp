@@ -41,13 +41,7 @@ void CScript::release() {
   m_syntaxes.clear();
   ++m_registrations;
   m_templates.clear();
-  try {
-    for (const VType type : m_values.unknown_types()) {
-      log_unknown(type);
-    }
-  } catch (const std::bad_alloc&) {
-    RUN_LOG(ERROR, "申请内存失败");
-  }
+  log_unknown_values(m_values);
   m_values = {};
   m_sections.clear();
   m_cur_section.clear();
@@ -68,6 +62,17 @@ void CScript::drop_document() {
 void CScript::log_unknown(VType type) const {
   if (type != VT_INT && type != VT_STRING) {
     RUN_LOG(ERROR, "错误的类型，0x%x", type);
+  }
+}
+
+template <typename Table>
+void CScript::log_unknown_values(const Table& values) const {
+  try {
+    for (const VType type : values.unknown_types()) {
+      log_unknown(type);
+    }
+  } catch (const std::bad_alloc&) {
+    RUN_LOG(ERROR, "申请内存失败");
   }
 }
 
@@ -207,6 +212,21 @@ ec::EC CScript::set_value_env(const char* name, VType type, const void* data, vo
     RUN_LOG(ERROR, "申请内存失败");
     return ec::SCRIPT_NO_MEMORY;
   }
+}
+
+// The variables are freed without the lock: there may be many.
+ec::EC CScript::drop_environment(void* env) {
+  const utility::CancellationBlock no_cancellation;
+  std::optional<script::ValueTable> dropped;
+  {
+    const WriteGuard guard(m_lock);
+    dropped = m_values.take(env);
+  }
+  if (!dropped.has_value()) {
+    return ec::SCRIPT_NOT_FOUND;
+  }
+  log_unknown_values(*dropped);
+  return ec::SCRIPT_OK;
 }
 
 ec::EC CScript::report(Access access, const char* name, VType type, const void* env) const {

@@ -53,6 +53,10 @@ class CScript : public IScript {
   /// returns; an exception of the function passes. In script_run.cpp.
   virtual ec::EC Call_Fun(const char* name, const VValue* args, const char* ret);
 
+  /// Frees the variables of an environment. SCRIPT_OK, or SCRIPT_NOT_FOUND (not logged) where it
+  /// has none. In script.cpp.
+  ec::EC drop_environment(void* env);
+
   /// Of each call of a section: 0 never run, 1 the last run succeeded, 2 it failed. Empty where
   /// there is no such section. In script_run.cpp.
   std::vector<int> states(const char* section) const;
@@ -80,6 +84,9 @@ class CScript : public IScript {
   void drop_document() FWBASE_REQUIRES(m_lock);
   /// Logs that a value goes that was of an unknown type.
   void log_unknown(VType type) const;
+  /// The same for all of the values.
+  template <typename Table>
+  void log_unknown_values(const Table& values) const;
   /// Logs why a variable could not be read, and gives the code for it.
   ec::EC report(script::Access access, const char* name, VType type, const void* env) const;
 

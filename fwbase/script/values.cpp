@@ -86,6 +86,11 @@ IScript::VType Values::set(std::string_view name, IScript::VType type, const voi
   return before;
 }
 
+std::optional<ValueTable> Values::take(void* env) {
+  auto taken = m_environments.extract(env);
+  return taken.empty() ? std::nullopt : std::optional(std::move(taken.mapped()));
+}
+
 Access Values::get(std::string_view name, IScript::VType type, void* out, void* env) const {
   const ValueTable* const table = of(env);
   return table != nullptr ? table->get(name, type, out) : Access::kNoTable;
@@ -96,19 +101,21 @@ const ValueTable* Values::of(void* env) const {
   return found != m_environments.end() ? &found->second : nullptr;
 }
 
-void ValueTable::unknown_types(std::vector<IScript::VType>& types) const {
+std::vector<IScript::VType> ValueTable::unknown_types() const {
+  std::vector<IScript::VType> types;
   for (const auto& [name, value] : m_values) {
     if (value.type != IScript::VT_INT && value.type != IScript::VT_STRING) {
       types.push_back(value.type);
     }
   }
+  return types;
 }
 
 std::vector<IScript::VType> Values::unknown_types() const {
-  std::vector<IScript::VType> types;
-  m_global.unknown_types(types);
+  std::vector<IScript::VType> types = m_global.unknown_types();
   for (const auto& [env, table] : m_environments) {
-    table.unknown_types(types);
+    const std::vector<IScript::VType> more = table.unknown_types();
+    types.insert(types.end(), more.begin(), more.end());
   }
   return types;
 }

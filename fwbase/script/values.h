@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -58,8 +59,8 @@ class ValueTable {
   /// False when there is none.
   bool remove(std::string_view name);
 
-  /// Appends the types of those without a value.
-  void unknown_types(std::vector<IScript::VType>& types) const;
+  /// The types of those without a value.
+  std::vector<IScript::VType> unknown_types() const;
 
   /// All of them, by their names' bytes. Valid until the table changes.
   std::vector<const std::pair<const std::string, Value>*> sorted() const;
@@ -76,6 +77,9 @@ class Values {
 
   /// ValueTable::set() in an environment, whose table is made by the first write.
   IScript::VType set(std::string_view name, IScript::VType type, const void* data, void* env);
+
+  /// Takes an environment's table out; nothing where it has none.
+  std::optional<ValueTable> take(void* env);
 
   /// ValueTable::get() in an environment, never in the global table.
   Access get(std::string_view name, IScript::VType type, void* out, void* env) const;

@@ -52,6 +52,36 @@ TEST_F(Values, OfEnvironmentsAreApart) {
   EXPECT_EQ(number, 1);
 }
 
+TEST_F(Values, OfADroppedEnvironmentAreGone) {
+  char other = 0;
+  ASSERT_EQ(fwbase::set_env(&m_environment, "n", 1), ec::SCRIPT_OK);
+  ASSERT_EQ(fwbase::set_env(&other, "n", 2), ec::SCRIPT_OK);
+  ASSERT_EQ(fwbase::set("n", 3), ec::SCRIPT_OK);
+  EXPECT_EQ(fwbase::drop_environment(&m_environment), ec::SCRIPT_OK);
+  std::int32_t number = 5;
+  EXPECT_EQ(fwbase::get_env(&m_environment, "n", number), ec::SCRIPT_NOT_FOUND);
+  EXPECT_EQ(fwbase::get_env(&other, "n", number), ec::SCRIPT_OK);
+  EXPECT_EQ(number, 2);
+  EXPECT_EQ(fwbase::get("n", number), ec::SCRIPT_OK);
+  EXPECT_EQ(number, 3);
+}
+
+TEST_F(Values, OfADroppedEnvironmentMayBeSetAnew) {
+  ASSERT_EQ(fwbase::set_env(&m_environment, "n", 1), ec::SCRIPT_OK);
+  ASSERT_EQ(fwbase::drop_environment(&m_environment), ec::SCRIPT_OK);
+  ASSERT_EQ(fwbase::set_env(&m_environment, "m", 2), ec::SCRIPT_OK);
+  std::int32_t number = 5;
+  EXPECT_EQ(fwbase::get_env(&m_environment, "n", number), ec::SCRIPT_NOT_FOUND);
+  EXPECT_EQ(fwbase::get_env(&m_environment, "m", number), ec::SCRIPT_OK);
+  EXPECT_EQ(number, 2);
+}
+
+TEST_F(Values, OfTheEnvironmentWithoutAnAddressAreDroppedToo) {
+  ASSERT_EQ(fwbase::set_env(nullptr, "n", 1), ec::SCRIPT_OK);
+  EXPECT_EQ(fwbase::drop_environment(nullptr), ec::SCRIPT_OK);
+  EXPECT_EQ(fwbase::drop_environment(nullptr), ec::SCRIPT_NOT_FOUND);
+}
+
 TEST_F(Values, OfAnotherTypeAreNotRead) {
   ASSERT_EQ(fwbase::set("n", 1), ec::SCRIPT_OK);
   ASSERT_EQ(fwbase::set_env(&m_environment, "s", "x"), ec::SCRIPT_OK);
@@ -89,4 +119,5 @@ TEST_F(Values, NeedAnEngine) {
   EXPECT_EQ(fwbase::set("a", "x"), ec::SCRIPT_E_PARAM);
   EXPECT_EQ(fwbase::get_env(&m_environment, "a", number), ec::SCRIPT_E_PARAM);
   EXPECT_EQ(fwbase::set_env(&m_environment, "a", 1), ec::SCRIPT_E_PARAM);
+  EXPECT_EQ(fwbase::drop_environment(&m_environment), ec::SCRIPT_E_PARAM);
 }

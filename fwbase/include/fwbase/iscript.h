@@ -233,8 +233,8 @@ struct FWBASE_API IScript {
   FWBASE_RESULT virtual ec::EC get_value_env(const char* name, VType type, void* out,
                                              void* env) const = 0;
 
-  /// Creates or replaces a variable of an environment; environments live from the first write to
-  /// release(). Never saved.
+  /// Creates or replaces a variable of an environment. The variables stay until release(), or until
+  /// drop_environment() in <fwbase/values.h>. Never saved.
   /// type  VT_INT or VT_STRING. The range is not checked: another type makes a variable without a
   ///       value, which cannot be read.
   ///

@@ -43,6 +43,21 @@ FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const st
 /// value   SCRIPT_E_PARAM when it is null
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const char* value);
 
+/// Frees the variables of an environment, so that a host whose sessions come and go keeps memory
+/// for those that are there, and a session at the address of an earlier one begins without
+/// variables. The environment itself is the host's, as ever, and may be used again.
+///
+/// Returns
+///   SCRIPT_OK         dropped
+///   SCRIPT_NOT_FOUND  it has no variables, which is not logged; nothing changed
+///   SCRIPT_E_PARAM    the facade has no script engine
+///
+/// Any thread. A section that runs in the environment goes on: from then on its variables are
+/// missing for it (logged, passed as 0 or ""), and what it sets begins the environment anew. So end
+/// the session's runs first. Drops from the facade's built-in engine, whichever the host has
+/// installed. Takes that engine's lock for writing, for a moment.
+FWBASE_NODISCARD FWBASE_API ec::EC drop_environment(void* env);
+
 // Numbers of other types would be cut, and true and nullptr are neither a number nor a text:
 // convert them to what is meant.
 template <typename Value>

@@ -185,6 +185,25 @@ TEST_F(ScriptAccess, NullArgumentsOfAnEnvironmentWriteChangeNothing) {
   EXPECT_EQ(engine.env_values(&env_a), (Shown{{"no", "table"}}));
 }
 
+TEST_F(ScriptAccess, DroppingAnEnvironmentWithoutVariablesIsNotLogged) {
+  EXPECT_EQ(engine.drop_environment(&env_a), ec::SCRIPT_NOT_FOUND);
+  EXPECT_EQ(log.records(), std::vector<Record>());
+}
+
+TEST_F(ScriptAccess, ADroppedEnvironmentHasNoTable) {
+  engine.set_env("n", 5, &env_a);
+  EXPECT_EQ(engine.drop_environment(&env_a), ec::SCRIPT_OK);
+  EXPECT_EQ(log.records(), std::vector<Record>());
+  EXPECT_EQ(engine.env_values(&env_a), (Shown{{"no", "table"}}));
+  EXPECT_FALSE(engine.modified());
+}
+
+TEST_F(ScriptAccess, DroppingLogsEachValueOfAnUnknownType) {
+  engine.set_value_env("x", kUnknownType, &number, &env_a);
+  EXPECT_EQ(engine.drop_environment(&env_a), ec::SCRIPT_OK);
+  EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, "错误的类型，0x7")});
+}
+
 TEST_F(ScriptAccess, RecordsComeFromTheOperationThatReports) {
   engine.get_value("x", VT_INT, &number);
   engine.rm_value("x");
