@@ -3,8 +3,8 @@
 #
 # Runs random operations on all components, scripts side by side, hosts that rotate their log with
 # hardly a descriptor left, and an overload of the log (built optimised), for that long each: 600
-# seconds and the preset tsan unless others are given. Between them, 10,000,000 environments come and
-# go. "helgrind" as the preset runs the operations
+# seconds and the preset tsan unless others are given. Between them, scripts are reloaded 1,000
+# times, and 10,000,000 environments come and go. "helgrind" as the preset runs the operations
 # in Helgrind.
 . scripts/support/common.sh
 
@@ -22,11 +22,13 @@ if [ "$preset" = helgrind ]; then
   stress_in_helgrind "$seconds"
   exit
 fi
-build "$preset" --target random_operations scripts_side_by_side descriptor_limit
+build "$preset" --target random_operations scripts_side_by_side reloads descriptor_limit
 say "Random operations for $seconds s"
 "build/$preset/tests/stress/random_operations" "$seconds"
 say "Scripts side by side for $seconds s"
 "build/$preset/tests/stress/scripts_side_by_side" "$seconds"
+say "1,000 reloads"
+"build/$preset/tests/stress/reloads" 1000 tests/tools/fwcheck/corpus/faulty
 say "Rotation with hardly a descriptor left for $seconds s"
 "build/$preset/tests/stress/descriptor_limit" "$seconds"
 # The sanitizers' allocators tell nothing about memory.

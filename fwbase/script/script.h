@@ -16,6 +16,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include <fwbase/check.h>
 #include <fwbase/iscript.h>
 #include <utility/xml.h>
 
@@ -53,6 +54,10 @@ class CScript : public IScript {
   /// returns; an exception of the function passes. In script_run.cpp.
   virtual ec::EC Call_Fun(const char* name, const VValue* args, const char* ret);
 
+  /// Reads a script file and puts it in the place of all that files have brought. In
+  /// script_reload.cpp; <fwbase/reload.h> says what hosts see of it.
+  ec::EC reload_script(const char* path, std::vector<Finding>* findings);
+
   /// Frees the variables of an environment. SCRIPT_OK, or SCRIPT_NOT_FOUND (not logged) where it
   /// has none. In script.cpp.
   ec::EC drop_environment(void* env);
@@ -78,6 +83,7 @@ class CScript : public IScript {
   class Run;
   struct Binding;
   struct LoadedProgram;
+  struct Replacement;
 
   // script.cpp
   ec::EC InsertFunRule(const char* name, const VType* types, int count) FWBASE_REQUIRES(m_lock);
@@ -95,6 +101,11 @@ class CScript : public IScript {
   void add(script::Program program) FWBASE_REQUIRES(m_lock);
   void log_default(const script::XmlFuncParamRule& rule);
   void log_mistake(const script::Failure& failure);
+
+  // script_reload.cpp
+  ec::EC read_replacement(const char* path, Replacement& next, std::vector<Finding>* findings);
+  /// False, and nothing has changed, when functions were registered since it was read.
+  bool replace(Replacement& next);
 
   // script_run.cpp
   struct FoundSection {

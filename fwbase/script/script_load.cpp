@@ -91,12 +91,7 @@ void CScript::add(Program program) {
     m_func_rules.emplace(function->name, function);
   }
   for (const script::Variable& variable : loaded->program.variables) {
-    if (variable.type == VT_INT) {
-      m_values.global().set(variable.name, VT_INT, &variable.number);
-    } else {
-      const std::string text(variable.text);
-      m_values.global().set(variable.name, VT_STRING, &text);
-    }
+    m_values.global().bring(variable.name, script::value_of(variable));
   }
   for (const script::Section& section : loaded->program.sections) {
     m_sections.emplace(section.name, FoundSection{loaded, &section});

@@ -24,11 +24,42 @@ IScript::VType ValueTable::set(std::string_view name, IScript::VType type, const
   Value value = made(type, data);
   const auto found = m_values.find(name);
   if (found != m_values.end()) {
+    value.is_of_file = found->second.is_of_file;
     std::swap(found->second, value);
     return value.type;
   }
   m_values.emplace(name, std::move(value));
   return IScript::VT_INT;
+}
+
+void ValueTable::bring(std::string_view name, Value value) {
+  value.is_of_file = true;
+  const auto found = m_values.find(name);
+  if (found != m_values.end()) {
+    found->second = std::move(value);
+  } else {
+    m_values.emplace(name, std::move(value));
+  }
+}
+
+// With room for all of them, moving them over takes no memory.
+void ValueTable::replace_brought(NamedValues& brought) {
+  m_values.reserve(m_values.size() + brought.size());
+  std::erase_if(m_values, [&](const auto& variable) {
+    return variable.second.is_of_file && !brought.contains(variable.first);
+  });
+  while (!brought.empty()) {
+    auto variable = brought.extract(brought.begin());
+    variable.mapped().is_of_file = true;
+    const auto found = m_values.find(variable.key());
+    if (found == m_values.end()) {
+      m_values.insert(std::move(variable));
+    } else if (found->second.type != variable.mapped().type) {
+      found->second = std::move(variable.mapped());
+    } else {
+      found->second.is_of_file = true;
+    }
+  }
 }
 
 Access ValueTable::get(std::string_view name, IScript::VType type, void* out) const {

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include <fwbase/iscript.h>
+#include "fwbase/script/program.h"
 
 namespace fwbase::script {
 
@@ -19,9 +19,13 @@ struct Value {
   IScript::VType type = IScript::VT_INT;
   std::int32_t number = 0;  ///< of a VT_INT
   std::string text;         ///< of a VT_STRING
-
-  bool operator==(const Value&) const = default;
+  bool is_of_file = false;  ///< brought by a loaded file, whoever has set it since
 };
+
+/// What a file gives a variable.
+inline Value value_of(const Variable& variable) {
+  return {variable.type, variable.number, std::string(variable.text), true};
+}
 
 /// What came of reading a variable.
 enum class Access {
@@ -42,6 +46,8 @@ struct NameHash {
 template <typename Thing>
 using ByName = std::unordered_map<std::string, Thing, NameHash, std::equal_to<>>;
 
+using NamedValues = ByName<Value>;
+
 /// Variables by name. Not synchronised.
 class ValueTable {
  public:
@@ -49,6 +55,14 @@ class ValueTable {
   /// has no value. Gives the type that the variable had, VT_INT for a new one. Throws
   /// std::bad_alloc; nothing has changed then.
   IScript::VType set(std::string_view name, IScript::VType type, const void* data);
+
+  /// Creates or replaces a variable that a file brings. Throws std::bad_alloc, as the next; nothing
+  /// has changed then.
+  void bring(std::string_view name, Value value);
+
+  /// Puts the variables of one file in the place of those of all files. A variable keeps its value
+  /// where its type stays; those that no file has brought stay. Takes them out of `brought`.
+  void replace_brought(NamedValues& brought);
 
   /// Reads a variable into the caller's int or string, which stays as it is on failure.
   Access get(std::string_view name, IScript::VType type, void* out) const;
@@ -66,7 +80,7 @@ class ValueTable {
   std::vector<const std::pair<const std::string, Value>*> sorted() const;
 
  private:
-  ByName<Value> m_values;
+  NamedValues m_values;
 };
 
 /// The tables of a script engine. Not synchronised.
