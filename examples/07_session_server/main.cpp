@@ -29,7 +29,8 @@ constexpr int kBadUsage = 2;
 
 constexpr const char* kUsage = R"(usage: session_server --script FILE --module FILE [OPTION...]
 
-Serves sessions on the loopback interface until SIGTERM or SIGINT.
+Serves sessions on the loopback interface until SIGTERM or SIGINT. SIGHUP replaces the script by
+what its file says then; a faulty file changes nothing, and the log says what is wrong with it.
 
   --script FILE        what to do for a session; counters are saved in this file at the end
   --module FILE        the module library that has the functions of the script
@@ -95,6 +96,7 @@ void block_signals() {
   ::sigemptyset(&signals);
   ::sigaddset(&signals, SIGTERM);
   ::sigaddset(&signals, SIGINT);
+  ::sigaddset(&signals, SIGHUP);
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   ::signal(SIGPIPE, SIG_IGN);  // for whoever reads standard output
 }
@@ -154,7 +156,7 @@ int save_counters(const Options& options) {
 }
 
 int serve(const Options& options, IMM::IFactory& sessions) {
-  Server server(options.server, sessions);
+  Server server(options.server, sessions, options.script);
   const std::string problem = server.start();
   if (!problem.empty()) {
     return failed(problem);

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <ace/Dev_Poll_Reactor.h>
 #include <ace/INET_Addr.h>
@@ -15,6 +16,7 @@
 #include <ace/Time_Value.h>
 
 #include <fwbase/module.h>
+#include <fwbase/reload.h>
 
 namespace session_server {
 
@@ -38,9 +40,10 @@ std::string with_reason(const std::string& what) { return what + ": " + std::str
 }  // namespace
 
 // The reactor on epoll: the ones on select() end at 1,024 handles.
-Server::Server(const Settings& settings, IMM::IFactory& sessions)
+Server::Server(const Settings& settings, IMM::IFactory& sessions, std::string script)
     : m_settings(settings),
       m_factory(sessions),
+      m_script(std::move(script)),
       m_reactor(
           new ACE_Dev_Poll_Reactor(static_cast<std::size_t>(settings.max_sessions + kOtherHandles)),
           true),
@@ -96,6 +99,7 @@ std::string Server::take_signals() {
   ::sigemptyset(&signals);
   ::sigaddset(&signals, SIGTERM);
   ::sigaddset(&signals, SIGINT);
+  ::sigaddset(&signals, SIGHUP);
   m_signals = ::signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
   if (m_signals == -1 || m_reactor.register_handler(m_signals, this, READ_MASK) == -1) {
     return with_reason("cannot take signals");
@@ -128,14 +132,38 @@ bool Server::handle_events() {
 
 int Server::handle_input(ACE_HANDLE handle) {
   if (handle == m_signals) {
-    signalfd_siginfo signal;
-    if (::read(m_signals, &signal, sizeof signal) > 0) {
-      stop();
-    }
+    take_signal();
   } else {
     accept_clients();
   }
   return 0;
+}
+
+void Server::take_signal() {
+  signalfd_siginfo signal;
+  if (::read(m_signals, &signal, sizeof signal) != sizeof signal) {
+    return;
+  }
+  if (signal.ssi_signo == SIGHUP) {
+    reload();
+  } else {
+    stop();
+  }
+}
+
+// Sections that run finish as they began. Counters keep their values, and so do sessions.
+void Server::reload() const {
+  std::vector<fwbase::Finding> findings;
+  const ec::EC result = fwbase::reload_script(m_script.c_str(), &findings);
+  for (const fwbase::Finding& one : findings) {
+    FWBASE_LOG(WARN, "%s:%d:%d: %s: %s", m_script.c_str(), one.line, one.column,
+               one.error ? "error" : "warning", one.message.c_str());
+  }
+  if (ec::succeeded(result)) {
+    FWBASE_LOG(WARN, "the script %s takes effect", m_script.c_str());
+  } else {
+    FWBASE_LOG(WARN, "the script stays as it was: %s", ec::text(result));
+  }
 }
 
 // --- Clients come ---

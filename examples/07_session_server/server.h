@@ -21,7 +21,7 @@
 
 namespace session_server {
 
-/// Serves sessions on the loopback interface until SIGTERM or SIGINT.
+/// Serves sessions on the loopback interface until SIGTERM or SIGINT. SIGHUP reloads the script.
 ///
 /// One thread runs the reactor; it alone registers and removes handlers, accepts, and creates and
 /// destroys sessions. Workers do all that concerns the lines of a session. A session that is ready
@@ -42,10 +42,11 @@ class Server : public ACE_Event_Handler {
   };
 
   /// sessions   a factory that makes Session modules
-  Server(const Settings& settings, fwbase::IMM::IFactory& sessions);
+  /// script     the file that was loaded
+  Server(const Settings& settings, fwbase::IMM::IFactory& sessions, std::string script);
   ~Server() override;
 
-  /// Listens, starts the workers, and takes SIGTERM and SIGINT, which all threads must have
+  /// Listens, starts the workers, and takes SIGTERM, SIGINT and SIGHUP, which all threads must have
   /// blocked. Returns an empty string, or what failed.
   std::string start();
 
@@ -83,6 +84,8 @@ class Server : public ACE_Event_Handler {
 
   std::string listen();
   std::string take_signals();
+  void take_signal();
+  void reload() const;
   void accept_clients();
   bool accept_client();
   void stop_listening();
@@ -99,6 +102,7 @@ class Server : public ACE_Event_Handler {
 
   const Settings m_settings;
   fwbase::IMM::IFactory& m_factory;
+  const std::string m_script;
   ACE_Reactor m_reactor;
   ACE_SOCK_Acceptor m_acceptor;
   unsigned short m_port = 0;

@@ -85,6 +85,11 @@ int ServerProcess::wait() {
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+void ServerProcess::reload(const std::string& script) {
+  write_file(m_directory.path("server.xml"), script);
+  ::kill(m_pid, SIGHUP);
+}
+
 std::string ServerProcess::counter(const std::string& name) const {
   const std::string script = read_file(m_directory.path("server.xml"));
   const std::string before = "name=\"" + name + "\" type=\"string\" value=\"";

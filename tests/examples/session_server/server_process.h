@@ -36,6 +36,9 @@ class ServerProcess {
   int stop();
   int wait();
 
+  /// Writes another script to its file and sends SIGHUP.
+  void reload(const std::string& script);
+
   /// A counter as the script has it.
   std::string counter(const std::string& name) const;
   std::string log() const { return read_file(m_directory.path("server.log")); }
