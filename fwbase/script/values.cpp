@@ -1,6 +1,7 @@
 #include "fwbase/script/values.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 namespace fwbase::script {
@@ -133,20 +134,29 @@ const ValueTable* Values::of(void* env) const {
 }
 
 std::vector<IScript::VType> ValueTable::unknown_types() const {
-  std::vector<IScript::VType> types;
+  std::map<std::string_view, IScript::VType> unknown;
   for (const auto& [name, value] : m_values) {
     if (value.type != IScript::VT_INT && value.type != IScript::VT_STRING) {
-      types.push_back(value.type);
+      unknown.emplace(name, value.type);
     }
+  }
+  std::vector<IScript::VType> types;
+  for (const auto& [name, type] : unknown) {
+    types.push_back(type);
   }
   return types;
 }
 
 std::vector<IScript::VType> Values::unknown_types() const {
-  std::vector<IScript::VType> types = m_global.unknown_types();
+  std::map<void*, std::vector<IScript::VType>> unknown;
   for (const auto& [env, table] : m_environments) {
-    const std::vector<IScript::VType> more = table.unknown_types();
-    types.insert(types.end(), more.begin(), more.end());
+    if (auto of_table = table.unknown_types(); !of_table.empty()) {
+      unknown.emplace(env, std::move(of_table));
+    }
+  }
+  std::vector<IScript::VType> types = m_global.unknown_types();
+  for (const auto& [env, of_table] : unknown) {
+    types.insert(types.end(), of_table.begin(), of_table.end());
   }
   return types;
 }

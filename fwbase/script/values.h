@@ -73,7 +73,7 @@ class ValueTable {
   /// False when there is none.
   bool remove(std::string_view name);
 
-  /// The types of those without a value.
+  /// The types of those without a value, by their names' bytes.
   std::vector<IScript::VType> unknown_types() const;
 
   /// All of them, by their names' bytes. Valid until the table changes.
@@ -101,7 +101,8 @@ class Values {
   /// The variables of an environment; null when it has none.
   const ValueTable* of(void* env) const;
 
-  /// The types of all variables without a value.
+  /// The types of all variables without a value: the global ones, then those of each environment,
+  /// by addresses.
   std::vector<IScript::VType> unknown_types() const;
 
  private:

@@ -78,6 +78,26 @@ TEST(Script, ReleaseTellsOfValuesOfAnUnknownType) {
   EXPECT_EQ(log.records(), std::vector{record(IRunLog::ERROR, "错误的类型，0x7")});
 }
 
+TEST(Script, ReleaseTellsOfThemByEnvironmentAndName) {
+  LogCapture log;
+  ScriptEngine engine;
+  char envs[3] = {};
+  std::vector<Record> expected;
+  for (int type = 2; type < 8; ++type) {
+    expected.push_back(record(IRunLog::ERROR, "错误的类型，0x" + std::to_string(type)));
+  }
+  const struct {
+    const char* name;
+    int env;
+    int type;
+  } kVariables[] = {{"b", 2, 7}, {"c", 0, 4}, {"a", 1, 5}, {"b", 0, 3}, {"", 0, 2}, {"a", 2, 6}};
+  for (const auto& one : kVariables) {
+    engine.set_value_env(one.name, static_cast<IScript::VType>(one.type), envs, &envs[one.env]);
+  }
+  engine.release();
+  EXPECT_EQ(log.records(), expected);
+}
+
 TEST(Script, InitEmptiesTheFunctionsOnly) {
   ScriptEngine engine;
   HostFunction f("f", {IScript::VT_STRING});
