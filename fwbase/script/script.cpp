@@ -119,7 +119,9 @@ void CScript::visit_functions(const FunctionVisitor& visit) const {
   const ReadGuard guard(m_lock);
   std::map<std::string_view, ISyntax*> latest;
   for (ISyntax* const syntax : m_syntaxes) {
-    latest[syntax->name()] = syntax;
+    if (const char* const name = syntax->name(); name != nullptr) {  // it may have lost its name
+      latest[name] = syntax;
+    }
   }
   for (const auto& [name, types] : m_templates) {
     if (const auto found = latest.find(name); found != latest.end()) {

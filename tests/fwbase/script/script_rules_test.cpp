@@ -110,6 +110,18 @@ TEST_F(ScriptRules, ObjectsWithoutNameOrTypesAreRefused) {
   EXPECT_EQ(call("odd", {}), ec::SCRIPT_NO_RULE);
 }
 
+TEST_F(ScriptRules, AFunctionThatHasLostItsNameIsNotShown) {
+  Odd odd;
+  HostFunction f("f");
+  ASSERT_TRUE(engine.expand_syntax(&odd));
+  ASSERT_TRUE(engine.expand_syntax(&f));
+  odd.m_name = nullptr;
+  Texts shown;
+  engine.visit_functions([&](const std::string& name, const std::vector<IScript::VType>&,
+                             IScript::ISyntax&) { shown.push_back(name); });
+  EXPECT_EQ(shown, Texts{"f"});
+}
+
 TEST_F(ScriptRules, WithoutParametersNoTypesAreNeeded) {
   Odd odd;
   EXPECT_TRUE(engine.expand_syntax(&odd));
