@@ -266,9 +266,14 @@ class Worker {
     expect(m_calls == numbers, "the calls of a script are not those of its file");
   }
 
+  // From a new file each time: into one that was loaded before, a save may have put variables.
   void load_again() {
     if (pick(8) == 0) {
-      const std::string path = m_world.directory.path("again.xml");
+      const std::string name = m_name + "_again_" + std::to_string(m_loaded++) + ".xml";
+      const std::string path = m_world.directory.path(name);
+      fwbase::test::write_file(path,
+                               "<korvid><Process name=''><Exec><section name='own'/></Exec>"
+                               "</Process></korvid>");
       expect(script().load_script(path.c_str()) == ec::SCRIPT_E_SECTION_DUP,
              "a section was loaded twice");
     }
@@ -453,9 +458,6 @@ void write_scripts(const World& world) {
     std::filesystem::remove(entry);
   }
   fwbase::test::write_file(world.directory.path("script.xml"), script_text());
-  fwbase::test::write_file(world.directory.path("again.xml"),
-                           "<korvid><Process name=''><Exec><section name='own'/></Exec></Process>"
-                           "</korvid>");
   fwbase::test::write_file(world.directory.path("damaged.xml"), "<korvid><Process>");
 }
 
