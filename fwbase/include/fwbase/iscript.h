@@ -27,8 +27,8 @@ namespace fwbase {
 /// Threads:   every operation may be called from any thread, and from a host function while it
 ///   runs; one reader-writer lock guards the engine. Runs go on side by side, and beside loads and
 ///   all else: a run works on what was loaded when it began, and needs the lock for a moment only,
-///   shared with others, when it begins and when it reads variables. Only release() must wait for
-///   running sections (see there).
+///   shared with others (see exec_scommad()). Only release() must wait for running sections (see
+///   there).
 /// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise; where
 ///   memory runs out, SCRIPT_NO_MEMORY (from the parser SCRIPT_E_LOAD, from writing the file
 ///   SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
@@ -192,9 +192,9 @@ struct FWBASE_API IScript {
   ///   any other code    the result of the last function called
   /// What earlier calls did is not undone.
   ///
-  /// Takes the lock for reading, for a moment: when it begins, and for a call with variables among
-  /// its arguments. Functions may use every operation but release(), run sections included, and are
-  /// called by as many threads at once as run sections.
+  /// Takes the lock for reading, for a moment: to begin, to look up a function, and for a call with
+  /// variables among its arguments. Functions may use every operation but release(), run sections
+  /// included, and are called by as many threads at once as run sections.
   FWBASE_RESULT virtual ec::EC exec_scommad(const char* section, void* env) = 0;
 
   /// Reads a global variable into *out.

@@ -423,7 +423,7 @@ class Play {
     const auto number = static_cast<std::int32_t>(which) - 100;
     const std::string text = kTexts[which / 2 % std::size(kTexts)];
     if (which % 7 == 6) {
-      return set(kUnknownType, &number);
+      return set(static_cast<IScript::VType>(2 + which / 7), &number);
     }
     return which % 2 == 0 ? set(IScript::VT_INT, static_cast<const void*>(&number))
                           : set(IScript::VT_STRING, static_cast<const void*>(&text));
