@@ -778,6 +778,27 @@ TEST_F(LogProcess, OfSeveralLogsOnOneFileOneRotatesItAndTheOthersFollow) {
   EXPECT_FALSE(std::filesystem::exists(path + ".bak.1"));
 }
 
+TEST_F(LogProcess, TheFirstRecordsAfterFiveRotationsByAnotherProcessAreInTheNewFile) {
+  for (const bool queued : {false, true}) {
+    start(false);
+    write("other");
+    CLogProcess idle;
+    ASSERT_EQ(idle.init(), ec::LOG_OK);
+    ASSERT_EQ(idle.file(path.c_str()), ec::LOG_OK);
+    idle.asynch(queued);
+    for (int i = 0; i < 5; ++i) {
+      write(std::string(kLimit, 'x'));
+    }
+    write("other");
+    idle.write(IRunLog::ERROR, "1", "");
+    idle.write(IRunLog::ERROR, "2", "");
+    idle.release();
+    EXPECT_EQ(written(), text_of("other") + text_of("1") + text_of("2") + kClosing);
+    log.release();
+    std::filesystem::remove(path);
+  }
+}
+
 TEST_F(LogProcess, ALockThatTheHostKeepsOnTheFileDoesNotKeepItFromRotation) {
   start(false);
   const int hosts_own = ::open(path.c_str(), O_RDONLY);
