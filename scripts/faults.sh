@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # usage: ./dev faults [--long]
 #
-# Fails each allocation and each I/O call of each operation in turn, takes the rights and the root
-# directory of hosts that log (as root only), cancels threads in the middle of operations, forks hosts
-# whose threads use the library and the C library's time zone, and kills hosts that save and log: a
-# part of the allocations, 400 cancellations of each operation, 20 forks and 50 kills, or with --long
-# all of them, 4,000, 200 and 1,000.
+# Fails each allocation and each I/O call of each operation in turn, takes rights and the root
+# directory from hosts that log, or gives them rights (as root only), cancels threads in the middle of
+# operations, forks hosts whose threads use the library and the C library's time zone, and kills hosts
+# that save and log: a part of the allocations, 400 cancellations of each operation, 20 forks and 50
+# kills, or with --long all of them, 4,000, 200 and 1,000.
 . scripts/support/common.sh
 
 cancellations=400 forks=20 kills=50 form=()

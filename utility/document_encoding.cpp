@@ -1,6 +1,6 @@
 // What the bytes of a document must be, by the size of their units: UTF-32 and UTF-16 are looked at
-// here, UTF-8 at its end, where the library does not look, and all other encodings are decoded a
-// second time by the library's own means.
+// here, UTF-8 where the library does not look, and all other encodings are decoded a second time by
+// the library's own means.
 #include "utility/document_encoding.h"
 
 #include <algorithm>
@@ -89,6 +89,14 @@ bool ends_in_a_character_of_utf8(std::string_view text) {
   return false;
 }
 
+// Whether a byte is there that no character of UTF-8 has, but the library takes for the first of
+// four.
+bool has_a_lead_byte_beyond_utf8(std::string_view text) {
+  constexpr std::string_view kLeadBytes = "\xF5\xF6\xF7";
+  return std::any_of(kLeadBytes.begin(), kLeadBytes.end(),
+                     [text](char byte) { return text.find(byte) != std::string_view::npos; });
+}
+
 // Whether all of text can be decoded. Of what a text ends in, blanks show that it is cut off.
 class Decoder {
  public:
@@ -146,7 +154,9 @@ bool is_whole(std::string_view text, const XMLCh* encoding, xc::MemoryManager& m
   if (units.size == 4) return is_whole_utf32(text, units);
   if (units.size == 2) return is_whole_utf16(text, units);
   if (text.find('\0') != std::string_view::npos) return false;
-  if (is_utf8(encoding)) return !ends_in_a_character_of_utf8(text);
+  if (is_utf8(encoding)) {
+    return !has_a_lead_byte_beyond_utf8(text) && !ends_in_a_character_of_utf8(text);
+  }
   return Decoder(encoding, memory).takes_all(text);
 }
 

@@ -12,6 +12,7 @@ namespace utility {
 /// - a character that is cut off at the end of the file is left out;
 /// - zeros behind the root element count as the end of the text;
 /// - a surrogate without its other half passes at the end of an attribute;
+/// - in UTF-8, bytes for numbers from 0x140000 on become two such surrogates;
 /// - in encodings that the library has from ICU, bytes that are no character become U+FFFD. So in
 ///   those a document that holds this character is refused as well.
 /// encoding is the one that the library has used (getInputEncoding() of a DOM document, the last

@@ -33,14 +33,17 @@ GuardedParser<Parser>::GuardedParser() : Parser(m_validator, &m_memory) {
 template <typename Parser>
 bool GuardedParser<Parser>::parse_guarded(std::string_view text) {
   m_encoding.clear();
+  m_has_damaged_bytes = false;
   const xc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
                                      kDocumentName, false, &m_memory);
   m_rules.begin(text.size());
   try {
     this->parse(source);
     m_rules.end();
-    return !m_rules.is_damaged() &&
-           is_whole(text, m_encoding.empty() ? nullptr : m_encoding.c_str(), m_memory);
+    if (m_rules.is_damaged()) return false;
+    m_has_damaged_bytes =
+        !is_whole(text, m_encoding.empty() ? nullptr : m_encoding.c_str(), m_memory);
+    return !m_has_damaged_bytes;
   } catch (const DocumentRefused&) {
   } catch (const xc::XMLException&) {
   } catch (const xc::SAXException&) {

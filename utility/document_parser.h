@@ -66,6 +66,9 @@ class GuardedParser : protected ParserMemory, public Parser {
   /// same consequence.
   bool parse_guarded(std::string_view text);
 
+  /// Whether the document was refused for bytes that the library has read as if they were good.
+  bool has_damaged_bytes() const { return m_has_damaged_bytes; }
+
   /// The encoding that the document is in, as its declaration and its first bytes say; empty
   /// without a declaration.
   const DomText& encoding() const { return m_encoding; }
@@ -79,6 +82,7 @@ class GuardedParser : protected ParserMemory, public Parser {
 
  private:
   DomText m_encoding;
+  bool m_has_damaged_bytes = false;
 };
 
 /// The library's DOM parser.

@@ -13,6 +13,7 @@ namespace xc = XERCES_CPP_NAMESPACE;
 
 void DocumentRules::begin(std::size_t bytes) {
   m_damaged = false;
+  m_refers_to_another_file = false;
   m_in_internal_subset = false;
   m_depth = 0;
   m_declaration_count = 0;
@@ -39,7 +40,7 @@ void DocumentRules::error(unsigned int code, const XMLCh* domain,
 // Asked for the external DTD subset, which validation wants in spite of the setting and which is
 // left out, and for external entities, without which the document would not be whole.
 xc::InputSource* DocumentRules::resolve_entity() {
-  if (m_in_internal_subset) throw DocumentRefused();
+  if (m_in_internal_subset) refuse_another_file();
   m_has_external_subset = true;
   static constexpr XMLByte kNothing[] = {'\n'};  // no bytes at all would be an error
   return new (&m_memory)
@@ -57,7 +58,7 @@ void DocumentRules::start_element(const xc::XMLElementDecl& element,
 
 void DocumentRules::start_entity_reference(const xc::XMLEntityDecl& entity) {
   enter();
-  if (entity.isExternal()) throw DocumentRefused();
+  if (entity.isExternal()) refuse_another_file();
   m_memory.expansion_was_of(entity.getValueLen());
 }
 
@@ -99,6 +100,11 @@ void DocumentRules::notation_declared(const xc::XMLNotationDecl& notation, bool 
   note_declaration(is_ignored, {u"notation", notation.getName(), notation.getPublicId(),
                                 notation.getSystemId()});
   m_notations.add(notation.getName());
+}
+
+void DocumentRules::refuse_another_file() {
+  m_refers_to_another_file = true;
+  throw DocumentRefused();
 }
 
 void DocumentRules::enter() {

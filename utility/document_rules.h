@@ -71,6 +71,9 @@ class DocumentRules {
   /// Whether an error has been reported. The scanner goes on behind some, and leaves things out.
   bool is_damaged() const { return m_damaged; }
 
+  /// Whether the document was refused for an entity in another file.
+  bool refers_to_another_file() const { return m_refers_to_another_file; }
+
   bool has_external_subset() const { return m_has_external_subset; }
   bool has_declarations() const { return m_declaration_count != 0; }
 
@@ -108,6 +111,7 @@ class DocumentRules {
   void notation_declared(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation, bool is_ignored);
 
  private:
+  [[noreturn]] void refuse_another_file();
   void enter();
   void count_name(const XMLCh* name);
   void count_element(const XERCES_CPP_NAMESPACE::XMLElementDecl& element);
@@ -119,6 +123,7 @@ class DocumentRules {
 
   XmlMemory& m_memory;
   bool m_damaged = false;
+  bool m_refers_to_another_file = false;
   bool m_in_internal_subset = false;
   bool m_has_external_subset = false;
   std::size_t m_depth = 0;

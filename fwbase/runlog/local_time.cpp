@@ -32,10 +32,16 @@ bool is_same_file(const struct stat& one, const struct stat& other) {
          one.st_mtim.tv_sec == other.st_mtim.tv_sec && one.st_mtim.tv_nsec == other.st_mtim.tv_nsec;
 }
 
-// A program with rights that its user has not opens nothing of the user's choice.
+constexpr const char* kSystemZone = "/etc/localtime";
+constexpr const char* kSystemZones = "/usr/share/zoneinfo";
+
+// A program with rights that its user has not opens no file of the user's choice, but the system's
+// zones.
 bool is_allowed(std::string_view name) {
+  const bool is_system_zone =
+      !name.starts_with('/') || name == kSystemZone || name.starts_with(kSystemZones);
   return ::getauxval(AT_SECURE) == 0 ||
-         (!name.starts_with('/') && name.find("../") == std::string_view::npos);
+         (is_system_zone && name.find("../") == std::string_view::npos);
 }
 
 std::string path_of(std::string_view name) {
@@ -46,9 +52,7 @@ std::string path_of(std::string_view name) {
     return std::string(name);
   }
   const char* const directory = ::secure_getenv("TZDIR");
-  return std::string(directory != nullptr ? directory : "/usr/share/zoneinfo")
-      .append("/")
-      .append(name);
+  return std::string(directory != nullptr ? directory : kSystemZones).append("/").append(name);
 }
 
 }  // namespace
@@ -97,7 +101,7 @@ void LocalTime::refresh() noexcept {
 void LocalTime::take_name(const char* tz) {
   m_known = false;
   m_tz = tz != nullptr ? std::optional<std::string>(tz) : std::nullopt;
-  std::string_view name = tz != nullptr ? tz : "/etc/localtime";
+  std::string_view name = tz != nullptr ? tz : kSystemZone;
   name.remove_prefix(name.starts_with(':') ? 1 : 0);
   m_path = path_of(name);
   m_status = {};

@@ -2,6 +2,7 @@
 #include "fwbase/runlog/log_file.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -44,8 +45,8 @@ bool LogFile::open(const char* path) {
     return false;
   }
   struct stat status;
-  const bool is_fifo = ::fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode);
-  take(descriptor, is_fifo);
+  const bool is_known = ::fstat(descriptor, &status) == 0;
+  take(descriptor, is_known ? status.st_mode : S_IFREG);
   return true;
 }
 
@@ -63,14 +64,15 @@ bool LogFile::open_regular(const char* path) {
     errno = reason;
     return false;
   }
-  take(descriptor, false);
+  take(descriptor, status.st_mode);
   return true;
 }
 
-void LogFile::take(int descriptor, bool is_fifo) {
+void LogFile::take(int descriptor, mode_t type) {
   close();
   m_descriptor = descriptor;
-  m_signals = is_fifo || files_are_limited();
+  m_waits = !S_ISREG(type);
+  m_signals = S_ISFIFO(type) || files_are_limited();
   m_position = -1;
   m_asked = Clock::time_point();
 }
@@ -92,6 +94,10 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
     no_signals.emplace();
   }
   std::optional<utility::CancellationBlock> no_cancellation;  // once a record has begun
+  if (m_waits) {
+    wait_for_room();
+    no_cancellation.emplace();
+  }
   const std::size_t end = texts.end_of(first + count - 1);
   std::size_t written = texts.begin_of(first);
   while (written < end) {
@@ -107,6 +113,13 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
   }
   this->count(end - texts.begin_of(first));
   return {count, true};
+}
+
+// A thread that waits in write() can be cancelled when a part of the record is written already. It
+// may be cancelled here instead.
+void LogFile::wait_for_room() const {
+  pollfd room = {m_descriptor, POLLOUT, 0};
+  utility::uninterrupted([&] { return ::poll(&room, 1, -1); });
 }
 
 std::int64_t LogFile::position() {

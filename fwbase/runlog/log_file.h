@@ -39,7 +39,8 @@ class LogFile {
   /// Writes `count` records at the end of the file, from `first` on. Where one fails, those behind
   /// it are left to the next call; of the one that failed everything is in the file or, where the
   /// file can be cut back, nothing. No signal is raised, as a FIFO that nobody reads any more or a
-  /// limit of the size of files would.
+  /// limit of the size of files would. A thread may be cancelled before the first one, also while
+  /// it waits for room in a FIFO or a terminal.
   Appended append(const RecordTexts& texts, std::size_t first, std::size_t count);
 
   /// The write position in bytes; -1 for what has none, as pipes and terminals.
@@ -61,12 +62,14 @@ class LogFile {
   using Clock = std::chrono::steady_clock;
 
   void close();
-  void take(int descriptor, bool is_fifo);
+  void take(int descriptor, mode_t type);
+  void wait_for_room() const;
   void count(std::size_t written);
   Appended give_up(const RecordTexts& texts, std::size_t first, std::size_t written);
   void cut_back(std::size_t written);
 
   int m_descriptor = -1;
+  bool m_waits = false;    // a write may have to wait for others
   bool m_signals = false;  // a failed write would raise one
   std::int64_t m_position = -1;
   Clock::time_point m_asked;  // for the position

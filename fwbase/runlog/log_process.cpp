@@ -265,18 +265,21 @@ void CLogProcess::output(const RecordTexts& texts) {
     const LogFile::Appended appended = m_file->append(texts, next, count);
     next += appended.count;
     if (appended.written && m_rotation.due(m_file->counted_position()) &&
-        m_rotation.due(m_file->position())) {
-      backup_log();
+        m_rotation.due(m_file->position()) && !backup_log()) {
+      next -= appended.count;
     }
   }
 }
 
 // Without a directory the log is silent until file() succeeds. After any other failure it goes on
-// in the file that it has, and says so once.
-void CLogProcess::backup_log() {
+// in the file that it has, and says so once. False when what was written last has to be written
+// again.
+bool CLogProcess::backup_log() {
   const utility::CancellationBlock no_cancellation;
-  switch (m_rotation.rotate(*m_file)) {
+  const LogRotation::Result result = m_rotation.rotate(*m_file);
+  switch (result) {
     case LogRotation::Result::kDone:
+    case LogRotation::Result::kDoneTooLate:
       m_failure_reported = false;
       break;
     case LogRotation::Result::kNoDirectory:
@@ -295,6 +298,7 @@ void CLogProcess::backup_log() {
       break;
     }
   }
+  return result != LogRotation::Result::kDoneTooLate;
 }
 
 // Whatever levels are enabled, as the closing record: it is about the file itself.

@@ -87,7 +87,7 @@ class CLogProcess : public IRunLog {
   /// To be called by whoever has changed the output or a setting.
   void publish() FWBASE_REQUIRES(m_lock);
   void output(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
-  void backup_log() FWBASE_REQUIRES(m_lock);
+  bool backup_log() FWBASE_REQUIRES(m_lock);
   void report_failed_backup(const char* message) FWBASE_REQUIRES(m_lock);
 
   void begin_standstill();

@@ -114,7 +114,8 @@ LogRotation::Result LogRotation::rotate(LogFile& file) {
   file.lock();
   const Result result = change(file);
   const int reason = errno;
-  m_failed_at = result == Result::kDone ? -1 : file.counted_position();
+  const bool done = result == Result::kDone || result == Result::kDoneTooLate;
+  m_failed_at = done ? -1 : file.counted_position();
   file.unlock();
   errno = reason;
   return result;
@@ -130,7 +131,8 @@ LogRotation::Result LogRotation::change(LogFile& file) const {
   if (!file.status(own)) {
     return Result::kFailed;
   }
-  if (::lstat(path(), &named) == 0) {
+  const bool is_taken = ::lstat(path(), &named) == 0;
+  if (is_taken) {
     const bool is_regular = S_ISREG(named.st_mode);
     if (is_regular && is_same(own, named)) {
       return rename_and_open(file);
@@ -143,7 +145,10 @@ LogRotation::Result LogRotation::change(LogFile& file) const {
   } else if (!has_directory()) {
     return Result::kNoDirectory;
   }
-  return file.open_regular(path()) ? Result::kDone : Result::kFailed;
+  if (!file.open_regular(path())) {
+    return Result::kFailed;
+  }
+  return is_taken && own.st_nlink == 0 ? Result::kDoneTooLate : Result::kDone;
 }
 
 LogRotation::Result LogRotation::rename_and_open(LogFile& file) const {

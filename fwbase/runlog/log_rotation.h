@@ -29,6 +29,8 @@ class LogRotation {
   enum class Result {
     kDone,         ///< the file that is open is the one of the name: a new one, or that of another
                    ///< process which has rotated before
+    kDoneTooLate,  ///< the same, but what was written last is lost: others have rotated so often
+                   ///< that the file was removed
     kNoDirectory,  ///< the name leads nowhere any more; the file stays open
     kForeign,      ///< what has the name is not this log's; the file stays open
     kFailed        ///< the file stays open, under its name; errno says why

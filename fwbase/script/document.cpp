@@ -187,6 +187,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
       place_elements(bytes);
     } else {
       m_document.m_stopped = place_stopped(bytes);
+      add_refusal();
     }
     return is_good;
   }
@@ -194,10 +195,13 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   void error(unsigned int code, const XMLCh* domain, xc::XMLErrorReporter::ErrTypes type,
              const XMLCh* text, const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
              XMLFileLoc column) override {
-    m_line = line;
-    m_column = column;
-    m_document.m_refusal = utility::to_utf8_text(text != nullptr ? text : u"");
+    const bool was_damaged = m_rules.is_damaged();
     GuardedParser::error(code, domain, type, text, system_id, public_id, line, column);
+    if (m_rules.is_damaged() && !was_damaged) {
+      m_line = line;
+      m_column = column;
+      m_document.m_refusal = utility::to_utf8_text(text != nullptr ? text : u"");
+    }
   }
 
   // The tree takes no other names for a document type.
@@ -291,6 +295,15 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   void note_other(bool is_there) {
     if (is_there && m_entity_depth == 0 && !m_open.empty()) {
       m_document.m_others.insert(m_open.back());
+    }
+  }
+
+  // Where the library has reported no error.
+  void add_refusal() {
+    if (m_rules.refers_to_another_file()) {
+      m_document.m_refusal = "it refers to an entity in another file, and a script is one file";
+    } else if (has_damaged_bytes()) {
+      m_document.m_refusal = "it has bytes that are no character of its encoding";
     }
   }
 

@@ -48,7 +48,7 @@ class Document {
   /// Where an XEC_PARSE was found.
   Place stopped() const { return m_stopped; }
 
-  /// What the parser says of it, in UTF-8; empty where a limit is exceeded.
+  /// What is wrong, in UTF-8; empty where a limit is exceeded.
   const std::string& refusal() const { return m_refusal; }
 
   /// The root element of a document that has been parsed.

@@ -1,9 +1,11 @@
-// Hosts that change what they may do while their log is open: changed_rights <scenario>
+// Hosts that change what they may do while their log is open, or may do more than who starts them:
+// changed_rights <scenario>
 //
 // Each is a child process that opens its log as root. Without root nothing can be tried: the exit
 // status is 77 then.
 #include <fwbase/fwbase.h>
 #include <grp.h>
+#include <sys/auxv.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -240,12 +243,102 @@ void change_root() {
   expect_records(read_file(other), 0, records_up_to_full());
 }
 
+// --- A program with rights that its user has not ---
+
+constexpr const char* kTellTime = "--tell-time";
+
+std::string time_text(std::time_t time) {
+  char text[64];
+  return std::string(::ctime_r(&time, text)).substr(0, 24);
+}
+
+// What the program does. Its record says as well what the C library makes of this second and of
+// the next one.
+int tell_time(const char* root) {
+  if (::getauxval(AT_SECURE) == 0) {
+    return kSkipped;  // the file system gives no rights
+  }
+  Host::require(::chroot(root) == 0 && ::chdir("/") == 0);
+  start("/run.log");
+  facade()->runlog()->info(IRunLog::INFO_TIME);
+  const std::time_t now = std::time(nullptr);
+  const std::string times = time_text(now) + ", " + time_text(now + 1);
+  facade()->runlog()->write(IRunLog::WARN, times.c_str(), "here");
+  return 0;
+}
+
+// A zone that is 5:30 hours ahead of UTC in all years.
+std::string zone_file() {
+  using std::string_literals::operator""s;
+  const std::string block = "TZif2"s + std::string(15 + 16, '\0') +
+                            "\0\0\0\1\0\0\0\4"s        // a type, and its name
+                            "\0\0\x4D\x58\0\0TST\0"s;  // its offset, no summer time
+  return block + block + "\nTST-5:30\n";
+}
+
+// A tree to be the root, with zone files and a copy of this program that has the set-group-ID bit.
+class Root {
+ public:
+  Root() {
+    for (const char* const file : {"etc/localtime", "usr/share/zoneinfo/Test", "elsewhere/Test"}) {
+      const std::filesystem::path path = m_directory.path(file);
+      std::filesystem::create_directories(path.parent_path());
+      test::write_file(path, zone_file());
+    }
+    std::filesystem::copy_file("/proc/self/exe", program());
+    expect(::chown(program().c_str(), 0, kNobody) == 0 && ::chmod(program().c_str(), 02755) == 0,
+           "the set-group-ID bit");
+  }
+
+  // Runs the program. Gives its exit status.
+  int run(const char* tz) const {
+    const pid_t process = ::fork();
+    if (process == 0) {
+      tz != nullptr ? ::setenv("TZ", tz, 1) : ::unsetenv("TZ");
+      ::execl(program().c_str(), "changed_rights", kTellTime, m_directory.path().c_str(), nullptr);
+      ::_exit(1);
+    }
+    int status = -1;
+    const bool ended = ::waitpid(process, &status, 0) == process && WIFEXITED(status);
+    return ended ? WEXITSTATUS(status) : -1;
+  }
+
+  std::string log_path() const { return m_directory.path("run.log"); }
+
+ private:
+  std::string program() const { return m_directory.path("program"); }
+
+  const TempDir m_directory;
+};
+
+// It reads the system's zones, as the C library does, and no others.
+void set_group() {
+  const Root root;
+  for (const char* const tz :
+       {static_cast<const char*>(nullptr), "/etc/localtime", "Test", "/usr/share/zoneinfo/Test",
+        ":/usr/share/zoneinfo/Test", "/elsewhere/Test", "../../../elsewhere/Test", "TST-3"}) {
+    begin_step("setgid", tz != nullptr ? tz : "no TZ");
+    std::filesystem::remove(root.log_path());
+    const int status = root.run(tz);
+    if (status == kSkipped) {
+      std::printf("changed_rights setgid: skipped, the file system gives no rights\n");
+      return;
+    }
+    count_fault();
+    expect(status == 0, "the program failed");
+    const std::string text = read_file(root.log_path());
+    const std::string time = text.substr(text.find(": ") + 2, 24);
+    expect(text.find(time, text.find("\r\n")) != std::string::npos, text.c_str());
+  }
+}
+
 struct Scenario {
   const char* name;
   void (*run)();
 };
 
-constexpr Scenario kScenarios[] = {{"setuid", set_user}, {"chroot", change_root}};
+constexpr Scenario kScenarios[] = {
+    {"setuid", set_user}, {"chroot", change_root}, {"setgid", set_group}};
 
 }  // namespace
 
@@ -258,6 +351,9 @@ int main(int argc, char** argv) {
       std::printf("%s\n", scenario.name);
     }
     return 0;
+  }
+  if (argc == 3 && std::strcmp(argv[1], kTellTime) == 0) {
+    return tell_time(argv[2]);
   }
   for (const Scenario& scenario : kScenarios) {
     if (argc != 2 || std::strcmp(argv[1], scenario.name) != 0) {

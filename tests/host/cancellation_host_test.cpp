@@ -1,7 +1,9 @@
 // Threads of a host that are cancelled, or end themselves, inside the library.
+#include <fcntl.h>
 #include <fwbase/fwbase.h>
 #include <fwbase/module.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -88,6 +90,50 @@ class Wait {
   std::atomic<bool> m_waits{false};
 };
 
+// A FIFO that somebody reads, but only what is asked for.
+class FifoReader {
+ public:
+  explicit FifoReader(const std::string& path) {
+    EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    m_descriptor = ::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+  }
+  ~FifoReader() { ::close(m_descriptor); }
+  FifoReader(const FifoReader&) = delete;
+  FifoReader& operator=(const FifoReader&) = delete;
+
+  // Takes all of its room. Gives what it holds.
+  std::string fill() const {
+    std::string all;
+    const std::string page(4096, '.');
+    while (::write(m_descriptor, page.data(), page.size()) > 0) {
+      all += page;
+    }
+    return all;
+  }
+
+  void wait_for_bytes() const {
+    pollfd ready = {m_descriptor, POLLIN, 0};
+    EXPECT_EQ(::poll(&ready, 1, kPatience), 1);
+  }
+
+  // So many bytes, or fewer when there are no more for a long time.
+  std::string read(std::size_t size) const {
+    std::string all(size, '\0');
+    std::size_t at = 0;
+    pollfd ready = {m_descriptor, POLLIN, 0};
+    while (at < size && ::poll(&ready, 1, kPatience) == 1) {
+      at += static_cast<std::size_t>(::read(m_descriptor, all.data() + at, size - at));
+    }
+    all.resize(at);
+    return all;
+  }
+
+ private:
+  static constexpr int kPatience = 10'000;  // milliseconds
+
+  int m_descriptor = -1;
+};
+
 class Cancellation : public testing::Test {
  protected:
   Cancellation() {
@@ -164,6 +210,31 @@ TEST_F(Cancellation, EndsAFileThatWaitsForTheReaderOfAFifo) {
   EXPECT_TRUE(thread.was_cancelled());
   log().write(IRunLog::WARN, "later", "here");
   EXPECT_NE(read_file(log_path()).find("later"), std::string::npos);
+}
+
+TEST_F(Cancellation, EndsARecordThatWaitsForTheReaderOfAFifo) {
+  FifoReader reader(m_directory.path("fifo"));
+  ASSERT_EQ(log().file(m_directory.path("fifo").c_str()), ec::LOG_OK);
+  const std::string filling = reader.fill();
+  Thread thread([this] { log().write(IRunLog::WARN, "never written", "here"); });
+  thread.cancel();
+  EXPECT_TRUE(thread.was_cancelled());
+  EXPECT_EQ(reader.read(filling.size()), filling);
+  log().write(IRunLog::WARN, "later", "here");
+  const std::string later = "[WARN ]: here\r\n >later\n";
+  EXPECT_EQ(reader.read(later.size()), later);
+}
+
+TEST_F(Cancellation, WaitsUntilARecordIsWholeOfWhichAFifoHasAPart) {
+  FifoReader reader(m_directory.path("fifo"));
+  ASSERT_EQ(log().file(m_directory.path("fifo").c_str()), ec::LOG_OK);
+  const std::string message(1024 * 1024, 'm');
+  Thread thread([&] { log().write(IRunLog::WARN, message.c_str(), "here"); });
+  reader.wait_for_bytes();
+  thread.cancel();
+  const std::string record = "[WARN ]: here\r\n >" + message + "\n";
+  EXPECT_TRUE(reader.read(record.size()) == record);
+  thread.was_cancelled();
 }
 
 TEST_F(Cancellation, EndsAHostFunctionThatWaits) {

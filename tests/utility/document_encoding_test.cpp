@@ -46,6 +46,17 @@ TEST_F(Encodings, RefuseDamagedText) {
   for (const Case& c : cases) EXPECT_EQ(load(c.text), 4u) << c.what;
 }
 
+// The library knows these bytes for damage only near the beginning of a text.
+TEST_F(Encodings, RefuseUtf8FarBeyondTheLastCharacter) {
+  const std::string before = "<r><!--" + std::string(100, ',') + "--><e a='";
+  for (const std::string bytes : {"\xF5\x80\x80\x80", "\xF6\xBF\xBF\xBF", "\xF7\xBF\xBF\xBF"}) {
+    EXPECT_EQ(load(before + "'/>" + bytes + "</r>"), 4u);
+    EXPECT_EQ(load(before + bytes + "'/></r>"), 4u);
+    EXPECT_EQ(load(before + "'/><!--" + bytes + "--></r>"), 4u);
+  }
+  EXPECT_EQ(load(before + "\xF4\x8F\xBF\xBD'/></r>"), 0u);
+}
+
 // Their bytes all look like ASCII.
 TEST_F(Encodings, RefuseDamagedTextOfSevenBits) {
   const Case cases[] = {

@@ -778,6 +778,27 @@ TEST_F(LogProcess, OfSeveralLogsOnOneFileOneRotatesItAndTheOthersFollow) {
   EXPECT_FALSE(std::filesystem::exists(path + ".bak.1"));
 }
 
+TEST_F(LogProcess, TheFirstRecordsAfterFiveRotationsByAnotherProcessAreInTheNewFile) {
+  for (const bool queued : {false, true}) {
+    start(false);
+    write("other");
+    CLogProcess idle;
+    ASSERT_EQ(idle.init(), ec::LOG_OK);
+    ASSERT_EQ(idle.file(path.c_str()), ec::LOG_OK);
+    idle.asynch(queued);
+    for (int i = 0; i < 5; ++i) {
+      write(std::string(kLimit, 'x'));
+    }
+    write("other");
+    idle.write(IRunLog::ERROR, "1", "");
+    idle.write(IRunLog::ERROR, "2", "");
+    idle.release();
+    EXPECT_EQ(written(), text_of("other") + text_of("1") + text_of("2") + kClosing);
+    log.release();
+    std::filesystem::remove(path);
+  }
+}
+
 TEST_F(LogProcess, ALockThatTheHostKeepsOnTheFileDoesNotKeepItFromRotation) {
   start(false);
   const int hosts_own = ::open(path.c_str(), O_RDONLY);
@@ -868,9 +889,9 @@ TEST_F(FailingRotation, WithoutADescriptorTheLogGoesOnSaysSoOnceAndTriesAgain) {
         write(std::to_string(i) + filler);
         expected += text_of(std::to_string(i) + filler);
       }
-      wait_until([&] { return log.queue().empty(); });
+      wait_until([&] { return std::filesystem::file_size(path) >= kLimit - 1 + expected.size(); });
       log.asynch(false);
-      write("direct");  // behind what the writer has taken
+      write("direct");
       expected += text_of("direct");
     }
     EXPECT_FALSE(backup_exists());

@@ -194,7 +194,7 @@ TEST_F(LogRotationTest, AFileThatWasTheOldestBackupGivesWayToTheOneOfItsName) {
   start("own");
   std::filesystem::remove(log);
   write_file(log, "another process's ");
-  EXPECT_EQ(rotation.rotate(file), Result::kDone);
+  EXPECT_EQ(rotation.rotate(file), Result::kDoneTooLate);
   append("followed");
   EXPECT_EQ(files(), "log=another process's " + text_of("followed") + " ");
 }

@@ -48,6 +48,40 @@ TEST(FwcheckCheck, AnErrorIsALineWithItsPlaceAndStatus1) {
   EXPECT_EQ(result.err, "fwcheck: 1 error, 0 warnings\n");
 }
 
+TEST(FwcheckCheck, ARefusedFileIsToldWhy) {
+  constexpr const char* kOtherFile =
+      "it refers to an entity in another file, and a script is one file";
+  constexpr const char* kBytes = "it has bytes that are no character of its encoding";
+  const std::string declared = "<!DOCTYPE korvid [<!ELEMENT other ANY>]>";
+  const std::string process = "<Process name=\"\"/>";
+  std::string deep;
+  for (int i = 0; i <= 1000; ++i) {
+    deep += "<korvid>";
+  }
+  const struct {
+    std::string text;
+    std::string what;
+  } kCases[] = {
+      {"<!DOCTYPE korvid [<!ENTITY e SYSTEM \"e.xml\">]><korvid>&e;" + process + "</korvid>",
+       kOtherFile},
+      {"<!DOCTYPE korvid [<!ENTITY % e SYSTEM \"e.xml\"> %e;]><korvid>" + process + "</korvid>",
+       kOtherFile},
+      {"<!DOCTYPE korvid SYSTEM \"k.dtd\" [<!ENTITY e SYSTEM \"e.xml\">]><korvid a=\"&f;\"/>",
+       "entity 'f' not found"},
+      {"<korvid>" + process + "</korvid>\n\xE4", kBytes},
+      {declared + "<korvid>" + process + "</korvid>\n\xE4", kBytes},
+      {declared + "<korvid>" + process + "&e;<unknown/></korvid>", "entity 'e' not found"},
+      {declared + deep, "the document is beyond the limits of a script"},
+  };
+  for (const auto& one : kCases) {
+    const ScriptFile file(one.text);
+    const ProgramResult result = run_fwcheck({file.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.out.find(": error: " + one.what + " [malformed]\n"), std::string::npos)
+        << result.out;
+  }
+}
+
 TEST(FwcheckCheck, AWarningIsStatus0UnlessItIsStrict) {
   const ScriptFile file(kWarned);
   const std::string line =
