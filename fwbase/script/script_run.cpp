@@ -82,7 +82,7 @@ class CScript::Run {
   }
 
  private:
-  static constexpr std::size_t kUsualArguments = 32;
+  static constexpr std::size_t kUsualArguments = 256;
 
   const VValue* filled_in(const Program& program, const Fun& call, const VValue* ready) {
     const std::size_t count = program.called[call.function]->params.size();

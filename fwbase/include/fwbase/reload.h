@@ -17,10 +17,9 @@ namespace fwbase {
 ///           the warnings; emptied first. May be null. The caller's.
 ///
 /// What changes, and what does not:
-///   sections and declarations   those of the file; none of an earlier file stays. Sections that
-///   run
-///                               finish as they began; runs that begin from now on, nested ones
-///                               included, find the new ones.
+///   sections and declarations   those of the file; none of an earlier file stays. A section that
+///                               runs finishes as it began; runs that begin from now on, nested
+///                               ones included, find the new ones.
 ///   registered functions        stay
 ///   global variables            One that the file has keeps its value if its type stays; otherwise
 ///                               it has that of the file. One that an earlier file has brought and
