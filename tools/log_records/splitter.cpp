@@ -13,7 +13,7 @@ namespace log_records {
 
 namespace {
 
-constexpr std::string_view kMark = "\r\n >";
+constexpr std::string_view kBehindLineFeed = " >";  // of the mark "\r\n >"
 constexpr std::size_t kNone = std::string_view::npos;
 
 }  // namespace
@@ -66,23 +66,28 @@ std::size_t Splitter::find_tag(std::size_t& from, std::size_t to) const {
   return kNone;
 }
 
+// Whether a mark or another tag comes first behind the tag. Both begin at the end of a line.
 Splitter::Head Splitter::look_at_head(std::size_t tag) {
   const std::size_t blank = tag + kTagSize;
   if (m_end == blank) {
     return Head::kUnknown;
   }
-  if (m_bytes.get()[blank] != ' ') {
+  if (bytes()[blank] != ' ') {
     return Head::kIncomplete;
   }
   m_looked = std::max(m_looked, blank);
-  // The mark may have begun at the end of what was looked at before.
-  const std::size_t from = std::max(blank, m_looked - std::min(m_looked, kMark.size() - 1));
-  const std::size_t mark = bytes().find(kMark, from);
-  const std::size_t to = mark == kNone ? m_end : mark;
-  if (find_tag(m_looked, to) != kNone) {
-    return Head::kIncomplete;
+  for (std::size_t feed; (feed = bytes().find('\n', m_looked)) != kNone; m_looked = feed + 1) {
+    const std::string_view behind = bytes().substr(feed + 1);
+    if (bytes()[feed - 1] == '\r' && behind.starts_with(kBehindLineFeed)) {
+      return Head::kComplete;
+    }
+    if (tag_at(behind)) {
+      return Head::kIncomplete;
+    }
   }
-  return mark == kNone ? Head::kUnknown : Head::kComplete;
+  m_looked =
+      std::max(blank, m_end - kTagSize);  // what is there of a tag or a mark may be its begin
+  return Head::kUnknown;
 }
 
 bool Splitter::give(std::size_t end, bool is_ambiguous, RecordBytes& record) {

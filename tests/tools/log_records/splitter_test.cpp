@@ -69,6 +69,10 @@ TEST(LogSplitter, EndsARecordBeforeTheNextLineThatBeginsWithATag) {
       {head + "a\n[DUMP ]:x\r\n >b\n", {"?" + head + "a\n", "[DUMP ]:x\r\n >b\n"}},
       {head + "a\n[DUMP ]: b\n[WARN ]: c\r\n >d\n",
        {"?" + head + "a\n", "[DUMP ]: b\n", "[WARN ]: c\r\n >d\n"}},
+      {head + "a\n[DUMP ]: b\r\n\r\n >", {head + "a\n", "[DUMP ]: b\r\n\r\n >"}},
+      {head + "a\n[DUMP ]: b\n[\n\r\n >", {head + "a\n", "[DUMP ]: b\n[\n\r\n >"}},
+      {head + "a\n[DUMP ]: b\r\n\r\n\r\n", {"?" + head + "a\n", "[DUMP ]: b\r\n\r\n\r\n"}},
+      {head + "a\n[DUMP ]: b\n\n[DUMP ]:", {"?" + head + "a\n", "?[DUMP ]: b\n\n", "[DUMP ]:"}},
   };
   for (const auto& one : kCases) {
     for (std::size_t block = 1; block <= one.file.size() + 1; ++block) {
@@ -97,6 +101,24 @@ TEST(LogSplitter, WaitsForTheNextHeadUnlessThereIsAPause) {
   ASSERT_TRUE(splitter.next(Behind::kEnd, record));
   EXPECT_EQ(record.bytes, "[ERROR]: here\r\n >b\n");
   EXPECT_EQ(record.offset, std::string(kComplete).size() + 2);
+}
+
+// Each byte would be looked at as often as there are tags before it if marks were searched anew.
+TEST(LogSplitter, HeadsWithoutMarksTakeLinearTime) {
+  constexpr int kTags = 500'000;
+  std::string bytes;
+  for (int i = 0; i < kTags; ++i) {
+    bytes += "[ERROR]: x\n";
+  }
+  Splitter splitter(LookAhead::kNextHead);
+  add(splitter, bytes);
+  int ambiguous = 0;
+  RecordBytes record;
+  while (splitter.next(Behind::kEnd, record)) {
+    EXPECT_EQ(record.bytes, "[ERROR]: x\n");
+    ambiguous += record.is_ambiguous ? 1 : 0;
+  }
+  EXPECT_EQ(ambiguous, kTags - 1);
 }
 
 TEST(LogSplitter, GoesOnBehindAnEndThatWasNone) {
