@@ -24,32 +24,60 @@ constexpr milliseconds kQuietBehindRotation(20);
 // Files that other programs keep under names of their own are not followed without end.
 constexpr std::size_t kMostFiles = 16;
 
+// Has no place to read again from; opening a pipe would wait for its writer.
+bool is_pipe_or_device(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 bool ends_in_line_feed(std::string_view bytes) { return bytes.ends_with('\n'); }
 
 }  // namespace
 
 bool FollowedLog::open() {
+  const bool is_other = is_pipe_or_device(m_path);
+  if (is_other) {
+    tell_unreadable(m_path, ESPIPE);
+  }
+  const bool can_be_followed = !is_other && open_files();
+  if (m_files.empty()) {
+    leave_start();
+  }
+  return can_be_followed;
+}
+
+bool FollowedLog::open_files() {
   LogFiles log = open_log(m_path, m_options.only, m_options.look_ahead());
   for (const Unreadable& one : log.unreadable) {
     if (one.reason == ENOENT) {
       complain({"{1} is not there; waiting for it", "{1} 不存在，等待它出现"}, {one.name});
       continue;
     }
-    complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"},
-             {one.name, tools::reason_of(one.reason)});
-    m_told_reason = one.reason;
+    tell_unreadable(one.name, one.reason);
+    m_all_read = false;
+    if (one.name == m_path) {
+      return false;
+    }
   }
   m_files = std::move(log.files);
-  const bool is_pipe = !m_files.empty() && !m_files.back()->is_seekable();
-  if (is_pipe) {
-    complain({"cannot follow {1}: not a regular file", "无法跟踪 {1}：不是普通文件"}, {m_path});
-    m_files.clear();
+  m_told_reason = 0;
+  return true;
+}
+
+void FollowedLog::tell_unreadable(const std::string& name, int reason) {
+  m_told_reason = reason;
+  if (reason == ESPIPE) {
+    complain({"cannot follow {1}: not a regular file", "无法跟踪 {1}：不是普通文件"}, {name});
+  } else {
+    complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
   }
-  const bool can_be_followed = !is_pipe && m_told_reason == 0;
-  if (m_files.empty()) {
-    leave_start();
+}
+
+// Not at every look.
+void FollowedLog::tell_once(int reason) {
+  if (reason != m_told_reason) {
+    tell_unreadable(m_path, reason);
   }
-  return can_be_followed;
 }
 
 bool FollowedLog::advance() {
@@ -94,9 +122,7 @@ bool FollowedLog::read(std::size_t index) {
     return read(index);
   }
   if (block == LogFile::Block::kFailed && errno != m_told_reason) {
-    m_told_reason = errno;
-    complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"},
-             {file.name(), tools::reason_of(m_told_reason)});
+    tell_unreadable(file.name(), errno);
   }
   if (block == LogFile::Block::kEnd && is_newest(index) && !m_start_end) {
     m_start_end = Place{file.id(), file.position()};
@@ -203,7 +229,12 @@ void FollowedLog::find_new_files() {
   if (stat(m_path.c_str(), &status) != 0) {
     return;  // between two steps of a rotation, or gone: the next one is waited for
   }
-  if (m_files.empty() || m_files.back()->id() != FileId{status.st_dev, status.st_ino}) {
+  if (!m_files.empty() && m_files.back()->id() == FileId{status.st_dev, status.st_ino}) {
+    return;
+  }
+  if (is_pipe_or_device(m_path)) {
+    tell_once(ESPIPE);
+  } else {
     add_new_files();
   }
 }
@@ -225,8 +256,19 @@ void FollowedLog::add_new_files() {
   for (; first != log.files.end(); ++first) {
     if ((*first)->is_seekable()) {
       m_files.push_back(std::move(*first));
+      m_told_reason = 0;
     }
   }
+  for (const Unreadable& one : log.unreadable) {
+    if (one.name == m_path && one.reason != ENOENT) {
+      tell_once(one.reason);
+    }
+  }
+  name_files();
+}
+
+// As they are called now.
+void FollowedLog::name_files() {
   for (const std::unique_ptr<LogFile>& file : m_files) {
     const std::string name = name_of(m_path, file->id());
     if (!name.empty()) {

@@ -35,6 +35,10 @@ class FollowedLog {
   /// is told and waited for.
   bool open();
 
+  /// False where a file that was there at the start could not be read, or FILE cannot be now, which
+  /// is told.
+  bool all_read() const { return m_all_read && m_told_reason == 0; }
+
   /// Reads and delivers what has come. True if there was anything.
   bool advance();
 
@@ -50,8 +54,12 @@ class FollowedLog {
     std::uint64_t offset;
   };
 
+  bool open_files();
+  void tell_unreadable(const std::string& name, int reason);
+  void tell_once(int reason);
   void find_new_files();
   void add_new_files();
+  void name_files();
   void tell_gap(std::size_t new_files) const;
   void forget_old_files();
   bool advance_file(std::size_t index, bool& any);
@@ -72,7 +80,8 @@ class FollowedLog {
   std::vector<std::unique_ptr<LogFile>> m_files;  // the oldest first
   std::optional<Clock::time_point> m_deadline;
   std::optional<Clock::time_point> m_held_since;  // what newer files hold waits for an older one
-  int m_told_reason = 0;
+  bool m_all_read = true;                         // of what was there at the start
+  int m_told_reason = 0;  // why FILE cannot be read; ESPIPE for what is no regular file
 };
 
 }  // namespace fwlog

@@ -56,7 +56,6 @@ bool follow_logs(const Options& options, Delivery& delivery, Output& out) {
       logs.push_back(std::move(log));
     } else {
       all_followed = false;
-      past_start();
     }
   }
   while (!logs.empty() && !was_interrupted()) {
@@ -70,6 +69,7 @@ bool follow_logs(const Options& options, Delivery& delivery, Output& out) {
   }
   for (const std::unique_ptr<FollowedLog>& log : logs) {
     log->deliver_held();
+    all_followed = all_followed && log->all_read();
   }
   out.flush();
   return all_followed;

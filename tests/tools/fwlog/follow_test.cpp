@@ -1,5 +1,6 @@
 // fwlog --follow. Rotations with the library's own log are in rotations.cpp.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -284,6 +285,73 @@ TEST_F(FwlogFollow, EndsWhenItsReaderHasGone) {
   following.expect(line("a"));
   following.close_out();
   EXPECT_EQ(following.wait(), 128 + SIGPIPE);
+}
+
+TEST_F(FwlogFollow, ABackupThatCannotBeReadIsToldAndTheOthersAreFollowed) {
+  std::filesystem::create_directory(path(".bak.1"));
+  write_file(path(".bak.0"), error("a"));
+  write_file(path(), error("b"));
+  Following following({path()});
+  following.expect(line("a") + line("b"));
+  append(path(), error("c"));
+  following.expect(line("c"));
+  following.expect_error("fwlog: cannot read " + path(".bak.1") + ": Is a directory\n");
+  EXPECT_EQ(following.interrupt(), 2);
+}
+
+TEST_F(FwlogFollow, ANewFileThatCannotBeReadIsToldOnceAndWaitedFor) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  rotate();
+  std::filesystem::create_directory(path());
+  following.expect_error("fwlog: cannot read " + path() + ": Is a directory\n");
+  append(path(".bak.0"), error("late"));
+  following.expect(line("late"));
+  std::filesystem::remove(path());
+  write_file(path(), error("b"));
+  following.expect(line("b"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, AFileThatCannotBeReadAtTheEndIsStatus2) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  rotate();
+  std::filesystem::create_directory(path());
+  following.expect_error("fwlog: cannot read " + path() + ": Is a directory\n");
+  EXPECT_EQ(following.interrupt(), 2);
+}
+
+TEST_F(FwlogFollow, ANewFileThatIsAPipeIsToldOnceAndNotOpened) {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  rotate();
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  following.expect_error("fwlog: cannot follow " + path() + ": not a regular file\n");
+  append(path(".bak.0"), error("late"));
+  following.expect(line("late"));
+  std::filesystem::remove(path());
+  write_file(path(), error("b"));
+  following.expect(line("b"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, APipeIsNotWaitedFor) {
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  const ProgramResult result = run_fwlog({"--follow", path()});
+  EXPECT_EQ(result.err, "fwlog: cannot follow " + path() + ": not a regular file\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+TEST_F(FwlogFollow, LinesAreTheLastOfAllLogsAlsoWhereOneCannotBeFollowed) {
+  write_file(path(), error("a") + error("b") + error("c"));
+  Following following({"-n1", "/dev/null", path()});
+  following.expect(line("c"));
+  following.expect_error("fwlog: cannot follow /dev/null: not a regular file\n");
+  EXPECT_EQ(following.interrupt(), 2);
 }
 
 TEST_F(FwlogFollow, WhatIsNoFileCannotBeFollowed) {
