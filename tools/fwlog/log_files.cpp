@@ -6,10 +6,13 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <set>
+#include <system_error>
 
 #include "log_records/record.h"
 
@@ -21,18 +24,29 @@ namespace {
 
 typedef std::set<std::uint64_t, std::greater<>> Numbers;
 
-constexpr std::uint64_t kUsualBackups = 4;
+constexpr std::array<std::uint64_t, 4> kUsualBackups = {0, 1, 2, 3};
 
 std::string backup(const std::string& path, std::uint64_t number) {
   return path + ".bak." + std::to_string(number);
 }
 
-// The numbers of the backups in the directory, and the usual ones, which may appear meanwhile.
-Numbers numbers_of(const std::string& path) {
-  Numbers numbers;
-  for (std::uint64_t number = 0; number < kUsualBackups; ++number) {
-    numbers.insert(number);
+// FILE, and where it is a link the file that it leads to: the log's own backups are beside that
+// one. What is reached through /dev or /proc has none.
+std::vector<std::string> paths_of(const std::string& path) {
+  std::vector<std::string> paths = {path};
+  std::error_code error;
+  if (!path.starts_with("/dev/") && !path.starts_with("/proc/") &&
+      std::filesystem::is_symlink(path, error)) {
+    const std::filesystem::path target = std::filesystem::canonical(path, error);
+    if (!error) {
+      paths.push_back(target.string());
+    }
   }
+  return paths;
+}
+
+// Adds the numbers of the backups in the directory.
+void add_numbers(const std::string& path, Numbers& numbers) {
   const std::size_t slash = path.rfind('/');
   const std::string directory = slash == path.npos ? "." : path.substr(0, slash + 1);
   const std::string begin = (slash == path.npos ? path : path.substr(slash + 1)) + ".bak.";
@@ -46,15 +60,21 @@ Numbers numbers_of(const std::string& path) {
       }
     }
   }
-  return numbers;
 }
 
 // The names of a log, the oldest first.
 std::vector<std::string> names_of(const std::string& path, bool only) {
   std::vector<std::string> names;
   if (!only) {
-    for (const std::uint64_t number : numbers_of(path)) {
-      names.push_back(backup(path, number));
+    const std::vector<std::string> paths = paths_of(path);
+    Numbers numbers(kUsualBackups.begin(), kUsualBackups.end());  // may appear meanwhile
+    for (const std::string& one : paths) {
+      add_numbers(one, numbers);
+    }
+    for (const std::uint64_t number : numbers) {
+      for (auto one = paths.rbegin(); one != paths.rend(); ++one) {
+        names.push_back(backup(*one, number));
+      }
     }
   }
   names.push_back(path);

@@ -69,6 +69,13 @@ class Following {
   void expect(const std::string& text) { EXPECT_EQ(read_from(m_out, text.size()), text); }
   void expect_error(const std::string& text) { EXPECT_EQ(read_from(m_err, text.size()), text); }
 
+  /// Neither reads nor writes in between.
+  void stop() {
+    kill(m_child, SIGSTOP);
+    waitpid(m_child, nullptr, WUNTRACED);
+  }
+  void go_on() { kill(m_child, SIGCONT); }
+
   /// Ctrl-C: gives the exit status. Nothing more may have been written.
   int interrupt() {
     kill(m_child, SIGINT);
@@ -192,6 +199,25 @@ TEST_F(FwlogFollow, ReadsRotatedFilesToTheirEndAndOnInTheirOrder) {
   }
   following.expect(line("b") + line("new b") + line("c") + line("new c") + line("d") +
                    line("new d"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+TEST_F(FwlogFollow, BehindALinkReadsTheBackupsOfTheFileThatItLeadsTo) {
+  const TempDir links;
+  const std::string link = links.path("link.log");
+  std::filesystem::create_symlink(path(), link);
+  write_file(path(".bak.0"), error("a"));
+  write_file(path(), error("b"));
+  Following following({link});
+  following.expect(line("a") + line("b"));
+  following.stop();
+  for (const char* const round : {"c", "d", "e"}) {
+    append(path(), error(round));
+    rotate();
+  }
+  write_file(path(), error("f"));
+  following.go_on();
+  following.expect(line("c") + line("d") + line("e") + line("f"));
   EXPECT_EQ(following.interrupt(), 0);
 }
 

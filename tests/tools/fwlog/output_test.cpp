@@ -167,6 +167,18 @@ TEST(FwlogRaw, IsTheBytesOfTheFilesInTheirOrder) {
   EXPECT_EQ(run_fwlog({"--output", "raw", "--only", log.path()}).out, "rest\n" + bytes);
 }
 
+TEST(FwlogFiles, OfALinkTheBackupsAreReadBesideItAndBesideTheFileThatItLeadsTo) {
+  const Log log("file\n");
+  log.backup(0, "0\n");
+  log.backup(2, "2\n");
+  const TempDir directory;
+  const std::string link = directory.path("link.log");
+  std::filesystem::create_symlink(log.path(), link);
+  write_file(link + ".bak.1", "beside the link\n");
+  EXPECT_EQ(run_fwlog({"--output", "raw", link}).out, "2\nbeside the link\n0\nfile\n");
+  EXPECT_EQ(run_fwlog({"--output", "raw", "--only", link}).out, "file\n");
+}
+
 TEST(FwlogFiles, BackupsAreReadWhereTheFileIsMissing) {
   const Log log("");
   log.backup(1, "a\n");
