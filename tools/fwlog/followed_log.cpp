@@ -27,7 +27,8 @@ constexpr std::size_t kMostFiles = 16;
 // Has no place to read again from; opening a pipe would wait for its writer.
 bool is_pipe_or_device(const std::string& path) {
   struct stat status = {};
-  return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+  return path == kStandardInput ||
+         (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
 }
 
 bool ends_in_line_feed(std::string_view bytes) { return bytes.ends_with('\n'); }

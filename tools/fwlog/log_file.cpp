@@ -45,7 +45,9 @@ LogFile::LogFile(int descriptor, std::string name, FileId id, bool is_seekable,
 LogFile::~LogFile() { close(m_descriptor); }
 
 std::unique_ptr<LogFile> LogFile::open(const std::string& name, Splitter::LookAhead look_ahead) {
-  const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  const bool is_input = name == kStandardInput;
+  const int descriptor = is_input ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                  : ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
   if (descriptor < 0) {
     return nullptr;
   }
@@ -57,8 +59,10 @@ std::unique_ptr<LogFile> LogFile::open(const std::string& name, Splitter::LookAh
     return nullptr;
   }
   const FileId id{status.st_dev, status.st_ino};
-  return std::make_unique<LogFile>(descriptor, name, id, S_ISREG(status.st_mode),
-                                   last_change(status), look_ahead);
+  // Standard input is read on from where it stands.
+  const bool is_seekable = S_ISREG(status.st_mode) && !is_input;
+  return std::make_unique<LogFile>(descriptor, name, id, is_seekable, last_change(status),
+                                   look_ahead);
 }
 
 // Reads the last bytes that are known once more: where they are others, the file was emptied and

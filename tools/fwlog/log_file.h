@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "log_records/splitter.h"
 
@@ -20,6 +21,9 @@ struct FileId {
   ino_t inode = 0;
   auto operator<=>(const FileId&) const = default;
 };
+
+/// The name of standard input. It has no backups.
+constexpr std::string_view kStandardInput = "-";
 
 typedef std::chrono::steady_clock Clock;
 

@@ -65,7 +65,7 @@ void add_numbers(const std::string& path, Numbers& numbers) {
 // The names of a log, the oldest first.
 std::vector<std::string> names_of(const std::string& path, bool only) {
   std::vector<std::string> names;
-  if (!only) {
+  if (!only && path != kStandardInput) {
     const std::vector<std::string> paths = paths_of(path);
     Numbers numbers(kUsualBackups.begin(), kUsualBackups.end());  // may appear meanwhile
     for (const std::string& one : paths) {

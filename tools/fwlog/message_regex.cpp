@@ -1,6 +1,7 @@
 #include "message_regex.h"
 
 #include <clocale>
+#include <limits>
 #include <new>
 
 #include "log_records/encoding.h"
@@ -38,8 +39,15 @@ Regex::Regex(const std::string& expression) : m_compiled() {
 }
 
 bool Regex::matches(std::string_view text) const {
+  if (text.size() > std::numeric_limits<regoff_t>::max()) {
+    throw std::bad_alloc();
+  }
   regmatch_t range{0, static_cast<regoff_t>(text.size())};
-  return regexec(&m_compiled, text.data(), 0, &range, REG_STARTEND) == 0;
+  const int result = regexec(&m_compiled, text.data(), 0, &range, REG_STARTEND);
+  if (result != 0 && result != REG_NOMATCH) {
+    throw std::bad_alloc();
+  }
+  return result == 0;
 }
 
 bool use_utf8_characters() { return std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr; }

@@ -23,6 +23,7 @@ class Regex {
   Regex(const Regex&) = delete;
   Regex& operator=(const Regex&) = delete;
 
+  /// Throws std::bad_alloc where matching takes more memory than there is.
   bool matches(std::string_view text) const;
 
  private:

@@ -83,7 +83,8 @@ class Declaration {
 void Declaration::reading(Options& options, Typed& typed) {
   m_app
       .add_option("FILE", options.files,
-                  in_language(m_language, {"The logs to read", "要读的日志"}))
+                  in_language(m_language, {"The logs to read; - is standard input",
+                                           "要读的日志；- 表示标准输入"}))
       ->required();
   flag("--only", options.only, {"Read FILE alone, without its backups", "只读 FILE，不读它的备份"});
   flag("-f,--follow", options.follow,

@@ -192,6 +192,21 @@ TEST(FwlogFiles, BackupsAreReadWhereTheFileIsMissing) {
   EXPECT_EQ(result.status, 2);
 }
 
+TEST(FwlogFiles, StandardInputIsReadFromWhereItStands) {
+  const Log log("x\n" + record("[ERROR]:", "a"));
+  log.backup(0, "no");
+  const auto shell = [&](const std::string& command) {
+    return fwbase::test::run_program({"/bin/sh", "-c", command, FWLOG_PROGRAM, log.path()});
+  };
+  EXPECT_EQ(shell("cat \"$1\" | \"$0\" -").out, "      x\nERROR here: a\n");
+  EXPECT_EQ(shell("{ read -r line; \"$0\" -; } <\"$1\"").out, "ERROR here: a\n");
+  EXPECT_EQ(shell("\"$0\" --output json - <\"$1\" | head -n 1").out,
+            "{\"file\":\"-\",\"offset\":0,\"length\":2,\"message\":\"x\"}\n");
+  const ProgramResult followed = shell("\"$0\" --follow - <\"$1\"");
+  EXPECT_EQ(followed.err, "fwlog: cannot follow -: not a regular file\n");
+  EXPECT_EQ(followed.status, 2);
+}
+
 TEST(FwlogFiles, OneThatCannotBeReadIsToldAndTheOthersAreRead) {
   const Log log("text\n");
   const TempDir directory;
