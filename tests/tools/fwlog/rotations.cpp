@@ -2,12 +2,14 @@
 // and those of one process come in their order.
 //
 // usage: rotations FWLOG RECORDS PROCESSES
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -59,10 +61,12 @@ void write_records(const std::string& path, long records, int tokens) {
   }
 }
 
-pid_t start_writer(const std::string& path, long records, const Pipe& tokens) {
+// Holds the writing end of `alive` until it ends.
+pid_t start_writer(const std::string& path, long records, const Pipe& tokens, const Pipe& alive) {
   const pid_t child = fork();
   if (child == 0) {
     close(tokens.writing);
+    close(alive.reading);
     write_records(path, records, tokens.reading);
     _exit(0);
   }
@@ -87,10 +91,17 @@ long number_behind(const std::string& line, const char* name) {
   return std::strtol(line.c_str() + at + std::string(name).size(), nullptr, 10);
 }
 
+constexpr char kEnd[] = "[NULL ]: \r\n >end\n";  // behind the last record of the writers
+
 // What came of each process: records are numbered from 0.
 class Arrived {
  public:
   void take(const std::string& line) {
+    if (line.ends_with("\"message\":\"end\"}")) {
+      m_is_at_end = true;
+      return;
+    }
+    if (m_is_at_end) fail("behind the end: " + line);
     const long pid = number_behind(line, "\"pid\":");
     const long number = number_behind(line, "\"message\":\"");
     if (line.find(std::string(400, 'y') + "\"}") == std::string::npos) fail("cut: " + line);
@@ -103,11 +114,41 @@ class Arrived {
     ++m_count;
   }
   long count() const { return m_count; }
+  bool is_at_end() const { return m_is_at_end; }
 
  private:
   std::map<long, long> m_next;
   long m_count = 0;
+  bool m_is_at_end = false;
 };
+
+// Takes what fwlog prints up to the end, which is written when the writers have ended: a record
+// that is lost is not waited for.
+Arrived follow(const std::string& path, const Pipe& output, const Pipe& tokens, const Pipe& alive) {
+  Arrived arrived;
+  std::string bytes;
+  std::vector<char> block(1 << 16);
+  pollfd waited[] = {{output.reading, POLLIN, 0}, {alive.reading, POLLIN, 0}};
+  while (!arrived.is_at_end()) {
+    if (poll(waited, 2, -1) < 0) fail("no poll");
+    if (waited[1].revents != 0) {
+      std::ofstream(path, std::ios::binary | std::ios::app) << kEnd;
+      waited[1].fd = -1;
+    }
+    if (waited[0].revents == 0) continue;
+    const ssize_t got = read(output.reading, block.data(), block.size());
+    if (got <= 0) fail("fwlog ended after " + std::to_string(arrived.count()) + " records");
+    bytes.append(block.data(), static_cast<std::size_t>(got));
+    std::size_t begin = 0;
+    for (std::size_t end; (end = bytes.find('\n', begin)) != std::string::npos; begin = end + 1) {
+      arrived.take(bytes.substr(begin, end - begin));
+      const bool is_token_due = !arrived.is_at_end() && arrived.count() % kRecordsOfToken == 0;
+      if (is_token_due && write(tokens.writing, "", 1) != 1) fail("no token");
+    }
+    bytes.erase(0, begin);
+  }
+  return arrived;
+}
 
 int wait_for(pid_t child) {
   int status = 0;
@@ -133,31 +174,20 @@ int main(int argc, char** argv) {
     if (write(tokens.writing, "", 1) != 1) fail("no token");
   }
   std::vector<pid_t> writers;
+  const Pipe alive;
   for (int i = 0; i < processes; ++i) {
-    writers.push_back(start_writer(path, each, tokens));
+    writers.push_back(start_writer(path, each, tokens, alive));
   }
+  close(alive.writing);
 
-  Arrived arrived;
-  std::string bytes;
-  std::vector<char> block(1 << 16);
-  while (arrived.count() < records) {
-    const ssize_t got = read(output.reading, block.data(), block.size());
-    if (got <= 0) fail("fwlog ended after " + std::to_string(arrived.count()) + " records");
-    bytes.append(block.data(), static_cast<std::size_t>(got));
-    std::size_t begin = 0;
-    for (std::size_t end; (end = bytes.find('\n', begin)) != std::string::npos; begin = end + 1) {
-      arrived.take(bytes.substr(begin, end - begin));
-      if (arrived.count() % kRecordsOfToken == 0 && write(tokens.writing, "", 1) != 1) {
-        fail("no token");
-      }
-    }
-    bytes.erase(0, begin);
-  }
+  const Arrived arrived = follow(path, output, tokens, alive);
+  if (arrived.count() != records) fail(std::to_string(arrived.count()) + " records came");
   for (const pid_t writer : writers) {
     if (wait_for(writer) != 0) fail("a writer failed");
   }
   kill(fwlog, SIGINT);
-  if (read(output.reading, block.data(), block.size()) != 0) fail("more than was written");
+  char more = 0;
+  if (read(output.reading, &more, 1) != 0) fail("more than was written");
   const int status = wait_for(fwlog);
   if (status != 0) fail("fwlog ended with status " + std::to_string(status));
   std::printf("%ld records of %d processes, each once and in order\n", records, processes);
