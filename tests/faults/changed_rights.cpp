@@ -19,6 +19,7 @@
 #include <string>
 
 #include "tests/faults/report.h"
+#include "tests/support/log_bytes.h"
 #include "tests/support/temp_dir.h"
 
 // A child has the memory of its parent, which is not released in it.
@@ -33,6 +34,7 @@ void print_stack() {}
 namespace {
 
 using test::read_file;
+using test::take_reports;
 using test::TempDir;
 
 constexpr int kSkipped = 77;
@@ -81,15 +83,6 @@ void expect_records(const std::string& text, int first, int count) {
     at += expected.size();
   }
   expect(at == text.size(), "too much in the log");
-}
-
-// Takes the log's own records about a rotation that failed out of the text, and counts them.
-int take_reports(std::string& text) {
-  int reports = 0;
-  for (std::size_t at; (at = text.find("[ERROR]: this(0x")) != std::string::npos; ++reports) {
-    text.erase(at, text.find('\n', text.find("\r\n >", at) + 2) + 1 - at);
-  }
-  return reports;
 }
 
 // --- A host ---

@@ -19,6 +19,7 @@
 
 #include "tests/faults/failing_io.h"
 #include "tests/faults/report.h"
+#include "tests/support/log_bytes.h"
 #include "tests/support/temp_dir.h"
 
 namespace fwbase::faults {
@@ -29,6 +30,7 @@ void print_stack() {}
 namespace {
 
 using test::read_file;
+using test::take_reports;
 using test::TempDir;
 
 // A short write is no failure: the rest is written by another call.
@@ -258,15 +260,6 @@ class RotatingLog {
     expect(ec::succeeded(facade()->init()), "init()");
     expect(ec::succeeded(log().file(m_path.c_str())), "file()");
     log().asynch(m_queued);
-  }
-
-  // Takes the log's own records about a rotation that failed out of the text, and counts them.
-  static int take_reports(std::string& text) {
-    int reports = 0;
-    for (std::size_t at; (at = text.find("[ERROR]: this(0x")) != std::string::npos; ++reports) {
-      text.erase(at, text.find('\n', text.find("\r\n >", at) + 2) + 1 - at);
-    }
-    return reports;
   }
 
   // How many of the records but the last, which must be there, are in the text, which holds nothing
