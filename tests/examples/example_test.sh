@@ -4,9 +4,9 @@
 # usage: example_test.sh EXAMPLE WORK_DIR [BUILT_FILE...]
 #
 # Works on a copy of the directory EXAMPLE in WORK_DIR. The README's first block of sh builds it;
-# with BUILT_FILEs, they are taken instead. The second one runs it, and the block of text is what it
-# prints. Addresses, times, process ids, source lines and the blanks of Clang's signatures are left
-# out of the comparison.
+# with BUILT_FILEs, they are taken instead. The second one runs it, with the commands that are among
+# these or installed in CMAKE_PREFIX_PATH, and the block of text is what it prints. Addresses, times,
+# process ids, source lines and the blanks of Clang's signatures are left out of the comparison.
 set -euo pipefail
 example=$1 work=$2
 shift 2
@@ -42,5 +42,6 @@ block sh 2 >run.sh
 block text 1 | normalised >expected.txt
 [ -s run.sh ]
 [ -s expected.txt ]
+PATH=$PWD/build:${CMAKE_PREFIX_PATH:+$CMAKE_PREFIX_PATH/bin:}$PATH
 sh -eu run.sh >printed.txt
 normalised <printed.txt | diff -u expected.txt -
