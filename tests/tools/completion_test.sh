@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# What bash and fish offer for arguments of fwrun; zsh reads the completions of all commands.
+# What bash and fish offer for arguments of fwrun and fwlog; zsh reads the completions of all
+# commands.
 #
 # usage: completion_test.sh FWRUN TOOLS_DIRECTORY ZSH FISH WORK_DIRECTORY
 set -euo pipefail
@@ -24,30 +25,37 @@ expect() {
   }
 }
 
-# in_bash WORD...: what bash offers for the last word.
+# in_bash COMMAND WORD...: what bash offers for the last word.
 in_bash() {
-  COMP_WORDS=(fwrun "$@") COMP_CWORD=$#
+  COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
   COMPREPLY=()
-  _fwrun
+  "_$1"
   printf '%s\n' "${COMPREPLY[@]}"
 }
 
-# in_fish WORDS: likewise, without the descriptions.
+# in_fish WORDS: likewise for a command and its words, without the descriptions.
 in_fish() {
-  "$fish" --no-config -c "source $tools/fwrun/fwrun.fish; complete -C '$1'" | cut -f 1
+  local name=${1%% *}
+  "$fish" --no-config -c "source $tools/$name/$name.fish; complete -C '$1'" | cut -f 1
 }
 
 # shellcheck source=/dev/null
 . "$tools/fwrun/fwrun.bash"
-expect 'sections in bash' 3< <(in_bash door.xml '') <<<$'evening\nmorning'
-expect 'a section that is begun in bash' 3< <(in_bash door.xml morning e) <<<'evening'
-expect 'functions in bash' 3< <(in_bash door.xml --mock '') <<<$'open\nring'
-expect 'a level in bash' 3< <(in_bash --level wa) <<<'warn'
-expect 'a second level in bash' 3< <(in_bash --level warn,er) <<<'warn,error'
+expect 'sections in bash' 3< <(in_bash fwrun door.xml '') <<<$'evening\nmorning'
+expect 'a section that is begun in bash' 3< <(in_bash fwrun door.xml morning e) <<<'evening'
+expect 'functions in bash' 3< <(in_bash fwrun door.xml --mock '') <<<$'open\nring'
+expect 'a level in bash' 3< <(in_bash fwrun --level wa) <<<'warn'
+expect 'a second level in bash' 3< <(in_bash fwrun --level warn,er) <<<'warn,error'
 
 expect 'sections in fish' 3< <(in_fish 'fwrun door.xml ') <<<$'evening\nmorning'
 expect 'functions in fish' 3< <(in_fish 'fwrun door.xml --mock ') <<<$'open\nring'
 expect 'a level in fish' 3< <(in_fish 'fwrun --level wa') <<<'warn'
+
+# shellcheck source=/dev/null
+. "$tools/fwlog/fwlog.bash"
+expect 'levels of fwlog in bash' 3< <(in_bash fwlog --level error,d) <<<$'error,debug\nerror,dump'
+expect 'forms of fwlog in bash' 3< <(in_bash fwlog --output '') <<<$'json\nraw\ntext'
+expect 'encodings of fwlog in fish' 3< <(in_fish 'fwlog --encoding g') <<<$'gb18030\ngbk'
 
 for file in "$tools"/*/*.zsh; do
   "$zsh" -n "$file"

@@ -332,7 +332,10 @@ std::optional<std::string> page_of(int argc, char** argv) {
   Options options;
   Typed typed;
   Declaration(app, Language::kEnglish).all(options, typed);
-  return tools::command_page(app, argc, argv);
+  return tools::command_page(app, argc, argv,
+                             {{"--encoding", "auto gbk gb18030 utf-8"},
+                              {"--level", "trace debug warn error alert dump null", "", true},
+                              {"--output", "text json raw"}});
 }
 
 }  // namespace
