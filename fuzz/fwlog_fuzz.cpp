@@ -57,16 +57,24 @@ std::vector<Piece> pieces_of(std::string_view file, std::size_t block) {
   return pieces;
 }
 
-// Every byte is in one record; only the first may lack a tag.
+// Every byte is in one record; only the first may lack a tag. A record is ambiguous where the next
+// one has no complete head.
 void check_pieces(const std::vector<Piece>& pieces, std::string_view file) {
   std::uint64_t offset = 0;
+  bool had_tag = false;
+  bool was_ambiguous = false;
   for (const Piece& piece : pieces) {
+    const log_records::Record record = log_records::parse_record(piece.bytes);
     FUZZ_CHECK(!piece.bytes.empty());
     FUZZ_CHECK(piece.offset == offset);
     FUZZ_CHECK(file.substr(offset, piece.bytes.size()) == piece.bytes);
-    FUZZ_CHECK(offset == 0 || log_records::tag_at(piece.bytes));
+    FUZZ_CHECK(offset == 0 || record.level);
+    FUZZ_CHECK(was_ambiguous == (had_tag && !record.has_head));
+    had_tag = record.level.has_value();
+    was_ambiguous = piece.is_ambiguous;
     offset += piece.bytes.size();
   }
+  FUZZ_CHECK(!was_ambiguous);
   FUZZ_CHECK(offset == file.size());
 }
 
