@@ -4,6 +4,7 @@
 #include <cstring>
 #include <new>
 
+#include "fwbase/support/fast_printf.h"
 #include "fwbase/support/run_log.h"
 
 namespace fwbase {
@@ -15,6 +16,10 @@ constexpr int kLimit = 1023;  // what vsnprintf is given: 1,022 characters and a
 std::atomic<unsigned int> IRunLog::ms_type_sign{0};
 
 void support::format_text(FormattedText& text, const char* format, std::va_list args) {
+  if (const auto size = fast_printf(text, kLimit - 1, format, args)) {
+    std::memset(text + *size, 0, sizeof text - *size);
+    return;
+  }
   std::memset(text, 0, sizeof text);
   const int length = std::vsnprintf(text, kLimit, format, args);
   if (length >= 0) {

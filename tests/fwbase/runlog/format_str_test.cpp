@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <climits>
 #include <clocale>
+#include <cstdlib>
 #include <memory>
 #include <string>
 
 #include "tests/support/failing_new.h"
+#include "tests/support/temp_dir.h"
 
 using fwbase::IRunLog;
 
@@ -49,6 +51,17 @@ TEST(FormatStr, NoMemoryGivesNull) {
   const fwbase::test::FailingNew memory(1);
   EXPECT_EQ(IRunLog::FormatStr("text"), nullptr);
   EXPECT_TRUE(memory.has_failed());
+}
+
+TEST(FormatStr, NumbersHaveThePointOfTheLocale) {
+  const fwbase::test::TempDir directory;
+  ASSERT_EQ(std::system(("localedef -i de_DE -f UTF-8 " + directory.path("comma")).c_str()), 0);
+  ::setenv("LOCPATH", directory.path().c_str(), 1);
+  ASSERT_NE(std::setlocale(LC_ALL, "comma"), nullptr);
+  const Text text(IRunLog::FormatStr("%.2f", 1.5));
+  std::setlocale(LC_ALL, "C");
+  ::unsetenv("LOCPATH");
+  EXPECT_STREQ(text.get(), "1,50");
 }
 
 TEST(FormatStr, AFormatterErrorLeavesATerminatedBuffer) {
