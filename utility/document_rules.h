@@ -80,6 +80,8 @@ class DocumentRules {
   /// The effective declarations of the internal DTD subset, to compare two documents.
   const DomText& declarations() const { return m_declarations; }
 
+  bool is_in_internal_subset() const { return m_in_internal_subset; }
+
   // XMLErrorReporter
 
   void error(unsigned int code, const XMLCh* domain,

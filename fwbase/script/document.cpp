@@ -9,6 +9,7 @@
 #include <utility>
 #include <xercesc/framework/XMLAttr.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
@@ -68,16 +69,33 @@ const XMLCh* wide_encoding(std::string_view bytes) {
   return found != kStarts.end() ? found->second : nullptr;
 }
 
-// Or in ASCII; so are documents that declare nothing.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// So are documents that declare nothing.
 bool is_utf8(const XMLCh* encoding) {
   return *encoding == 0 ||
          xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0 ||
-         xc::XMLString::compareIString(encoding, xc::XMLUni::fgUSASCIIEncodingString) == 0;
+         xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString2) == 0;
 }
 
-// All of bytes that the encoding has, up to the first that it lacks.
-std::string decoded(std::string_view bytes, const XMLCh* encoding) {
+// How much of a text stands before the first surrogate without its other half.
+std::size_t whole_size(WideView text) {
+  std::size_t at = 0;
+  while (at < text.size() && (text[at] & 0xFC00U) != 0xDC00U) {
+    const bool is_high = (text[at] & 0xFC00U) == 0xD800U;
+    if (is_high && (at + 1 == text.size() || (text[at + 1] & 0xFC00U) != 0xDC00U)) {
+      break;
+    }
+    at += is_high ? 2 : 1;
+  }
+  return at;
+}
+
+// Appends all of bytes that the encoding has, up to the first that it lacks. False if there is one.
+bool decode(std::string_view bytes, const XMLCh* encoding, std::string& out) {
   constexpr XMLSize_t kBlock = 4096;
+  constexpr XMLSize_t kLongestCharacter = 4;
+  XMLSize_t block = kBlock;
   xc::XMLTransService::Codes code;
   const std::unique_ptr<xc::XMLTranscoder> transcoder(
       xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code, kBlock));
@@ -88,18 +106,21 @@ std::string decoded(std::string_view bytes, const XMLCh* encoding) {
     XMLSize_t eaten = 0;
     try {
       const XMLSize_t count = transcoder->transcodeFrom(
-          reinterpret_cast<const XMLByte*>(bytes.data()), std::min<XMLSize_t>(bytes.size(), kBlock),
+          reinterpret_cast<const XMLByte*>(bytes.data()), std::min<XMLSize_t>(bytes.size(), block),
           characters, kBlock, eaten, sizes);
       text.append(characters, count);
     } catch (const xc::XMLException&) {
+      eaten = 0;
+    }
+    if (eaten == 0 && block <= kLongestCharacter) {
       break;
     }
-    if (eaten == 0) {
-      break;
-    }
+    block = eaten == 0 ? block / 2 : block;  // some of it may be good
     bytes.remove_prefix(eaten);
   }
-  return utility::to_utf8_text(text);
+  const std::size_t whole = whole_size(text);
+  out += utility::to_utf8_text(WideView(text).substr(0, whole));
+  return bytes.empty() && whole == text.size();
 }
 
 // Neither longer than need be, nor a surrogate, nor beyond the last character.
@@ -118,25 +139,31 @@ bool is_shortest(unsigned char lead, unsigned char second) {
   }
 }
 
+// The bytes of the character of UTF-8 that a text, not empty, begins with; 0 where none does.
+std::size_t character_size(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  if (lead < 0x80U) {
+    return 1;
+  }
+  const std::size_t size = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
+  const std::string_view rest = text.substr(1, size - 1);
+  const bool is_good = lead >= 0xC2U && lead < 0xF5U && rest.size() == size - 1 &&
+                       std::all_of(rest.begin(), rest.end(), [](char c) {
+                         return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+                       });
+  return is_good && is_shortest(lead, static_cast<unsigned char>(rest.front())) ? size : 0;
+}
+
 // Whether the bytes that are not ASCII make up characters of UTF-8, and three of these at least.
 bool looks_like_utf8(std::string_view bytes) {
   constexpr std::size_t kFewest = 3;
   std::size_t count = 0;
   while (!bytes.empty()) {
-    const auto lead = static_cast<unsigned char>(bytes.front());
-    std::size_t size = 1;
-    if (lead >= 0x80U) {
-      size = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
-      const std::string_view rest = bytes.substr(1, size - 1);
-      const bool is_good = lead >= 0xC2U && lead < 0xF5U && rest.size() == size - 1 &&
-                           std::all_of(rest.begin(), rest.end(), [](char c) {
-                             return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-                           });
-      if (!is_good || !is_shortest(lead, static_cast<unsigned char>(rest.front()))) {
-        return false;
-      }
-      ++count;
+    const std::size_t size = character_size(bytes);
+    if (size == 0) {
+      return false;
     }
+    count += size > 1 ? 1 : 0;
     bytes.remove_prefix(size);
   }
   return count >= kFewest;
@@ -148,8 +175,10 @@ class Utf8Text {
   Utf8Text(std::string_view bytes, const DomText& declared) : m_text(bytes) {
     const XMLCh* const wide = wide_encoding(bytes);
     const XMLCh* const encoding = wide != nullptr ? wide : declared.c_str();
-    if (!is_utf8(encoding)) {
-      m_decoded = decoded(bytes, encoding);
+    if (wide != nullptr || !is_utf8(encoding)) {
+      m_has_mark = bytes.starts_with(kByteOrderMark);
+      m_is_decoded = true;
+      m_is_cut = !decode(bytes.substr(m_has_mark ? kByteOrderMark.size() : 0), encoding, m_decoded);
       m_text = m_decoded;
     }
   }
@@ -158,12 +187,42 @@ class Utf8Text {
 
   std::string_view view() const { return m_text; }
 
+  /// Where the first bytes stand that the encoding lacks, a mark of another encoding among them;
+  /// none if that is not to be seen.
+  std::optional<std::size_t> first_damage() const {
+    std::size_t at = 0;
+    while (at < m_text.size() && is_good(m_text.substr(at))) {
+      at += character_size(m_text.substr(at));
+    }
+    if (at < m_text.size() || m_is_cut) {
+      return at;
+    }
+    return m_has_mark ? std::optional<std::size_t>(0) : std::nullopt;
+  }
+
  private:
+  // Decoders put replacements where no character is.
+  bool is_good(std::string_view text) const {
+    const bool is_replacement =
+        m_is_decoded && (text.starts_with("\xEF\xBF\xBD") || text.front() == '\x1A');
+    return text.front() != '\0' && !is_replacement && character_size(text) != 0;
+  }
+
   std::string m_decoded;
   std::string_view m_text;
+  bool m_is_decoded = false;
+  bool m_is_cut = false;    // before bytes that the encoding lacks
+  bool m_has_mark = false;  // of UTF-8, in a document that declares another encoding
 };
 
 }  // namespace
+
+/// The scanner reports only to a reader with handlers, and tells them where it is.
+struct ContentHandler : xc::DefaultHandler {
+  void setDocumentLocator(const xc::Locator* given) override { locator = given; }
+
+  const xc::Locator* locator = nullptr;
+};
 
 /// Fills a document while the scanner reads.
 class TreeParser : public utility::GuardedParser<utility::SaxReader> {
@@ -197,11 +256,22 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
              XMLFileLoc column) override {
     const bool was_damaged = m_rules.is_damaged();
     GuardedParser::error(code, domain, type, text, system_id, public_id, line, column);
-    if (m_rules.is_damaged() && !was_damaged) {
+    if (!was_damaged && m_rules.is_damaged()) {
       m_line = line;
       m_column = column;
+      m_is_undecodable = xc::XMLString::equals(domain, xc::XMLUni::fgExceptDomain);
       m_document.m_refusal = utility::to_utf8_text(text != nullptr ? text : u"");
     }
+  }
+
+  // Entities outside the file are refused, in the end; the type's declarations there are left out.
+  xc::InputSource* resolveEntity(xc::XMLResourceIdentifier* resource) override {
+    if (m_content.locator != nullptr && (!m_open.empty() || m_rules.is_in_internal_subset())) {
+      m_line = m_content.locator->getLineNumber();
+      m_column = m_content.locator->getColumnNumber();
+      m_document.m_refusal = "the document needs another one, an external entity";
+    }
+    return GuardedParser::resolveEntity(resource);
   }
 
   // The tree takes no other names for a document type.
@@ -287,6 +357,8 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     m_rules.end_entity_reference();
     --m_entity_depth;
   }
+
+  void endDocument() override { m_is_at_end = true; }
 
  private:
   /// What the leading text of the innermost element can get.
@@ -384,17 +456,30 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
       node.place = tags.next();
     }
     m_document.m_doctype = tags.doctype();
+    const bool has_mark = bytes.starts_with(kByteOrderMark);
     m_document.m_is_in_doubtful_encoding =
-        !encoding().empty() &&
-        xc::XMLString::compareIString(encoding().c_str(), xc::XMLUni::fgUTF8EncodingString) != 0 &&
-        looks_like_utf8(bytes);
+        !is_utf8(encoding().c_str()) &&
+        looks_like_utf8(bytes.substr(has_mark ? kByteOrderMark.size() : 0));
   }
 
-  // Where the scanner found a mistake; else at the last element that it reported.
-  Place place_stopped(std::string_view bytes) const {
+  // At the first bytes that are no character, where these are the mistake, for the scanner is ahead
+  // of what it reports; else where the scanner found one, or at the last element that it reported.
+  Place place_stopped(std::string_view bytes) {
     const Utf8Text text(bytes, encoding());
+    const bool is_scanned = m_is_at_end && m_line == 0;  // but not all that was read is good
+    if (is_scanned) {
+      m_document.m_refusal = "there are bytes that are no character of the document's encoding";
+    }
+    if (is_scanned || m_is_undecodable) {
+      if (const std::optional<std::size_t> damage = text.first_damage()) {
+        return place_at(text.view(), *damage);
+      }
+    }
     if (m_line > 0) {
       return place_of(text.view(), m_line, m_column);
+    }
+    if (is_scanned) {
+      return place_at(text.view(), text.view().size());
     }
     StartTags tags(text.view());
     Place place;
@@ -410,15 +495,17 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   };
 
   Document& m_document;
-  xc::DefaultHandler m_content;       // the scanner reports only to a reader with handlers
+  ContentHandler m_content;
   std::vector<std::uint32_t> m_open;  // elements whose end tag is still to come
   std::size_t m_entity_depth = 0;
   Reading m_reading = Reading::kNothing;
   DomText m_text;
   std::string m_narrow;
   std::array<Seen, 64> m_seen{};
-  XMLFileLoc m_line = 0;
+  bool m_is_at_end = false;
+  XMLFileLoc m_line = 0;  // of the first mistake; so below
   XMLFileLoc m_column = 0;
+  bool m_is_undecodable = false;  // or another exception of the library
 };
 
 unsigned int Document::parse(std::string_view bytes) {

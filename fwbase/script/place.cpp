@@ -127,6 +127,12 @@ void StartTags::advance_to(std::size_t offset) {
   m_place.column += characters(at, static_cast<std::size_t>(end - at));
 }
 
+Place place_at(std::string_view text, std::size_t offset) {
+  StartTags tags(text);
+  tags.advance_to(std::max(offset, tags.m_counted));
+  return tags.m_place;
+}
+
 Place place_of(std::string_view text, std::uint64_t line, std::uint64_t utf16_column) {
   Place place;
   std::size_t at = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;

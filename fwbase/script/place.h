@@ -31,6 +31,8 @@ class StartTags {
   std::optional<Place> doctype() const { return m_doctype; }
 
  private:
+  friend Place place_at(std::string_view text, std::size_t offset);
+
   void skip_past(std::string_view mark);
   void skip_doctype();
   void advance_to(std::size_t offset);
@@ -42,6 +44,9 @@ class StartTags {
   Place m_place;
   std::optional<Place> m_doctype;
 };
+
+/// The place of the character at an offset, in bytes, in UTF-8.
+Place place_at(std::string_view text, std::size_t offset);
 
 /// The place where a parser stopped that counts columns in units of UTF-16.
 Place place_of(std::string_view text, std::uint64_t line, std::uint64_t utf16_column);

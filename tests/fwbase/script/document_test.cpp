@@ -24,6 +24,11 @@ class DocumentTest : public testing::Test {
   static void SetUpTestSuite() { xercesc::XMLPlatformUtils::Initialize(); }
   static void TearDownTestSuite() { xercesc::XMLPlatformUtils::Terminate(); }
 
+  Place stopped(const std::string& text) {
+    EXPECT_EQ(document.parse(text), utility::XEC_PARSE);
+    return document.stopped();
+  }
+
   // An element and all below it, such as "a[x=1]'text'(b c)".
   static std::string shown(const Element& element, bool with_place = false) {
     std::string text = element.name();
@@ -304,6 +309,46 @@ TEST_F(DocumentTest, ADamagedDocumentTellsWhereReadingStopped) {
   EXPECT_EQ(document.parse(""), utility::XEC_PARSE);
   EXPECT_EQ(document.stopped(), (Place{1, 1}));
   EXPECT_EQ(document.parse("<a/>"), utility::XEC_OK);
+}
+
+TEST_F(DocumentTest, ADocumentThatCannotBeDecodedTellsWhere) {
+  const std::string lines = repeated("<b/>\n", 30'000);  // more than the scanner's buffer
+  const std::string declared = "<?xml version='1.0' encoding='";
+  EXPECT_EQ(stopped("<a>\n\xC3\xA4\xF0\x9F\x98\x80\xFF</a>"), (Place{2, 3}));
+  EXPECT_EQ(stopped("<a>" + lines + " \xD6\xD0</a>"), (Place{30'001, 2}));
+  EXPECT_EQ(stopped("<a/>\n<!-- --> \xE4\xB8"), (Place{2, 10}));
+  EXPECT_EQ(stopped(declared + "GBK'?>\n<a>\xD6\xD0" + lines + "\xD6\xD0\x81 </a>"),
+            (Place{30'002, 2}));
+  EXPECT_EQ(stopped(declared + "ASCII'?>\n<a>" + lines + "b\xC3\xA4</a>"), (Place{30'002, 2}));
+  EXPECT_EQ(stopped("\xEF\xBB\xBF" + declared + "GBK'?>\n<a/>"), (Place{1, 1}));
+  EXPECT_EQ(stopped(std::string("<\0a\0>\0\n\0\x2D\x4E\x3D\xD8<\0/\0a\0>\0", 20)), (Place{2, 2}));
+}
+
+TEST_F(DocumentTest, TheFirstMistakeTellsWhereReadingStopped) {
+  // The type declares no element, which is no mistake here.
+  EXPECT_EQ(stopped("<!DOCTYPE a [<!ENTITY e SYSTEM 'e'>]>\n<a>\n<b/>\n&e;</a>"), (Place{4, 4}));
+  EXPECT_EQ(stopped("<!DOCTYPE a [\n<!ENTITY % e SYSTEM 'e'>\n%e;]><a/>"), (Place{3, 4}));
+  EXPECT_EQ(stopped("<!DOCTYPE a [<!ENTITY e 'e'>]>\n<a>\n<b/>\n&f;&g;</a>"), (Place{4, 4}));
+}
+
+TEST_F(DocumentTest, AByteOrderMarkOfAnotherEncodingMovesNoPlace) {
+  EXPECT_EQ(places("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a/>"), "a@1:44");
+}
+
+TEST_F(DocumentTest, AnotherNameOfUtf8IsNoDoubtfulEncoding) {
+  const std::string text = "<a>\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD</a>";
+  for (const char* const name : {"UTF-8", "utf-8", "UTF8", "utf8"}) {
+    ASSERT_EQ(document.parse("<?xml version='1.0' encoding='" + std::string(name) + "'?>" + text),
+              utility::XEC_OK);
+    EXPECT_FALSE(document.is_in_doubtful_encoding()) << name;
+  }
+  ASSERT_EQ(document.parse("<?xml version='1.0' encoding='ISO-8859-1'?>" + text), utility::XEC_OK);
+  EXPECT_TRUE(document.is_in_doubtful_encoding());
+  // A byte order mark is no character.
+  ASSERT_EQ(document.parse("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a>"
+                           "\xC3\xA4\xC3\xA4</a>"),
+            utility::XEC_OK);
+  EXPECT_FALSE(document.is_in_doubtful_encoding());
 }
 
 }  // namespace
