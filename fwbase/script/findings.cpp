@@ -9,6 +9,7 @@
 #include <cstring>
 #include <new>
 #include <tuple>
+#include <unordered_set>
 
 #include <fwbase/ifwbase.h>
 #include <utility/element.h>
@@ -45,13 +46,25 @@ fwbase::Finding malformed(const Document& document) {
           ec::SCRIPT_E_LOAD};
 }
 
+bool is_about_the_same(const fwbase::Finding& told, const Finding& one) {
+  return told.line == static_cast<int>(one.place.line) &&
+         told.column == static_cast<int>(one.place.column) && told.rule == one.rule;
+}
+
 std::vector<fwbase::Finding> shown(std::vector<Finding> findings) {
   std::stable_sort(findings.begin(), findings.end(), [](const Finding& a, const Finding& b) {
     return std::tuple(a.place.line, a.place.column, std::string_view(a.rule)) <
            std::tuple(b.place.line, b.place.column, std::string_view(b.rule));
   });
   std::vector<fwbase::Finding> all;
+  std::unordered_set<std::string_view> told;  // of one rule, at one place
   for (const Finding& one : findings) {
+    if (all.empty() || !is_about_the_same(all.back(), one)) {
+      told.clear();
+    }
+    if (!told.insert(one.message).second) {
+      continue;  // parameters with the same tag have the same argument
+    }
     all.push_back({one.is_error, static_cast<int>(one.place.line),
                    static_cast<int>(one.place.column), one.rule, utility::to_utf8_text(one.message),
                    one.code});

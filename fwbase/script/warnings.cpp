@@ -83,7 +83,8 @@ struct Declaration {
   std::string name;
   std::vector<Param> params;
   std::unordered_map<std::string_view, std::size_t> by_tag;  // in params
-  bool is_sound = true;  ///< false where the reader has found a mistake in it
+  bool is_sound = true;      ///< false where the reader has found a mistake in it
+  bool has_all_tags = true;  ///< false where what a call gives may be meant for it
   bool is_called = false;
 };
 
@@ -227,7 +228,8 @@ void Walk::walk_func(const Element& func) {
   expect_attributes(func, {"name"});
   expect_no_text(func);
   const std::optional<std::string_view> name = attribute(func, "name");
-  Declaration declaration{func, std::string(name.value_or("")), {}, {}, name.has_value(), false};
+  Declaration declaration{func, std::string(name.value_or("")), {}, {}, name.has_value(), true,
+                          false};
   for (const Element child : func.children()) {
     if (child.name() == "param") {
       walk_param(child, declaration);
@@ -252,6 +254,7 @@ void Walk::walk_param(const Element& param, Declaration& declaration) {
     known.type = read;
   }
   declaration.is_sound = declaration.is_sound && tag && known.type;
+  declaration.has_all_tags = declaration.has_all_tags && tag;
   declaration.by_tag.emplace(known.tag, declaration.params.size());
   declaration.params.push_back(known);
   if (known.type == IScript::VT_INT) {
@@ -388,7 +391,7 @@ void Walk::walk_set(const Element& set, const Declaration& declaration) {
       if (seen.insert(param.tag).second) {
         walk_argument(child, param.type);
       }
-    } else if (declaration.is_sound) {
+    } else if (declaration.has_all_tags) {
       unknown_element(child, names_in(declaration));
     }
   }
