@@ -19,6 +19,17 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IScript;
 
+// On failure errno tells why.
+bool read_all(const std::string& file, std::string& text) {
+  std::ifstream stream(file, std::ios::binary);
+  try {
+    text.assign(std::istreambuf_iterator<char>(stream), {});
+    return stream.is_open();
+  } catch (const std::ios_base::failure&) {  // as for a directory
+    return false;
+  }
+}
+
 }  // namespace
 
 // Scripts are compared with texts in the code page of the locale.
@@ -63,9 +74,8 @@ StandIns::~StandIns() = default;
 
 bool StandIns::add(const std::string& file) {
   errno = 0;
-  std::ifstream stream(file, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.is_open() || stream.bad()) {
+  std::string text;
+  if (!read_all(file, text)) {
     complain({"cannot read the catalogue '{1}': {2}", "无法读取目录“{1}”：{2}"},
              {file, tools::reason_of(errno != 0 ? errno : EINVAL)});
     return false;

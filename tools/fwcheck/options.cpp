@@ -35,7 +35,7 @@ const char* const kFooter =
 struct Typed {
   std::vector<std::string> modules;
   std::string format = "text";
-  std::string print;
+  std::optional<std::string> print;
 };
 
 tools::ModuleArgument module_of(const std::string& text) {
@@ -110,8 +110,8 @@ void interpret(const Typed& typed, Options& options) {
     options.modules.push_back(module_of(text));
   }
   options.format = one_of("--format", typed.format, kFormats);
-  if (!typed.print.empty()) {
-    options.print = one_of("--print", typed.print, kPrints);
+  if (typed.print) {
+    options.print = one_of("--print", *typed.print, kPrints);
   }
   for (const std::string& rule : options.ignored) {
     if (!is_warning(rule)) {

@@ -202,11 +202,20 @@ TEST(FwcheckCheck, SarifIsOneRunOfVersion210) {
 }
 
 TEST(FwcheckCheck, KnowsTheFunctionsOfAModule) {
-  const ScriptFile file(script("<Func name=\"double\"><param tag=\"n\" type=\"int\"/></Func>",
-                               "<double><n>1</n></double>"));
+  const ScriptFile file(
+      script("<Func name=\"greet\"><param tag=\"who\" type=\"string\"/>"
+             "<param tag=\"times\" type=\"int\"/></Func>",
+             "<greet><who>a</who><times>1</times></greet>"));
   const ProgramResult without = run_fwcheck({file.path()});
   EXPECT_EQ(without.status, 1);
   EXPECT_NE(without.out.find("[unregistered-function]"), std::string::npos) << without.out;
+  const char* const module = FWRUN_TEST_MODULES "/libbrings_functions.so";
+  EXPECT_EQ(run_fwcheck({"--strict", "--module", module, file.path()}).status, 0);
+  const ScriptFile catalogue("{\"functions\": []}");
+  EXPECT_EQ(
+      run_fwcheck({"--strict", "--catalogue", catalogue.path(), "--module", module, file.path()})
+          .status,
+      0);
 }
 
 TEST(FwcheckCheck, ComparesWithACatalogueInPlaceOfFwstd) {

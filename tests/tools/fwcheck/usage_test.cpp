@@ -39,6 +39,7 @@ TEST(FwcheckUsage, WrongUsageIsStatus2AndPointsToHelp) {
       {{"--foo", "s.xml"}, "The following argument was not expected: --foo"},
       {{"--format", "yaml", "s.xml"}, "--format: 'yaml' is not one of json, sarif, text"},
       {{"--print", "dtd"}, "--print: 'dtd' is not one of catalogue, markdown, template, xsd"},
+      {{"--print", "", "s.xml"}, "--print: '' is not one of catalogue, markdown, template, xsd"},
       {{"--ignore", "doctypes", "s.xml"}, "--ignore: 'doctypes' is no warning"},
       {{"--ignore", "malformed", "s.xml"}, "--ignore: 'malformed' is no warning"},
       {{"--module", ":f", "s.xml"}, "--module: ':f' is not PATH[:FUNCTION][=ARGUMENT]"},
@@ -91,6 +92,9 @@ TEST(FwcheckUsage, ACatalogueThatCannotBeReadIsStatus2) {
   EXPECT_EQ(missing.status, 2);
   EXPECT_EQ(missing.err,
             "fwcheck: cannot read the catalogue '/nowhere.json': No such file or directory\n");
+  const ProgramResult directory = run_fwcheck({"--catalogue", "/", script.path()});
+  EXPECT_EQ(directory.status, 2);
+  EXPECT_EQ(directory.err, "fwcheck: cannot read the catalogue '/': Is a directory\n");
   for (const char* const text :
        {"", "{", "[]", "{\"functions\": 1}", "{\"functions\": [{}]}",
         R"({"functions": [{"name": "f"}]})",
