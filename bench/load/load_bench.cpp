@@ -1,4 +1,5 @@
-// Loading scripts: time and memory per call in the file, and how they grow. Saving them.
+// Loading scripts: time and memory per call in the file, and how they grow. Saving and checking
+// them.
 #include <malloc.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "bench/load/check.h"
 #include "bench/load/loader.h"
 #include "bench/load/save.h"
 #include "bench/load/scripts.h"
@@ -53,7 +55,11 @@ double allocated_bytes() {
 }
 
 int print_memory(double (*bytes)(), const char* name, const char* path) {
-  for (const LoaderKind& kind : loader_kinds()) {
+  std::vector<LoaderKind> kinds = loader_kinds();
+  for (const LoaderKind& kind : checking_kinds()) {
+    kinds.push_back(kind);
+  }
+  for (const LoaderKind& kind : kinds) {
     if (kind.name == name) {
       const std::unique_ptr<Loader> loader = kind.make();
       const double before = bytes();
@@ -91,17 +97,39 @@ std::string row_name(const std::string& kind, long calls) {
 using Measure = double (*)(const LoaderKind& kind, const std::string& path, long calls);
 
 Group group_of(const char* title, const char* unit, const char* plot, Measure measure,
-               const std::vector<long>& sizes) {
+               const std::vector<long>& sizes,
+               const std::vector<LoaderKind>& kinds = loader_kinds()) {
   static Scripts scripts;
   Group group{title, unit, {}, {}, plot};
   for (const long calls : sizes) {
-    for (const LoaderKind& kind : loader_kinds()) {
+    for (const LoaderKind& kind : kinds) {
       group.rows.push_back({row_name(kind.name, calls), kind.role,
                             [=] { return measure(kind, scripts.with(calls), calls); },
                             static_cast<double>(calls), kind.name});
     }
   }
   return group;
+}
+
+// A file of 1 MB, and with large sizes one of 100 MB.
+void add_check_groups(const Options& options, std::vector<Group>& all) {
+  const long megabyte = options.quick ? 100 : 15'000;
+  const long most = 100 * megabyte;
+  std::vector<long> sizes{megabyte};
+  if (options.large && !options.quick) {
+    sizes.push_back(most);
+  }
+  const std::vector<LoaderKind> kinds = checking_kinds();
+  const std::string& ours = kinds.front().name;
+  constexpr double kSecond = 1e9;
+  Group time = group_of("check, time", "ns per call", "", nanoseconds_per_call, sizes, kinds);
+  Group peak = group_of("check, memory at its peak", "bytes per call", "", peak_bytes_per_call,
+                        sizes, kinds);
+  time.targets = {{row_name(ours, megabyte), "", kSecond / static_cast<double>(megabyte)},
+                  {row_name(ours, most), row_name(ours, megabyte), 1.3}};
+  peak.targets = {{row_name(ours, sizes.back()), kTheFloor, 1.1}};
+  all.push_back(time);
+  all.push_back(peak);
 }
 
 std::vector<Group> groups(const Options& options) {
@@ -129,7 +157,9 @@ std::vector<Group> groups(const Options& options) {
   time.targets = {{ours, kTheFloor, 0.4}, {row_name("fwbase", 1000000), ours, 1.1}};
   peak.targets = {{ours, kTheFloor, 0.45}};
   kept.targets = {{ours, kTheFloor, 0.2}};
-  return {time, peak, kept, save_group(hundred_thousand)};
+  std::vector<Group> all{time, peak, kept, save_group(hundred_thousand)};
+  add_check_groups(options, all);
+  return all;
 }
 
 }  // namespace
