@@ -42,8 +42,8 @@ std::string uri_of(const std::string& path) {
   return uri;
 }
 
-std::string counted(std::size_t count, const char* what) {
-  return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+std::string counted(std::size_t count, const tools::Message& one, const tools::Message& several) {
+  return tools::in_users_language(count == 1 ? one : several, {std::to_string(count)});
 }
 
 }  // namespace
@@ -77,9 +77,9 @@ bool Report::write_text() const {
     return false;
   }
   if (!m_all.empty()) {
-    const std::string errors_text = counted(errors(), "error");
-    const std::string warnings_text = counted(warnings(), "warning");
-    complain({"{1}, {2}", "{1}，{2}"}, {errors_text, warnings_text});
+    complain({"{1}, {2}", "{1}，{2}"},
+             {counted(errors(), {"{1} error", "{1} 个错误"}, {"{1} errors", "{1} 个错误"}),
+              counted(warnings(), {"{1} warning", "{1} 个警告"}, {"{1} warnings", "{1} 个警告"})});
   }
   return true;
 }

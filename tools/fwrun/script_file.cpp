@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include <utility/element.h>
 
 #include "fwbase/script/document.h"
+#include "support/messages.h"
 #include "utility/xml_platform.h"
 
 namespace fwrun {
@@ -178,12 +178,16 @@ bool read_script_file(const std::string& path, ScriptFile& script, std::string& 
   Document document;
   std::string bytes;
   if (document.load(path, bytes) != utility::XEC_OK) {
-    why = "it is not well-formed XML, or beyond the limits of a script; fwcheck tells the place";
+    why = tools::in_users_language(
+        {"it is not well-formed XML, or beyond the limits of a script; fwcheck tells the place",
+         "它不是格式良好的 XML，或超出了脚本的限制；fwcheck 会指出位置"});
     return false;
   }
   const Element root(document, document.root());
   if (root.name() != "korvid") {
-    why = "its root element is '" + root.name() + "', not 'korvid'";
+    why = tools::in_users_language(
+        {"its root element is '{1}', not 'korvid'", "它的根元素是“{1}”，不是“korvid”"},
+        {root.name()});
     return false;
   }
   read_root(root, script);
@@ -193,12 +197,12 @@ bool read_script_file(const std::string& path, ScriptFile& script, std::string& 
 std::string reason_unreadable(const std::string& path) {
   const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor < 0) {
-    return std::strerror(errno);
+    return tools::reason_of(errno);
   }
   struct stat status {};
   const bool is_file = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
   close(descriptor);
-  return is_file ? "" : "it is not a regular file";
+  return is_file ? "" : tools::in_users_language({"it is not a regular file", "它不是普通文件"});
 }
 
 }  // namespace fwrun

@@ -1,5 +1,6 @@
 #include "support/finding_text.h"
 
+#include "support/finding_message.h"
 #include "support/text.h"
 
 namespace tools {
@@ -12,7 +13,8 @@ std::string finding_line(const std::string& file, const fwbase::Finding& finding
     what = (finding.error ? "\x1b[1;31m" : "\x1b[1;35m") + what + "\x1b[0m";
   }
   return escaped(file) + ":" + std::to_string(finding.line) + ":" + std::to_string(finding.column) +
-         ": " + what + " " + escaped(finding.message) + " [" + finding.rule + "]\n";
+         ": " + what + " " + escaped(finding_message(users_language(), finding.message)) + " [" +
+         finding.rule + "]\n";
 }
 
 }  // namespace tools

@@ -12,7 +12,7 @@ namespace tools {
 const char* severity(const fwbase::Finding& finding);
 
 /// "door.xml:14:9: error: "open" needs the argument "who" [missing-argument]" and the end of the
-/// line. Nothing in it acts on a terminal but the colours.
+/// line, the message in the user's language. Nothing in it acts on a terminal but the colours.
 std::string finding_line(const std::string& file, const fwbase::Finding& finding,
                          bool in_colour = false);
 

@@ -2,6 +2,7 @@
 
 #include <fwbase/ifwbase.h>
 
+#include "support/messages.h"
 #include "support/module_path.h"
 #include "support/text.h"
 
@@ -15,7 +16,7 @@ const ModuleArgument kGeneralFunctions = {"fwstd"};
 namespace {
 
 std::string shown(const ModuleArgument& module) {
-  return "module '" + module.path + ":" + module.function + "'";
+  return in_users_language({"module '{1}:{2}'", "模块“{1}:{2}”"}, {module.path, module.function});
 }
 
 // The manager leaves a module that did not come into service to its caller.
@@ -26,7 +27,8 @@ void dispose_of(IMM::IBase* module, const ModuleArgument& option, Complain compl
   try {
     module->release();
   } catch (...) {
-    complain(shown(option) + " could not be released: " + exception_text());
+    complain(in_users_language({"{1} could not be released: {2}", "{1}无法释放：{2}"},
+                               {shown(option), exception_text()}));
   }
 }
 
@@ -40,14 +42,16 @@ void report(const std::string& what, ErrorLog& errors, Complain complain) {
 bool create_module(const ModuleArgument& module, ErrorLog& errors, Complain complain) {
   const std::string path = module_path(module.path);
   const char* const argument = module.argument ? module.argument->c_str() : nullptr;
-  const std::string failure = "cannot create " + shown(module);
+  const std::string failure =
+      in_users_language({"cannot create {1}", "无法创建{1}"}, {shown(module)});
   IMM::IBase* made = nullptr;
   try {
     const ec::EC created = IFWBase::instance()->mm()->create_module(
         made, path.c_str(), module.function.c_str(), const_cast<char*>(argument));
     if (ec::succeeded(created)) {
       for (const std::string& error : errors.take_errors()) {
-        complain("warning: " + shown(module) + ": " + error);
+        complain(
+            in_users_language({"warning: {1}: {2}", "警告：{1}：{2}"}, {shown(module), error}));
       }
       return true;
     }

@@ -115,6 +115,17 @@ TEST(FwcheckCheck, FiveMistakesOfOneFileAreFiveFindings) {
   EXPECT_EQ(std::count(result.out.begin(), result.out.end(), '\n'), 5) << result.out;
 }
 
+TEST(FwcheckCheck, TellsFindingsInTheUsersLanguageAndToProgramsInEnglish) {
+  const ScriptFile file(kFaulty);
+  const ProgramResult text = run_line("LC_ALL=zh_CN.UTF-8 \"$0\" \"$1\"", {file.path()});
+  EXPECT_EQ(text.out, std::string(file.path()) +
+                          ":2:3: error: \"Process\" 需要属性 \"name\" [missing-attribute]\n");
+  EXPECT_EQ(text.err, "fwcheck: 1 个错误，0 个警告\n");
+  const ProgramResult program =
+      run_line("LC_ALL=zh_CN.UTF-8 \"$0\" --format json \"$1\"", {file.path()});
+  EXPECT_EQ(json::parse(program.out)[0].at("message"), "\"Process\" needs the attribute \"name\"");
+}
+
 TEST(FwcheckCheck, ReadsSeveralScriptsInTheirOrder) {
   const ScriptFile clean(kClean);
   const ScriptFile faulty(kFaulty);

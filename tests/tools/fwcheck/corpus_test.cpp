@@ -12,6 +12,7 @@
 #include <fwbase/ifwbase.h>
 
 #include "fwstd/functions.h"
+#include "support/finding_message.h"
 
 namespace fwcheck::test {
 
@@ -83,6 +84,18 @@ TEST_F(Corpus, FaultyFilesGiveTheListedFindings) {
     ASSERT_NE(listed, expected.end()) << file;
     Lines found = lines_of(fwbase::check_script(file.c_str()));
     EXPECT_EQ(found, listed->second) << file;
+  }
+}
+
+// But those of the XML library.
+TEST_F(Corpus, EachMessageIsThereInChinese) {
+  for (const fs::path& file : files_in(CORPUS "/faulty")) {
+    for (const fwbase::Finding& finding : fwbase::check_script(file.c_str())) {
+      if (finding.rule != "malformed") {
+        EXPECT_NE(tools::finding_message(tools::Language::kChinese, finding.message),
+                  finding.message);
+      }
+    }
   }
 }
 
