@@ -15,6 +15,15 @@ std::string two_sections() {
                      "</section>");
 }
 
+// Of which a run takes long enough for what a test does meanwhile, if the section is run often.
+std::string long_section(const std::string& name) {
+  std::string calls;
+  for (int i = 0; i < 5000; ++i) {
+    calls += print_call("x");
+  }
+  return "<section name=\"" + name + "\">" + calls + "</section>";
+}
+
 }  // namespace
 
 TEST(FwrunCalls, RunTheOnlySectionWithoutSection) {
@@ -193,11 +202,7 @@ TEST(FwrunCalls, MessagesAreChineseForAChineseUser) {
 
 // The run is long, so that it is interrupted on the way, as soon as the first line is out.
 TEST(FwrunCalls, AnInterruptionIsToldWithItsPlaceAndStatus130) {
-  std::string calls;
-  for (int i = 0; i < 5000; ++i) {
-    calls += print_call("x");
-  }
-  const fwbase::test::ScriptFile script(script_with("<section name=\"s\">" + calls + "</section>"));
+  const fwbase::test::ScriptFile script(script_with(long_section("s")));
   const ProgramResult result = fwbase::test::run_program(
       {"/bin/bash", "-c",
        "cd \"$1\"; sections=(); for ((i = 0; i < 2000; ++i)); do sections+=(s); done\n"
@@ -211,6 +216,24 @@ TEST(FwrunCalls, AnInterruptionIsToldWithItsPlaceAndStatus130) {
   EXPECT_NE(file_text(script.directory() + "/out").find("global variables:\n"), std::string::npos);
   EXPECT_NE(file_text(script.directory() + "/run.log").find("log system release"),
             std::string::npos);
+}
+
+TEST(FwrunCalls, ALongRunOnATerminalShowsHowFarItIsUntilCtrlC) {
+  const fwbase::test::ScriptFile script(script_with(long_section("s")));
+  const ProgramResult result = fwbase::test::run_program(
+      {"/bin/bash", "-c",
+       "cd \"$1\"; sections=(); for ((i = 0; i < 2000; ++i)); do sections+=(s); done\n"
+       "mkfifo keys; exec 3<>keys; : >seen\n"
+       "env --default-signal=INT LC_ALL=C script -qefc "
+       "\"'$0' script.xml ${sections[*]} >printed\" seen <keys >screen 2>&1 &\n"
+       "until grep -q 'call [0-9]* of 5000, print' seen || [ ! -e /proc/$! ]; do :; done\n"
+       "printf '\\003' >&3; wait $!",
+       FWRUN_PROGRAM, script.directory()});
+  const std::string seen = file_text(script.directory() + "/seen");
+  EXPECT_EQ(result.status, 130);
+  EXPECT_NE(seen.find("\r\x1b[Kfwrun: section 's', call "), std::string::npos);
+  EXPECT_NE(seen.find(", print: interrupted"), std::string::npos);
+  EXPECT_EQ(file_text(script.directory() + "/printed").find("call"), std::string::npos);
 }
 
 }  // namespace fwrun::test
