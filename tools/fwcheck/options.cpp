@@ -7,12 +7,15 @@
 
 #include "output.h"
 #include "support/command_pages.h"
+#include "support/messages.h"
 #include "support/text.h"
 #include "warnings.h"
 
 namespace fwcheck {
 
 namespace {
+
+using tools::in_users_language;
 
 const std::map<std::string, Format> kFormats = {
     {"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}};
@@ -41,7 +44,10 @@ struct Typed {
 tools::ModuleArgument module_of(const std::string& text) {
   const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
   if (!module) {
-    throw CLI::ValidationError("--module", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
+    throw CLI::ValidationError("--module",
+                               in_users_language({"'{1}' is not PATH[:FUNCTION][=ARGUMENT]",
+                                                  "“{1}”不是 PATH[:FUNCTION][=ARGUMENT]"},
+                                                 {text}));
   }
   return *module;
 }
@@ -55,7 +61,9 @@ Value one_of(const char* option, const std::string& text,
     for (const auto& entry : known) {
       names.push_back(entry.first);
     }
-    throw CLI::ValidationError(option, "'" + text + "' is not one of " + tools::joined(names));
+    throw CLI::ValidationError(option,
+                               in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
+                                                 {text, tools::joined(names)}));
   }
   return found->second;
 }
@@ -115,21 +123,24 @@ void interpret(const Typed& typed, Options& options) {
   }
   for (const std::string& rule : options.ignored) {
     if (!is_warning(rule)) {
-      throw CLI::ValidationError("--ignore", "'" + rule + "' is no warning; the warnings are " +
-                                                 tools::joined(warnings()));
+      throw CLI::ValidationError("--ignore",
+                                 in_users_language({"'{1}' is no warning; the warnings are {2}",
+                                                    "“{1}”不是警告；警告有：{2}"},
+                                                   {rule, tools::joined(warnings())}));
     }
   }
   if (options.print != Print::kNothing) {
     return;
   }
   if (options.scripts.empty()) {
-    throw CLI::ValidationError("SCRIPT", "is required");
+    throw CLI::ValidationError("SCRIPT", in_users_language({"is required", "必须给出"}));
   }
   if (std::count(options.scripts.begin(), options.scripts.end(), "") != 0) {
-    throw CLI::ValidationError("SCRIPT", "must not be empty");
+    throw CLI::ValidationError("SCRIPT", in_users_language({"must not be empty", "不能为空"}));
   }
   if (std::count(options.scripts.begin(), options.scripts.end(), "-") > 1) {
-    throw CLI::ValidationError("SCRIPT", "standard input can be read once");
+    throw CLI::ValidationError(
+        "SCRIPT", in_users_language({"standard input can be read once", "标准输入只能读一次"}));
   }
 }
 

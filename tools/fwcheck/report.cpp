@@ -26,7 +26,7 @@ std::string dumped(const Json& json) {
 
 // A path as a reference of RFC 3986.
 std::string uri_of(const std::string& path) {
-  std::string uri;
+  std::string uri = path.starts_with("//") ? "/." : "";  // else a host's name would follow
   for (const char c : path) {
     const bool is_plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
                           (c >= '0' && c <= '9') ||

@@ -10,6 +10,7 @@
 
 #include "output.h"
 #include "support/command_pages.h"
+#include "support/messages.h"
 #include "support/text.h"
 
 namespace fwrun {
@@ -17,6 +18,8 @@ namespace fwrun {
 using tools::joined;
 
 namespace {
+
+using tools::in_users_language;
 
 using fwbase::IRunLog;
 
@@ -55,7 +58,9 @@ unsigned int bits_of(const char* option, const std::string& list, const Bits& kn
       for (const auto& entry : known) {
         names.push_back(entry.first);
       }
-      throw CLI::ValidationError(option, "'" + name + "' is not one of " + joined(names));
+      throw CLI::ValidationError(
+          option, in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
+                                    {name, joined(names)}));
     }
     bits |= found->second;
   }
@@ -74,11 +79,16 @@ std::int32_t int_of(const char* option, const std::string& name, const std::stri
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error == std::errc::result_out_of_range) {
-    throw CLI::ValidationError(option, "the value of " + name + " does not fit in 32 bits; write " +
-                                           name + ":string=" + text + " for a string");
+    throw CLI::ValidationError(
+        option, in_users_language(
+                    {"the value of {1} does not fit in 32 bits; write {1}:string={2} for a string",
+                     "{1} 的值超出 32 位；若是字符串，请写 {1}:string={2}"},
+                    {name, text}));
   }
   if (error != std::errc() || stop != end) {
-    throw CLI::ValidationError(option, "'" + text + "', the value of " + name + ", is not an int");
+    throw CLI::ValidationError(option, in_users_language({"'{1}', the value of {2}, is not an int",
+                                                          "{2} 的值“{1}”不是整数"},
+                                                         {text, name}));
   }
   return number;
 }
@@ -90,14 +100,18 @@ Assignment assignment_of(const char* option, const std::string& text) {
   const std::string name = left.substr(0, colon);
   const std::string type = colon == left.npos ? "" : left.substr(colon + 1);
   if (equals == text.npos || name.empty()) {
-    throw CLI::ValidationError(option, "'" + text + "' is not NAME=VALUE");
+    throw CLI::ValidationError(
+        option, in_users_language({"'{1}' is not NAME=VALUE", "“{1}”不是 NAME=VALUE"}, {text}));
   }
   const std::string value = text.substr(equals + 1);
   if (colon == left.npos ? looks_like_int(value) : type == "int") {
     return {name, int_of(option, name, value)};
   }
   if (colon != left.npos && type != "string") {
-    throw CLI::ValidationError(option, "'" + type + "' is not a type: NAME:int or NAME:string");
+    throw CLI::ValidationError(option,
+                               in_users_language({"'{1}' is not a type: NAME:int or NAME:string",
+                                                  "“{1}”不是类型：NAME:int 或 NAME:string"},
+                                                 {type}));
   }
   return {name, value};
 }
@@ -105,7 +119,10 @@ Assignment assignment_of(const char* option, const std::string& text) {
 tools::ModuleArgument module_of(const std::string& text) {
   const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
   if (!module) {
-    throw CLI::ValidationError("--module", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
+    throw CLI::ValidationError("--module",
+                               in_users_language({"'{1}' is not PATH[:FUNCTION][=ARGUMENT]",
+                                                  "“{1}”不是 PATH[:FUNCTION][=ARGUMENT]"},
+                                                 {text}));
   }
   return *module;
 }
@@ -182,14 +199,17 @@ void check_combination(const CLI::App& app) {
   for (const char* const option : {"SECTION", "--module", "--mock", "--mock-missing", "--log",
                                    "--set", "--env", "--print", "--save", "--check"}) {
     if (app.count(option) != 0 && app.count("--list") != 0) {
-      throw CLI::ValidationError(option, "does not go with --list, which runs nothing");
+      throw CLI::ValidationError(option,
+                                 in_users_language({"does not go with --list, which runs nothing",
+                                                    "不能与 --list 同用，它什么都不运行"}));
     }
   }
   if (app.count("SCRIPT") == 0 && app.count("--functions") == 0) {
     throw CLI::RequiredError("SCRIPT");
   }
   if (app.count("--save") != 0 && app["SCRIPT"]->as<std::string>() == "-") {
-    throw CLI::ValidationError("--save", "standard input cannot be saved");
+    throw CLI::ValidationError(
+        "--save", in_users_language({"standard input cannot be saved", "标准输入无法保存"}));
   }
 }
 

@@ -207,6 +207,9 @@ TEST(FwcheckCheck, SarifIsOneRunOfVersion210) {
   EXPECT_EQ(place.at("region").at("startLine"), 2);
   EXPECT_EQ(place.at("region").at("startColumn"), 3);
 
+  const ProgramResult slashes = run_fwcheck({"--format", "sarif", "//nowhere/a.xml"});
+  EXPECT_NE(slashes.out.find("\"uri\": \"/.//nowhere/a.xml\""), std::string::npos) << slashes.out;
+
   const ScriptFile clean(kClean);
   const json nothing = json::parse(run_fwcheck({"--format", "sarif", clean.path()}).out);
   EXPECT_EQ(nothing.at("runs")[0].at("results"), json::array());

@@ -58,6 +58,7 @@ TEST(FwcheckUsage, MessagesAreChineseForAChineseUser) {
   const ProgramResult result = run_line("LC_ALL=zh_CN.UTF-8 \"$0\"");
   EXPECT_EQ(result.status, 2);
   EXPECT_NE(result.err.find("fwcheck --help 显示全部选项"), std::string::npos) << result.err;
+  EXPECT_EQ(result.err.rfind("fwcheck: SCRIPT: 必须给出\n", 0), 0U) << result.err;
   const ProgramResult module = run_line("LC_ALL=zh_CN.UTF-8 \"$0\" --module nowhere.so a.xml");
   EXPECT_EQ(module.err.rfind("fwcheck: 无法创建模块“nowhere.so:create_module”: MM_BAD_PARAM", 0),
             0U)
