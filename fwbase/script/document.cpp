@@ -257,18 +257,24 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     const bool was_damaged = m_rules.is_damaged();
     GuardedParser::error(code, domain, type, text, system_id, public_id, line, column);
     if (!was_damaged && m_rules.is_damaged()) {
-      m_line = line;
-      m_column = column;
+      m_found.line = line;
+      m_found.utf16_column = column;
       m_is_undecodable = xc::XMLString::equals(domain, xc::XMLUni::fgExceptDomain);
       m_document.m_refusal = utility::to_utf8_text(text != nullptr ? text : u"");
     }
   }
 
+  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+               const XMLCh* actual_encoding) override {
+    m_found.has_wide_line_ends = xc::XMLString::equals(version, xc::XMLUni::fgVersion1_1);
+    GuardedParser::XMLDecl(version, encoding, standalone, actual_encoding);
+  }
+
   // Entities outside the file are refused, in the end; the type's declarations there are left out.
   xc::InputSource* resolveEntity(xc::XMLResourceIdentifier* resource) override {
     if (m_content.locator != nullptr && (!m_open.empty() || m_rules.is_in_internal_subset())) {
-      m_line = m_content.locator->getLineNumber();
-      m_column = m_content.locator->getColumnNumber();
+      m_found.line = m_content.locator->getLineNumber();
+      m_found.utf16_column = m_content.locator->getColumnNumber();
       m_document.m_refusal = "the document needs another one, an external entity";
     }
     return GuardedParser::resolveEntity(resource);
@@ -466,7 +472,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   // of what it reports; else where the scanner found one, or at the last element that it reported.
   Place place_stopped(std::string_view bytes) {
     const Utf8Text text(bytes, encoding());
-    const bool is_scanned = m_is_at_end && m_line == 0;  // but not all that was read is good
+    const bool is_scanned = m_is_at_end && m_found.line == 0;  // but not all that was read is good
     if (is_scanned) {
       m_document.m_refusal = "there are bytes that are no character of the document's encoding";
     }
@@ -475,8 +481,8 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
         return place_at(text.view(), *damage);
       }
     }
-    if (m_line > 0) {
-      return place_of(text.view(), m_line, m_column);
+    if (m_found.line > 0) {
+      return place_of(text.view(), m_found);
     }
     if (is_scanned) {
       return place_at(text.view(), text.view().size());
@@ -503,9 +509,8 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   std::string m_narrow;
   std::array<Seen, 64> m_seen{};
   bool m_is_at_end = false;
-  XMLFileLoc m_line = 0;  // of the first mistake; so below
-  XMLFileLoc m_column = 0;
-  bool m_is_undecodable = false;  // or another exception of the library
+  ParserPlace m_found;            // where the first mistake is
+  bool m_is_undecodable = false;  // that mistake, or it is another exception of the library
 };
 
 unsigned int Document::parse(std::string_view bytes) {

@@ -28,6 +28,30 @@ std::uint32_t characters(const char* text, std::size_t size) {
   return static_cast<std::uint32_t>(count);
 }
 
+// Where the next line begins for a parser; the text's end without one.
+std::size_t behind_line(std::string_view text, std::size_t at, bool has_wide_line_ends) {
+  constexpr std::string_view kNextLine = "\xC2\x85";
+  constexpr std::string_view kLineSeparator = "\xE2\x80\xA8";
+  for (; at < text.size(); ++at) {
+    const std::string_view rest = text.substr(at);
+    if (rest.front() == '\r') {
+      const std::string_view second = rest.substr(1);
+      const bool has_next_line = has_wide_line_ends && second.starts_with(kNextLine);
+      return at + 1 + (has_next_line ? kNextLine.size() : second.starts_with('\n') ? 1 : 0);
+    }
+    if (rest.front() == '\n') {
+      return at + 1;
+    }
+    if (has_wide_line_ends && rest.starts_with(kNextLine)) {
+      return at + kNextLine.size();
+    }
+    if (has_wide_line_ends && rest.starts_with(kLineSeparator)) {
+      return at + kLineSeparator.size();
+    }
+  }
+  return at;
+}
+
 }  // namespace
 
 StartTags::StartTags(std::string_view text)
@@ -133,25 +157,20 @@ Place place_at(std::string_view text, std::size_t offset) {
   return tags.m_place;
 }
 
-Place place_of(std::string_view text, std::uint64_t line, std::uint64_t utf16_column) {
-  Place place;
+Place place_of(std::string_view text, ParserPlace place) {
   std::size_t at = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
-  while (place.line < line && at < text.size()) {
-    at = std::min(text.find_first_of("\r\n", at), text.size());
-    at += text.substr(at).starts_with("\r\n") ? 2 : 1;
-    ++place.line;
+  for (std::uint64_t line = 1; line < place.line; ++line) {
+    at = behind_line(text, at, place.has_wide_line_ends);
   }
-  for (std::uint64_t units = 1; units < utf16_column && at < text.size(); ++at) {
+  for (std::uint64_t units = 1; units < place.utf16_column && at < text.size(); ++at) {
     if (text[at] == '\r' || text[at] == '\n') {
       break;
     }
-    if (is_continuation(text[at])) {
-      continue;
+    if (!is_continuation(text[at])) {
+      units += static_cast<unsigned char>(text[at]) >= 0xF0U ? 2 : 1;  // a surrogate pair
     }
-    units += static_cast<unsigned char>(text[at]) >= 0xF0U ? 2 : 1;  // a surrogate pair
-    ++place.column;
   }
-  return place;
+  return place_at(text, at);
 }
 
 }  // namespace fwbase::script

@@ -48,8 +48,15 @@ class StartTags {
 /// The place of the character at an offset, in bytes, in UTF-8.
 Place place_at(std::string_view text, std::size_t offset);
 
-/// The place where a parser stopped that counts columns in units of UTF-16.
-Place place_of(std::string_view text, std::uint64_t line, std::uint64_t utf16_column);
+/// A place as the XML library tells it.
+struct ParserPlace {
+  std::uint64_t line = 0;  ///< from 1; 0 for none
+  std::uint64_t utf16_column = 0;
+  bool has_wide_line_ends = false;  ///< U+0085 and U+2028 as well, in XML 1.1
+};
+
+/// The same place in the file.
+Place place_of(std::string_view text, ParserPlace place);
 
 }  // namespace fwbase::script
 

@@ -331,6 +331,13 @@ TEST_F(DocumentTest, TheFirstMistakeTellsWhereReadingStopped) {
   EXPECT_EQ(stopped("<!DOCTYPE a [<!ENTITY e 'e'>]>\n<a>\n<b/>\n&f;&g;</a>"), (Place{4, 4}));
 }
 
+// Only CR, LF and CRLF end a line, whatever the parser takes for lines.
+TEST_F(DocumentTest, ADamagedDocumentOfXml11TellsTheLineOfTheFile) {
+  const std::string ends = "\r\xC2\x85\xE2\x80\xA8\n";
+  EXPECT_EQ(stopped("<?xml version='1.1'?>\n<a>" + ends + " \xC2\x85<b></a>"), (Place{4, 8}));
+  EXPECT_EQ(stopped("<?xml version='1.0'?>\n<a>" + ends + " \xC2\x85<b></a>"), (Place{4, 8}));
+}
+
 TEST_F(DocumentTest, AByteOrderMarkOfAnotherEncodingMovesNoPlace) {
   EXPECT_EQ(places("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><a/>"), "a@1:44");
 }
