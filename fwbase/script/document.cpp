@@ -91,30 +91,35 @@ std::size_t whole_size(WideView text) {
   return at;
 }
 
+constexpr XMLSize_t kBlock = 4096;
+
+// Appends the characters of a block, and gives how many of its bytes they are: 0 when one of them
+// is no character.
+XMLSize_t decode_block(std::string_view bytes, xc::XMLTranscoder& transcoder, DomText& text) {
+  XMLSize_t eaten = 0;
+  try {
+    XMLCh characters[kBlock];
+    unsigned char sizes[kBlock];
+    const XMLSize_t count =
+        transcoder.transcodeFrom(reinterpret_cast<const XMLByte*>(bytes.data()), bytes.size(),
+                                 characters, kBlock, eaten, sizes);
+    text.append(characters, count);
+  } catch (const xc::XMLException&) {
+    return 0;
+  }
+  return eaten;
+}
+
 // Appends all of bytes that the encoding has, up to the first that it lacks. False if there is one.
 bool decode(std::string_view bytes, const XMLCh* encoding, std::string& out) {
-  constexpr XMLSize_t kBlock = 4096;
   constexpr XMLSize_t kLongestCharacter = 4;
-  XMLSize_t block = kBlock;
   xc::XMLTransService::Codes code;
   const std::unique_ptr<xc::XMLTranscoder> transcoder(
       xc::XMLPlatformUtils::fgTransService->makeNewTranscoderFor(encoding, code, kBlock));
   DomText text;
-  XMLCh characters[kBlock];
-  unsigned char sizes[kBlock];
-  while (transcoder != nullptr && !bytes.empty()) {
-    XMLSize_t eaten = 0;
-    try {
-      const XMLSize_t count = transcoder->transcodeFrom(
-          reinterpret_cast<const XMLByte*>(bytes.data()), std::min<XMLSize_t>(bytes.size(), block),
-          characters, kBlock, eaten, sizes);
-      text.append(characters, count);
-    } catch (const xc::XMLException&) {
-      eaten = 0;
-    }
-    if (eaten == 0 && block <= kLongestCharacter) {
-      break;
-    }
+  XMLSize_t block = kBlock;
+  while (transcoder != nullptr && !bytes.empty() && block >= kLongestCharacter) {
+    const XMLSize_t eaten = decode_block(bytes.substr(0, block), *transcoder, text);
     block = eaten == 0 ? block / 2 : block;  // some of it may be good
     bytes.remove_prefix(eaten);
   }
