@@ -280,7 +280,6 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     if (m_content.locator != nullptr && (!m_open.empty() || m_rules.is_in_internal_subset())) {
       m_found.line = m_content.locator->getLineNumber();
       m_found.utf16_column = m_content.locator->getColumnNumber();
-      m_document.m_refusal = "the document needs another one, an external entity";
     }
     return GuardedParser::resolveEntity(resource);
   }
@@ -368,8 +367,6 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     m_rules.end_entity_reference();
     --m_entity_depth;
   }
-
-  void endDocument() override { m_is_at_end = true; }
 
  private:
   /// What the leading text of the innermost element can get.
@@ -477,11 +474,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   // of what it reports; else where the scanner found one, or at the last element that it reported.
   Place place_stopped(std::string_view bytes) {
     const Utf8Text text(bytes, encoding());
-    const bool is_scanned = m_is_at_end && m_found.line == 0;  // but not all that was read is good
-    if (is_scanned) {
-      m_document.m_refusal = "there are bytes that are no character of the document's encoding";
-    }
-    if (is_scanned || m_is_undecodable) {
+    if (has_damaged_bytes() || m_is_undecodable) {
       if (const std::optional<std::size_t> damage = text.first_damage()) {
         return place_at(text.view(), *damage);
       }
@@ -489,7 +482,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     if (m_found.line > 0) {
       return place_of(text.view(), m_found);
     }
-    if (is_scanned) {
+    if (has_damaged_bytes()) {
       return place_at(text.view(), text.view().size());
     }
     StartTags tags(text.view());
@@ -513,7 +506,6 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   DomText m_text;
   std::string m_narrow;
   std::array<Seen, 64> m_seen{};
-  bool m_is_at_end = false;
   ParserPlace m_found;            // where the first mistake is
   bool m_is_undecodable = false;  // that mistake, or it is another exception of the library
 };

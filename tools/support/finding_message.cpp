@@ -20,9 +20,9 @@ constexpr Message kMessages[] = {
     {"the file cannot be read: it has no name", "无法读取文件：没有文件名"},
     {"the file cannot be read: {1}", "无法读取文件：{1}"},
     {"the document is beyond the limits of a script", "文档超出了脚本的限制"},
-    {"there are bytes that are no character of the document's encoding",
-     "有些字节不是文档编码中的字符"},
-    {"the document needs another one, an external entity", "文档需要另一个文档：外部实体"},
+    {"it has bytes that are no character of its encoding", "有些字节不是它的编码中的字符"},
+    {"it refers to an entity in another file, and a script is one file",
+     "它引用了另一个文件中的实体，而脚本只是一个文件"},
 
     // Mistakes.
     {"the root element is {1}, not \"korvid\"", "根元素是 {1}，不是 \"korvid\""},
