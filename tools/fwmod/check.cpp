@@ -1,7 +1,7 @@
+// Puts what the file, the report and the end of the process tell into words.
 #include "check.h"
 
 #include <string.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <string>
@@ -10,39 +10,12 @@
 #include "child_process.h"
 #include "elf_file.h"
 #include "inspection.h"
-#include "report.h"
-#include "support/module_path.h"
+#include "loading.h"
 #include "support/text.h"
 
 namespace fwmod {
 
 namespace {
-
-bool exists(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
-
-// The files that the module manager tries for a path, in its order.
-std::vector<std::string> candidates(const std::string& path) {
-  const std::size_t file = path.rfind('/') + 1;  // 0 without a directory
-  if (path.find('.', file) != path.npos) {
-    return {path};
-  }
-  return {path.substr(0, file) + "lib" + path.substr(file) + ".so", path + ".so", path};
-}
-
-// The one file that there is, or all that the loader's search path may have.
-std::vector<std::string> files_of(const std::string& library) {
-  const std::string path = tools::module_path(library);
-  std::vector<std::string> files = candidates(path);
-  if (path.find('/') == path.npos) {
-    return files;
-  }
-  for (const std::string& file : files) {
-    if (exists(file)) {
-      return {file};
-    }
-  }
-  return {path};
-}
 
 // "SIGSEGV (Segmentation fault)"
 std::string signal_text(int number) {
@@ -112,7 +85,7 @@ Status tell(const std::string& name, const Report& report, const Ending& ending,
 }  // namespace
 
 Status check(const Options& options) {
-  const std::vector<std::string> files = files_of(options.module.path);
+  const std::vector<std::string> files = library_files(options.module.path);
   const bool is_one_file = files.size() == 1 && files.front().find('/') != std::string::npos;
   const std::string name = is_one_file ? files.front() : options.module.path;
   if (is_one_file) {

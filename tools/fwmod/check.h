@@ -3,7 +3,6 @@
 #define FWMOD_CHECK_H
 
 #include "options.h"
-#include "output.h"
 
 namespace fwmod {
 

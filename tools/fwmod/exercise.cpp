@@ -1,13 +1,12 @@
+// Plays the host of the module: each call of the module manager is a step, with what is required of
+// it.
 #include "exercise.h"
-
-#include <cxxabi.h>
 
 #include <map>
 #include <set>
 
 #include "process_state.h"
 #include "support/text.h"
-#include "watch/manager_lock.h"
 
 namespace fwmod {
 
@@ -76,10 +75,8 @@ class Exercise {
     try {
       const ManagerLock lock;
       return call();
-    } catch (const abi::__forced_unwind&) {
-      m_findings.fault("ends the host's thread " + m_findings.place());
     } catch (...) {
-      m_findings.fault("throws " + current_exception_text() + " " + m_findings.place());
+      m_findings.exception();
     }
   }
 
@@ -149,12 +146,12 @@ class Exercise {
 }  // namespace
 
 bool exercise(const Library& library, IMM& manager, const std::optional<std::string>& argument,
-              Watch& watch, Findings& findings) {
+              RecordedFacade& facade, Findings& findings) {
   void* const init_argument = argument ? const_cast<char*>(argument->c_str()) : nullptr;
   Exercise module(library, manager, init_argument, findings);
   module.run();
   findings.step(Step::kListing);
-  const bool needs_code = watch.list(library.segments, module.released());
+  const bool needs_code = facade.list(library.segments, module.released());
   return module.list_process_state() || needs_code;
 }
 

@@ -1,6 +1,6 @@
+// From the start of a host to its end, with the library loaded in between.
 #include "inspection.h"
 
-#include <cxxabi.h>
 #include <dlfcn.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -11,12 +11,10 @@
 
 #include "child_process.h"
 #include "exercise.h"
-#include "findings.h"
 #include "loading.h"
 #include "process_state.h"
+#include "recorded_facade.h"
 #include "support/text.h"
-#include "watch/manager_lock.h"
-#include "watch/watch.h"
 
 namespace fwmod {
 
@@ -69,10 +67,8 @@ void stop(const Library& library, Findings& findings) {
       dlclose(library.handle);
     }
     plain_facade()->release();
-  } catch (const abi::__forced_unwind&) {
-    findings.fault("ends the host's thread while unloading");
   } catch (...) {
-    findings.fault("throws " + current_exception_text() + " while unloading");
+    findings.exception();
   }
 }
 
@@ -89,11 +85,11 @@ void list_processes(Findings& findings) {
 void inspect(const Request& request, Findings& findings) {
   start_facade(findings);
   fwbase::IMM& manager = *plain_facade()->mm();
-  Watch watch(findings);
+  RecordedFacade facade(findings);
   const Library library = open_library(request.files, findings);
   require_creation_function(library, findings);
   const bool needs_code =
-      request.exercise && exercise(library, manager, request.argument, watch, findings);
+      request.exercise && exercise(library, manager, request.argument, facade, findings);
   if (!needs_code) {
     stop(library, findings);
   }
@@ -125,6 +121,7 @@ void run_inspection(int argc, char** argv) {
   if (report == nullptr) {
     _exit(1);
   }
+  close(kSharedDescriptor);
   const Request request = request_of(argc, argv);
   Findings findings(*report, request.function);
   terminating = &findings;  // cppcheck-suppress danglingLifetime  ; this does not return

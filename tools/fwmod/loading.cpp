@@ -1,19 +1,33 @@
+// Opens the library as the module manager does, and puts the loader's texts into words that tell
+// what to do.
 #include "loading.h"
 
-#include <cxxabi.h>
 #include <dlfcn.h>
 #include <link.h>
 #include <strings.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "elf_file.h"
+#include "support/module_path.h"
 #include "support/text.h"
-#include "watch/manager_lock.h"
 
 namespace fwmod {
 
 namespace {
+
+template <typename Visit>
+void visit_loaded(Visit visit) {
+  dl_iterate_phdr(
+      [](dl_phdr_info* library, std::size_t, void* data) {
+        (*static_cast<Visit*>(data))(*library);
+        return 0;
+      },
+      &visit);
+}
 
 constexpr char kUndefined[] = "undefined symbol: ";
 constexpr char kNotThere[] = ": cannot open shared object file: No such file or directory";
@@ -40,10 +54,8 @@ void* open_file(const std::string& file, Findings& findings) {
   const ManagerLock lock;  // as in the module manager, which opens libraries under its lock
   try {
     return dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL);
-  } catch (const abi::__forced_unwind&) {
-    findings.fault("ends the host's thread while loading");
   } catch (...) {
-    findings.fault("throws " + current_exception_text() + " while loading");
+    findings.exception();
   }
 }
 
@@ -73,6 +85,65 @@ std::string similar_functions(const std::string& path, const std::string& wanted
 }
 
 }  // namespace
+
+LoadedLibraries loaded_libraries() {
+  LoadedLibraries loaded;
+  visit_loaded([&](const dl_phdr_info& library) { loaded.insert(library.dlpi_addr); });
+  return loaded;
+}
+
+LibrarySegments::LibrarySegments(const LoadedLibraries& loaded_before) {
+  visit_loaded([&](const dl_phdr_info& library) {
+    if (loaded_before.contains(library.dlpi_addr)) {
+      return;
+    }
+    for (int i = 0; i < library.dlpi_phnum; ++i) {
+      const ElfW(Phdr)& segment = library.dlpi_phdr[i];
+      if (segment.p_type == PT_LOAD) {
+        const std::uintptr_t begin = library.dlpi_addr + segment.p_vaddr;
+        m_segments.push_back({begin, begin + segment.p_memsz, (segment.p_flags & PF_X) != 0});
+      }
+    }
+  });
+}
+
+const LibrarySegments::Segment* LibrarySegments::find(const void* address) const {
+  const std::uintptr_t at = reinterpret_cast<std::uintptr_t>(address);
+  const auto found =
+      std::find_if(m_segments.begin(), m_segments.end(),
+                   [&](const Segment& segment) { return segment.begin <= at && at < segment.end; });
+  return found != m_segments.end() ? &*found : nullptr;
+}
+
+bool LibrarySegments::contain_data(const void* address) const {
+  const Segment* const segment = find(address);
+  return segment != nullptr && !segment->is_code;
+}
+
+const void* vtable_of(const void* object) {
+  const void* vtable = nullptr;
+  const iovec to = {&vtable, sizeof vtable};
+  const iovec from = {const_cast<void*>(object), sizeof vtable};
+  const ssize_t read = process_vm_readv(getpid(), &to, 1, &from, 1, 0);
+  return read == static_cast<ssize_t>(sizeof vtable) ? vtable : nullptr;
+}
+
+// The names are those that the module manager tries, in its order.
+std::vector<std::string> library_files(const std::string& path) {
+  const std::string found = tools::module_path(path);
+  const std::size_t name = found.rfind('/') + 1;  // 0 without a directory
+  std::vector<std::string> files = {found};
+  if (found.find('.', name) == found.npos) {
+    files = {found.substr(0, name) + "lib" + found.substr(name) + ".so", found + ".so", found};
+  }
+  if (name == 0) {
+    return files;
+  }
+  const auto there = std::find_if(files.begin(), files.end(), [](const std::string& file) {
+    return access(file.c_str(), F_OK) == 0;
+  });
+  return {there != files.end() ? *there : found};
+}
 
 std::string loader_fault(const std::string& text, const std::string& file) {
   if (text.find(kUndefined) != text.npos) {
@@ -117,7 +188,7 @@ void require_creation_function(const Library& library, Findings& findings) {
     findings.fault("no creation function " + function + "()" +
                    similar_functions(path_of(library.handle), function));
   }
-  if (library.segments.contain(found) && !library.segments.contain_code(found)) {
+  if (library.segments.contain_data(found)) {
     findings.fault(function + " is a variable, not a creation function");
   }
 }

@@ -1,14 +1,60 @@
-// Opening the library, with the reasons why that fails.
+// Opening the library, with the reasons why that fails, and where it lies then.
 #ifndef FWMOD_LOADING_H
 #define FWMOD_LOADING_H
 
+#include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "findings.h"
-#include "library_segments.h"
+#include "report.h"
 
 namespace fwmod {
+
+/// A scope of the calling thread in which a host's module manager holds its lock.
+class ManagerLock {
+ public:
+  ManagerLock() { held() = true; }
+  ~ManagerLock() { held() = false; }
+  ManagerLock(const ManagerLock&) = delete;
+  ManagerLock& operator=(const ManagerLock&) = delete;
+
+  static bool is_held_by_this_thread() { return held(); }
+
+ private:
+  static bool& held() {
+    thread_local bool is_held = false;
+    return is_held;
+  }
+};
+
+/// The libraries that are loaded at a moment, by the addresses that they are loaded at.
+typedef std::set<std::uintptr_t> LoadedLibraries;
+LoadedLibraries loaded_libraries();
+
+/// The segments of the libraries that were loaded since another moment: they go together when the
+/// one that brought the others is unloaded.
+class LibrarySegments {
+ public:
+  explicit LibrarySegments(const LoadedLibraries& loaded_before);
+
+  bool contain(const void* address) const { return find(address) != nullptr; }
+  bool contain_data(const void* address) const;
+
+ private:
+  struct Segment {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+    bool is_code;
+  };
+  const Segment* find(const void* address) const;
+
+  std::vector<Segment> m_segments;
+};
+
+/// The table of virtual functions of an object, read without trusting the pointer; null when there
+/// is nothing to read.
+const void* vtable_of(const void* object);
 
 /// An open library.
 struct Library {
@@ -16,6 +62,10 @@ struct Library {
   std::string path;  ///< as it was opened
   LibrarySegments segments;
 };
+
+/// The files that may be meant by a path, in the order in which to try them: the one that there is,
+/// or all that the loader's search path may have, without a directory.
+std::vector<std::string> library_files(const std::string& path);
 
 /// Opens the first of these files that can be opened, with all symbols bound at once, as a host
 /// does. A library that cannot be opened is a fault.

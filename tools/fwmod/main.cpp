@@ -9,7 +9,6 @@
 #include "check.h"
 #include "inspection.h"
 #include "options.h"
-#include "output.h"
 #include "support/standard_descriptors.h"
 
 int main(int argc, char** argv) {

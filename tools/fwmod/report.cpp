@@ -1,5 +1,8 @@
+// The memory is a file without a name, which the library's process gets as a descriptor. Its
+// mapping stays when that process ends.
 #include "report.h"
 
+#include <cxxabi.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -7,16 +10,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
+#include <memory>
 #include <system_error>
+#include <typeinfo>
+
+#include "support/text.h"
 
 namespace fwmod {
 
 namespace {
-
-void* map(int descriptor) {
-  return mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-}
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
@@ -50,15 +55,13 @@ std::string Text::get() const { return {m_bytes, strnlen(m_bytes, sizeof m_bytes
 ReportMemory::ReportMemory()
     : m_descriptor(memfd_create("fwmod report", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
   // Sealed: if the library made it shorter, reading would end fwmod.
-  if (m_descriptor < 0 || ftruncate(m_descriptor, sizeof(Report)) != 0 ||
-      fcntl(m_descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) != 0) {
+  if (m_descriptor >= 0 && ftruncate(m_descriptor, sizeof(Report)) == 0 &&
+      fcntl(m_descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) == 0) {
+    m_report = map_report(m_descriptor);
+  }
+  if (m_report == nullptr) {
     throw std::system_error(errno, std::generic_category(), "no memory to share");
   }
-  void* const mapped = map(m_descriptor);
-  if (mapped == MAP_FAILED) {
-    throw std::system_error(errno, std::generic_category(), "no memory to share");
-  }
-  m_report = static_cast<Report*>(mapped);
 }
 
 ReportMemory::~ReportMemory() {
@@ -71,8 +74,8 @@ Report* map_report(int descriptor) {
   if (fstat(descriptor, &status) != 0 || status.st_size != sizeof(Report)) {
     return nullptr;
   }
-  void* const mapped = map(descriptor);
-  close(descriptor);
+  void* const mapped =
+      mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
   return mapped == MAP_FAILED ? nullptr : static_cast<Report*>(mapped);
 }
 
@@ -101,6 +104,64 @@ std::string place(const Report& report, const std::string& function) {
       return "after release()";
   }
   return "at an unknown place";  // the library has written there
+}
+
+void Findings::step(Step step) {
+  if (!is_copy()) {
+    m_report.step = step;
+  }
+}
+
+void Findings::fault(const std::string& text) {
+  if (!is_copy() && !m_report.fault.set(text)) {
+    while (true) {
+      pause();  // the other thread ends the process
+    }
+  }
+  _exit(0);
+}
+
+void Findings::exception() {
+  try {
+    throw;  // cppcheck-suppress rethrowNoCurrentException  ; the caller has one
+  } catch (const abi::__forced_unwind&) {
+    fault("ends the host's thread " + place());
+  } catch (...) {
+    fault("throws " + current_exception_text() + " " + place());
+  }
+}
+
+void Findings::left(const std::string& text) {
+  if (!is_copy()) {
+    m_report.left.add(text);
+  }
+}
+
+void Findings::logged(const std::string& message) {
+  if (is_copy()) {
+    return;
+  }
+  const std::size_t last = message.find_last_not_of("\r\n");
+  m_report.logged.add(tools::quoted(tools::readable(message.substr(0, last + 1))));
+}
+
+std::string demangled(const char* name) {
+  int status = 0;
+  const std::unique_ptr<char, void (*)(void*)> readable(
+      abi::__cxa_demangle(name, nullptr, nullptr, &status), std::free);
+  return readable != nullptr ? readable.get() : name;
+}
+
+std::string current_exception_text() {
+  const std::type_info* const type = abi::__cxa_current_exception_type();
+  std::string name = type != nullptr ? demangled(type->name()) : "something unknown";
+  try {
+    throw;  // cppcheck-suppress rethrowNoCurrentException  ; the caller has one
+  } catch (const std::exception& exception) {
+    return name + ": " + tools::quoted(tools::readable(exception.what()));
+  } catch (...) {
+    return name;
+  }
 }
 
 }  // namespace fwmod

@@ -1,12 +1,15 @@
-// What the process that tries a library finds, in memory that it shares with fwmod.
+// What the library's process finds, in memory that it shares with fwmod.
 #ifndef FWMOD_REPORT_H
 #define FWMOD_REPORT_H
+
+#include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <fwbase/imm.h>
@@ -96,14 +99,52 @@ class ReportMemory {
 
  private:
   int m_descriptor;
-  Report* m_report;
+  Report* m_report = nullptr;
 };
 
-/// In that process: the report behind the descriptor, which is closed. Null when it is not one.
+/// The report behind the descriptor, which may be closed then. Null when it is not one.
 Report* map_report(int descriptor);
 
 /// What ran when the process ended, such as "in init()". `function` is the creation function.
 std::string place(const Report& report, const std::string& function);
+
+/// How the library's process writes into the report. Any thread may; a copy of the process that the
+/// library makes with fork() writes nothing.
+class Findings {
+ public:
+  /// function   the name of the creation function
+  Findings(Report& report, std::string function)
+      : m_report(report), m_function(std::move(function)), m_process(getpid()) {}
+
+  Report& report() { return m_report; }
+  const std::string& function() const { return m_function; }
+
+  void step(Step step);
+  /// What runs now, such as "in init()".
+  std::string place() const { return fwmod::place(m_report, m_function); }
+
+  /// The library is faulty: ends the process. Of two threads the first has its say.
+  [[noreturn]] void fault(const std::string& text);
+  /// Inside of a catch block: what was thrown, or the end of the thread, is a fault.
+  [[noreturn]] void exception();
+  void left(const std::string& text);
+  /// A message of the run log, in whatever encoding.
+  void logged(const std::string& message);
+
+ private:
+  bool is_copy() const { return getpid() != m_process; }
+
+  Report& m_report;
+  const std::string m_function;
+  const pid_t m_process;
+};
+
+/// Inside of a catch block: the exception's type and text, such as
+/// `std::runtime_error: "no such host"`.
+std::string current_exception_text();
+
+/// A C++ name as it is written in sources; other names as they are.
+std::string demangled(const char* name);
 
 }  // namespace fwmod
 

@@ -1,6 +1,6 @@
 // The module manager as the library sees it.
-#ifndef FWMOD_WATCH_WATCHED_MODULES_H
-#define FWMOD_WATCH_WATCHED_MODULES_H
+#ifndef FWMOD_RECORDED_MODULES_H
+#define FWMOD_RECORDED_MODULES_H
 
 #include <map>
 #include <mutex>
@@ -9,17 +9,16 @@
 
 #include <fwbase/imm.h>
 
-#include "findings.h"
-#include "library_segments.h"
+#include "loading.h"
 
 namespace fwmod {
 
 /// Passes everything on and remembers what the library created and numbered. A call from within a
 /// module's init() or release(), or the like, would run in the middle of the manager's operation:
 /// it is reported instead.
-class WatchedModules final : public fwbase::IMM {
+class RecordedModules final : public fwbase::IMM {
  public:
-  WatchedModules(fwbase::IMM& inner, Findings& findings) : m_inner(inner), m_findings(findings) {}
+  RecordedModules(fwbase::IMM& inner, Findings& findings) : m_inner(inner), m_findings(findings) {}
 
   /// Says which identifiers name a released module or one whose code is in the library, and which
   /// modules are still valid.
@@ -28,15 +27,21 @@ class WatchedModules final : public fwbase::IMM {
   ec::EC init() override;
   void release() override;
   ec::EC create_module(IBase*& out, const char* path, const char* fname, void* arg) override;
-  ec::EC create_module(IBase*& out, IFactory* factory, void* arg) override;
-  ec::EC create_module(IBase*& out, IBase* (*fn)(), void* arg) override;
-  IFactory* get_module_factory(IBase* m) const override;
-  bool is_valid(IBase* m) const override;
+  ec::EC create_module(IBase*& out, IFactory* factory, void* arg) override {
+    return remember(inner_for("create_module").create_module(out, factory, arg), out, "a factory");
+  }
+  ec::EC create_module(IBase*& out, IBase* (*fn)(), void* arg) override {
+    return remember(inner_for("create_module").create_module(out, fn, arg), out, "a function");
+  }
+  IFactory* get_module_factory(IBase* m) const override {
+    return inner_for("get_module_factory").get_module_factory(m);
+  }
+  bool is_valid(IBase* m) const override { return inner_for("is_valid").is_valid(m); }
   bool destroy_module(IBase* m) override;
   bool create_mid(unsigned int id, IBase* m) override;
   unsigned int auto_create_mid(IBase* m) override;
   void destroy_mid(unsigned int id) override;
-  IBase* query_mid(unsigned int id) const override;
+  IBase* query_mid(unsigned int id) const override { return inner_for("query_mid").query_mid(id); }
 
  private:
   struct Numbered {
@@ -44,7 +49,7 @@ class WatchedModules final : public fwbase::IMM {
     const void* vtable;  // of when it was numbered: the module may be gone
   };
 
-  void refuse_inside(const char* operation) const;
+  fwbase::IMM& inner_for(const char* operation) const;
   ec::EC remember(ec::EC result, IBase* module, const std::string& origin);
   void remember_number(unsigned int id, IBase* module);
   void forget();

@@ -1,25 +1,25 @@
 // A global environment as the library sees it.
-#ifndef FWMOD_WATCH_WATCHED_ENV_H
-#define FWMOD_WATCH_WATCHED_ENV_H
+#ifndef FWMOD_RECORDED_ENV_H
+#define FWMOD_RECORDED_ENV_H
 
 #include <map>
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 
 #include <fwbase/iglobal_env.h>
 
-#include "findings.h"
-#include "library_segments.h"
+#include "loading.h"
 
 namespace fwmod {
 
 /// Passes everything on and remembers the stored addresses and objects. Strings are copies of the
 /// environment's own and harm nobody.
-class WatchedEnv final : public fwbase::IGlobalEnv {
+class RecordedEnv final : public fwbase::IGlobalEnv {
  public:
   /// name   such as "the default environment"
-  WatchedEnv(fwbase::IGlobalEnv& inner, std::string name)
+  RecordedEnv(fwbase::IGlobalEnv& inner, std::string name)
       : m_inner(inner), m_name(std::move(name)) {}
 
   const std::string& name() const { return m_name; }
@@ -41,27 +41,40 @@ class WatchedEnv final : public fwbase::IGlobalEnv {
     return m_inner.ex_str(name, nval, end);
   }
   void rm_str(const char* name) override { m_inner.rm_str(name); }
-  ec::EC insert_addr(const char* name, void* val) override;
+  ec::EC insert_addr(const char* name, void* val) override {
+    return store(name, val, &IGlobalEnv::insert_addr);
+  }
   void* get_addr(const char* name) override { return m_inner.get_addr(name); }
   ec::EC get_addr(const char* name, void*& val) override { return m_inner.get_addr(name, val); }
-  ec::EC mod_addr(const char* name, void* val) override;
-  void rm_addr(const char* name) override;
-  ec::EC insert_obj(const char* name, const IObject* object) override;
+  ec::EC mod_addr(const char* name, void* val) override {
+    return store(name, val, &IGlobalEnv::mod_addr);
+  }
+  void rm_addr(const char* name) override { remove(m_addresses, name, &IGlobalEnv::rm_addr); }
+  ec::EC insert_obj(const char* name, const IObject* object) override {
+    return store(name, object, &IGlobalEnv::insert_obj);
+  }
   ec::EC get_obj(const char* name, IObject** object) override {
     return m_inner.get_obj(name, object);
   }
   ec::EC mod_obj(const char* name, const IObject* object) override;
-  void rm_obj(const char* name) override;
+  void rm_obj(const char* name) override { remove(m_objects, name, &IGlobalEnv::rm_obj); }
 
  private:
-  std::string in_here(const char* kind, const std::string& name) const;
+  typedef std::map<std::string, const void*> Stored;
+  typedef ec::EC (IGlobalEnv::*StoreAddress)(const char*, void*);
+  typedef ec::EC (IGlobalEnv::*StoreObject)(const char*, const IObject*);
+  typedef void (IGlobalEnv::*Remove)(const char*);
+
+  ec::EC store(const char* name, void* address, StoreAddress operation);
+  ec::EC store(const char* name, const IObject* object, StoreObject operation);
+  void remove(Stored& stored, const char* name, Remove operation);
   void forget();
 
   fwbase::IGlobalEnv& m_inner;
   const std::string m_name;
   std::mutex m_mutex;  // held while something is stored: the records follow the tables
-  std::map<std::string, void*> m_addresses;
-  std::map<std::string, const IObject*> m_objects;  // the stored copies
+  Stored m_addresses;
+  Stored m_objects;  // the stored copies
 };
 
 }  // namespace fwmod
