@@ -2,6 +2,7 @@
 #include "check.h"
 
 #include <string.h>
+#include <sys/wait.h>
 
 #include <chrono>
 #include <string>
@@ -31,14 +32,15 @@ std::string fault_of(const Report& report, const Ending& ending, const Options& 
     return report.fault.get();
   }
   const std::string place = fwmod::place(report, options.module.function);
-  if (ending.kind == Ending::kTimedOut) {
+  if (ending.timed_out) {
     return "hangs " + place + ": killed after " + std::to_string(options.timeout) + " s";
   }
-  if (ending.kind == Ending::kSignalled) {
-    return "crashes " + place + ": " + signal_text(ending.number);
+  if (WIFSIGNALED(ending.status)) {
+    return "crashes " + place + ": " + signal_text(WTERMSIG(ending.status));
   }
   if (report.step != Step::kDone) {
-    return "ends the process " + place + ": exit status " + std::to_string(ending.number);
+    return "ends the process " + place + ": exit status " +
+           std::to_string(WEXITSTATUS(ending.status));
   }
   return "";
 }
@@ -84,9 +86,9 @@ Status tell(const std::string& name, const Report& report, const Ending& ending,
 
 }  // namespace
 
-Status check(const Options& options) {
+Status check(const Options& options, char** argv) {
   const std::vector<std::string> files = library_files(options.module.path);
-  const bool is_one_file = files.size() == 1 && files.front().find('/') != std::string::npos;
+  const bool is_one_file = files.front().find('/') != std::string::npos;
   const std::string name = is_one_file ? files.front() : options.module.path;
   if (is_one_file) {
     const std::string fault = fault_of_file(name);
@@ -95,9 +97,8 @@ Status check(const Options& options) {
     }
   }
   const ReportMemory memory;
-  const Ending ending = run_self(inspection_arguments({files, options.module.function,
-                                                       options.module.argument, options.exercise}),
-                                 memory.descriptor(), std::chrono::seconds(options.timeout));
+  const Ending ending =
+      run_self(argv, kInspection, memory.descriptor(), std::chrono::seconds(options.timeout));
   if (memory.report().step == Step::kStarting) {
     complain(fault_of(memory.report(), ending, options));
     return kNotChecked;

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 
 #include "child_process.h"
@@ -19,26 +18,6 @@
 namespace fwmod {
 
 namespace {
-
-constexpr char kInspect[] = "--inspect-in-child";
-constexpr int kFixedArguments = 5;  // the program, kInspect, its parent, flags, the function
-
-std::string flags_of(const Request& request) {
-  return std::string(request.exercise ? "e" : "") + (request.argument ? "a" : "");
-}
-
-Request request_of(int argc, char** argv) {
-  Request request;
-  const std::string flags = argv[3];
-  request.exercise = flags.find('e') != flags.npos;
-  request.function = argv[4];
-  int next = kFixedArguments;
-  if (flags.find('a') != flags.npos && next < argc) {
-    request.argument = argv[next++];
-  }
-  request.files.assign(argv + next, argv + argc);
-  return request;
-}
 
 // For exceptions that nobody catches, in whatever thread.
 Findings* terminating = nullptr;
@@ -82,14 +61,14 @@ void list_processes(Findings& findings) {
   }
 }
 
-void inspect(const Request& request, Findings& findings) {
+void inspect(const Options& options, Findings& findings) {
   start_facade(findings);
   fwbase::IMM& manager = *plain_facade()->mm();
   RecordedFacade facade(findings);
-  const Library library = open_library(request.files, findings);
+  const Library library = open_library(library_files(options.module.path), findings);
   require_creation_function(library, findings);
   const bool needs_code =
-      request.exercise && exercise(library, manager, request.argument, facade, findings);
+      options.exercise && exercise(library, manager, options.module.argument, facade, findings);
   if (!needs_code) {
     stop(library, findings);
   }
@@ -101,32 +80,17 @@ void inspect(const Request& request, Findings& findings) {
 
 }  // namespace
 
-std::vector<std::string> inspection_arguments(const Request& request) {
-  std::vector<std::string> arguments = {kInspect, flags_of(request), request.function};
-  if (request.argument) {
-    arguments.push_back(*request.argument);
-  }
-  arguments.insert(arguments.end(), request.files.begin(), request.files.end());
-  return arguments;
-}
-
-bool is_inspection(int argc, char** argv) {
-  return argc >= kFixedArguments && std::strcmp(argv[1], kInspect) == 0;
-}
-
-void run_inspection(int argc, char** argv) {
-  end_with_parent(std::atoi(argv[2]));
+void run_inspection(const Options& options) noexcept {
   prctl(PR_SET_NAME, "fwmod");
   Report* const report = map_report(kSharedDescriptor);
   if (report == nullptr) {
     _exit(1);
   }
   close(kSharedDescriptor);
-  const Request request = request_of(argc, argv);
-  Findings findings(*report, request.function);
+  Findings findings(*report, options.module.function);
   terminating = &findings;  // cppcheck-suppress danglingLifetime  ; this does not return
   std::set_terminate(report_uncaught);
-  inspect(request, findings);
+  inspect(options, findings);
   std::abort();  // not reached
 }
 

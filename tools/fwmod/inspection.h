@@ -2,27 +2,16 @@
 #ifndef FWMOD_INSPECTION_H
 #define FWMOD_INSPECTION_H
 
-#include <optional>
-#include <string>
-#include <vector>
+#include "options.h"
 
 namespace fwmod {
 
-struct Request {
-  std::vector<std::string> files;  ///< to be tried in this order
-  std::string function;
-  std::optional<std::string> argument;
-  bool exercise = false;
-};
+/// The name under which this program, with the same arguments, is such a process.
+constexpr char kInspection[] = "fwmod: inspection";
 
-/// The arguments that make this program such a process, as run_self() takes them.
-std::vector<std::string> inspection_arguments(const Request& request);
-
-/// Whether these are such arguments.
-bool is_inspection(int argc, char** argv);
-
-/// Tries the library and leaves the findings in the shared report. Never returns.
-[[noreturn]] void run_inspection(int argc, char** argv);
+/// Tries the library and leaves the findings in the shared report. Never returns; an exception that
+/// nothing catches is a finding.
+[[noreturn]] void run_inspection(const Options& options) noexcept;
 
 }  // namespace fwmod
 

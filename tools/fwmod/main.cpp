@@ -1,6 +1,7 @@
 // fwmod: says what is wrong with a module library, and what its module leaves behind.
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <optional>
@@ -12,18 +13,22 @@
 #include "support/standard_descriptors.h"
 
 int main(int argc, char** argv) {
-  if (fwmod::is_inspection(argc, argv)) {
-    fwmod::run_inspection(argc, argv);
-  }
+  const bool is_inspection = argc > 0 && std::strcmp(argv[0], fwmod::kInspection) == 0;
   tools::fill_closed_descriptors();
-  // A reader that went away is an error of writing, which is reported, not the end of the process.
-  std::signal(SIGPIPE, SIG_IGN);
+  if (!is_inspection) {
+    // A reader that went away is an error of writing, which is reported, not the end of the
+    // process.
+    std::signal(SIGPIPE, SIG_IGN);
+  }
   try {
     fwmod::Options options;
     if (const std::optional<int> status = fwmod::parse_options(argc, argv, options)) {
       return *status;
     }
-    return fwmod::check(options);
+    if (is_inspection) {
+      fwmod::run_inspection(options);
+    }
+    return fwmod::check(options, argv);
   } catch (const std::bad_alloc&) {
     std::fputs("fwmod: memory ran out\n", stderr);
   } catch (const std::system_error& error) {
