@@ -47,18 +47,21 @@ class File {
     return has(offset, bytes) && pread(m_descriptor, to, bytes, static_cast<off_t>(offset)) ==
                                      static_cast<ssize_t>(bytes);
   }
+  // Empty when the file does not have all of them.
   template <typename Type>
-  bool read_all(std::uint64_t offset, std::vector<Type>& all) const {
-    return read(offset, all.data(), all.size() * sizeof(Type));
-  }
-  bool has(std::uint64_t offset, std::uint64_t bytes) const {
-    return offset <= size() && bytes <= size() - offset;
+  std::vector<Type> read_all(std::uint64_t offset, std::uint64_t count) const {
+    std::vector<Type> all(has(offset, count * sizeof(Type)) ? count : 0);
+    return read(offset, all.data(), all.size() * sizeof(Type)) ? all : std::vector<Type>();
   }
 
  private:
   int m_descriptor;
   int m_error;
   struct stat m_status = {};
+
+  bool has(std::uint64_t offset, std::uint64_t bytes) const {
+    return offset <= size() && bytes <= size() - offset;
+  }
 };
 
 // What the headers of all machines begin with.
@@ -128,11 +131,8 @@ std::uint64_t needed_size(const File& file, const ElfW(Ehdr) & header) {
   std::uint64_t needed = end_of(header.e_phoff, std::uint64_t{header.e_phnum} * sizeof(ElfW(Phdr)));
   needed =
       std::max(needed, end_of(header.e_shoff, std::uint64_t{header.e_shnum} * sizeof(ElfW(Shdr))));
-  std::vector<ElfW(Phdr)> segments(header.e_phnum);
-  if (file.read_all(header.e_phoff, segments)) {
-    for (const ElfW(Phdr) & segment : segments) {
-      needed = std::max(needed, end_of(segment.p_offset, segment.p_filesz));
-    }
+  for (const auto& segment : file.read_all<ElfW(Phdr)>(header.e_phoff, header.e_phnum)) {
+    needed = std::max(needed, end_of(segment.p_offset, segment.p_filesz));
   }
   return needed;
 }
@@ -180,16 +180,10 @@ bool is_exported_function(const ElfW(Sym) & symbol) {
 
 void add_functions(const File& file, const ElfW(Shdr) & table, const ElfW(Shdr) & texts,
                    std::vector<std::string>& names) {
-  if (!file.has(table.sh_offset, table.sh_size) || !file.has(texts.sh_offset, texts.sh_size)) {
-    return;
-  }
-  std::vector<ElfW(Sym)> symbols(table.sh_size / sizeof(ElfW(Sym)));
-  std::vector<char> text(texts.sh_size);
-  if (!file.read_all(table.sh_offset, symbols) || !file.read_all(texts.sh_offset, text)) {
-    return;
-  }
+  std::vector<char> text = file.read_all<char>(texts.sh_offset, texts.sh_size);
   text.push_back('\0');
-  for (const ElfW(Sym) & symbol : symbols) {
+  const std::uint64_t count = table.sh_size / sizeof(ElfW(Sym));
+  for (const auto& symbol : file.read_all<ElfW(Sym)>(table.sh_offset, count)) {
     if (is_exported_function(symbol) && symbol.st_name < text.size()) {
       names.emplace_back(&text[symbol.st_name]);
     }
@@ -219,10 +213,7 @@ std::vector<std::string> exported_functions(const std::string& path) {
   if (file.error() != 0 || !file.read(0, &header, sizeof header)) {
     return names;
   }
-  std::vector<ElfW(Shdr)> sections(header.e_shnum);
-  if (!file.read_all(header.e_shoff, sections)) {
-    return names;
-  }
+  const auto sections = file.read_all<ElfW(Shdr)>(header.e_shoff, header.e_shnum);
   for (const ElfW(Shdr) & section : sections) {
     if (section.sh_type == SHT_DYNSYM && section.sh_link < sections.size()) {
       add_functions(file, section, sections[section.sh_link], names);

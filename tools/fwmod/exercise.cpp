@@ -150,7 +150,6 @@ bool exercise(const Library& library, IMM& manager, const std::optional<std::str
   void* const init_argument = argument ? const_cast<char*>(argument->c_str()) : nullptr;
   Exercise module(library, manager, init_argument, findings);
   module.run();
-  findings.step(Step::kListing);
   const bool needs_code = facade.list(library.segments, module.released());
   return module.list_process_state() || needs_code;
 }

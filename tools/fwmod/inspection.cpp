@@ -65,8 +65,7 @@ void inspect(const Options& options, Findings& findings) {
   start_facade(findings);
   fwbase::IMM& manager = *plain_facade()->mm();
   RecordedFacade facade(findings);
-  const Library library = open_library(library_files(options.module.path), findings);
-  require_creation_function(library, findings);
+  const Library library = open_library(options.module.path, findings);
   const bool needs_code =
       options.exercise && exercise(library, manager, options.module.argument, facade, findings);
   if (!needs_code) {

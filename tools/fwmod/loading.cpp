@@ -84,6 +84,18 @@ std::string similar_functions(const std::string& path, const std::string& wanted
   return similar.empty() ? "" : "; it exports " + tools::joined(similar);
 }
 
+void require_creation_function(const Library& library, Findings& findings) {
+  const std::string& function = findings.function();
+  const void* const found = dlsym(library.handle, function.c_str());
+  if (found == nullptr) {
+    findings.fault("no creation function " + function + "()" +
+                   similar_functions(path_of(library.handle), function));
+  }
+  if (library.segments.contain_data(found)) {
+    findings.fault(function + " is a variable, not a creation function");
+  }
+}
+
 }  // namespace
 
 LoadedLibraries loaded_libraries() {
@@ -162,14 +174,15 @@ std::string loader_fault(const std::string& text, const std::string& file) {
          (text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : text);
 }
 
-Library open_library(const std::vector<std::string>& files, Findings& findings) {
+Library open_library(const std::string& path, Findings& findings) {
   findings.step(Step::kLoading);
   const LoadedLibraries loaded_before = loaded_libraries();
   std::string fault;
-  for (const std::string& file : files) {
-    void* const handle = open_file(file, findings);
-    if (handle != nullptr) {
-      return {handle, file, LibrarySegments(loaded_before)};
+  for (const std::string& file : library_files(path)) {
+    if (void* const handle = open_file(file, findings)) {
+      Library library = {handle, file, LibrarySegments(loaded_before)};
+      require_creation_function(library, findings);
+      return library;
     }
     const char* const error = dlerror();
     const std::string text = error != nullptr ? error : "";
@@ -179,18 +192,6 @@ Library open_library(const std::vector<std::string>& files, Findings& findings) 
     }
   }
   findings.fault(fault);
-}
-
-void require_creation_function(const Library& library, Findings& findings) {
-  const std::string& function = findings.function();
-  const void* const found = dlsym(library.handle, function.c_str());
-  if (found == nullptr) {
-    findings.fault("no creation function " + function + "()" +
-                   similar_functions(path_of(library.handle), function));
-  }
-  if (library.segments.contain_data(found)) {
-    findings.fault(function + " is a variable, not a creation function");
-  }
 }
 
 }  // namespace fwmod

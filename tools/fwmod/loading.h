@@ -67,12 +67,9 @@ struct Library {
 /// or all that the loader's search path may have, without a directory.
 std::vector<std::string> library_files(const std::string& path);
 
-/// Opens the first of these files that can be opened, with all symbols bound at once, as a host
-/// does. A library that cannot be opened is a fault.
-Library open_library(const std::vector<std::string>& files, Findings& findings);
-
-/// A library without the creation function is a fault.
-void require_creation_function(const Library& library, Findings& findings);
+/// Opens the first of the files that a path may mean, with all symbols bound at once, as a host
+/// does. A library that cannot be opened, or is without the creation function, is a fault.
+Library open_library(const std::string& path, Findings& findings);
 
 /// The fault that a text of the system's loader tells of. `file` is what was to be opened.
 std::string loader_fault(const std::string& text, const std::string& file);

@@ -1,15 +1,15 @@
-// Read from the system's view of the process.
+// Read from the system's view of the process, /proc.
 #include "process_state.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 namespace fwmod {
 
@@ -27,8 +27,19 @@ struct Task {
   int parent;  // process
 
   bool is_gone() const { return state == 'Z' || state == 'X' || state == '\0'; }
-  bool is_busy() const { return state == 'R'; }
 };
+
+// The entries of a directory that are named by a number. The one of the descriptor that lists them
+// is gone when they are looked at.
+std::vector<std::pair<int, fs::path>> numbered_entries(const char* directory) {
+  std::vector<std::pair<int, fs::path>> entries;
+  std::error_code ignored;
+  for (fs::directory_iterator entry(directory, ignored), end; entry != end;
+       entry.increment(ignored)) {
+    entries.emplace_back(std::atoi(entry->path().filename().c_str()), entry->path());
+  }
+  return entries;
+}
 
 // The line is "4711 (name) S 4710 ...", where the name may hold anything.
 Task task_of(const fs::path& directory) {
@@ -45,14 +56,12 @@ Task task_of(const fs::path& directory) {
           std::atoi(line.c_str() + end + 3)};
 }
 
-// Calls visit(number, path) for each entry that is named by a number.
-template <typename Visit>
-void visit_numbers(const char* directory, Visit visit) {
-  std::error_code ignored;
-  for (fs::directory_iterator entry(directory, ignored), end; entry != end;
-       entry.increment(ignored)) {
-    visit(std::atoi(entry->path().filename().c_str()), entry->path());
+std::map<int, Task> tasks_in(const char* directory) {
+  std::map<int, Task> tasks;
+  for (const auto& [number, path] : numbered_entries(directory)) {
+    tasks.emplace(number, task_of(path));
   }
+  return tasks;
 }
 
 // For what is about to end or to block, of which the system does not tell. False at the deadline.
@@ -61,38 +70,27 @@ bool pause_until(Clock::time_point deadline) {
   return Clock::now() < deadline;
 }
 
-bool any_busy(const std::map<int, std::string>& known) {
-  bool busy = false;
-  visit_numbers("/proc/self/task", [&](int number, const fs::path& path) {
-    busy = busy || (!known.contains(number) && task_of(path).is_busy());
-  });
-  return busy;
-}
-
 }  // namespace
 
 std::map<int, std::string> running_threads() {
   std::map<int, std::string> threads;
-  visit_numbers("/proc/self/task", [&](int number, const fs::path& path) {
-    const Task thread = task_of(path);
+  for (const auto& [number, thread] : tasks_in("/proc/self/task")) {
     if (!thread.is_gone()) {
       threads.emplace(number, thread.name);
     }
-  });
+  }
   return threads;
 }
 
 std::map<int, std::string> open_descriptors() {
   std::map<int, std::string> descriptors;
-  visit_numbers("/proc/self/fd", [&](int number, const fs::path& path) {
+  for (const auto& [number, path] : numbered_entries("/proc/self/fd")) {
     std::error_code error;
     const fs::path target = fs::read_symlink(path, error);
-    // The one that lists the directory is closed by the end of the listing.
-    const std::string own = "/proc/" + std::to_string(getpid()) + "/fd";
-    if (!error && target != own) {
+    if (!error) {
       descriptors.emplace(number, target.string());
     }
-  });
+  }
   return descriptors;
 }
 
@@ -103,11 +101,11 @@ bool has_child_process() {
 
 std::vector<int> children_of(int process) {
   std::vector<int> children;
-  visit_numbers("/proc", [&](int number, const fs::path& path) {
-    if (number > 0 && task_of(path).parent == process) {
+  for (const auto& [number, task] : tasks_in("/proc")) {
+    if (number > 0 && task.parent == process) {
       children.push_back(number);
     }
-  });
+  }
   return children;
 }
 
@@ -116,9 +114,8 @@ std::vector<std::string> running_orphans() {
   std::vector<std::string> names;
   do {
     names.clear();
-    for (const int sibling : children_of(getppid())) {
-      const Task process = task_of("/proc/" + std::to_string(sibling));
-      if (sibling != getpid() && !process.is_gone()) {
+    for (const auto& [number, process] : tasks_in("/proc")) {
+      if (process.parent == getppid() && number != getpid() && !process.is_gone()) {
         names.push_back(process.name);
       }
     }
@@ -129,17 +126,18 @@ std::vector<std::string> running_orphans() {
 void wait_for_quiet_threads(const std::map<int, std::string>& known) {
   constexpr int kQuietReadings = 3;  // a thread may be seen between two waits
   const auto deadline = Clock::now() + kPatience;
-  const auto all_known = [&] {
-    const std::map<int, std::string> threads = running_threads();
-    return std::all_of(threads.begin(), threads.end(),
-                       [&](const auto& thread) { return known.contains(thread.first); });
-  };
-  for (int quiet = 0; quiet < kQuietReadings && !all_known();) {
-    quiet = any_busy(known) ? 0 : quiet + 1;
-    if (!pause_until(deadline)) {
-      return;
+  int quiet = 0;
+  bool any_unknown = false;
+  do {
+    bool any_busy = false;
+    any_unknown = false;
+    for (const auto& [number, thread] : tasks_in("/proc/self/task")) {
+      const bool is_unknown = !known.contains(number) && !thread.is_gone();
+      any_unknown = any_unknown || is_unknown;
+      any_busy = any_busy || (is_unknown && thread.state == 'R');
     }
-  }
+    quiet = any_busy ? 0 : quiet + 1;
+  } while (any_unknown && quiet < kQuietReadings && pause_until(deadline));
 }
 
 }  // namespace fwmod

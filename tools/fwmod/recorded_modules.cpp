@@ -81,25 +81,12 @@ bool RecordedModules::destroy_module(IBase* m) {
   return inner.destroy_module(m);
 }
 
-void RecordedModules::remember_number(unsigned int id, IBase* module) {
-  const Guard guard(m_mutex);
-  m_numbers[id] = {module, vtable_of(module)};
-}
-
-bool RecordedModules::create_mid(unsigned int id, IBase* m) {
-  const bool created = inner_for("create_mid").create_mid(id, m);
+bool RecordedModules::remember_number(bool created, unsigned int id, IBase* module) {
   if (created) {
-    remember_number(id, m);
+    const Guard guard(m_mutex);
+    m_numbers[id] = {module, vtable_of(module)};
   }
   return created;
-}
-
-unsigned int RecordedModules::auto_create_mid(IBase* m) {
-  const unsigned int id = inner_for("auto_create_mid").auto_create_mid(m);
-  if (m != nullptr && id != 0) {
-    remember_number(id, m);
-  }
-  return id;
 }
 
 void RecordedModules::destroy_mid(unsigned int id) {

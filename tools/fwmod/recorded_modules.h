@@ -38,8 +38,14 @@ class RecordedModules final : public fwbase::IMM {
   }
   bool is_valid(IBase* m) const override { return inner_for("is_valid").is_valid(m); }
   bool destroy_module(IBase* m) override;
-  bool create_mid(unsigned int id, IBase* m) override;
-  unsigned int auto_create_mid(IBase* m) override;
+  bool create_mid(unsigned int id, IBase* m) override {
+    return remember_number(inner_for("create_mid").create_mid(id, m), id, m);
+  }
+  unsigned int auto_create_mid(IBase* m) override {
+    const unsigned int id = inner_for("auto_create_mid").auto_create_mid(m);
+    remember_number(id != 0, id, m);
+    return id;
+  }
   void destroy_mid(unsigned int id) override;
   IBase* query_mid(unsigned int id) const override { return inner_for("query_mid").query_mid(id); }
 
@@ -51,7 +57,7 @@ class RecordedModules final : public fwbase::IMM {
 
   fwbase::IMM& inner_for(const char* operation) const;
   ec::EC remember(ec::EC result, IBase* module, const std::string& origin);
-  void remember_number(unsigned int id, IBase* module);
+  bool remember_number(bool created, unsigned int id, IBase* module);
   void forget();
 
   fwbase::IMM& m_inner;

@@ -25,17 +25,6 @@ namespace {
 
 bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The longest part that fits and does not end within a character.
-std::size_t fitting(std::string_view text, std::size_t room) {
-  if (text.size() <= room) {
-    return text.size();
-  }
-  while (room > 0 && is_continuation(text[room])) {
-    --room;
-  }
-  return room;
-}
-
 }  // namespace
 
 bool Text::set(std::string_view text) {
@@ -43,7 +32,10 @@ bool Text::set(std::string_view text) {
   if (!m_state.compare_exchange_strong(expected, kBeingSet)) {
     return false;
   }
-  const std::size_t length = fitting(text, sizeof m_bytes - 1);
+  std::size_t length = std::min(text.size(), sizeof m_bytes - 1);
+  while (length < text.size() && length > 0 && is_continuation(text[length])) {
+    --length;  // not within a character
+  }
   std::copy_n(text.data(), length, m_bytes);
   m_bytes[length] = '\0';
   m_state = kSet;
@@ -99,7 +91,6 @@ std::string place(const Report& report, const std::string& function) {
     case Step::kUnloading:
       return "while unloading";
     case Step::kReleased:
-    case Step::kListing:
     case Step::kDone:
       return "after release()";
   }

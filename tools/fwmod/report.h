@@ -25,8 +25,7 @@ enum class Step : int {
   kProductCreating,   ///< the factory's create(), then the product's init()
   kProductReleasing,  ///< the product's release(), then the factory's destroy()
   kReleasing,         ///< the module's release()
-  kReleased,          ///< its threads come to their end
-  kListing,           ///< what it left behind is looked at
+  kReleased,          ///< its threads come to their end; what it left behind is looked at
   kUnloading,         ///< its static destructors run
   kDone
 };
