@@ -101,13 +101,6 @@ std::string own_architecture() {
   return architecture(own);
 }
 
-std::string kind_without_header(const char* bytes) {
-  if (std::memcmp(bytes, "!<arch>", 7) == 0) {
-    return "not a shared object, but a static library";
-  }
-  return "not a shared object: no ELF header";
-}
-
 std::string kind_of_type(std::uint16_t type) {
   switch (type) {
     case ET_REL:
@@ -151,7 +144,8 @@ std::string fault_of_header(const File& file) {
   }
   const char* const bytes = reinterpret_cast<const char*>(beginning.ident);
   if (std::memcmp(bytes, ELFMAG, SELFMAG) != 0) {
-    return kind_without_header(bytes);
+    return std::memcmp(bytes, "!<arch>", 7) == 0 ? "not a shared object, but a static library"
+                                                 : "not a shared object: no ELF header";
   }
   if (file.size() < sizeof beginning) {
     return truncated(file, sizeof(ElfW(Ehdr)));

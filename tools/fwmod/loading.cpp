@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
 #include "elf_file.h"
 #include "support/module_path.h"
@@ -18,16 +19,6 @@
 namespace fwmod {
 
 namespace {
-
-template <typename Visit>
-void visit_loaded(Visit visit) {
-  dl_iterate_phdr(
-      [](dl_phdr_info* library, std::size_t, void* data) {
-        (*static_cast<Visit*>(data))(*library);
-        return 0;
-      },
-      &visit);
-}
 
 constexpr char kUndefined[] = "undefined symbol: ";
 constexpr char kNotThere[] = ": cannot open shared object file: No such file or directory";
@@ -98,25 +89,23 @@ void require_creation_function(const Library& library, Findings& findings) {
 
 }  // namespace
 
-LoadedLibraries loaded_libraries() {
-  LoadedLibraries loaded;
-  visit_loaded([&](const dl_phdr_info& library) { loaded.insert(library.dlpi_addr); });
-  return loaded;
-}
-
-LibrarySegments::LibrarySegments(const LoadedLibraries& loaded_before) {
-  visit_loaded([&](const dl_phdr_info& library) {
-    if (loaded_before.contains(library.dlpi_addr)) {
-      return;
-    }
-    for (int i = 0; i < library.dlpi_phnum; ++i) {
-      const ElfW(Phdr)& segment = library.dlpi_phdr[i];
+LibrarySegments LibrarySegments::loaded(const LibrarySegments& before) {
+  LibrarySegments all;
+  const auto add = [](dl_phdr_info* library, std::size_t, void* data) {
+    for (const ElfW(Phdr) & segment : std::span(library->dlpi_phdr, library->dlpi_phnum)) {
+      const std::uintptr_t begin = library->dlpi_addr + segment.p_vaddr;
       if (segment.p_type == PT_LOAD) {
-        const std::uintptr_t begin = library.dlpi_addr + segment.p_vaddr;
-        m_segments.push_back({begin, begin + segment.p_memsz, (segment.p_flags & PF_X) != 0});
+        static_cast<LibrarySegments*>(data)->m_segments.push_back(
+            {begin, begin + segment.p_memsz, (segment.p_flags & PF_X) != 0});
       }
     }
+    return 0;
+  };
+  dl_iterate_phdr(add, &all);
+  std::erase_if(all.m_segments, [&](const Segment& segment) {
+    return before.contain(reinterpret_cast<const void*>(segment.begin));
   });
+  return all;
 }
 
 const LibrarySegments::Segment* LibrarySegments::find(const void* address) const {
@@ -151,10 +140,8 @@ std::vector<std::string> library_files(const std::string& path) {
   if (name == 0) {
     return files;
   }
-  const auto there = std::find_if(files.begin(), files.end(), [](const std::string& file) {
-    return access(file.c_str(), F_OK) == 0;
-  });
-  return {there != files.end() ? *there : found};
+  std::erase_if(files, [](const std::string& file) { return access(file.c_str(), F_OK) != 0; });
+  return {files.empty() ? found : files.front()};
 }
 
 std::string loader_fault(const std::string& text, const std::string& file) {
@@ -176,11 +163,11 @@ std::string loader_fault(const std::string& text, const std::string& file) {
 
 Library open_library(const std::string& path, Findings& findings) {
   findings.step(Step::kLoading);
-  const LoadedLibraries loaded_before = loaded_libraries();
+  const LibrarySegments loaded_before = LibrarySegments::loaded();
   std::string fault;
   for (const std::string& file : library_files(path)) {
     if (void* const handle = open_file(file, findings)) {
-      Library library = {handle, file, LibrarySegments(loaded_before)};
+      Library library = {handle, file, LibrarySegments::loaded(loaded_before)};
       require_creation_function(library, findings);
       return library;
     }

@@ -3,7 +3,6 @@
 #define FWMOD_LOADING_H
 
 #include <cstdint>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -28,15 +27,12 @@ class ManagerLock {
   }
 };
 
-/// The libraries that are loaded at a moment, by the addresses that they are loaded at.
-typedef std::set<std::uintptr_t> LoadedLibraries;
-LoadedLibraries loaded_libraries();
-
-/// The segments of the libraries that were loaded since another moment: they go together when the
-/// one that brought the others is unloaded.
+/// The segments of libraries.
 class LibrarySegments {
  public:
-  explicit LibrarySegments(const LoadedLibraries& loaded_before);
+  /// Those of all libraries that are loaded, but for the ones that were loaded before: what is left
+  /// goes together when the library that brought the others is unloaded.
+  static LibrarySegments loaded(const LibrarySegments& before = {});
 
   bool contain(const void* address) const { return find(address) != nullptr; }
   bool contain_data(const void* address) const;

@@ -9,7 +9,6 @@ namespace fwmod {
 namespace {
 
 using fwbase::IGlobalEnv;
-typedef std::lock_guard<std::mutex> Guard;
 
 // Stands for an object while the environment copies it, and keeps a pointer to the copy, which is
 // what the environment stores.
@@ -32,7 +31,7 @@ class Copied final : public IGlobalEnv::IObject {
 
 bool RecordedEnv::list(Findings& findings, const LibrarySegments& library,
                        const std::set<const void*>& released) {
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   const auto left = [&](const char* kind, const std::string& name, const char* why) {
     findings.left(kind + tools::quoted(tools::readable(name)) + " in " + m_name + ": " + why +
                   "; remove it in release()");
@@ -61,19 +60,19 @@ void RecordedEnv::forget() {
 }
 
 ec::EC RecordedEnv::init() {
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   forget();
   return m_inner.init();
 }
 
 void RecordedEnv::release() {
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   forget();
   m_inner.release();
 }
 
 ec::EC RecordedEnv::store(const char* name, void* address, StoreAddress operation) {
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   const ec::EC result = (m_inner.*operation)(name, address);
   if (ec::succeeded(result)) {
     m_addresses[name] = address;
@@ -85,7 +84,7 @@ ec::EC RecordedEnv::store(const char* name, const IObject* object, StoreObject o
   if (object == nullptr) {
     return (m_inner.*operation)(name, object);
   }
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   const Copied copied(*object);
   const ec::EC result = (m_inner.*operation)(name, &copied);
   if (ec::succeeded(result)) {
@@ -96,14 +95,14 @@ ec::EC RecordedEnv::store(const char* name, const IObject* object, StoreObject o
 
 ec::EC RecordedEnv::mod_obj(const char* name, const IObject* object) {
   if (name != nullptr && object != nullptr) {
-    const Guard guard(m_mutex);
+    const std::lock_guard guard(m_mutex);
     m_objects.erase(name);  // released, whether the copying succeeds or not
   }
   return store(name, object, &IGlobalEnv::mod_obj);
 }
 
 void RecordedEnv::remove(Stored& stored, const char* name, Remove operation) {
-  const Guard guard(m_mutex);
+  const std::lock_guard guard(m_mutex);
   if (name != nullptr) {
     stored.erase(name);
   }
