@@ -18,14 +18,9 @@
 #include <typeinfo>
 
 #include "support/text.h"
+#include "support/utf8.h"
 
 namespace fwmod {
-
-namespace {
-
-bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-}  // namespace
 
 bool Text::set(std::string_view text) {
   int expected = kEmpty;
@@ -33,7 +28,7 @@ bool Text::set(std::string_view text) {
     return false;
   }
   std::size_t length = std::min(text.size(), sizeof m_bytes - 1);
-  while (length < text.size() && length > 0 && is_continuation(text[length])) {
+  while (length < text.size() && length > 0 && tools::is_utf8_continuation(text[length])) {
     --length;  // not within a character
   }
   std::copy_n(text.data(), length, m_bytes);

@@ -98,8 +98,6 @@ Utf8Check check_utf8(std::string_view text) {
   }
 }
 
-bool is_continuation(Byte byte) { return (byte & 0xC0U) == 0x80; }
-
 iconv_t open_gb18030() { return iconv_open("UTF-8", "GB18030"); }
 
 // Of the whole process: opening one for each message would take longer than converting it.
@@ -113,32 +111,6 @@ iconv_t gb18030() {
 }
 
 }  // namespace
-
-std::size_t utf8_length(std::string_view text) {
-  const auto byte = [&](std::size_t index) { return static_cast<Byte>(text[index]); };
-  if (text.empty()) {
-    return 0;
-  }
-  const Byte lead = byte(0);
-  const std::size_t length = lead < 0x80                   ? 1
-                             : lead >= 0xC2 && lead < 0xE0 ? 2
-                             : lead >= 0xE0 && lead < 0xF0 ? 3
-                             : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                           : 0;
-  if (length == 0 || text.size() < length) {
-    return 0;
-  }
-  for (std::size_t i = 1; i < length; ++i) {
-    if (!is_continuation(byte(i))) {
-      return 0;
-    }
-  }
-  const bool is_longer_than_needed =
-      (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-  const bool is_half_or_beyond =
-      (lead == 0xED && byte(1) >= 0xA0) || (lead == 0xF4 && byte(1) >= 0x90);
-  return is_longer_than_needed || is_half_or_beyond ? 0 : length;
-}
 
 std::size_t ascii_length(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;

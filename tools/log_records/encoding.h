@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/utf8.h"
+
 namespace log_records {
 
 enum class Encoding {
@@ -20,8 +22,7 @@ enum class Encoding {
 /// How one text is to be read.
 enum class Reading { kUtf8, kGbk, kGbkWithUtf8, kGb18030 };
 
-/// The length of the UTF-8 character that `text` begins with, 0 when it begins with none.
-std::size_t utf8_length(std::string_view text);
+using tools::utf8_length;
 
 /// The length of the ASCII that `text` begins with.
 std::size_t ascii_length(std::string_view text);

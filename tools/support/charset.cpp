@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <clocale>
 
+#include "support/utf8.h"
+
 namespace tools {
 
 namespace {
@@ -48,7 +50,6 @@ class Converter {
 };
 
 bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
-bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 std::string only_ascii(std::string text) {
   std::replace_if(
@@ -82,11 +83,11 @@ std::string locale_text_of(const std::string& utf8) {
   const std::string name = locale != nullptr ? locale : "C";
   const char* const code_page = nl_langinfo(CODESET);
   const bool is_utf8 = name == "C" || name == "POSIX" || std::string(code_page) == "UTF-8";
-  return is_utf8 ? utf8 : convert(code_page, "UTF-8", utf8, is_continuation);
+  return is_utf8 ? utf8 : convert(code_page, "UTF-8", utf8, is_utf8_continuation);
 }
 
 std::string gbk_of(const std::string& utf8) {
-  return convert("GBK", "UTF-8", utf8, is_continuation);
+  return convert("GBK", "UTF-8", utf8, is_utf8_continuation);
 }
 
 std::string utf8_of(const std::string& gbk) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "support/charset.h"
+#include "support/utf8.h"
 
 namespace tools {
 
@@ -17,38 +18,14 @@ typedef unsigned char Byte;
 
 bool is_ascii(char byte) { return static_cast<Byte>(byte) < 0x80; }
 
-// The length of the UTF-8 character at `at`, 0 when there is none.
-std::size_t utf8_length(std::string_view text, std::size_t at) {
-  const auto byte = [&](std::size_t index) { return static_cast<Byte>(text[at + index]); };
-  const Byte lead = byte(0);
-  const std::size_t length = lead < 0x80                   ? 1
-                             : lead >= 0xC2 && lead < 0xE0 ? 2
-                             : lead >= 0xE0 && lead < 0xF0 ? 3
-                             : lead >= 0xF0 && lead < 0xF5 ? 4
-                                                           : 0;
-  if (length == 0 || text.size() - at < length) {
-    return 0;
-  }
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) {
-      return 0;
-    }
-  }
-  const bool is_longer_than_needed =
-      (lead == 0xE0 && byte(1) < 0xA0) || (lead == 0xF0 && byte(1) < 0x90);
-  const bool is_half_or_beyond =
-      (lead == 0xED && byte(1) >= 0xA0) || (lead == 0xF4 && byte(1) >= 0x90);
-  return is_longer_than_needed || is_half_or_beyond ? 0 : length;
-}
-
-// True when [from, to) is UTF-8 whose characters have `shortest` bytes or more.
-bool is_utf8(std::string_view text, std::size_t from, std::size_t to, std::size_t shortest) {
-  while (from < to) {
-    const std::size_t length = utf8_length(text, from);
+// True for UTF-8 whose characters have `shortest` bytes or more.
+bool is_utf8(std::string_view text, std::size_t shortest) {
+  while (!text.empty()) {
+    const std::size_t length = utf8_length(text);
     if (length < shortest) {
       return false;
     }
-    from += length;
+    text.remove_prefix(length);
   }
   return true;
 }
@@ -84,7 +61,7 @@ std::string joined(const std::vector<std::string>& texts) {
 std::string escaped(std::string_view text, std::string_view kept) {
   std::string all;
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = utf8_length(text, at);
+    const std::size_t length = utf8_length(text.substr(at));
     const std::string_view character = text.substr(at, std::max<std::size_t>(length, 1));
     const bool is_kept = length == 1 && kept.find(character[0]) != kept.npos;
     if (is_kept || (length != 0 && !is_control(character))) {
@@ -145,7 +122,7 @@ std::string readable(const std::string& message) {
         std::find_if(message.begin() + static_cast<std::ptrdiff_t>(at), message.end(), is_ascii) -
         message.begin());
     // Two bytes of GBK can look like a character of UTF-8, longer stretches of it do not.
-    if (is_utf8(message, at, end, at == run ? 1 : 3)) {
+    if (is_utf8(std::string_view(message).substr(at, end - at), at == run ? 1 : 3)) {
       all.append(message, at, end - at);
       at = end;
     } else {
