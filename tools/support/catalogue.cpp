@@ -1,3 +1,4 @@
+// Takes JSON apart with nlohmann/json, whose exceptions stay in here.
 #include "support/catalogue.h"
 
 #include <stdexcept>

@@ -1,3 +1,4 @@
+// A manual page in troff, from what CLI11 knows of the options.
 #include "support/command_pages.h"
 
 #include <algorithm>

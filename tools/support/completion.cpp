@@ -1,3 +1,4 @@
+// One script for each shell, from the same list of options: words, files, or what a command prints.
 #include "support/completion.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Records at ERROR are kept whatever levels the log file has.
 #include "support/error_log.h"
 
 #include "support/text.h"

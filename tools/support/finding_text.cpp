@@ -1,3 +1,4 @@
+// The form of GCC's messages.
 #include "support/finding_text.h"
 
 #include "support/finding_message.h"

@@ -1,3 +1,4 @@
+// The environment alone tells the language: there is no catalogue of messages to be installed.
 #include "support/messages.h"
 
 #include <cerrno>

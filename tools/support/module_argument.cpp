@@ -1,3 +1,4 @@
+// Takes PATH[:FUNCTION][=ARGUMENT] apart from its ends: the path in the middle may hold anything.
 #include "support/module_argument.h"
 
 namespace tools {

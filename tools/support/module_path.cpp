@@ -1,3 +1,4 @@
+// Looks into directories; opens nothing.
 #include "support/module_path.h"
 
 #include <filesystem>

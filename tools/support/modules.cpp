@@ -1,3 +1,4 @@
+// Creates modules as any host does, and tells what goes wrong on the way.
 #include "support/modules.h"
 
 #include <fwbase/ifwbase.h>

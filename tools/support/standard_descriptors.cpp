@@ -1,3 +1,4 @@
+// Relies on open(), which gives the lowest free number.
 #include "support/standard_descriptors.h"
 
 #include <fcntl.h>

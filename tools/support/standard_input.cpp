@@ -1,3 +1,4 @@
+// The copy is a file without a name; others open it by its descriptor.
 #include "support/standard_input.h"
 
 #include <sys/mman.h>

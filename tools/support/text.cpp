@@ -1,3 +1,4 @@
+// Goes through texts by characters of UTF-8; what is none is taken for GBK or shown as bytes.
 #include "support/text.h"
 
 #include <cxxabi.h>
