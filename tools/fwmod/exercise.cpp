@@ -23,13 +23,7 @@ bool has_type_information(const IMM::IBase* module) {
 class Exercise {
  public:
   Exercise(const Library& library, IMM& manager, void* argument, Findings& findings)
-      : m_library(library),
-        m_manager(manager),
-        m_argument(argument),
-        m_findings(findings),
-        m_report(findings.report()),
-        m_threads(running_threads()),
-        m_descriptors(open_descriptors()) {}
+      : m_library(library), m_manager(manager), m_argument(argument), m_findings(findings) {}
 
   void run() {
     create();
@@ -137,9 +131,9 @@ class Exercise {
   IMM& m_manager;
   void* const m_argument;
   Findings& m_findings;
-  Report& m_report;
-  const std::map<int, std::string> m_threads;
-  const std::map<int, std::string> m_descriptors;
+  Report& m_report = m_findings.report();
+  const std::map<int, std::string> m_threads = running_threads();
+  const std::map<int, std::string> m_descriptors = open_descriptors();
   std::set<const void*> m_released;
 };
 

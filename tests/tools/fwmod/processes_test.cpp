@@ -87,6 +87,14 @@ void expect_daemon_killed(const ProgramResult& result) {
 
 }  // namespace
 
+TEST(FwmodProcesses, TheEndIsToldWhereFwmodIsStartedWithSigchldIgnored) {
+  const std::string path = fault("crashes_on_loading");
+  const ProgramResult result =
+      run_program({"/bin/sh", "-c", "trap '' CHLD; exec \"$@\"", "sh", FWMOD_PROGRAM, path});
+  EXPECT_EQ(result.out, path + ": crashes while loading: SIGSEGV (Segmentation fault)\n");
+  EXPECT_EQ(result.status, 1);
+}
+
 TEST(FwmodProcesses, ADaemonIsReportedAndKilled) {
   const std::string path = fault("leaves_daemon");
   const ProgramResult result = run_fwmod({"--exercise", path});
