@@ -28,8 +28,9 @@ std::string signal_text(int number) {
 
 // Empty for a sound library.
 std::string fault_of(const Report& report, const Ending& ending, const Options& options) {
-  if (report.fault.is_set()) {
-    return report.fault.get();
+  const std::vector<std::string> told = report.fault.get();
+  if (!told.empty()) {
+    return told.front();
   }
   const std::string place = fwmod::place(report, options.module.function);
   if (ending.timed_out) {

@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <system_error>
@@ -22,22 +21,13 @@
 
 namespace fwmod {
 
-bool Text::set(std::string_view text) {
-  int expected = kEmpty;
-  if (!m_state.compare_exchange_strong(expected, kBeingSet)) {
-    return false;
-  }
-  std::size_t length = std::min(text.size(), sizeof m_bytes - 1);
+std::size_t fitting(std::string_view text, std::size_t room) {
+  std::size_t length = std::min(text.size(), room);
   while (length < text.size() && length > 0 && tools::is_utf8_continuation(text[length])) {
-    --length;  // not within a character
+    --length;
   }
-  std::copy_n(text.data(), length, m_bytes);
-  m_bytes[length] = '\0';
-  m_state = kSet;
-  return true;
+  return length;
 }
-
-std::string Text::get() const { return {m_bytes, strnlen(m_bytes, sizeof m_bytes)}; }
 
 ReportMemory::ReportMemory()
     : m_descriptor(memfd_create("fwmod report", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
@@ -99,7 +89,7 @@ void Findings::step(Step step) {
 }
 
 void Findings::fault(const std::string& text) {
-  if (!is_copy() && !m_report.fault.set(text)) {
+  if (!is_copy() && !m_report.fault.add(text)) {
     while (true) {
       pause();  // the other thread ends the process
     }

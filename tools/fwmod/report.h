@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -30,43 +31,40 @@ enum class Step : int {
   kDone
 };
 
-/// One text, written once. Cut when it is too long.
+/// The length of the longest part of `text` that fits and does not end within a character.
+std::size_t fitting(std::string_view text, std::size_t room);
+
+/// The first `Most` texts of any number, each cut when it is too long.
 // cppcheck-suppress noConstructor  ; the memory it is made in is all zeros
-class Text {
- public:
-  /// False when another thread has written or is writing.
-  bool set(std::string_view text);
-  bool is_set() const { return m_state == kSet; }
-  std::string get() const;
-
- private:
-  enum State : int { kEmpty, kBeingSet, kSet };
-  std::atomic<int> m_state;
-  char m_bytes[2048];
-};
-
-/// The first `Most` texts of any number.
 template <std::size_t Most>
 class Texts {
  public:
-  void add(std::string_view text) {
+  /// False when it is not among the first.
+  bool add(std::string_view text) {
     const unsigned int index = m_count++;
     if (index < Most) {
-      m_texts[index].set(text);
+      Text& added = m_texts[index];
+      text.copy(added.bytes, fitting(text, sizeof added.bytes - 1));
+      added.is_set = 1;
     }
+    return index < Most;
   }
   std::size_t count() const { return m_count; }
   std::vector<std::string> get() const {
     std::vector<std::string> texts;
     for (const Text& text : m_texts) {
-      if (text.is_set()) {
-        texts.push_back(text.get());
+      if (text.is_set != 0) {
+        texts.emplace_back(text.bytes, strnlen(text.bytes, sizeof text.bytes));
       }
     }
     return texts;
   }
 
  private:
+  struct Text {
+    std::atomic<int> is_set;
+    char bytes[2048];
+  };
   std::atomic<unsigned int> m_count;
   std::array<Text, Most> m_texts;
 };
@@ -78,7 +76,7 @@ struct Report {
   // Set by the module manager between the creation and init(): they tell which of both ran.
   fwbase::IMM::IBase* module;
   fwbase::IMM::IBase* product;
-  Text fault;
+  Texts<1> fault;
   Texts<256> left;   ///< what the module left behind
   Texts<16> logged;  ///< messages at ERROR
 };

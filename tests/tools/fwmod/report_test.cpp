@@ -10,17 +10,17 @@
 namespace fwmod::test {
 
 TEST(FwmodReport, TextIsSetOnce) {
-  const auto text = std::make_unique<Text>();
-  EXPECT_FALSE(text->is_set());
-  EXPECT_TRUE(text->set("first"));
-  EXPECT_FALSE(text->set("second"));
-  EXPECT_EQ(text->get(), "first");
+  const auto text = std::make_unique<Texts<1>>();
+  EXPECT_TRUE(text->get().empty());
+  EXPECT_TRUE(text->add("first"));
+  EXPECT_FALSE(text->add("second"));
+  EXPECT_EQ(text->get(), std::vector<std::string>{"first"});
 }
 
 TEST(FwmodReport, LongTextIsCutBetweenCharacters) {
-  const auto text = std::make_unique<Text>();
-  text->set(std::string(2046, 'x') + "中");
-  EXPECT_EQ(text->get(), std::string(2046, 'x'));
+  const auto text = std::make_unique<Texts<1>>();
+  text->add(std::string(2046, 'x') + "中");
+  EXPECT_EQ(text->get(), std::vector<std::string>{std::string(2046, 'x')});
 }
 
 TEST(FwmodReport, KeepsTheFirstTextsAndCountsAll) {
@@ -37,9 +37,9 @@ TEST(FwmodReport, IsSharedThroughItsDescriptorOnly) {
   Report* const shared = map_report(dup(memory.descriptor()));
   ASSERT_NE(shared, nullptr);
   shared->step = Step::kUnloading;
-  shared->fault.set("found");
+  shared->fault.add("found");
   EXPECT_EQ(memory.report().step, Step::kUnloading);
-  EXPECT_EQ(memory.report().fault.get(), "found");
+  EXPECT_EQ(memory.report().fault.get(), std::vector<std::string>{"found"});
   EXPECT_EQ(map_report(-1), nullptr);
   const int other = open("/dev/null", O_RDWR);
   EXPECT_EQ(map_report(other), nullptr);
