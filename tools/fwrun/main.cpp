@@ -7,9 +7,9 @@
 #include <new>
 #include <optional>
 
+#include "host.h"
 #include "options.h"
 #include "output.h"
-#include "run.h"
 #include "support/standard_descriptors.h"
 
 int main(int argc, char** argv) {

@@ -1,7 +1,7 @@
 #include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 
-#include "running.h"
+#include "sections.h"
 #include "tests/support/host_function.h"
 #include "tests/support/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"

@@ -1,4 +1,4 @@
-#include "running.h"
+#include "sections.h"
 
 #include <chrono>
 #include <optional>

@@ -1,6 +1,6 @@
 // Running the sections of a loaded script.
-#ifndef FWRUN_RUNNING_H
-#define FWRUN_RUNNING_H
+#ifndef FWRUN_SECTIONS_H
+#define FWRUN_SECTIONS_H
 
 #include <string>
 #include <vector>

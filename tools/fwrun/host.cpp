@@ -1,4 +1,4 @@
-#include "run.h"
+#include "host.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +15,7 @@
 #include "load_report.h"
 #include "mocks.h"
 #include "printing.h"
-#include "running.h"
+#include "sections.h"
 #include "support/error_log.h"
 #include "support/finding_text.h"
 #include "support/modules.h"

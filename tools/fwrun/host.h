@@ -1,6 +1,6 @@
-// What fwrun does once its command line is read.
-#ifndef FWRUN_RUN_H
-#define FWRUN_RUN_H
+// The host that fwrun is for a script, once its command line is read.
+#ifndef FWRUN_HOST_H
+#define FWRUN_HOST_H
 
 #include "options.h"
 #include "output.h"
