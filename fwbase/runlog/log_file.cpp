@@ -71,10 +71,10 @@ bool LogFile::open_regular(const char* path) {
 void LogFile::take(int descriptor, mode_t type) {
   close();
   m_descriptor = descriptor;
-  m_waits = !S_ISREG(type);
-  m_signals = S_ISFIFO(type) || files_are_limited();
+  m_write_may_wait = !S_ISREG(type);
+  m_write_may_signal = S_ISFIFO(type) || files_are_limited();
   m_position = -1;
-  m_asked = Clock::time_point();
+  m_position_known_at = Clock::time_point();
 }
 
 // A thread that was cancelled here would leave a destructor, which ends the process.
@@ -90,11 +90,11 @@ bool LogFile::status(struct stat& status) const { return ::fstat(m_descriptor, &
 
 LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, std::size_t count) {
   std::optional<utility::WriteSignalBlock> no_signals;
-  if (m_signals) {
+  if (m_write_may_signal) {
     no_signals.emplace();
   }
   std::optional<utility::CancellationBlock> no_cancellation;  // once a record has begun
-  if (m_waits) {
+  if (m_write_may_wait) {
     wait_for_room();
     no_cancellation.emplace();
   }
@@ -124,13 +124,13 @@ void LogFile::wait_for_room() const {
 
 std::int64_t LogFile::position() {
   m_position = ::lseek(m_descriptor, 0, SEEK_CUR);
-  m_asked = Clock::now();
+  m_position_known_at = Clock::now();
   return m_position;
 }
 
 // A system call for each record would cost a good part of what writing it costs.
 void LogFile::count(std::size_t written) {
-  if (Clock::now() - m_asked > kTrusted) {
+  if (Clock::now() - m_position_known_at > kTrusted) {
     position();
   } else if (m_position >= 0) {
     m_position += static_cast<std::int64_t>(written);
@@ -186,7 +186,7 @@ void LogFile::part_from_parent() {
     ::dup3(reopened, m_descriptor, O_CLOEXEC);
     ::close(reopened);
     m_position = -1;
-    m_asked = Clock::time_point();
+    m_position_known_at = Clock::time_point();
   }
 }
 

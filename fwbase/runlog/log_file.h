@@ -69,10 +69,10 @@ class LogFile {
   void cut_back(std::size_t written);
 
   int m_descriptor = -1;
-  bool m_waits = false;    // a write may have to wait for others
-  bool m_signals = false;  // a failed write would raise one
+  bool m_write_may_wait = false;    // for others
+  bool m_write_may_signal = false;  // where it fails
   std::int64_t m_position = -1;
-  Clock::time_point m_asked;  // for the position
+  Clock::time_point m_position_known_at;
 };
 
 }  // namespace fwbase

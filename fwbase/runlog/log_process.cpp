@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "fwbase/runlog/local_time.h"
-#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/packed_record.h"
 #include "fwbase/support/gbk.h"
 #include "fwbase/support/process_id.h"
 #include "fwbase/support/run_log.h"

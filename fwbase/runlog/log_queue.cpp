@@ -4,7 +4,7 @@
 #include <chrono>
 #include <new>
 
-#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/packed_record.h"
 
 namespace fwbase {
 

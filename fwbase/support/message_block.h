@@ -1,4 +1,4 @@
-// Making the blocks that hold queued records and the storage of data blocks.
+// Making the blocks that hold the storage of data blocks.
 #ifndef FWBASE_SUPPORT_MESSAGE_BLOCK_H
 #define FWBASE_SUPPORT_MESSAGE_BLOCK_H
 
@@ -16,8 +16,8 @@ struct MessageRelease {
 /// Holds one reference to a block.
 using MessagePtr = std::unique_ptr<ACE_Message_Block, MessageRelease>;
 
-/// A block of some kind with a buffer of `size` bytes. Null without memory; errno is ENOMEM then.
-MessagePtr new_message_block(std::size_t size, int kind);
+/// A block with a buffer of `size` bytes. Null without memory; errno is ENOMEM then.
+MessagePtr new_message_block(std::size_t size);
 
 }  // namespace fwbase::support
 

@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/packed_record.h"
 #include "tests/support/failing_new.h"
 
 using namespace fwbase;

@@ -1,7 +1,7 @@
 // A packed record, in native byte order:
 //   level (4)  message and its zero  location and its zero  pid (4)  tid (4)  time (8)
 // The room for the time is there even when no time is stored; it is zero then.
-#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/packed_record.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // How a record is kept in the queue.
-#ifndef FWBASE_RUNLOG_LOG_MESSAGE_H
-#define FWBASE_RUNLOG_LOG_MESSAGE_H
+#ifndef FWBASE_RUNLOG_PACKED_RECORD_H
+#define FWBASE_RUNLOG_PACKED_RECORD_H
 
 #include <cstddef>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "fwbase/runlog/log_message.h"
+#include "fwbase/runlog/packed_record.h"
 
 #include <gtest/gtest.h>
 
@@ -37,24 +37,24 @@ std::vector<char> packed(const LogRecord& record) {
 
 }  // namespace
 
-TEST(LogMessage, FieldsStandInOrderInNativeByteOrder) {
-  const std::vector<char> message = packed(sample());
-  EXPECT_EQ(message.size(), 8u + 4u + 20u);
-  EXPECT_EQ(std::string(message.data(), message.size()),
+TEST(PackedRecord, FieldsStandInOrderInNativeByteOrder) {
+  const std::vector<char> stored = packed(sample());
+  EXPECT_EQ(stored.size(), 8u + 4u + 20u);
+  EXPECT_EQ(std::string(stored.data(), stored.size()),
             bytes(std::uint32_t{4}) + std::string("message", 8) + std::string("loc", 4) +
                 bytes(std::int32_t{0x01020304}) + bytes(std::int32_t{-2}) +
                 bytes(std::int64_t{0x1122334455667788}));
 }
 
-TEST(LogMessage, WithoutATimeItsRoomIsThereAndZero) {
+TEST(PackedRecord, WithoutATimeItsRoomIsThereAndZero) {
   LogRecord record = sample();
   record.time.reset();
-  const std::vector<char> message = packed(record);
-  ASSERT_EQ(message.size(), 8u + 4u + 20u);
-  EXPECT_EQ(std::string(message.end() - 8, message.end()), std::string(8, '\0'));
+  const std::vector<char> stored = packed(record);
+  ASSERT_EQ(stored.size(), 8u + 4u + 20u);
+  EXPECT_EQ(std::string(stored.end() - 8, stored.end()), std::string(8, '\0'));
 }
 
-TEST(LogMessage, RecordsComeBackInOrderAndAsTheyWere) {
+TEST(PackedRecord, RecordsComeBackInOrderAndAsTheyWere) {
   std::vector<char> bytes = packed(sample());
   LogRecord second = sample();
   second.message = "";
@@ -76,19 +76,19 @@ TEST(LogMessage, RecordsComeBackInOrderAndAsTheyWere) {
   EXPECT_FALSE(records.next(true));
 }
 
-TEST(LogMessage, AStoredTimeIsNotReadUnlessAsked) {
-  const std::vector<char> message = packed(sample());
-  EXPECT_FALSE(PackedRecords(message).next(false)->time);
+TEST(PackedRecord, AStoredTimeIsNotReadUnlessAsked) {
+  const std::vector<char> stored = packed(sample());
+  EXPECT_FALSE(PackedRecords(stored).next(false)->time);
 }
 
-TEST(LogMessage, AMissingTimeReadsAsTheZeroesOfItsRoom) {
+TEST(PackedRecord, AMissingTimeReadsAsTheZeroesOfItsRoom) {
   LogRecord record = sample();
   record.time.reset();
-  const std::vector<char> message = packed(record);
-  EXPECT_EQ(PackedRecords(message).next(true)->time, 0);
+  const std::vector<char> stored = packed(record);
+  EXPECT_EQ(PackedRecords(stored).next(true)->time, 0);
 }
 
-TEST(LogMessage, BytesThatAreNoRecordAreRefused) {
+TEST(PackedRecord, BytesThatAreNoRecordAreRefused) {
   const std::vector<char> whole = packed(sample());
   for (std::size_t size = 0; size < whole.size(); ++size) {
     const std::vector<char> part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
@@ -96,7 +96,7 @@ TEST(LogMessage, BytesThatAreNoRecordAreRefused) {
   }
 }
 
-TEST(LogMessage, WithoutMemoryNothingIsAppended) {
+TEST(PackedRecord, WithoutMemoryNothingIsAppended) {
   std::vector<char> bytes = packed(sample());
   bytes.shrink_to_fit();
   const std::vector<char> before = bytes;
