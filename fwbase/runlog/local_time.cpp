@@ -4,7 +4,6 @@
 #include <sys/auxv.h>
 
 #include <chrono>
-#include <mutex>
 #include <new>
 #include <string_view>
 
@@ -67,7 +66,7 @@ bool LocalTime::break_down(std::time_t time, std::tm& local) {
   if (utc < kFirst || utc >= kLast) {
     return false;
   }
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   refresh();
   const sys_seconds at = utc + seconds(m_zone.offset(time));
   const auto day = std::chrono::floor<days>(at);

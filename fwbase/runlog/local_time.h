@@ -28,19 +28,19 @@ class LocalTime {
   /// Around fork(), in the thread that forks.
   void before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
   void after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
-  void after_fork_in_child();
+  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
-  void refresh() noexcept;
-  void take_name(const char* tz);
-  void read_file();
+  void refresh() noexcept FWBASE_REQUIRES(m_mutex);
+  void take_name(const char* tz) FWBASE_REQUIRES(m_mutex);
+  void read_file() FWBASE_REQUIRES(m_mutex);
 
   support::ForkMutex m_mutex;
-  std::optional<std::string> m_tz;  // the variable's value
-  std::string m_path;               // of the zone's file; empty: it has none
-  struct stat m_status = {};        // of the file that was read
-  bool m_known = false;             // the zone is that of m_tz
-  TimeZone m_zone;
+  std::optional<std::string> m_tz FWBASE_GUARDED_BY(m_mutex);  // the variable's value
+  std::string m_path FWBASE_GUARDED_BY(m_mutex);         // of the zone's file; empty: it has none
+  struct stat m_status FWBASE_GUARDED_BY(m_mutex) = {};  // of the file that was read
+  bool m_known FWBASE_GUARDED_BY(m_mutex) = false;       // the zone is that of m_tz
+  TimeZone m_zone FWBASE_GUARDED_BY(m_mutex);
 };
 
 /// That of this process. Never destroyed: threads may log while the process ends.

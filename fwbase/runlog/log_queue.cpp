@@ -1,3 +1,4 @@
+// Producers append packed records to a buffer, and the writer takes the buffer away.
 #include "fwbase/runlog/log_queue.h"
 
 #include <cerrno>
@@ -7,6 +8,8 @@
 #include "fwbase/runlog/packed_record.h"
 
 namespace fwbase {
+
+using support::MutexGuard;
 
 namespace {
 
@@ -22,10 +25,10 @@ constexpr std::size_t kKeptRoom = 4 * LogQueue::kMark;
 
 // --- Producers ---
 
-LogQueue::Push LogQueue::push(const LogRecord& record, unsigned int round) {
-  std::unique_lock<std::mutex> lock(m_mutex);
+bool LogQueue::push(const LogRecord& record, unsigned int round) {
+  MutexGuard lock(m_mutex);
   if (round != m_round) {
-    return Push::kRoundOver;
+    return false;
   }
   while (m_records.size() >= kMark) {
     wait_for_room(lock);
@@ -34,36 +37,38 @@ LogQueue::Push LogQueue::push(const LogRecord& record, unsigned int round) {
     pack_record(record, m_records);
   } catch (const std::exception&) {
     errno = ENOMEM;
-    return Push::kNoMemory;
+    return true;
   }
-  if (call_writer()) {
+  if (wants_writer()) {
+    m_writer = Writer::kAwake;
     lock.unlock();
     m_filled.notify_one();
   }
-  return Push::kDone;
+  return true;
 }
 
 // A thread may be cancelled while it waits; the end of the round may be waiting for it.
-void LogQueue::wait_for_room(std::unique_lock<std::mutex>& lock) {
+void LogQueue::wait_for_room(MutexGuard& lock) {
   struct Waiting {
-    explicit Waiting(LogQueue& full) : queue(full) { ++queue.m_waiting; }
-    ~Waiting() {
-      if (--queue.m_waiting == 0 && !queue.m_open) {
+    LogQueue& queue;
+    ~Waiting() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+      if (--queue.m_waiting == 0 && queue.m_round_ends) {
         queue.m_filled.notify_one();
       }
     }
-    LogQueue& queue;
-  } const waiting(*this);
-  m_room.wait(lock);
+  } const waiting{*this};
+  ++m_waiting;
+  lock.wait(m_room);
 }
 
-bool LogQueue::call_writer() {
-  const bool wanted = m_writer == Writer::kAsleep ||
-                      (m_writer == Writer::kNapping && m_records.size() >= kMark / 2);
-  if (wanted) {
-    m_writer = Writer::kAwake;
-  }
-  return wanted;
+bool LogQueue::wants_writer() {
+  return m_writer == Writer::kAsleep ||
+         (m_writer == Writer::kNapping && m_records.size() >= kMark / 2);
+}
+
+unsigned int LogQueue::waiting_producers() const {
+  const MutexGuard lock(m_mutex);
+  return m_waiting;
 }
 
 // --- The writer ---
@@ -73,64 +78,37 @@ bool LogQueue::take(std::vector<char>& records) {
   if (records.capacity() > kKeptRoom) {
     std::vector<char>().swap(records);
   }
-  std::unique_lock<std::mutex> lock(m_mutex);
+  MutexGuard lock(m_mutex);
   wait_for_records(lock);
   records.swap(m_records);
   if (m_waiting != 0) {
     m_room.notify_all();
   }
-  if (records.empty()) {
-    ++m_round;
-  }
+  m_round_ends = m_round_ends && !records.empty();
   return !records.empty();
 }
 
-void LogQueue::wait_for_records(std::unique_lock<std::mutex>& lock) {
-  for (int naps = 0; m_records.empty() && (m_open || m_waiting != 0); ++naps) {
+void LogQueue::wait_for_records(MutexGuard& lock) {
+  for (int naps = 0; m_records.empty() && (!m_round_ends || m_waiting != 0); ++naps) {
     if (naps < kNaps) {
       m_writer = Writer::kNapping;
-      m_filled.wait_for(lock, kNap);
+      lock.wait_for(m_filled, kNap);
     } else {
       m_writer = Writer::kAsleep;
-      m_filled.wait(lock);
+      lock.wait(m_filled);
     }
   }
   m_writer = Writer::kAwake;
 }
 
-// --- Rounds ---
-
-void LogQueue::close() {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_open = false;
+void LogQueue::begin_round(unsigned int round) {
+  const MutexGuard lock(m_mutex);
+  m_round = round;
+  m_round_ends = true;
   m_filled.notify_all();
 }
 
-void LogQueue::open() {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  m_open = true;
-}
-
-bool LogQueue::full() const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return m_records.size() >= kMark;
-}
-
-bool LogQueue::empty() const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return m_records.empty();
-}
-
-unsigned int LogQueue::waiting_producers() const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
-  return m_waiting;
-}
-
 // --- Forks ---
-
-void LogQueue::before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
-
-void LogQueue::after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
 
 // Threads of the parent may be waiting, and the child has only copies of what they wait for: all is
 // made anew.

@@ -2,11 +2,9 @@
 #ifndef FWBASE_RUNLOG_LOG_QUEUE_H
 #define FWBASE_RUNLOG_LOG_QUEUE_H
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <ctime>
-#include <mutex>
 #include <vector>
 
 #include "fwbase/runlog/log_record.h"
@@ -21,61 +19,49 @@ namespace fwbase {
 /// after half a millisecond at the latest, and is woken only when the queue is half full. A thread
 /// that logs then pays for a copy of its record and for nothing else.
 ///
-/// Rounds: the queue is closed between one service of the log and the next. A round ends when the
-/// closed queue is empty and nobody waits for room in it any more: what had come so far is written.
-/// Whoever comes later with a record for that round learns so, and has to ask again what to do with
-/// it.
+/// Rounds: a record is for the round in which its thread has looked at the log's state. When that
+/// is over the queue refuses it; those that have come before, and those whose producers wait for
+/// room, are still given to the writer.
 class LogQueue {
  public:
   /// Producers wait while the queue holds so many bytes or more.
   static constexpr std::size_t kMark = 16384;
 
-  enum class Push { kDone, kNoMemory, kRoundOver };
-
-  /// The present round, for push().
-  unsigned int round() const { return m_round; }
-
-  /// Copies a record to the end of the queue; waits while the queue is full.
-  /// kNoMemory    the record is not queued; errno is ENOMEM
-  /// kRoundOver   the record is not queued: the round had ended
-  Push push(const LogRecord& record, unsigned int round);
+  /// Copies a record to the end of the queue; waits while the queue is full. Without memory it is
+  /// dropped, and errno is ENOMEM. False when the round is over.
+  bool push(const LogRecord& record, unsigned int round);
 
   /// For the writer: waits for records and moves all of them to `records`, whose content is lost.
-  /// False, with none, when the queue is closed, is empty and has no producer that waits for room:
-  /// the round is over then.
+  /// False, with none, once for each round that is over: all of its records were given.
   bool take(std::vector<char>& records);
 
-  /// Lets the round end. Nobody new may come with a record for it.
-  void close();
+  /// Begins another round.
+  void begin_round(unsigned int round);
 
-  /// Begins a round.
-  void open();
-
-  bool full() const;
-  bool empty() const;
+  /// For tests.
   unsigned int waiting_producers() const;
 
   /// Around fork(), in the thread that forks. The child's queue is an empty one. Records that
   /// another thread was queueing when the deadline (CLOCK_REALTIME) had passed are not given back.
-  void before_fork(const timespec& deadline);
-  void after_fork_in_parent();
-  void after_fork_in_child();
+  void before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
+  void after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
+  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
-  void wait_for_room(std::unique_lock<std::mutex>& lock);
-  bool call_writer();
-  void wait_for_records(std::unique_lock<std::mutex>& lock);
+  void wait_for_room(support::MutexGuard& lock) FWBASE_REQUIRES(m_mutex);
+  bool wants_writer() FWBASE_REQUIRES(m_mutex);
+  void wait_for_records(support::MutexGuard& lock) FWBASE_REQUIRES(m_mutex);
 
   mutable support::ForkMutex m_mutex;
   std::condition_variable m_room;    // for producers
   std::condition_variable m_filled;  // for the writer
-  std::vector<char> m_records;
-  std::atomic<unsigned int> m_round{0};  // changed with the lock held
-  unsigned int m_waiting = 0;            // producers
-  Writer m_writer = Writer::kAwake;
-  bool m_open = true;
+  std::vector<char> m_records FWBASE_GUARDED_BY(m_mutex);
+  unsigned int m_round FWBASE_GUARDED_BY(m_mutex) = 0;
+  unsigned int m_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // producers
+  Writer m_writer FWBASE_GUARDED_BY(m_mutex) = Writer::kAwake;
+  bool m_round_ends FWBASE_GUARDED_BY(m_mutex) = false;  // the one before m_round
 };
 
 }  // namespace fwbase

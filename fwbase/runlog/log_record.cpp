@@ -3,12 +3,14 @@
 // where the details between the tag and the location appear only as far as they are given.
 #include "fwbase/runlog/log_record.h"
 
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <string_view>
 
 #include "fwbase/runlog/local_time.h"
+#include "fwbase/support/process_id.h"
 
 namespace fwbase {
 
@@ -17,22 +19,11 @@ namespace {
 constexpr std::size_t kDetailsRoom = 96;  // tag, numbers, time and separators together
 constexpr std::size_t kKeptRoom = 65536;
 
-std::string_view tag(IRunLog::Type type) {
-  switch (type) {
-    case IRunLog::TRACE:
-      return "[TRACE]:";
-    case IRunLog::DEBUG:
-      return "[DEBUG]:";
-    case IRunLog::WARN:
-      return "[WARN ]:";
-    case IRunLog::ERROR:
-      return "[ERROR]:";
-    case IRunLog::ALERT:
-      return "[ALERT]:";
-    case IRunLog::DUMP:
-      return "[DUMP ]:";
-  }
-  return "[NULL ]:";
+std::string_view tag(unsigned int type) {
+  static constexpr char kTags[][9] = {
+      "[TRACE]:", "[DEBUG]:", "[WARN ]:", "[ERROR]:", "[ALERT]:", "[DUMP ]:"};
+  const bool is_level = type != 0 && type <= IRunLog::DUMP && (type & (type - 1)) == 0;
+  return {is_level ? kTags[std::countr_zero(type)] : "[NULL ]:", 8};
 }
 
 void append_id(std::pmr::string& text, std::string_view label, std::int32_t id) {
@@ -93,6 +84,17 @@ void append_record(std::pmr::string& text, const LogRecord& record) {
 }
 
 }  // namespace
+
+LogRecord new_record(unsigned int details, IRunLog::Type type, const char* message,
+                     const char* location) {
+  LogRecord record{type, message, location, {}};
+  record.pid = (details & IRunLog::INFO_PID) != 0 ? support::process_id() : 0;
+  record.tid = (details & IRunLog::INFO_TID) != 0 ? support::process_id() : 0;  // readers expect it
+  if ((details & IRunLog::INFO_TIME) != 0) {
+    record.time = std::time(nullptr);
+  }
+  return record;
+}
 
 bool RecordTexts::add(const LogRecord& record) {
   const std::size_t before = m_ends.size();

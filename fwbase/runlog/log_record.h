@@ -23,6 +23,10 @@ struct LogRecord {
   std::int32_t tid = 0;  // 0: left out
 };
 
+/// A record of this moment, with the details that the INFO_ bits ask for.
+LogRecord new_record(unsigned int details, IRunLog::Type type, const char* message,
+                     const char* location);
+
 /// The bytes of records that follow each other, line ends included.
 class RecordTexts {
  public:

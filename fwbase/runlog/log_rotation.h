@@ -45,6 +45,8 @@ class LogRotation {
   /// as any other. Throws std::bad_alloc.
   explicit LogRotation(const char* path);
 
+  bool has_name() const { return *path() != '\0'; }
+
   /// What is to be opened.
   const char* path() const { return m_names.back().c_str(); }
 

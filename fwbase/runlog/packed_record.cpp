@@ -37,32 +37,32 @@ void pack_record(const LogRecord& record, std::vector<char>& bytes) {
 }
 
 template <typename Field>
-bool PackedRecords::take(Field& field) {
-  if (static_cast<std::size_t>(m_end - m_next) < sizeof field) {
-    return false;
-  }
+void PackedRecords::take(Field& field) {
   std::memcpy(&field, m_next, sizeof field);
   m_next += sizeof field;
-  return true;
 }
 
-bool PackedRecords::take(const char*& text) {
+void PackedRecords::take(const char*& text) {
   text = m_next;
-  const auto left = static_cast<std::size_t>(m_end - m_next);
-  const void* const zero = left > 0 ? std::memchr(m_next, '\0', left) : nullptr;
-  m_next = zero != nullptr ? static_cast<const char*>(zero) + 1 : m_end;
-  return zero != nullptr;
+  m_next += std::strlen(text) + 1;
 }
 
 std::optional<LogRecord> PackedRecords::next(bool with_time) {
+  if (m_next == m_end) {
+    return std::nullopt;
+  }
   LogRecord record;
   std::time_t time = 0;
-  const bool whole = take(record.type) && take(record.message) && take(record.location) &&
-                     take(record.pid) && take(record.tid) && take(time);
+  take(record.type);
+  take(record.message);
+  take(record.location);
+  take(record.pid);
+  take(record.tid);
+  take(time);
   if (with_time) {
     record.time = time;
   }
-  return whole ? std::optional(record) : std::nullopt;
+  return record;
 }
 
 }  // namespace fwbase

@@ -44,8 +44,8 @@ namespace fwbase {
 /// when its directory is gone, it is silent from there on until file() succeeds.
 ///
 /// Threads   every operation may be called from any thread. One reader-writer lock guards the
-///           output and the settings: records never interleave, and no rotation meets a record.
-///           init() and release() follow each other; while one of them runs, write() waits.
+///           output: records never interleave, and no rotation meets a record. Settings take no
+///           lock. init() and release() follow each other; while one of them runs, write() waits.
 /// Failures  nothing throws. A record that cannot be written, for want of memory (errno is ENOMEM)
 ///           or of room on the disk, is dropped, and the next one is tried again. A lock call that
 ///           fails stores its error number in errno and the operation goes on.
@@ -104,10 +104,10 @@ struct FWBASE_API IRunLog {
   /// Takes the lock for writing.
   FWBASE_RESULT virtual ec::EC init() = 0;
 
-  /// Sets ms_type_sign. Takes the lock for writing.
+  /// Sets ms_type_sign. Takes no lock.
   virtual void type(unsigned int mask) = 0;
 
-  /// Sets the details that records have, as INFO_ bits. Takes the lock for writing.
+  /// Sets the details that records have, as INFO_ bits. Takes no lock.
   /// INFO_TIME decides when a queued record is written whether its time is read: set it before
   /// asynch(true), or records that are queued at that moment get a wrong time.
   virtual void info(unsigned int flags) = 0;
@@ -128,7 +128,7 @@ struct FWBASE_API IRunLog {
   FWBASE_RESULT virtual ec::EC file(const char* path) = 0;
 
   /// Chooses queued mode (true), where the writer thread writes the records, or direct mode, where
-  /// write() does. Takes the lock for writing.
+  /// write() does. Takes no lock.
   ///
   /// Queued records are written in the order in which they were queued, as a rule within a
   /// millisecond. Records that are queued when direct mode is chosen are still

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -14,12 +15,12 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <future>
 #include <iostream>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -77,6 +78,39 @@ int open_count(const std::string& path) {
   }
   return count;
 }
+
+// The threads of this process.
+std::set<std::string> threads() {
+  std::set<std::string> ids;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    ids.insert(entry.path().filename());
+  }
+  return ids;
+}
+
+// The signals that a thread blocks; bit 0 is signal 1.
+std::uint64_t blocked_signals(const std::string& thread) {
+  const std::string status = read_file("/proc/self/task/" + thread + "/status");
+  const std::size_t at = status.find("SigBlk:");
+  return at != std::string::npos ? std::stoull(status.substr(at + 7), nullptr, 16) : 0;
+}
+
+// While it lives, no thread can be started: there is no room for a stack of the default size.
+class NoThreads {
+ public:
+  NoThreads() {
+    ::pthread_getattr_default_np(&m_before);
+    pthread_attr_t huge = m_before;
+    ::pthread_attr_setstacksize(&huge, std::size_t{1} << 47);
+    ::pthread_setattr_default_np(&huge);
+  }
+  ~NoThreads() { ::pthread_setattr_default_np(&m_before); }
+  NoThreads(const NoThreads&) = delete;
+  NoThreads& operator=(const NoThreads&) = delete;
+
+ private:
+  pthread_attr_t m_before;
+};
 
 // A FIFO that the test reads when it likes: what writes into it blocks after 64 KiB.
 class Fifo {
@@ -396,8 +430,10 @@ TEST_F(LogProcess, ASecondReleaseWritesNothing) {
   log.release();
   log.release();
   write("x");
-  EXPECT_TRUE(log.queue().empty());
   EXPECT_EQ(written(), kClosing);
+  start(true);  // "x" is not queued either
+  log.release();
+  EXPECT_EQ(written(), std::string(kClosing) + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWithoutInitWritesTheClosingRecord) {
@@ -422,61 +458,51 @@ TEST_F(LogProcess, AnyNumberOfRounds) {
 
 TEST_F(LogProcess, ASecondInitWritesWhatIsQueuedAndKeepsOneWriter) {
   start(true);
+  const std::size_t count = threads().size();
   std::string expected;
   for (int i = 0; i < 500; ++i) {
     write(std::to_string(i));
     expected += text_of(std::to_string(i));
   }
   ASSERT_EQ(log.init(), ec::LOG_OK);
-  EXPECT_TRUE(log.has_writer());
+  EXPECT_EQ(threads().size(), count);
   EXPECT_EQ(written(), expected);
   EXPECT_EQ(open_count(path), 0);
 }
 
 TEST_F(LogProcess, AWriterThatDoesNotStartFailsInitAndRecordsAreWrittenDirectly) {
-  struct NoThread : CLogProcess {
-    bool start_thread(pthread_t&) override { return false; }
-  } no_thread;
-  EXPECT_EQ(no_thread.init(), ec::LOG_THREAD_FAILED);
-  EXPECT_EQ(no_thread.file(path.c_str()), ec::LOG_OK);
-  no_thread.write(IRunLog::ERROR, "x", "");
+  {
+    const NoThreads none;
+    EXPECT_EQ(log.init(), ec::LOG_THREAD_FAILED);
+  }
+  EXPECT_EQ(log.file(path.c_str()), ec::LOG_OK);
+  write("x");
   EXPECT_EQ(written(), text_of("x"));
-  no_thread.release();
+  log.release();
   EXPECT_EQ(written(), text_of("x") + kClosing);
 }
 
-TEST_F(LogProcess, TheWriterIsOneJoinableThreadThatTakesNoSignals) {
-  struct Probe : CLogProcess {
-    bool start_thread(pthread_t& thread) override {
-      const bool started = CLogProcess::start_thread(thread);
-      int state = -1;
-      pthread_attr_t attributes;
-      ::pthread_getattr_np(thread, &attributes);
-      ::pthread_attr_getdetachstate(&attributes, &state);
-      ::pthread_attr_destroy(&attributes);
-      joinable += state == PTHREAD_CREATE_JOINABLE ? 1 : 0;
-      return started;
+TEST_F(LogProcess, TheWriterIsOneThreadThatTakesNoSignalsAndIsWaitedFor) {
+  const auto bit = [](int signal) { return std::uint64_t{1} << (signal - 1); };
+  const std::set<std::string> before = threads();
+  const std::uint64_t own_signals = blocked_signals("self");
+  start(true);
+  write("x");
+  wait_until([&] { return !written().empty(); });  // it runs
+  std::set<std::string> begun;
+  for (const std::string& thread : threads()) {
+    if (before.count(thread) == 0) {
+      begun.insert(thread);
     }
-    void write_queued() override {
-      if (std::this_thread::get_id() != starter) {
-        ::pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-      }
-      CLogProcess::write_queued();
-    }
-    const std::thread::id starter = std::this_thread::get_id();
-    int joinable = 0;
-    sigset_t mask;
-  } probe;
-  sigset_t before, after;
-  ::pthread_sigmask(SIG_BLOCK, nullptr, &before);
-  ASSERT_EQ(probe.init(), ec::LOG_OK);
-  ::pthread_sigmask(SIG_BLOCK, nullptr, &after);
-  probe.release();
-  EXPECT_EQ(probe.joinable, 1);
-  EXPECT_EQ(sigismember(&probe.mask, SIGTERM), 1);
-  EXPECT_EQ(sigismember(&probe.mask, SIGUSR1), 1);
-  EXPECT_EQ(sigismember(&probe.mask, SIGSEGV), 0);  // a fault of its own
-  EXPECT_EQ(sigismember(&before, SIGTERM), sigismember(&after, SIGTERM));
+  }
+  ASSERT_EQ(begun.size(), 1u);
+  const std::uint64_t blocked = blocked_signals(*begun.begin());
+  EXPECT_NE(blocked & bit(SIGTERM), 0u);
+  EXPECT_NE(blocked & bit(SIGUSR1), 0u);
+  EXPECT_EQ(blocked & bit(SIGSEGV), 0u);  // a fault of its own
+  EXPECT_EQ(blocked_signals("self"), own_signals);
+  log.release();
+  EXPECT_EQ(threads().count(*begun.begin()), 0u);
 }
 
 // --- Queued mode ---
@@ -592,32 +618,25 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWritesT
 }
 
 TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
-  struct SlowWriter : CLogProcess {
-    void write_queued() override {
-      if (std::this_thread::get_id() != starter) {
-        ready.get_future().wait();
-      }
-      CLogProcess::write_queued();
-    }
-    const std::thread::id starter = std::this_thread::get_id();
-    std::promise<void> ready;
-  } slow;
-  ASSERT_EQ(slow.init(), ec::LOG_OK);
-  ASSERT_EQ(slow.file(path.c_str()), ec::LOG_OK);
-  slow.asynch(true);
-  const std::string message(20000, 'x');  // one fills the queue
+  constexpr int kProducers = 5;
+  Fifo fifo(path);
+  start(true);
+  const std::string message(70000, 'x');  // more than the FIFO takes, and than the queue
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] { slow.write(IRunLog::ERROR, message.c_str(), ""); });
+  for (int i = 0; i < kProducers; ++i) {
+    threads.emplace_back([&] { write(message); });
   }
-  wait_until([&] { return slow.queue().waiting_producers() == 3; });
-  threads.emplace_back([&] { slow.release(); });
-  slow.ready.set_value();
+  wait_until([&] { return fifo.bytes() > 0 && log.queue().waiting_producers() != 0; });
+  threads.emplace_back([&] { log.release(); });
+  const std::string text = fifo.read_until(kClosing);
   for (std::thread& thread : threads) {
     thread.join();
   }
-  const std::string record = text_of(message);
-  EXPECT_EQ(written(), record + record + record + record + kClosing);
+  std::string expected;
+  for (int i = 0; i < kProducers; ++i) {
+    expected += text_of(message);
+  }
+  EXPECT_EQ(text, expected + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWritesTheRecordsOfThreadsThatWaitForTheOutput) {
@@ -629,7 +648,7 @@ TEST_F(LogProcess, ReleaseWritesTheRecordsOfThreadsThatWaitForTheOutput) {
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] { write(message); });
   }
-  wait_until([&] { return log.direct_writers() == kThreads; });
+  wait_until([&] { return log.state().direct_writers == kThreads; });
   threads.emplace_back([&] { log.release(); });
   const std::string text = fifo.read_until(kClosing);
   for (std::thread& thread : threads) {
@@ -737,7 +756,6 @@ TEST_F(LogProcess, WithoutItsDirectoryTheLogIsSilentUntilFileSucceeds) {
   log.asynch(true);
   write("lost too");
   log.asynch(false);
-  EXPECT_TRUE(log.queue().empty());
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   write("back");
   EXPECT_EQ(written(), text_of("back"));
@@ -842,7 +860,7 @@ class FailingRotation : public LogProcess {
   // Takes the records of the rotation out of the text, and gives their messages.
   static std::vector<std::string> take_reports(std::string& text) {
     static const std::regex kReport(
-        "\\[ERROR\\]: this\\(0x[0-9a-f]+\\) \\S.* \\S*fwbase/runlog/log_process\\.cpp\\([0-9]+\\) "
+        "\\[ERROR\\]: this\\(0x[0-9a-f]+\\) \\S.* \\S*fwbase/runlog/log_output\\.cpp\\([0-9]+\\) "
         "CT:\\w+ +\\d+ \\d+ [0-9:]+\r\n >(.*)\n");
     std::vector<std::string> messages;
     for (std::smatch report; std::regex_search(text, report, kReport);) {
@@ -1070,7 +1088,6 @@ TEST_F(LogProcess, AWriteErrorOfTheWriterThreadLosesTheRecordAndNotTheLog) {
   auto limit = std::make_unique<FileSizeLimit>(10);
   start(true);
   write("lost");
-  wait_until([&] { return log.queue().empty(); });
   log.release();
   limit.reset();
   start(true);
@@ -1092,6 +1109,7 @@ TEST_F(LogProcess, AFullDeviceIsNeverRotatedAndLeftByTheNextFile) {
 // --- End of the process ---
 
 TEST_F(LogProcess, FinishWritesWhatIsQueuedThenRecordsAreWrittenDirectly) {
+  const std::size_t count = threads().size();
   start(true);
   std::string expected;
   for (int i = 0; i < 500; ++i) {
@@ -1100,7 +1118,7 @@ TEST_F(LogProcess, FinishWritesWhatIsQueuedThenRecordsAreWrittenDirectly) {
   }
   log.finish();
   EXPECT_EQ(written(), expected);
-  EXPECT_FALSE(log.has_writer());
+  EXPECT_EQ(threads().size(), count);
   write("direct");
   log.asynch(true);
   write("direct too");
@@ -1123,7 +1141,7 @@ TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
       write(std::to_string(i) + padding);
     }
   });
-  wait_until([&] { return log.queue().full(); });
+  wait_until([&] { return log.queue().waiting_producers() == 1; });
   log.finish();
   producer.join();
   EXPECT_EQ(written(), expected);
@@ -1131,8 +1149,9 @@ TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
 
 TEST_F(LogProcess, AfterFinishInitStartsNoWriter) {
   log.finish();
+  const std::size_t count = threads().size();
   start(true);
-  EXPECT_FALSE(log.has_writer());
+  EXPECT_EQ(threads().size(), count);
   write("x");
   EXPECT_EQ(written(), text_of("x"));
 }

@@ -18,9 +18,10 @@ namespace {
 
 class LogQueueTest : public testing::Test {
  protected:
-  LogQueue::Push push(const std::string& message) {
-    return queue.push({IRunLog::ERROR, message.c_str(), "", {}}, queue.round());
+  bool push(const std::string& message) {
+    return queue.push({IRunLog::ERROR, message.c_str(), "", {}}, round);
   }
+  void begin_round() { queue.begin_round(++round); }
 
   // The messages of all records that are there; "(closed)" when there will be none.
   std::vector<std::string> take() {
@@ -36,6 +37,16 @@ class LogQueueTest : public testing::Test {
     return messages;
   }
 
+  // Ends the round, and gives the messages that were left of it.
+  std::vector<std::string> take_rest() {
+    begin_round();
+    std::vector<std::string> rest;
+    for (auto taken = take(); taken != std::vector<std::string>{"(closed)"}; taken = take()) {
+      rest.insert(rest.end(), taken.begin(), taken.end());
+    }
+    return rest;
+  }
+
   void wait_for_producers(unsigned int count) {
     while (queue.waiting_producers() != count) {
       std::this_thread::yield();
@@ -43,6 +54,7 @@ class LogQueueTest : public testing::Test {
   }
 
   LogQueue queue;
+  unsigned int round = 0;
 };
 
 using Messages = std::vector<std::string>;
@@ -53,35 +65,36 @@ constexpr std::size_t kOverhead = 22;  // of a record without a location
 
 TEST_F(LogQueueTest, TheWriterGetsAllRecordsInTheirOrder) {
   for (const char* message : {"a", "b", "c"}) {
-    EXPECT_EQ(push(message), LogQueue::Push::kDone);
+    EXPECT_TRUE(push(message));
   }
-  EXPECT_FALSE(queue.empty());
   EXPECT_EQ(take(), (Messages{"a", "b", "c"}));
-  EXPECT_TRUE(queue.empty());
   push("d");
   EXPECT_EQ(take(), Messages{"d"});
 }
 
 TEST_F(LogQueueTest, IsFullFrom16384BytesOn) {
-  push(std::string(16383 - kOverhead, 'x'));
-  EXPECT_FALSE(queue.full());
-  push("");
-  EXPECT_TRUE(queue.full());
-  take();
-  push(std::string(16384 - kOverhead, 'x'));
-  EXPECT_TRUE(queue.full());
+  const std::string just_below(16383 - kOverhead, 'x');
+  const std::string just_full(16384 - kOverhead, 'x');
+  push(just_below);
+  EXPECT_TRUE(push("fits"));  // or it would wait for ever
+  EXPECT_EQ(take(), (Messages{just_below, "fits"}));
+  push(just_full);
+  std::thread producer([&] { push("waits"); });
+  wait_for_producers(1);
+  EXPECT_EQ(take(), Messages{just_full});
+  producer.join();
 }
 
 TEST_F(LogQueueTest, ARecordLargerThanTheQueueIsTakenWhenThereIsRoom) {
   const std::string large(100000, 'x');
-  EXPECT_EQ(push(large), LogQueue::Push::kDone);
+  EXPECT_TRUE(push(large));
   EXPECT_EQ(take(), Messages{large});
 }
 
 TEST_F(LogQueueTest, AProducerWaitsForRoomAndGetsIt) {
   const std::string filler(16384, 'x');
   push(filler);
-  std::thread producer([&] { EXPECT_EQ(push("behind"), LogQueue::Push::kDone); });
+  std::thread producer([&] { EXPECT_TRUE(push("behind")); });
   EXPECT_EQ(take(), Messages{filler});
   producer.join();
   EXPECT_EQ(take(), Messages{"behind"});
@@ -105,7 +118,7 @@ TEST_F(LogQueueTest, TheWriterWaitsForARecordHoweverLate) {
       std::this_thread::yield();
     }
   }
-  queue.close();
+  begin_round();
   writer.join();
   EXPECT_EQ(taken, 50);
 }
@@ -117,7 +130,7 @@ TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
   for (int t = 0; t < kThreads; ++t) {
     producers.emplace_back([this, t] {
       for (int i = 0; i < kRecords; ++i) {
-        EXPECT_EQ(push(std::to_string(t) + " " + std::to_string(i)), LogQueue::Push::kDone);
+        EXPECT_TRUE(push(std::to_string(t) + " " + std::to_string(i)));
       }
     });
   }
@@ -133,33 +146,30 @@ TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
   for (std::thread& producer : producers) {
     producer.join();
   }
-  EXPECT_TRUE(queue.empty());
+  EXPECT_EQ(take_rest(), Messages{});
 }
 
-TEST_F(LogQueueTest, WhenClosedItGivesWhatIsThereAndThenNothing) {
+TEST_F(LogQueueTest, AtTheEndOfARoundItGivesWhatIsThereAndThenNothing) {
   push("a");
-  queue.close();
+  begin_round();
   EXPECT_EQ(take(), Messages{"a"});
   EXPECT_EQ(take(), Messages{"(closed)"});
-  queue.open();
-  EXPECT_EQ(push("b"), LogQueue::Push::kDone);
+  EXPECT_TRUE(push("b"));
   EXPECT_EQ(take(), Messages{"b"});
 }
 
 TEST_F(LogQueueTest, ARecordOfARoundThatIsOverIsRefused) {
-  const unsigned int round = queue.round();
-  const auto push_late = [&] { return queue.push({IRunLog::ERROR, "late", "", {}}, round); };
-  queue.close();
+  const auto push_late = [&] { return queue.push({IRunLog::ERROR, "late", "", {}}, 0); };
+  begin_round();
+  EXPECT_FALSE(push_late());
   EXPECT_EQ(take(), Messages{"(closed)"});
-  EXPECT_EQ(push_late(), LogQueue::Push::kRoundOver);
-  queue.open();
-  EXPECT_EQ(push_late(), LogQueue::Push::kRoundOver);
-  EXPECT_TRUE(queue.empty());
+  EXPECT_FALSE(push_late());
+  EXPECT_EQ(take_rest(), Messages{});
 }
 
-TEST_F(LogQueueTest, CloseWakesTheWriter) {
+TEST_F(LogQueueTest, TheEndOfARoundWakesTheWriter) {
   std::thread writer([&] { EXPECT_EQ(take(), Messages{"(closed)"}); });
-  queue.close();
+  begin_round();
   writer.join();
 }
 
@@ -168,28 +178,24 @@ TEST_F(LogQueueTest, TheRoundEndsBehindTheRecordsOfProducersThatWaitForRoom) {
   push(filler);
   std::vector<std::thread> producers;
   for (int i = 0; i < 4; ++i) {
-    producers.emplace_back([&] { EXPECT_EQ(push("waited"), LogQueue::Push::kDone); });
+    producers.emplace_back([&] { EXPECT_TRUE(push("waited")); });
   }
   wait_for_producers(4);
-  queue.close();
-  EXPECT_EQ(take(), Messages{filler});
-  Messages rest;
-  for (Messages taken = take(); taken != Messages{"(closed)"}; taken = take()) {
-    rest.insert(rest.end(), taken.begin(), taken.end());
-  }
-  EXPECT_EQ(rest, (Messages{"waited", "waited", "waited", "waited"}));
+  EXPECT_EQ(take_rest(), (Messages{filler, "waited", "waited", "waited", "waited"}));
   for (std::thread& producer : producers) {
     producer.join();
   }
 }
 
-TEST_F(LogQueueTest, WithoutMemoryARecordIsRefusedWithEnomem) {
-  const FailingNew memory(1, FailingNew::ANY);
-  errno = 0;
-  EXPECT_EQ(push(""), LogQueue::Push::kNoMemory);
-  EXPECT_EQ(errno, ENOMEM);
-  EXPECT_TRUE(queue.empty());
-  EXPECT_EQ(push("x"), LogQueue::Push::kDone);
+TEST_F(LogQueueTest, WithoutMemoryARecordIsDroppedWithEnomem) {
+  {
+    const FailingNew memory(1, FailingNew::ANY);
+    errno = 0;
+    push("dropped");
+    EXPECT_EQ(errno, ENOMEM);
+  }
+  push("x");
+  EXPECT_EQ(take(), Messages{"x"});
 }
 
 TEST_F(LogQueueTest, AThreadThatIsCancelledWhileItWaitsLeavesTheQueue) {
@@ -199,8 +205,7 @@ TEST_F(LogQueueTest, AThreadThatIsCancelledWhileItWaitsLeavesTheQueue) {
   ::pthread_cancel(producer.native_handle());
   producer.join();
   EXPECT_EQ(take().size(), 1u);
-  EXPECT_TRUE(queue.empty());
-  EXPECT_EQ(push("x"), LogQueue::Push::kDone);
+  push("x");
   EXPECT_EQ(take(), Messages{"x"});
 }
 
@@ -208,11 +213,7 @@ TEST_F(LogQueueTest, TheRoundDoesNotWaitForAProducerThatIsCancelled) {
   push(std::string(16384, 'x'));
   std::thread producer([&] { push("never"); });
   wait_for_producers(1);
-  queue.close();
-  std::thread writer([&] {
-    while (take() != Messages{"(closed)"}) {
-    }
-  });
+  std::thread writer([&] { EXPECT_EQ(take_rest().size(), 1u); });
   ::pthread_cancel(producer.native_handle());
   producer.join();
   writer.join();

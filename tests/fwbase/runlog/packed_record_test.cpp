@@ -88,14 +88,6 @@ TEST(PackedRecord, AMissingTimeReadsAsTheZeroesOfItsRoom) {
   EXPECT_EQ(PackedRecords(stored).next(true)->time, 0);
 }
 
-TEST(PackedRecord, BytesThatAreNoRecordAreRefused) {
-  const std::vector<char> whole = packed(sample());
-  for (std::size_t size = 0; size < whole.size(); ++size) {
-    const std::vector<char> part(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
-    EXPECT_FALSE(PackedRecords(part).next(true)) << size;
-  }
-}
-
 TEST(PackedRecord, WithoutMemoryNothingIsAppended) {
   std::vector<char> bytes = packed(sample());
   bytes.shrink_to_fit();
