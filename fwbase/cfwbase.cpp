@@ -4,11 +4,10 @@
 #include <memory>
 #include <new>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

@@ -3,7 +3,7 @@
 
 #include "bench/facade.h"
 #include "bench/log/logger.h"
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase::bench {
 

@@ -1,7 +1,7 @@
 // Storage and positions of a data block are those of its message block.
 #include "fwbase/data_block/data_block.h"
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "fwbase/data_block/data_block.h"
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 

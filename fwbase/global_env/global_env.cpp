@@ -9,11 +9,10 @@
 #include <new>
 #include <string_view>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

@@ -2,11 +2,10 @@
 #include <new>
 
 #include "fwbase/module/module_manage.h"
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

@@ -7,11 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
 
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

@@ -6,7 +6,7 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "utility/cancellation_block.h"
 
 namespace fwbase {
@@ -32,11 +32,11 @@ void write_trace(const char* prefix, const std::string& text, const std::string&
 
 IRunLog::CTrace::CTrace(const char* text, int line, const char* file, const char* date,
                         const char* time, const char* function, void* object) {
-  if (!support::enabled(TRACE) || text == nullptr) {
+  if (!enabled(TRACE) || text == nullptr) {
     return;
   }
-  const std::unique_ptr<char[]> location(FormatStr(
-      "this(0x%x) %s %s %d CT:%s %s", support::addr32(object), function, file, line, date, time));
+  const std::unique_ptr<char[]> location(
+      FormatStr("this(0x%x) %s %s %d CT:%s %s", addr32(object), function, file, line, date, time));
   if (!location) {
     return;
   }
@@ -51,7 +51,7 @@ IRunLog::CTrace::CTrace(const char* text, int line, const char* file, const char
 }
 
 IRunLog::CTrace::~CTrace() {
-  if (support::enabled(TRACE)) {
+  if (enabled(TRACE)) {
     write_trace("Ret: ", m_text, m_location);
   }
 }

@@ -1,41 +1,35 @@
 // IRunLog::FormatStr: printf into a new buffer of a fixed size, cut at 1,022 characters.
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <new>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/support/fast_printf.h"
-#include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
 namespace {
-constexpr int kLimit = 1023;  // what vsnprintf is given: 1,022 characters and a terminator
+constexpr int kLimit = 1022;  // characters
 }  // namespace
 
-std::atomic<unsigned int> IRunLog::ms_type_sign{0};
-
-void support::format_text(FormattedText& text, const char* format, std::va_list args) {
-  if (const auto size = fast_printf(text, kLimit - 1, format, args)) {
+void format_text(FormattedText& text, const char* format, std::va_list args) {
+  if (const auto size = support::fast_printf(text, kLimit, format, args)) {
     std::memset(text + *size, 0, sizeof text - *size);
     return;
   }
   std::memset(text, 0, sizeof text);
-  const int length = std::vsnprintf(text, kLimit, format, args);
-  if (length >= 0) {
-    text[std::min(length, kLimit)] = '\0';
-  }
+  std::vsnprintf(text, kLimit + 1, format, args);
 }
 
 char* IRunLog::FormatStr(const char* format, ...) {
   if (format == nullptr) {
     return nullptr;
   }
-  auto* const text = new (std::nothrow) support::FormattedText;
+  auto* const text = new (std::nothrow) FormattedText;
   if (text != nullptr) {
     std::va_list args;
     va_start(args, format);
-    support::format_text(*reinterpret_cast<support::FormattedText*>(text), format, args);
+    format_text(*reinterpret_cast<FormattedText*>(text), format, args);
     va_end(args);
   }
   return text;

@@ -5,15 +5,14 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <memory_resource>
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/support/gbk.h"
-#include "fwbase/support/run_log.h"
 #include "utility/cancellation_block.h"
 
 namespace fwbase {
@@ -143,28 +142,25 @@ bool LogOutput::rotate() {
     case LogRotation::Result::kForeign:
       report_failed_rotation(GBK("日志文件名已被其他文件占用,继续写入原文件,暂不备份"));
       break;
-    case LogRotation::Result::kFailed: {
-      char message[128];
-      std::snprintf(message, sizeof message,
-                    GBK("日志文件备份失败,继续写入原文件,稍后重试: error=%s"),
-                    ::strerrordesc_np(errno));
-      report_failed_rotation(message);
+    case LogRotation::Result::kFailed:
+      report_failed_rotation(GBK("日志文件备份失败,继续写入原文件,稍后重试: error="),
+                             ::strerrordesc_np(errno));
       break;
-    }
   }
   return result != LogRotation::Result::kDoneTooLate;
 }
 
 // Whatever levels are enabled, as the closing record: it is about the file itself.
-void LogOutput::report_failed_rotation(const char* message) {
+void LogOutput::report_failed_rotation(std::string_view message, std::string_view reason) {
   if (m_failure_reported) {
     return;
   }
-  char location[512];
-  std::snprintf(location, sizeof location, "this(0x%x) %s %s(%d) CT:%s %s", support::addr32(this),
-                __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__);
+  BoundedText whole;
+  whole.add(message).add(reason);
+  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
   RecordTexts text;
-  const bool made = text.add(new_record(m_state.read().details, IRunLog::ERROR, message, location));
+  const bool made =
+      text.add(new_record(m_state.read().details, IRunLog::ERROR, whole.text(), location.text()));
   m_failure_reported = made && m_file->append(text, 0, 1).written;
 }
 

@@ -4,6 +4,7 @@
 
 #include <ctime>
 #include <memory>
+#include <string_view>
 
 #include <fwbase/ec.h>
 
@@ -44,7 +45,8 @@ class LogOutput {
   void put(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
   void put_into_file(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
   bool rotate() FWBASE_REQUIRES(m_lock);
-  void report_failed_rotation(const char* message) FWBASE_REQUIRES(m_lock);
+  void report_failed_rotation(std::string_view message, std::string_view reason = {})
+      FWBASE_REQUIRES(m_lock);
 
   /// To be called by whoever has changed the output.
   void publish() FWBASE_REQUIRES(m_lock);

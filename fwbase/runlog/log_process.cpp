@@ -9,6 +9,8 @@ namespace fwbase {
 using support::MutexGuard;
 using utility::CancellationBlock;
 
+std::atomic<unsigned int> IRunLog::ms_type_sign{0};
+
 // --- Start and end ---
 
 ec::EC CLogProcess::init() {

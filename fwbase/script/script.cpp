@@ -5,14 +5,13 @@
 #include <map>
 #include <new>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "utility/cancellation_block.h"
 #include "utility/xml_platform.h"
 
 namespace fwbase {
 
 using script::Access;
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

@@ -3,9 +3,9 @@
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/script/document.h"
 #include "fwbase/script/loaded_program.h"
-#include "fwbase/support/run_log.h"
 #include "utility/cancellation_block.h"
 
 namespace fwbase {
@@ -13,7 +13,6 @@ namespace fwbase {
 using script::Failure;
 using script::Mistake;
 using script::Program;
-using support::addr32;
 using support::WriteGuard;
 
 /// What a file is read against: the engine as it is when the load begins, for as long as that holds

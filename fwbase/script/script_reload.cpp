@@ -3,10 +3,10 @@
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/script/document.h"
 #include "fwbase/script/findings.h"
 #include "fwbase/script/loaded_program.h"
-#include "fwbase/support/run_log.h"
 #include "utility/cancellation_block.h"
 
 namespace fwbase {
@@ -15,7 +15,6 @@ using script::Document;
 using script::Failure;
 using script::Mistake;
 using script::Program;
-using support::addr32;
 using support::ReadGuard;
 using support::WriteGuard;
 

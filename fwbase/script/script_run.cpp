@@ -8,8 +8,8 @@
 #include <cstring>
 #include <new>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/script/loaded_program.h"
-#include "fwbase/support/run_log.h"
 
 namespace fwbase {
 
@@ -20,7 +20,6 @@ using script::Section;
 using script::Value;
 using script::ValueTable;
 using script::XmlFuncRule;
-using support::addr32;
 using support::ReadGuard;
 
 namespace {

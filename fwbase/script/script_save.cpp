@@ -3,8 +3,8 @@
 #include <vector>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/script/script.h"
-#include "fwbase/support/run_log.h"
 #include "utility/cancellation_block.h"
 #include "utility/xml_texts.h"
 

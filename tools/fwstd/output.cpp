@@ -54,11 +54,11 @@ ec::EC log(const Call& call, const std::string& name, const std::string& text) {
                     "' is no level; the levels are trace, debug, warn, error, alert and "
                     "dump");
   }
-  IRunLog* const run_log = IFWBase::instance()->runlog();
-  if ((IRunLog::ms_type_sign.load(std::memory_order_relaxed) & *level) != 0 && run_log != nullptr) {
+  IRunLog* const runlog = IFWBase::instance()->runlog();
+  if ((IRunLog::ms_type_sign.load(std::memory_order_relaxed) & *level) != 0 && runlog != nullptr) {
     const std::unique_ptr<char[]> location(IRunLog::FormatStr(
         "this(0x%x) log %s(%d) CT:%s %s", 0U, __FILE__, __LINE__, __DATE__, __TIME__));
-    run_log->write(*level, tools::gbk_of(text).c_str(), location.get());
+    runlog->write(*level, tools::gbk_of(text).c_str(), location.get());
   }
   return ec::SCRIPT_OK;
 }

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/support/failing_new.h"
 #include "tests/support/log_capture.h"
 

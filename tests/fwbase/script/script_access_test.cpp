@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/fwbase/script/script_engine.h"
 #include "tests/support/failing_new.h"
 
@@ -89,9 +89,9 @@ TEST_F(ScriptAccess, NullArgumentsOfAWriteAreToldWithBothPointers) {
   char of_name[80];
   char of_data[80];
   std::snprintf(of_name, sizeof of_name, "param is error: vname=0x%x, pdata=0x0\n",
-                support::addr32(name));
+                fwbase::addr32(name));
   std::snprintf(of_data, sizeof of_data, "param is error: vname=0x0, pdata=0x%x\n",
-                support::addr32(&number));
+                fwbase::addr32(&number));
   EXPECT_EQ(log.records(),
             (std::vector{record(IRunLog::ERROR, "param is error: vname=0x0, pdata=0x0\n"),
                          record(IRunLog::ERROR, of_name), record(IRunLog::ERROR, of_data)}));

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/fwbase/script/script_engine.h"
 #include "tests/support/code_page.h"
 #include "tests/support/failing_new.h"
@@ -57,7 +57,7 @@ TEST_F(ScriptLoad, APathThatIsNullOrEmptyChangesNothingAndTakesNoLock) {
     EXPECT_EQ(engine.load_script(empty), ec::SCRIPT_E_PARAM);
   }
   char of_empty[60];
-  std::snprintf(of_empty, sizeof of_empty, "脚本名错误: czName=%x\n", support::addr32(empty));
+  std::snprintf(of_empty, sizeof of_empty, "脚本名错误: czName=%x\n", fwbase::addr32(empty));
   EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "脚本名错误: czName=0\n"),
                                         record(IRunLog::ERROR, of_empty)}));
 }

@@ -5,12 +5,10 @@
 #include <sstream>
 #include <utility>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/support/script_model/model.h"
 
 namespace fwbase::script_model {
-
-using support::addr32;
 
 namespace {
 

@@ -2,12 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/support/script_model/model.h"
 
 namespace fwbase::script_model {
-
-using support::addr32;
 
 ec::EC ModelEngine::init() {
   m_registered.clear();

@@ -1,5 +1,5 @@
 // The model's saving: the variables replace the "Data" elements of the document that was loaded.
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 #include "tests/support/script_model/model.h"
 
 namespace fwbase::script_model {

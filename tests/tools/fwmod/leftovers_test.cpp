@@ -64,7 +64,7 @@ TEST(FwmodLeftovers, IdentifiersAndModules) {
 }
 
 TEST(FwmodLeftovers, InstalledComponents) {
-  expect_left("leaves_run_log",
+  expect_left("leaves_runlog",
               "\n  run log: the one that it installed is still in use; install the former one "
               "again in release()");
 }

@@ -1,9 +1,9 @@
-#include "fwbase/support/message_format.h"
+#include "fwbase/runlog/message_format.h"
 
 #include <cstring>
 #include <string_view>
 
-namespace fwbase::support {
+namespace fwbase {
 
 namespace {
 
@@ -27,29 +27,27 @@ void add_message(BoundedText& text, const char* format, std::va_list args) {
     const Conversion conversion = conversion_at(percent + 1);
     int precision = -1;
     switch (conversion.kind) {
-      case Conversion::Kind::kPartOfText:
+      case '*':
         precision = va_arg(args, int);
         [[fallthrough]];
-      case Conversion::Kind::kText:
+      case 's':
         text.add_foreign(text_of(va_arg(args, const char*), precision));
         break;
-      case Conversion::Kind::kInt:
+      case 'd':
         text.add_number(va_arg(args, int), 10);
         break;
-      case Conversion::Kind::kUnsigned:
+      case 'u':
         text.add_number(va_arg(args, unsigned int), 10);
         break;
-      case Conversion::Kind::kHex:
+      case 'x':
         text.add_number(va_arg(args, unsigned int), 16);
         break;
-      case Conversion::Kind::kPercent:
-      case Conversion::Kind::kNone:
+      default:
         text.add("%");
-        break;
     }
     format = conversion.end;
   }
   text.add(format);
 }
 
-}  // namespace fwbase::support
+}  // namespace fwbase

@@ -1,4 +1,4 @@
-// Exits of hosts that never call release(): run_log_exit <scenario> <exits>
+// Exits of hosts that never call release(): runlog_exit <scenario> <exits>
 //
 // Each exit is that of a child process which starts the log, leaves the writer and some threads of
 // its own in the state that the scenario names, and calls exit(). The program succeeds when every

@@ -1,42 +1,36 @@
 // The formats of the library's own messages: a part of what printf knows, with the texts that they
 // quote made harmless.
-#ifndef FWBASE_SUPPORT_MESSAGE_FORMAT_H
-#define FWBASE_SUPPORT_MESSAGE_FORMAT_H
+#ifndef FWBASE_RUNLOG_MESSAGE_FORMAT_H
+#define FWBASE_RUNLOG_MESSAGE_FORMAT_H
 
 #include <cstdarg>
 
-#include "fwbase/support/bounded_text.h"
+#include "fwbase/runlog/bounded_text.h"
 
-namespace fwbase::support {
+namespace fwbase {
 
 /// What stands behind a "%".
 struct Conversion {
-  enum class Kind { kNone, kText, kPartOfText, kInt, kUnsigned, kHex, kPercent };
-  Kind kind;
+  char kind;  ///< as printf has them; '*' for ".*s"; 0 for what add_message does not know
   const char* end;
 };
 
 constexpr Conversion conversion_at(const char* at) {
-  using Kind = Conversion::Kind;
   if (at[0] == '.' && at[1] == '*' && at[2] == 's') {
-    return {Kind::kPartOfText, at + 3};
+    return {'*', at + 3};
   }
   if (at[0] == '0' && at[1] == 'x') {  // no width: as "%x"
     ++at;
   }
   switch (*at) {
     case 's':
-      return {Kind::kText, at + 1};
     case 'd':
-      return {Kind::kInt, at + 1};
     case 'u':
-      return {Kind::kUnsigned, at + 1};
     case 'x':
-      return {Kind::kHex, at + 1};
     case '%':
-      return {Kind::kPercent, at + 1};
+      return {*at, at + 1};
     default:
-      return {Kind::kNone, at};
+      return {0, at};
   }
 }
 
@@ -45,7 +39,7 @@ constexpr bool is_message_format(const char* format) {
   while (*format != '\0') {
     if (*format++ == '%') {
       const Conversion conversion = conversion_at(format);
-      if (conversion.kind == Conversion::Kind::kNone) {
+      if (conversion.kind == 0) {
         return false;
       }
       format = conversion.end;
@@ -57,6 +51,6 @@ constexpr bool is_message_format(const char* format) {
 /// Adds what printf makes of the format and the arguments; texts among these are foreign ones.
 void add_message(BoundedText& text, const char* format, std::va_list args);
 
-}  // namespace fwbase::support
+}  // namespace fwbase
 
 #endif

@@ -1,4 +1,4 @@
-#include "fwbase/support/run_log.h"
+#include "fwbase/runlog/runlog.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +36,7 @@ TEST(RunLogMacro, TheLocationNamesObjectFunctionFileLineAndBuild) {
   ASSERT_EQ(log.records().size(), 1u);
   EXPECT_TRUE(std::regex_match(
       log.records()[0].location,
-      std::regex(R"(this\(0x90abcdef\) .*TestBody\(\) tests/fwbase/support/run_log_test\.cpp)"
+      std::regex(R"(this\(0x90abcdef\) .*TestBody\(\) tests/fwbase/runlog/runlog_test\.cpp)"
                  R"(\(\d+\) CT:[A-Z][a-z]{2} [ \d]\d \d{4} \d\d:\d\d:\d\d)")))
       << log.records()[0].location;
 }
@@ -124,7 +124,7 @@ TEST(RunLogMacro, MessagesAreCutAt1022Bytes) {
 }
 
 TEST(RunLogMacro, KnowsTheConversionsOfItsMessages) {
-  using fwbase::support::is_message_format;
+  using fwbase::is_message_format;
   EXPECT_TRUE(is_message_format(""));
   EXPECT_TRUE(is_message_format("%s %.*s %d %u %x %0x %%"));
   for (const char* const format : {"%", "%c", "%ld", "%5d", "%.3s", "%-s", "%p", "%n", "%0d"}) {

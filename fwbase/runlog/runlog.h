@@ -3,8 +3,8 @@
 // The level is tested first and the arguments are evaluated only when it is enabled. Formats are
 // written in UTF-8 and converted to GBK while compiling; the compiler checks the arguments. Texts
 // among these come from scripts, callers and the system: their control characters are shown.
-#ifndef FWBASE_SUPPORT_RUN_LOG_H
-#define FWBASE_SUPPORT_RUN_LOG_H
+#ifndef FWBASE_RUNLOG_RUNLOG_H
+#define FWBASE_RUNLOG_RUNLOG_H
 
 #include <cstdarg>
 #include <cstdint>
@@ -12,10 +12,10 @@
 
 #include <fwbase/irunlog.h>
 
+#include "fwbase/runlog/message_format.h"
 #include "fwbase/support/gbk.h"
-#include "fwbase/support/message_format.h"
 
-namespace fwbase::support {
+namespace fwbase {
 
 /// Where a record comes from.
 struct CallSite {
@@ -48,6 +48,16 @@ using FormattedText = char[1024];
 /// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and zeros behind them.
 void format_text(FormattedText& text, const char* format, std::va_list args);
 
+/// "this(0x%x) %s %s(%d) CT:%s %s"
+class LocationText {
+ public:
+  explicit LocationText(const CallSite& site);
+  const char* text() { return m_text.text(); }
+
+ private:
+  BoundedText m_text;
+};
+
 /// Writes one record to the facade's run log. gbk_format is what is printed; utf8_format is the
 /// same text as typed, there for the compiler's check only. The thread is not cancelled meanwhile.
 void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_format,
@@ -74,33 +84,33 @@ class ScopeTrace {
   std::optional<IRunLog::CTrace> m_trace;
 };
 
-}  // namespace fwbase::support
+}  // namespace fwbase
 
 #define RUN_LOG_FIRST(...) RUN_LOG_FIRST_OF(__VA_ARGS__, )
 #define RUN_LOG_FIRST_OF(first, ...) first
 
 /// Logs for the object given, which may be null.
-#define RUN_LOG_AT(object, level, ...)                                                \
-  do {                                                                                \
-    if (::fwbase::support::enabled(::fwbase::IRunLog::level)) {                       \
-      static_assert(::fwbase::support::is_message_format(RUN_LOG_FIRST(__VA_ARGS__)), \
-                    "a conversion that add_message does not know");                   \
-      static constexpr auto run_log_text =                                            \
-          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>(  \
-              RUN_LOG_FIRST(__VA_ARGS__));                                            \
-      ::fwbase::support::write_record(                                                \
-          ::fwbase::IRunLog::level,                                                   \
-          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},      \
-          run_log_text.bytes, __VA_ARGS__);                                           \
-    }                                                                                 \
+#define RUN_LOG_AT(object, level, ...)                                               \
+  do {                                                                               \
+    if (::fwbase::enabled(::fwbase::IRunLog::level)) {                               \
+      static_assert(::fwbase::is_message_format(RUN_LOG_FIRST(__VA_ARGS__)),         \
+                    "a conversion that add_message does not know");                  \
+      static constexpr auto runlog_text =                                            \
+          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>( \
+              RUN_LOG_FIRST(__VA_ARGS__));                                           \
+      ::fwbase::write_record(                                                        \
+          ::fwbase::IRunLog::level,                                                  \
+          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},     \
+          runlog_text.bytes, __VA_ARGS__);                                           \
+    }                                                                                \
   } while (false)
 
 /// Logs for `this`.
 #define RUN_LOG(level, ...) RUN_LOG_AT(this, level, __VA_ARGS__)
 
 /// Traces the entry and the exit of the enclosing scope; `text` is a GBK text.
-#define RUN_TRACE(text)                                                                       \
-  const ::fwbase::support::ScopeTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__, \
-                                                __PRETTY_FUNCTION__, this)
+#define RUN_TRACE(text)                                                              \
+  const ::fwbase::ScopeTrace run_trace(text, __LINE__, __FILE__, __DATE__, __TIME__, \
+                                       __PRETTY_FUNCTION__, this)
 
 #endif

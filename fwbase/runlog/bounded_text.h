@@ -1,13 +1,13 @@
 // A text that is put together on the stack and cut where its room ends.
-#ifndef FWBASE_SUPPORT_BOUNDED_TEXT_H
-#define FWBASE_SUPPORT_BOUNDED_TEXT_H
+#ifndef FWBASE_RUNLOG_BOUNDED_TEXT_H
+#define FWBASE_RUNLOG_BOUNDED_TEXT_H
 
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <string_view>
 
-namespace fwbase::support {
+namespace fwbase {
 
 /// As long as IRunLog::FormatStr makes a text: 1,022 bytes at most.
 class BoundedText {
@@ -19,13 +19,16 @@ class BoundedText {
   BoundedText(const BoundedText&) = delete;
   BoundedText& operator=(const BoundedText&) = delete;
 
-  void add(std::string_view piece) { m_end += piece.copy(m_end, std::min(piece.size(), room())); }
+  BoundedText& add(std::string_view piece) {
+    m_end += piece.copy(m_end, std::min(piece.size(), room()));
+    return *this;
+  }
 
   template <typename Number>
-  void add_number(Number number, int base) {
+  BoundedText& add_number(Number number, int base) {
     char digits[16];
     const char* const end = std::to_chars(digits, digits + sizeof digits, number, base).ptr;
-    add({digits, static_cast<std::size_t>(end - digits)});
+    return add({digits, static_cast<std::size_t>(end - digits)});
   }
 
   /// Adds what comes from elsewhere: its control characters, all but the tab, are shown ("\n",
@@ -75,6 +78,6 @@ class BoundedText {
   char* m_end = m_text;
 };
 
-}  // namespace fwbase::support
+}  // namespace fwbase
 
 #endif
