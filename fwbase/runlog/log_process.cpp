@@ -11,13 +11,37 @@ using utility::CancellationBlock;
 
 std::atomic<unsigned int> IRunLog::ms_type_sign{0};
 
+class FWBASE_SCOPED_CAPABILITY CLogProcess::Standstill {
+ public:
+  explicit Standstill(CLogProcess& log) FWBASE_ACQUIRE(log.m_gate) FWBASE_REQUIRES(log.m_lifecycle)
+      : m_log(announced(log)), m_alone(log.m_gate) {
+    m_log.m_writer.stop();
+    m_log.m_queue.open();  // for the writer that init() may start
+  }
+  ~Standstill() FWBASE_RELEASE() {
+    m_log.m_state.change([](LogState& state) { state.standstill = false; });
+  }
+  Standstill(const Standstill&) = delete;
+  Standstill& operator=(const Standstill&) = delete;
+
+ private:
+  static CLogProcess& announced(CLogProcess& log) {
+    log.m_state.change([](LogState& state) { state.standstill = true; });
+    log.m_queue.close();
+    return log;
+  }
+
+  CLogProcess& m_log;
+  const support::WriteGuard m_alone;
+};
+
 // --- Start and end ---
 
 ec::EC CLogProcess::init() {
   const CancellationBlock no_cancellation;
   const MutexGuard lifecycle(m_lifecycle);
   // After an init() without a release() the earlier writer ends first, with its queue written.
-  const LogWriter::Standstill standstill(m_writer);
+  const Standstill standstill(*this);
   ms_type_sign = 0;
   m_output.restart();
   m_state.change([finished = m_finished](LogState& state) {
@@ -32,14 +56,14 @@ void CLogProcess::release() {
   const CancellationBlock no_cancellation;
   const MutexGuard lifecycle(m_lifecycle);
   ms_type_sign = 0;
-  const LogWriter::Standstill standstill(m_writer);
+  const Standstill standstill(*this);
   m_output.close(new_record(m_state.read().details, DEBUG, "\nlog system release\n", ""));
 }
 
 void CLogProcess::finish() {
   const CancellationBlock no_cancellation;
   const MutexGuard lifecycle(m_lifecycle);
-  const LogWriter::Standstill standstill(m_writer);
+  const Standstill standstill(*this);
   m_finished = true;
   m_state.change([](LogState& state) { state.direct_only = true; });
 }
@@ -49,7 +73,7 @@ void CLogProcess::finish() {
 void CLogProcess::type(unsigned int mask) { ms_type_sign = mask; }
 
 void CLogProcess::info(unsigned int flags) {
-  m_state.change([=](LogState& state) { state.details = flags & 0xF; });
+  m_state.change([=](LogState& state) { state.details = flags & 0xFFFFFFF; });
 }
 
 void CLogProcess::asynch(bool on) {
@@ -63,29 +87,33 @@ ec::EC CLogProcess::file(const char* path) {
 // --- Records ---
 
 void CLogProcess::write(Type type, const char* message, const char* location) {
-  bool taken = message == nullptr;
-  while (!taken) {
-    const LogState state = m_state.when_in_service();
-    if (!state.has_output) {
-      return;
-    }
-    const LogRecord record =
-        new_record(state.details, type, message, location != nullptr ? location : "");
-    taken = state.queued() ? m_queue.push(record, state.round) : write_directly(record, state);
+  if (message == nullptr) {
+    return;
+  }
+  while (!write_in_service(type, message, location != nullptr ? location : "")) {
+    m_state.wait_for_service();
   }
 }
 
-bool CLogProcess::write_directly(const LogRecord& record, const LogState& seen) {
-  const PublishedState::DirectWrite writing(m_state, seen);
-  if (writing.begun()) {
-    m_output.write(record);
+// False when the log stands still. Whoever makes it do so waits for those that have not seen it.
+bool CLogProcess::write_in_service(Type type, const char* message, const char* location) {
+  const support::ReadGuard inside(m_gate);
+  const LogState state = m_state.read();
+  if (state.has_output && !state.standstill) {
+    const LogRecord record = new_record(state.details, type, message, location);
+    if (state.queued()) {
+      m_queue.push(record);
+    } else {
+      m_output.write(record);
+    }
   }
-  return writing.begun();
+  return !state.standstill;
 }
 
 // --- Forks ---
 
 void CLogProcess::before_fork(const timespec& deadline) {
+  m_gate.before_fork(deadline);
   m_output.before_fork(deadline);
   m_queue.before_fork(deadline);
   local_time().before_fork(deadline);
@@ -95,6 +123,7 @@ void CLogProcess::after_fork_in_parent() {
   local_time().after_fork_in_parent();
   m_queue.after_fork_in_parent();
   m_output.after_fork_in_parent();
+  m_gate.after_fork_in_parent();
 }
 
 // A standstill of the parent's, and what its queue holds, are not the child's.
@@ -102,11 +131,10 @@ void CLogProcess::after_fork_in_child() {
   local_time().after_fork_in_child();
   m_queue.after_fork_in_child();
   m_output.after_fork_in_child();
+  m_gate.after_fork_in_child();
   m_lifecycle.after_fork_in_child();
   m_writer.after_fork_in_child();
   m_state.change([](LogState& state) {
-    state.round = 0;
-    state.direct_writers = 0;
     state.direct_only = true;
     state.standstill = false;
   });

@@ -11,15 +11,21 @@
 #include "fwbase/runlog/log_state.h"
 #include "fwbase/runlog/log_writer.h"
 #include "fwbase/support/fork_mutex.h"
+#include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
 
 /// Gives each record to the output in its caller's thread, or to the queue, as the state says.
 ///
 /// Locks: m_lifecycle makes init(), release() and finish() follow each other; the output and the
-/// queue have a lock each. None of them is held while a record waits for room in the queue. The
-/// settings need none, being in the state: thus a queued record never waits for the lock that the
-/// output holds, nor a direct one twice.
+/// queue have a lock each. Neither is held while a record waits for room in the queue. The settings
+/// need none, being in the state: thus a queued record never waits for the lock that the output
+/// holds, nor a direct one twice.
+///
+/// m_gate is held for reading by who is inside write(). When the writer has to stop, the log comes
+/// to a standstill: threads with new records wait, those inside are let out, and when the gate is
+/// held for writing the queue has all that came before. So no record can slip behind the end, into
+/// the next service or past the end of the process.
 class CLogProcess final : public IRunLog {
  public:
   CLogProcess() = default;
@@ -42,21 +48,20 @@ class CLogProcess final : public IRunLog {
   void after_fork_in_parent();
   void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
-  /// For tests.
-  LogState state() const { return m_state.read(); }
-  const LogQueue& queue() const { return m_queue; }
-
  private:
-  bool write_directly(const LogRecord& record, const LogState& seen);
+  class Standstill;
 
-  // In lines of their own: the state is read for each record, and the output and the queue are
-  // changed for each.
+  bool write_in_service(Type type, const char* message, const char* location);
+
+  // In lines of their own: the state and the gate are looked at for each record, and the output and
+  // the queue are changed for each.
   PublishedState m_state;
-  support::ForkMutex m_lifecycle;
+  support::RwLock m_gate;
   alignas(64) LogOutput m_output{m_state};
   alignas(64) LogQueue m_queue;
-  LogWriter m_writer FWBASE_GUARDED_BY(m_lifecycle){m_state, m_queue, m_output};
-  bool m_finished FWBASE_GUARDED_BY(m_lifecycle) = false;
+  LogWriter m_writer FWBASE_GUARDED_BY(m_gate){m_state, m_queue, m_output};
+  bool m_finished FWBASE_GUARDED_BY(m_gate) = false;
+  support::ForkMutex m_lifecycle;
 };
 
 }  // namespace fwbase

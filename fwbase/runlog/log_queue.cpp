@@ -25,50 +25,27 @@ constexpr std::size_t kKeptRoom = 4 * LogQueue::kMark;
 
 // --- Producers ---
 
-bool LogQueue::push(const LogRecord& record, unsigned int round) {
+void LogQueue::push(const LogRecord& record) {
   MutexGuard lock(m_mutex);
-  if (round != m_round) {
-    return false;
-  }
-  while (m_records.size() >= kMark) {
-    wait_for_room(lock);
+  while (m_open && m_records.size() >= kMark) {
+    lock.wait(m_room);
   }
   try {
     pack_record(record, m_records);
   } catch (const std::exception&) {
     errno = ENOMEM;
-    return true;
+    return;
   }
   if (wants_writer()) {
     m_writer = Writer::kAwake;
     lock.unlock();
     m_filled.notify_one();
   }
-  return true;
-}
-
-// A thread may be cancelled while it waits; the end of the round may be waiting for it.
-void LogQueue::wait_for_room(MutexGuard& lock) {
-  struct Waiting {
-    LogQueue& queue;
-    ~Waiting() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
-      if (--queue.m_waiting == 0 && queue.m_round_ends) {
-        queue.m_filled.notify_one();
-      }
-    }
-  } const waiting{*this};
-  ++m_waiting;
-  lock.wait(m_room);
 }
 
 bool LogQueue::wants_writer() {
   return m_writer == Writer::kAsleep ||
          (m_writer == Writer::kNapping && m_records.size() >= kMark / 2);
-}
-
-unsigned int LogQueue::waiting_producers() const {
-  const MutexGuard lock(m_mutex);
-  return m_waiting;
 }
 
 // --- The writer ---
@@ -81,15 +58,12 @@ bool LogQueue::take(std::vector<char>& records) {
   MutexGuard lock(m_mutex);
   wait_for_records(lock);
   records.swap(m_records);
-  if (m_waiting != 0) {
-    m_room.notify_all();
-  }
-  m_round_ends = m_round_ends && !records.empty();
+  m_room.notify_all();
   return !records.empty();
 }
 
 void LogQueue::wait_for_records(MutexGuard& lock) {
-  for (int naps = 0; m_records.empty() && (!m_round_ends || m_waiting != 0); ++naps) {
+  for (int naps = 0; m_records.empty() && m_open; ++naps) {
     if (naps < kNaps) {
       m_writer = Writer::kNapping;
       lock.wait_for(m_filled, kNap);
@@ -101,11 +75,11 @@ void LogQueue::wait_for_records(MutexGuard& lock) {
   m_writer = Writer::kAwake;
 }
 
-void LogQueue::begin_round(unsigned int round) {
+void LogQueue::set_open(bool open) {
   const MutexGuard lock(m_mutex);
-  m_round = round;
-  m_round_ends = true;
+  m_open = open;
   m_filled.notify_all();
+  m_room.notify_all();
 }
 
 // --- Forks ---

@@ -19,27 +19,22 @@ namespace fwbase {
 /// after half a millisecond at the latest, and is woken only when the queue is half full. A thread
 /// that logs then pays for a copy of its record and for nothing else.
 ///
-/// Rounds: a record is for the round in which its thread has looked at the log's state. When that
-/// is over the queue refuses it; those that have come before, and those whose producers wait for
-/// room, are still given to the writer.
+/// Before the writer ends the queue is closed: nobody waits for room any more.
 class LogQueue {
  public:
   /// Producers wait while the queue holds so many bytes or more.
   static constexpr std::size_t kMark = 16384;
 
-  /// Copies a record to the end of the queue; waits while the queue is full. Without memory it is
-  /// dropped, and errno is ENOMEM. False when the round is over.
-  bool push(const LogRecord& record, unsigned int round);
+  /// Copies a record to the end of the queue; waits while the queue is full and open. Without
+  /// memory the record is dropped, and errno is ENOMEM.
+  void push(const LogRecord& record);
 
   /// For the writer: waits for records and moves all of them to `records`, whose content is lost.
-  /// False, with none, once for each round that is over: all of its records were given.
+  /// False, with none, when the queue is closed and empty.
   bool take(std::vector<char>& records);
 
-  /// Begins another round.
-  void begin_round(unsigned int round);
-
-  /// For tests.
-  unsigned int waiting_producers() const;
+  void close() { set_open(false); }
+  void open() { set_open(true); }
 
   /// Around fork(), in the thread that forks. The child's queue is an empty one. Records that
   /// another thread was queueing when the deadline (CLOCK_REALTIME) had passed are not given back.
@@ -50,18 +45,16 @@ class LogQueue {
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
-  void wait_for_room(support::MutexGuard& lock) FWBASE_REQUIRES(m_mutex);
+  void set_open(bool open);
   bool wants_writer() FWBASE_REQUIRES(m_mutex);
   void wait_for_records(support::MutexGuard& lock) FWBASE_REQUIRES(m_mutex);
 
-  mutable support::ForkMutex m_mutex;
+  support::ForkMutex m_mutex;
   std::condition_variable m_room;    // for producers
   std::condition_variable m_filled;  // for the writer
   std::vector<char> m_records FWBASE_GUARDED_BY(m_mutex);
-  unsigned int m_round FWBASE_GUARDED_BY(m_mutex) = 0;
-  unsigned int m_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // producers
   Writer m_writer FWBASE_GUARDED_BY(m_mutex) = Writer::kAwake;
-  bool m_round_ends FWBASE_GUARDED_BY(m_mutex) = false;  // the one before m_round
+  bool m_open FWBASE_GUARDED_BY(m_mutex) = true;
 };
 
 }  // namespace fwbase

@@ -1,5 +1,5 @@
-// The writer thread writes all that it finds in the queue in one piece. Where there is none, who
-// stops the log does that.
+// The writer thread writes all that it finds in the queue in one piece. What is left, or all where
+// there is no thread, is written by who stops the log.
 #include "fwbase/runlog/log_writer.h"
 
 #include <ace/Signal.h>
@@ -34,14 +34,13 @@ bool LogWriter::start() {
   return m_runs;
 }
 
+// A record may have come behind the end of the thread.
 void LogWriter::stop() {
-  m_queue.begin_round(m_state.begin_standstill().round);
   if (m_runs) {
     ::pthread_join(m_thread, nullptr);
     m_runs = false;
-  } else {
-    write_queued();
   }
+  write_queued();
 }
 
 // Without memory for all texts at once, those that are there are written first. The flags of this

@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <iostream>
 #include <iterator>
+#include <list>
 #include <memory>
 #include <optional>
 #include <regex>
@@ -31,6 +32,7 @@
 #include "tests/support/file_size_limit.h"
 #include "tests/support/no_descriptors.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/watched_thread.h"
 
 using namespace fwbase;
 using namespace fwbase::test;
@@ -598,18 +600,19 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWritesT
   ASSERT_EQ(log.file(path.c_str()), ec::LOG_OK);
   log.asynch(true);
   const std::string message(1000, 'x');
-  std::atomic<int> returned{0};
-  std::thread producer([&] {
-    for (int i = 0; i < 100; ++i, ++returned) {
-      write(message);
-    }
-  });
-  wait_until([&] { return log.queue().waiting_producers() == 1; });
-  EXPECT_EQ(written(), "");
-  const int piled_up = 17;  // of 1,022 bytes each: the last one when there were 16,352
-  log.release();
-  producer.join();
+  int returned = 0;
+  {
+    const WatchedThread producer([&] {
+      for (int i = 0; i < 100; ++i, ++returned) {
+        write(message);
+      }
+    });
+    producer.wait_until_it_waits();
+    EXPECT_EQ(written(), "");
+    log.release();
+  }
   EXPECT_EQ(returned, 100);
+  const int piled_up = 17;  // of 1,022 bytes each: the last one when there were 16,352
   std::string expected;
   for (int i = 0; i < piled_up + 1; ++i) {  // and the one that waited
     expected += text_of(message);
@@ -618,44 +621,48 @@ TEST_F(LogProcess, WithoutAWriterRecordsPileUpAndCallersBlockUntilReleaseWritesT
 }
 
 TEST_F(LogProcess, ReleaseWritesTheRecordsOfProducersThatTheFullQueueBlocks) {
-  constexpr int kProducers = 5;
   Fifo fifo(path);
   start(true);
   const std::string message(70000, 'x');  // more than the FIFO takes, and than the queue
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kProducers; ++i) {
-    threads.emplace_back([&] { write(message); });
+  write(message);
+  wait_until([&] { return fifo.bytes() > 0; });  // the writer has it
+  write(message);
+  std::list<WatchedThread> producers;
+  for (int i = 0; i < 3; ++i) {
+    producers.emplace_back([&] { write(message); }).wait_until_it_waits();
   }
-  wait_until([&] { return fifo.bytes() > 0 && log.queue().waiting_producers() != 0; });
-  threads.emplace_back([&] { log.release(); });
-  const std::string text = fifo.read_until(kClosing);
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  const WatchedThread releaser([&] { log.release(); });
   std::string expected;
-  for (int i = 0; i < kProducers; ++i) {
+  for (int i = 0; i < 5; ++i) {
     expected += text_of(message);
   }
-  EXPECT_EQ(text, expected + kClosing);
+  EXPECT_EQ(fifo.read_until(kClosing), expected + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWritesTheRecordsOfThreadsThatWaitForTheOutput) {
-  constexpr int kThreads = 4;
   Fifo fifo(path);
   start(false);
   const std::string message(70000, 'x');  // more than the FIFO takes
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] { write(message); });
+  std::list<WatchedThread> writers;
+  for (int i = 0; i < 4; ++i) {
+    writers.emplace_back([&] { write(message); }).wait_until_it_waits();
   }
-  wait_until([&] { return log.state().direct_writers == kThreads; });
-  threads.emplace_back([&] { log.release(); });
-  const std::string text = fifo.read_until(kClosing);
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  const WatchedThread releaser([&] { log.release(); });
   const std::string record = text_of(message);
-  EXPECT_EQ(text, record + record + record + record + kClosing);
+  EXPECT_EQ(fifo.read_until(kClosing), record + record + record + record + kClosing);
+}
+
+TEST_F(LogProcess, ARecordThatComesDuringReleaseWaitsAndIsNotWritten) {
+  Fifo fifo(path);
+  start(false);
+  const std::string message(70000, 'x');
+  const WatchedThread writer([&] { write(message); });
+  writer.wait_until_it_waits();
+  const WatchedThread releaser([&] { log.release(); });
+  releaser.wait_until_it_waits();
+  const WatchedThread late([&] { write("late"); });
+  late.wait_until_it_waits();
+  EXPECT_EQ(fifo.read_until(kClosing), text_of(message) + kClosing);
 }
 
 TEST_F(LogProcess, ReleaseWakesProducersThatWaitForASlowReader) {
@@ -1136,14 +1143,15 @@ TEST_F(LogProcess, FinishWithoutAWriterWritesWhatPiledUp) {
   for (int i = 0; i < 100; ++i) {
     expected += text_of(std::to_string(i) + padding);
   }
-  std::thread producer([&] {
-    for (int i = 0; i < 100; ++i) {
-      write(std::to_string(i) + padding);
-    }
-  });
-  wait_until([&] { return log.queue().waiting_producers() == 1; });
-  log.finish();
-  producer.join();
+  {
+    const WatchedThread producer([&] {
+      for (int i = 0; i < 100; ++i) {
+        write(std::to_string(i) + padding);
+      }
+    });
+    producer.wait_until_it_waits();
+    log.finish();
+  }
   EXPECT_EQ(written(), expected);
 }
 

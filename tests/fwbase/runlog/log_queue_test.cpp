@@ -4,24 +4,24 @@
 
 #include <atomic>
 #include <cerrno>
+#include <list>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "fwbase/runlog/packed_record.h"
 #include "tests/support/failing_new.h"
+#include "tests/support/watched_thread.h"
 
 using namespace fwbase;
 using fwbase::test::FailingNew;
+using fwbase::test::WatchedThread;
 
 namespace {
 
 class LogQueueTest : public testing::Test {
  protected:
-  bool push(const std::string& message) {
-    return queue.push({IRunLog::ERROR, message.c_str(), "", {}}, round);
-  }
-  void begin_round() { queue.begin_round(++round); }
+  void push(const std::string& message) { queue.push({IRunLog::ERROR, message.c_str(), "", {}}); }
 
   // The messages of all records that are there; "(closed)" when there will be none.
   std::vector<std::string> take() {
@@ -37,9 +37,9 @@ class LogQueueTest : public testing::Test {
     return messages;
   }
 
-  // Ends the round, and gives the messages that were left of it.
+  // Closes the queue, and gives the messages that were left.
   std::vector<std::string> take_rest() {
-    begin_round();
+    queue.close();
     std::vector<std::string> rest;
     for (auto taken = take(); taken != std::vector<std::string>{"(closed)"}; taken = take()) {
       rest.insert(rest.end(), taken.begin(), taken.end());
@@ -47,14 +47,7 @@ class LogQueueTest : public testing::Test {
     return rest;
   }
 
-  void wait_for_producers(unsigned int count) {
-    while (queue.waiting_producers() != count) {
-      std::this_thread::yield();
-    }
-  }
-
   LogQueue queue;
-  unsigned int round = 0;
 };
 
 using Messages = std::vector<std::string>;
@@ -65,7 +58,7 @@ constexpr std::size_t kOverhead = 22;  // of a record without a location
 
 TEST_F(LogQueueTest, TheWriterGetsAllRecordsInTheirOrder) {
   for (const char* message : {"a", "b", "c"}) {
-    EXPECT_TRUE(push(message));
+    push(message);
   }
   EXPECT_EQ(take(), (Messages{"a", "b", "c"}));
   push("d");
@@ -76,25 +69,24 @@ TEST_F(LogQueueTest, IsFullFrom16384BytesOn) {
   const std::string just_below(16383 - kOverhead, 'x');
   const std::string just_full(16384 - kOverhead, 'x');
   push(just_below);
-  EXPECT_TRUE(push("fits"));  // or it would wait for ever
+  push("fits");  // or it would wait for ever
   EXPECT_EQ(take(), (Messages{just_below, "fits"}));
   push(just_full);
-  std::thread producer([&] { push("waits"); });
-  wait_for_producers(1);
+  const WatchedThread producer([&] { push("waits"); });
+  producer.wait_until_it_waits();
   EXPECT_EQ(take(), Messages{just_full});
-  producer.join();
 }
 
 TEST_F(LogQueueTest, ARecordLargerThanTheQueueIsTakenWhenThereIsRoom) {
   const std::string large(100000, 'x');
-  EXPECT_TRUE(push(large));
+  push(large);
   EXPECT_EQ(take(), Messages{large});
 }
 
 TEST_F(LogQueueTest, AProducerWaitsForRoomAndGetsIt) {
   const std::string filler(16384, 'x');
   push(filler);
-  std::thread producer([&] { EXPECT_TRUE(push("behind")); });
+  std::thread producer([&] { push("behind"); });
   EXPECT_EQ(take(), Messages{filler});
   producer.join();
   EXPECT_EQ(take(), Messages{"behind"});
@@ -118,7 +110,7 @@ TEST_F(LogQueueTest, TheWriterWaitsForARecordHoweverLate) {
       std::this_thread::yield();
     }
   }
-  begin_round();
+  queue.close();
   writer.join();
   EXPECT_EQ(taken, 50);
 }
@@ -130,7 +122,7 @@ TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
   for (int t = 0; t < kThreads; ++t) {
     producers.emplace_back([this, t] {
       for (int i = 0; i < kRecords; ++i) {
-        EXPECT_TRUE(push(std::to_string(t) + " " + std::to_string(i)));
+        push(std::to_string(t) + " " + std::to_string(i));
       }
     });
   }
@@ -149,42 +141,34 @@ TEST_F(LogQueueTest, ManyProducersLoseNothingAndKeepTheirOrder) {
   EXPECT_EQ(take_rest(), Messages{});
 }
 
-TEST_F(LogQueueTest, AtTheEndOfARoundItGivesWhatIsThereAndThenNothing) {
+TEST_F(LogQueueTest, WhenClosedItGivesWhatIsThereAndThenNothing) {
   push("a");
-  begin_round();
+  queue.close();
   EXPECT_EQ(take(), Messages{"a"});
   EXPECT_EQ(take(), Messages{"(closed)"});
-  EXPECT_TRUE(push("b"));
+  queue.open();
+  push("b");
   EXPECT_EQ(take(), Messages{"b"});
 }
 
-TEST_F(LogQueueTest, ARecordOfARoundThatIsOverIsRefused) {
-  const auto push_late = [&] { return queue.push({IRunLog::ERROR, "late", "", {}}, 0); };
-  begin_round();
-  EXPECT_FALSE(push_late());
-  EXPECT_EQ(take(), Messages{"(closed)"});
-  EXPECT_FALSE(push_late());
-  EXPECT_EQ(take_rest(), Messages{});
-}
-
-TEST_F(LogQueueTest, TheEndOfARoundWakesTheWriter) {
+TEST_F(LogQueueTest, CloseWakesTheWriter) {
   std::thread writer([&] { EXPECT_EQ(take(), Messages{"(closed)"}); });
-  begin_round();
+  queue.close();
   writer.join();
 }
 
-TEST_F(LogQueueTest, TheRoundEndsBehindTheRecordsOfProducersThatWaitForRoom) {
+TEST_F(LogQueueTest, ClosingLetsProducersInThatWaitForRoom) {
   const std::string filler(16384, 'x');
   push(filler);
-  std::vector<std::thread> producers;
-  for (int i = 0; i < 4; ++i) {
-    producers.emplace_back([&] { EXPECT_TRUE(push("waited")); });
+  {
+    std::list<WatchedThread> producers;
+    for (int i = 0; i < 4; ++i) {
+      producers.emplace_back([&] { push("waited"); }).wait_until_it_waits();
+    }
+    queue.close();
   }
-  wait_for_producers(4);
-  EXPECT_EQ(take_rest(), (Messages{filler, "waited", "waited", "waited", "waited"}));
-  for (std::thread& producer : producers) {
-    producer.join();
-  }
+  push("late");
+  EXPECT_EQ(take_rest(), (Messages{filler, "waited", "waited", "waited", "waited", "late"}));
 }
 
 TEST_F(LogQueueTest, WithoutMemoryARecordIsDroppedWithEnomem) {
@@ -200,21 +184,12 @@ TEST_F(LogQueueTest, WithoutMemoryARecordIsDroppedWithEnomem) {
 
 TEST_F(LogQueueTest, AThreadThatIsCancelledWhileItWaitsLeavesTheQueue) {
   push(std::string(16384, 'x'));
-  std::thread producer([&] { push("never"); });
-  wait_for_producers(1);
-  ::pthread_cancel(producer.native_handle());
-  producer.join();
+  {
+    WatchedThread producer([&] { push("never"); });
+    producer.wait_until_it_waits();
+    producer.cancel();
+  }
   EXPECT_EQ(take().size(), 1u);
   push("x");
   EXPECT_EQ(take(), Messages{"x"});
-}
-
-TEST_F(LogQueueTest, TheRoundDoesNotWaitForAProducerThatIsCancelled) {
-  push(std::string(16384, 'x'));
-  std::thread producer([&] { push("never"); });
-  wait_for_producers(1);
-  std::thread writer([&] { EXPECT_EQ(take_rest().size(), 1u); });
-  ::pthread_cancel(producer.native_handle());
-  producer.join();
-  writer.join();
 }
