@@ -10,7 +10,8 @@
 namespace fwbase::support {
 
 /// Writes what vsnprintf would, without a terminator, and gives its length. Nothing where it does
-/// not know the format, or the text does not fit: then vsnprintf is to be asked, and `text` is lost.
+/// not know the format, or the text does not fit: then vsnprintf is to be asked, and `text` is
+/// lost.
 ///
 /// It knows %d %i %u %x %X, also for l, ll and z, %c, %s, %.Ns, %.*s, %p, %f, %.Nf and %%, with a
 /// width and the flags "-" and "0". A number with a point is left to vsnprintf where the locale has
