@@ -75,8 +75,7 @@ std::vector<fwbase::Finding> shown(std::vector<Finding> findings) {
 std::vector<fwbase::Finding> findings_in(const Document& document, const Signatures* signatures,
                                          const std::vector<std::string>& environment) {
   EmptyEngine engine(signatures);
-  Program program;
-  std::vector<Finding> findings = find_mistakes(document, engine, program);
+  std::vector<Finding> findings = find_mistakes(document, engine);
   for (Finding& one : find_warnings(document, signatures, environment)) {
     findings.push_back(std::move(one));
   }

@@ -23,6 +23,13 @@ struct Stop {};
 
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
+// Empty where the code page cannot express it.
+std::string text_of(const Element& element) {
+  std::string_view text;
+  element.text(text);
+  return std::string(text);
+}
+
 const char* type_name(IScript::VType type) { return type == IScript::VT_INT ? "int" : "string"; }
 
 /// The names that the reader looks for, as the document numbers them.
@@ -79,10 +86,11 @@ struct Declared {
 class Reader {
  public:
   Reader(const Document& document, Surroundings& surroundings, Program& program,
-         std::vector<Finding>* findings)
+         std::vector<Finding>* findings, Outline* outline = nullptr)
       : m_surroundings(surroundings),
         m_program(program),
         m_findings(findings),
+        m_outline(outline),
         m_names(document),
         m_by_name(document.name_count()),
         m_children(document.name_count()) {}
@@ -94,11 +102,10 @@ class Reader {
  private:
   void read_template(const Element& element);
   void read_func(const Element& func);
-  bool read_param(const Element& param, XmlFuncParamRule& rule, Parameter& known);
-  bool read_param_tag(const Element& param, XmlFuncParamRule& rule);
-  bool read_param_type(const Element& param, XmlFuncParamRule& rule);
-  void read_param_must(const Element& param, XmlFuncParamRule& rule);
-  void read_param_default(const Element& param, XmlFuncParamRule& rule);
+  void read_param(const Element& param, XmlFuncParamRule& rule, Parameter& known);
+  bool read_param_tag(const Element& param, std::string_view& tag);
+  bool read_param_must(const Element& param, XmlFuncParamRule& rule);
+  void read_param_default(const Element& param, std::string_view type, XmlFuncParamRule& rule);
   void declare(std::shared_ptr<const XmlFuncRule> rule, std::vector<Parameter> params);
 
   void read_process(const Element& process);
@@ -109,6 +116,8 @@ class Reader {
   void begin_section(const Element& section, std::string_view name);
 
   void read_call(const Element& call);
+  void outline_call(const Element& call, const Element& set);
+  Declared* called(const Element& call);
   Declared* declared(const Element& call);
   Declared make_declared(std::shared_ptr<const XmlFuncRule> rule) const;
   void check_function(const Element& call, Declared& function);
@@ -127,6 +136,8 @@ class Reader {
 
   bool read_attribute(const Element& element, NameId id, const char* name, Mistake mistake,
                       std::string_view& value);
+  bool read_type(const Element& element, Mistake missing, std::string_view& text,
+                 IScript::VType& type);
   void fail(const Element& element, const char* rule, std::string message, Failure failure) {
     fail(element.place(), rule, std::move(message), std::move(failure));
   }
@@ -155,6 +166,7 @@ class Reader {
   Surroundings& m_surroundings;
   Program& m_program;
   std::vector<Finding>* const m_findings;  // null when the first mistake ends reading
+  Outline* const m_outline;                // null when nobody asks for it
   Failure m_failure;
   const Vocabulary m_names;
 
@@ -188,9 +200,23 @@ bool Reader::read_attribute(const Element& element, NameId id, const char* name,
   return false;
 }
 
+bool Reader::read_type(const Element& element, Mistake missing, std::string_view& text,
+                       IScript::VType& type) {
+  if (!read_attribute(element, m_names.type, "type", missing, text)) {
+    return false;
+  }
+  const bool is_known = type_of(text, type);
+  if (!is_known) {
+    fail(element, "bad-type", "the type " + quoted(text) + " is neither \"int\" nor \"string\"",
+         {Mistake::kUnknownType, ec::SCRIPT_BAD_PARAM, std::string(text), {}, 0, 0});
+  }
+  return is_known;
+}
+
 void Reader::read_root(const Element& root) {
-  if (root.name() != "korvid") {
-    fail(root, "wrong-root", "the root element is " + quoted(root.name()) + ", not \"korvid\"",
+  if (root.name() != kRootElement) {
+    fail(root, "wrong-root",
+         "the root element is " + quoted(root.name()) + ", not " + quoted(kRootElement),
          {Mistake::kRootName, ec::SCRIPT_E_ROOT_NAME, root.name(), {}, 0, 0});
     return;
   }
@@ -226,6 +252,9 @@ void Reader::read_func(const Element& func) {
   std::string_view name;
   const bool is_named = read_attribute(func, m_names.name, "name", Mistake::kFuncName, name);
   rule->name = name;
+  if (m_outline != nullptr) {
+    m_outline->functions.add({rule->name, {}});
+  }
   std::vector<Parameter> params;
   for (const Element child : func.children()) {
     if (child.name_id() == m_names.param) {
@@ -253,64 +282,60 @@ void Reader::declare(std::shared_ptr<const XmlFuncRule> rule, std::vector<Parame
   m_declared.emplace(rule->name, std::move(function));
 }
 
-bool Reader::read_param(const Element& param, XmlFuncParamRule& rule, Parameter& known) {
+void Reader::read_param(const Element& param, XmlFuncParamRule& rule, Parameter& known) {
   rule.place = param.place();
-  known.has_tag = read_param_tag(param, rule);
-  known.has_known_type = read_param_type(param, rule);
-  read_param_must(param, rule);
+  std::string_view tag;
+  std::string_view type;
+  known.has_tag = read_param_tag(param, tag);
+  known.has_known_type = read_type(param, Mistake::kParamType, type, rule.type);
+  const bool has_default = read_param_must(param, rule);
+  if (has_default) {
+    read_param_default(param, type, rule);
+  }
+  if (known.has_tag) {
+    rule.tag = tag;
+  }
   known.tag = m_names(rule.tag);
-  return known.has_tag && known.has_known_type;
+  if (m_outline != nullptr) {
+    m_outline->functions.back().parameters.push_back(
+        {std::string(tag), std::string(type),
+         has_default ? std::optional(rule.defaultval) : std::nullopt});
+  }
 }
 
-bool Reader::read_param_tag(const Element& param, XmlFuncParamRule& rule) {
-  std::string_view tag;
+bool Reader::read_param_tag(const Element& param, std::string_view& tag) {
   if (!read_attribute(param, m_names.tag, "tag", Mistake::kParamTag, tag)) {
     return false;
   }
-  if (tag == "params" || tag == "ret") {
+  const bool is_reserved = tag == "params" || tag == "ret";
+  if (is_reserved) {
     fail(param, "reserved-tag", "the tag " + quoted(tag) + " is a keyword of calls",
          {Mistake::kReservedTag, ec::SCRIPT_E_PARAM_TAG, std::string(tag), {}, 0, 0});
-    return false;
   }
-  rule.tag = tag;
-  return true;
+  return !is_reserved;
 }
 
-bool Reader::read_param_type(const Element& param, XmlFuncParamRule& rule) {
-  std::string_view type;
-  if (!read_attribute(param, m_names.type, "type", Mistake::kParamType, type)) {
-    return false;
-  }
-  if (!type_of(type, rule.type)) {
-    fail(param, "bad-type", "the type " + quoted(type) + " is neither \"int\" nor \"string\"",
-         {Mistake::kUnknownType, ec::SCRIPT_BAD_PARAM, std::string(type), {}, 0, 0});
-    return false;
-  }
-  return true;
-}
-
-// Where it cannot be told whether the argument may be missing, no call is blamed.
-void Reader::read_param_must(const Element& param, XmlFuncParamRule& rule) {
+// Whether a default takes the place of a missing argument. Where that cannot be told, no call is
+// blamed.
+bool Reader::read_param_must(const Element& param, XmlFuncParamRule& rule) {
   if (!param.has_attribute(m_names.must)) {
-    return;
+    return false;
   }
   std::string_view must;
   const bool is_read = read_attribute(param, m_names.must, "must", Mistake::kParamMust, must);
-  rule.must = is_read && must == "true";
+  rule.must = must == "true";
+  const bool has_default = must == "false";
   // cppcheck-suppress knownConditionTrueFalse  ; read_attribute() sets the text
-  if (rule.must || !is_read) {
-    return;
-  }
-  if (must != "false") {
+  if (is_read && !rule.must && !has_default) {
     fail(param, "bad-must", "\"must\" is " + quoted(must) + ", neither \"true\" nor \"false\"",
          {Mistake::kUnknownMust, ec::SCRIPT_BAD_PARAM, std::string(must), {}, 0, 0});
-    return;
   }
-  read_param_default(param, rule);
+  return has_default;
 }
 
-void Reader::read_param_default(const Element& param, XmlFuncParamRule& rule) {
-  std::string_view text = rule.type == IScript::VT_INT ? "0" : "";
+void Reader::read_param_default(const Element& param, std::string_view type,
+                                XmlFuncParamRule& rule) {
+  std::string_view text = type == "int" ? "0" : "";
   if (param.has_attribute(m_names.defaultval)) {
     read_attribute(param, m_names.defaultval, "defaultval", Mistake::kParamDefault, text);
   }
@@ -323,6 +348,9 @@ void Reader::read_process(const Element& process) {
   const bool is_read = read_attribute(process, m_names.name, "name", Mistake::kProcessName, name);
   const bool is_unconvertible = !is_read && process.has_attribute(m_names.name);
   if (!name.empty() || is_unconvertible) {
+    if (m_outline != nullptr) {
+      m_outline->other_processes.emplace_back(name);
+    }
     return;
   }
   for (const Element child : process.children()) {
@@ -353,15 +381,11 @@ void Reader::read_var(const Element& var) {
   std::string_view type;
   const bool has_name = read_attribute(var, m_names.name, "name", Mistake::kVarName, name);
   const bool has_value = read_attribute(var, m_names.value, "value", Mistake::kVarValue, value);
-  if (!read_attribute(var, m_names.type, "type", Mistake::kVarType, type)) {
-    return;
+  const bool has_type = read_type(var, Mistake::kVarType, type, variable.type);
+  if (m_outline != nullptr) {
+    m_outline->variables.push_back({std::string(name), std::string(type), std::string(value)});
   }
-  if (!type_of(type, variable.type)) {
-    fail(var, "bad-type", "the type " + quoted(type) + " is neither \"int\" nor \"string\"",
-         {Mistake::kUnknownType, ec::SCRIPT_BAD_PARAM, std::string(type), {}, 0, 0});
-    return;
-  }
-  if (!has_name || !has_value) {
+  if (!has_name || !has_value || !has_type) {
     return;
   }
   variable.name = m_program.keep(name);
@@ -403,6 +427,9 @@ void Reader::read_section(const Element& section) {
          {Mistake::kSectionMemory, ec::SCRIPT_NO_MEMORY, std::string(name), {}, 0, 0});
     throw;
   }
+  if (m_outline != nullptr) {
+    m_outline->sections.add({std::string(name), {}});
+  }
   for (const Element call : section.children()) {
     read_call(call);
   }
@@ -417,6 +444,43 @@ void Reader::begin_section(const Element& section, std::string_view name) {
 }
 
 void Reader::read_call(const Element& call) {
+  Declared* const function = called(call);
+  const auto read_set = [&](const Element& set) {
+    if (m_outline != nullptr) {
+      outline_call(call, set);
+    }
+    if (function != nullptr) {
+      read_argument_set(set, *function);
+    }
+  };
+  bool has_sets = false;
+  for (const Element child : call.children()) {
+    if (child.name_id() == m_names.params) {
+      has_sets = true;
+      read_set(child);
+    }
+  }
+  if (!has_sets) {
+    read_set(call);
+  }
+}
+
+// The arguments that it has, whatever its function takes.
+void Reader::outline_call(const Element& call, const Element& set) {
+  const std::optional<Element> ret = child(set, m_names.ret);
+  Outline::Call written{call.name(), {}, ret ? text_of(*ret) : "", set.place()};
+  for (const Element argument : set.children()) {
+    if (argument.name_id() != m_names.ret && argument.name_id() != m_names.params) {
+      const std::optional<Element> ref = child(argument, m_names.ref);
+      written.arguments.push_back(
+          {argument.name(), text_of(ref.value_or(argument)), ref.has_value()});
+    }
+  }
+  m_outline->sections.back().calls.push_back(std::move(written));
+}
+
+// Null after a mistake.
+Declared* Reader::called(const Element& call) {
   Declared* const function = declared(call);
   if (function == nullptr) {
     const bool is_unconvertible = call.name_id() == Document::kNoName;
@@ -425,22 +489,10 @@ void Reader::read_call(const Element& call) {
              ? "the name of the element is one that the code page of the locale cannot express"
              : "no \"Func\" declares " + quoted(call.name()),
          {Mistake::kUndeclared, ec::SCRIPT_NO_RULE, call.name(), {}, 0, 0});
-    return;
+    return nullptr;
   }
   check_function(call, *function);
-  if (!function->is_provided) {
-    return;
-  }
-  bool has_sets = false;
-  for (const Element child : call.children()) {
-    if (child.name_id() == m_names.params) {
-      has_sets = true;
-      read_argument_set(child, *function);
-    }
-  }
-  if (!has_sets) {
-    read_argument_set(call, *function);
-  }
+  return function->is_provided ? function : nullptr;
 }
 
 Declared* Reader::declared(const Element& call) {
@@ -672,11 +724,20 @@ Failure read_program(const Document& document, Surroundings& surroundings, Progr
   }
 }
 
-std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings,
-                                   Program& program) {
+std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings) {
   std::vector<Finding> findings;
-  Reader(document, surroundings, program, &findings).read_root(document.root());
+  Program unused;
+  Reader(document, surroundings, unused, &findings).read_root(document.root());
   return findings;
+}
+
+Outline read_outline(const Document& document) {
+  Surroundings any_host;
+  std::vector<Finding> mistakes;
+  Program unused;
+  Outline outline;
+  Reader(document, any_host, unused, &mistakes, &outline).read_root(document.root());
+  return outline;
 }
 
 }  // namespace fwbase::script

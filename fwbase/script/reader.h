@@ -12,9 +12,13 @@
 #include <fwbase/ec.h>
 
 #include "fwbase/script/document.h"
+#include "fwbase/script/outline.h"
 #include "fwbase/script/program.h"
 
 namespace fwbase::script {
+
+/// The name of the root of every script.
+inline constexpr std::string_view kRootElement = "korvid";
 
 /// The parameters' types of the functions that a host has registered, by name.
 using Signatures = std::map<std::string, std::vector<IScript::VType>, std::less<>>;
@@ -23,7 +27,7 @@ using Signatures = std::map<std::string, std::vector<IScript::VType>, std::less<
 class Surroundings {
  public:
   /// The host's functions; null when the declarations are to be believed.
-  virtual const Signatures* signatures() const = 0;
+  virtual const Signatures* signatures() const { return nullptr; }
 
   /// What earlier files brought.
   virtual std::shared_ptr<const XmlFuncRule> declared(std::string_view) const { return nullptr; }
@@ -96,8 +100,11 @@ Failure read_program(const Document& document, Surroundings& surroundings, Progr
 
 /// Finds all mistakes of a document; there is none if and only if loading succeeds.
 /// Throws std::bad_alloc.
-std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings,
-                                   Program& program);
+std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings);
+
+/// What a document says as it stands; empty where its root is not that of a script.
+/// Throws std::bad_alloc.
+Outline read_outline(const Document& document);
 
 }  // namespace fwbase::script
 

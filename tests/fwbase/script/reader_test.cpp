@@ -39,8 +39,7 @@ class Reader : public testing::Test {
   // All mistakes as "line:column rule", in the order in which they are found.
   std::vector<std::string> mistakes(const std::string& text) {
     EXPECT_EQ(document.parse(text), 0u) << text;
-    Program unused;
-    findings = script::find_mistakes(document, host, unused);
+    findings = script::find_mistakes(document, host);
     std::vector<std::string> shown;
     for (const Finding& finding : findings) {
       EXPECT_TRUE(finding.is_error);
