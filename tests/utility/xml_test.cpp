@@ -53,6 +53,11 @@ TEST_F(Xml, AFailedLoadForgetsTheDocumentButNotThePath) {
   EXPECT_EQ(xml.save(), XEC_OK);
 }
 
+TEST_F(Xml, TheFileOfAFailedLoadIsNotTheOneToSave) {
+  EXPECT_EQ(load("<r>"), XEC_PARSE);
+  EXPECT_EQ(xml.save(), XEC_BAD_PARAM);
+}
+
 TEST_F(Xml, ReleaseIsHarmlessTwiceAndBeforeAnotherLoad) {
   xml.release();
   ASSERT_EQ(load("<r/>"), XEC_OK);
@@ -105,6 +110,15 @@ TEST_F(Xml, DiscardedElementsGiveTheirMemoryBack) {
   EXPECT_LE(in_use[1], in_use[0] + 65536);
   EXPECT_EQ(root().discard_child_element(root()), XEC_REMOVE_CHILD);
   EXPECT_EQ(root().discard_child_element(CElement()), XEC_BAD_PARAM);
+}
+
+TEST_F(Xml, RemovedAttributesGiveTheirMemoryBack) {
+  ASSERT_EQ(load("<r/>"), XEC_OK);
+  for (int i = 0; i < 10'000; ++i) {
+    ASSERT_EQ(root().insert_attr("a", "value"), XEC_OK);
+    ASSERT_EQ(root().remove_attr("a"), XEC_OK);
+  }
+  EXPECT_FALSE(xml.compact()) << "the document has doubled";
 }
 
 TEST_F(Xml, CompactMakesADocumentAnewThatChangesHaveDoubled) {
