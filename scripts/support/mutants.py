@@ -17,6 +17,7 @@ A mutant is found by its file and its line, wherever that stands. draw chooses l
 alone: nothing is known then of what the tests notice. run applies the mutants in TREE, a configured
 copy of the tree, one at a time, and builds and runs the tests of the folder.
 """
+import concurrent.futures
 import json
 import pathlib
 import random
@@ -29,6 +30,7 @@ import time
 
 TABLES = ("tests/mutants/drawn.txt", "tests/mutants/by_hand.txt")
 BUILD = "build/gcc-debug"
+COMPILERS = 4  # at a time
 TEST_TIMEOUT = 60  # seconds, for each test
 
 
@@ -154,17 +156,16 @@ def draw(seed, count, excluded):
     before = pathlib.Path(TABLES[0])
     reasons = {(m.file, m.line, m.mistake): m.reasons
                for m in (read_table(before) if before.exists() else [])}
+    candidates = [Mutant(0, file, line, chosen.choice(found), [])
+                  for file, line in lines if (found := mistakes(line))]
     drawn = []
-    for file, line in lines:
-        found = mistakes(line)
-        if not found:
-            continue
-        mutant = Mutant(0, file, line, chosen.choice(found), [])
-        if mutant.mistake != line and compiles(commands, mutant):
-            drawn.append(mutant)
-            print(f"{len(drawn)}/{count} {file}", file=sys.stderr)
-            if len(drawn) == count:
-                break
+    with concurrent.futures.ThreadPoolExecutor(COMPILERS) as compilers:
+        while candidates and len(drawn) < count:
+            some, candidates = candidates[:COMPILERS], candidates[COMPILERS:]
+            good = compilers.map(lambda mutant: compiles(commands, mutant), some)
+            drawn += [mutant for mutant, is_good in zip(some, good) if is_good]
+            print(f"{min(len(drawn), count)}/{count}", file=sys.stderr)
+    del drawn[count:]
     drawn.sort(key=lambda m: m.file)
     for number, mutant in enumerate(drawn, 1):
         mutant.number = number

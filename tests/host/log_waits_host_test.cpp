@@ -2,20 +2,25 @@
 #include <fcntl.h>
 #include <fwbase/fwbase.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
 
 #include "tests/support/temp_dir.h"
 #include "tests/support/thread_sleep.h"
+#include "tests/support/watched_thread.h"
 
 using fwbase::IFWBase;
 using fwbase::IRunLog;
 using fwbase::test::TempDir;
+using fwbase::test::WatchedThread;
 
 namespace {
 
@@ -24,8 +29,9 @@ class LogWaits : public testing::Test {
   LogWaits() {
     const std::set<int> before = fwbase::test::threads();
     EXPECT_EQ(facade->init(), ec::FW_OK);
-    for (const int thread : fwbase::test::threads())
+    for (const int thread : fwbase::test::threads()) {
       writer = before.contains(thread) ? writer : thread;
+    }
   }
   ~LogWaits() override { facade->release(); }
 
@@ -74,16 +80,19 @@ class LogWaitsForReader : public LogWaits {
     EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
     m_end = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
     log_to(path);
-    producer = std::thread([this] {
-      m_producing = ::gettid();
+    producer.emplace([this] {
       for (; logged < kRecords; ++logged) log()->write(IRunLog::ERROR, m_message.c_str(), "");
     });
-    fwbase::test::wait_until_asleep(number_of(m_producing));
+    wait_until_full(path);
+    const std::set<std::string> writing{std::to_string(SYS_poll), std::to_string(SYS_write)};
+    while (!writing.contains(fwbase::test::blocking_call(writer)[0])) std::this_thread::yield();
+    producer->wait_until_it_waits();
   }
 
-  static int number_of(const std::atomic<int>& thread) {
-    while (thread == 0) std::this_thread::yield();
-    return thread;
+  static void wait_until_full(const std::string& path) {
+    pollfd other_end = {::open(path.c_str(), O_WRONLY | O_NONBLOCK), POLLOUT, 0};
+    while (::poll(&other_end, 1, 0) != 0) std::this_thread::yield();
+    ::close(other_end.fd);
   }
 
   void begin_to_read() {
@@ -103,35 +112,33 @@ class LogWaitsForReader : public LogWaits {
     return static_cast<int>(count_of(m_message + "\n", m_written));
   }
 
-  std::thread producer;
   std::atomic<int> logged{0};  // those whose write() has returned
 
  private:
   const std::string m_message = "<" + std::string(1000, 'x') + ">";
-  std::atomic<int> m_producing{0};
   std::thread m_reader;
   std::string m_written;
   int m_end = -1;
+
+ protected:
+  std::optional<WatchedThread> producer;
 };
 
 TEST_F(LogWaitsForReader, ProducersWaitForRoomAndGetIt) {
   EXPECT_LT(logged, kRecords);
   begin_to_read();
-  producer.join();
+  producer.reset();
   facade->release();
   EXPECT_EQ(records_read(), kRecords);
 }
 
 TEST_F(LogWaitsForReader, TheEndWaitsForProducersThatWaitForRoom) {
   const int returned = logged;
-  std::atomic<int> releasing{0};
-  std::thread releaser([&] {
-    releasing = ::gettid();
-    facade->runlog()->release();
-  });
-  fwbase::test::wait_until_asleep(number_of(releasing));
-  begin_to_read();
-  releaser.join();
-  producer.join();
+  {
+    const WatchedThread releaser([this] { log()->release(); });
+    releaser.wait_until_it_waits();
+    begin_to_read();
+  }
+  producer.reset();
   EXPECT_GT(records_read(), returned);
 }

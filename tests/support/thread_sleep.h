@@ -7,26 +7,32 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <thread>
+#include <vector>
 
 namespace fwbase::test {
 
-/// Whether a thread of this process waits for a condition or a mutex, however long that takes: a
-/// wait that ends after some time of its own is none.
-inline bool sleeps(int thread) {
+/// The system call in which a thread of this process is blocked: its number and its arguments, or
+/// another word while it runs.
+inline std::vector<std::string> blocking_call(int thread) {
   std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/syscall");
-  // The number of the call, then its arguments: address, operation, value, time limit.
-  std::string word[5];
-  for (std::string& one : word) file >> one;
-  if (word[0].empty()) throw std::runtime_error("cannot tell what a thread waits for");
-  return word[0] == std::to_string(SYS_futex) && word[4] == "0x0";
+  const std::vector<std::string> words{std::istream_iterator<std::string>(file), {}};
+  if (words.empty()) throw std::runtime_error("cannot tell what a thread waits for");
+  return words;
 }
 
+/// Returns when the thread waits for a condition or a mutex, however long that takes: a wait that
+/// ends after some time of its own is none.
 inline void wait_until_asleep(int thread) {
-  while (!sleeps(thread)) std::this_thread::yield();
+  constexpr std::size_t kTimeLimit = 4;
+  for (std::vector<std::string> call; call.size() <= kTimeLimit ||
+                                      call[0] != std::to_string(SYS_futex) ||
+                                      call[kTimeLimit] != "0x0";) {
+    call = blocking_call(thread);
+  }
 }
 
 /// All threads of this process.
