@@ -206,6 +206,19 @@ TEST_F(RunningFacade, ReleaseEndsModulesThenEnvironmentsThenTheLog) {
 
 // Keyed environments
 
+TEST_F(RunningFacade, ReleaseEndsTheScriptEngineBeforeTheEnvironment) {
+  LogCapture log;
+  int unknown = 0;
+  facade.script()->set_value_env("x", static_cast<IScript::VType>(7), &unknown, &unknown);
+  Object object;
+  std::vector<fwbase::test::Record> logged;  // until the object is released
+  object.on_release = [&] { logged = log.records(); };
+  facade.global_env()->insert_obj("name", &object);
+  log.clear();
+  facade.release();
+  EXPECT_EQ(logged, std::vector{record(IRunLog::ERROR, "错误的类型，0x7")});
+}
+
 TEST_F(RunningFacade, AnUnknownKeyGivesTheDefaultEnvironment) {
   EXPECT_EQ(facade.global_env(key(1)), facade.global_env());
   CGlobalEnvImpl env(nullptr);

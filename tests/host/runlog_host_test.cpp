@@ -1,14 +1,12 @@
 #include <fwbase/fwbase.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "tests/support/temp_dir.h"
 
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;
@@ -18,25 +16,13 @@ namespace {
 
 class RunLogHost : public testing::Test {
  protected:
-  RunLogHost() {
-    std::string name = (std::filesystem::temp_directory_path() / "fwbase_XXXXXX").string();
-    directory = ::mkdtemp(name.data());
-    path = directory + "/log";
-  }
-  ~RunLogHost() override {
-    facade->release();
-    std::filesystem::remove_all(directory);
-  }
+  ~RunLogHost() override { facade->release(); }
 
-  std::string written() const {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
-  }
+  std::string written() const { return fwbase::test::read_file(path); }
 
   IFWBase* const facade = IFWBase::instance();
-  std::string directory;
-  std::string path;
+  const fwbase::test::TempDir directory;
+  const std::string path = directory.path("log");
 };
 
 }  // namespace

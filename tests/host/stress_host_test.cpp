@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -23,23 +23,17 @@ IFWBase* facade() { return IFWBase::instance(); }
 
 class Stress : public testing::Test {
  protected:
-  Stress() {
-    std::string name = std::filesystem::temp_directory_path() / "fwbase_stress.XXXXXX";
-    m_directory = mkdtemp(name.data());
-  }
-  ~Stress() override { std::filesystem::remove_all(m_directory); }
-
-  std::string path(const char* file) const { return m_directory / file; }
+  std::string path(const char* file) const { return m_directory.path(file); }
 
   std::string write_script() const {
-    std::ofstream(path("stress.xml")) << R"(<korvid>
+    fwbase::test::write_file(path("stress.xml"), R"(<korvid>
       <template><Func name="add"><param tag="to" type="int"/><param tag="text" type="string"/></Func></template>
       <Process name=""><Data><var name="count" type="int" value="0"/></Data><Exec>
         <section name="run">
           <add><to>1</to><text>one</text><ret>sum</ret></add>
           <add><to><ref>sum</ref></to><text>two</text><ret>sum</ret></add>
           <add><to><ref>sum</ref></to><text>three</text><ret>sum</ret></add>
-        </section></Exec></Process></korvid>)";
+        </section></Exec></Process></korvid>)");
     return path("stress.xml");
   }
 
@@ -62,7 +56,7 @@ class Stress : public testing::Test {
   }
 
  private:
-  std::filesystem::path m_directory;
+  const fwbase::test::TempDir m_directory;
 };
 
 // Adds one to its argument and stores the sum where the script says, in the calling environment.
@@ -78,7 +72,7 @@ struct Add : IScript::ISyntax {
 };
 
 long count_records(const std::string& file) {
-  std::ifstream in(file);
+  std::istringstream in(fwbase::test::read_file(file));
   std::string line;
   long records = 0;
   while (std::getline(in, line)) {

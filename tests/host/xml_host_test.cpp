@@ -3,14 +3,12 @@
 #include <utility/xml.h>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 #include <xercesc/util/PlatformUtils.hpp>
+
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -19,33 +17,25 @@ using utility::CXml;
 
 class XmlHost : public testing::Test {
  protected:
-  XmlHost() {
-    xercesc::XMLPlatformUtils::Initialize();
-    std::string name = (std::filesystem::temp_directory_path() / "fwbase_XXXXXX").string();
-    m_directory = ::mkdtemp(name.data());
-  }
+  XmlHost() { xercesc::XMLPlatformUtils::Initialize(); }
 
   ~XmlHost() override {
     m_xml.release();
-    std::filesystem::remove_all(m_directory);
     xercesc::XMLPlatformUtils::Terminate();
   }
 
-  std::string path(const std::string& name) const { return m_directory + "/" + name; }
-
   unsigned int load(const std::string& text) {
-    std::ofstream(path("x.xml"), std::ios::binary) << text;
-    return m_xml.load(path("x.xml"));
+    fwbase::test::write_file(m_path, text);
+    return m_xml.load(m_path);
   }
 
-  std::string file_text() const {
-    std::ostringstream text;
-    text << std::ifstream(path("x.xml"), std::ios::binary).rdbuf();
-    return text.str();
-  }
+  std::string file_text() const { return fwbase::test::read_file(m_path); }
 
   CXml m_xml;
-  std::string m_directory;
+
+ private:
+  const fwbase::test::TempDir m_directory;
+  const std::string m_path = m_directory.path("x.xml");
 };
 
 TEST_F(XmlHost, LoadsChangesAndSavesADocument) {

@@ -13,6 +13,7 @@
 #include "tests/support/failing_new.h"
 #include "tests/support/in_threads.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/temp_dir.h"
 
 using fwbase::CModuleManage;
 using fwbase::IMM;
@@ -59,19 +60,9 @@ struct ModuleLibraries : testing::Test {
 
 /// A directory for libraries that come and go.
 struct ModuleLibrariesDirectory : ModuleLibraries {
-  ModuleLibrariesDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "fwbase_modules_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-      throw std::runtime_error("no temporary directory");
-    }
-    directory = name;
-  }
-  ~ModuleLibrariesDirectory() override {
-    mm.release();
-    std::filesystem::remove_all(directory);
-  }
+  ~ModuleLibrariesDirectory() override { mm.release(); }
 
-  std::filesystem::path directory;
+  const fwbase::test::TempDir directory;
 };
 
 constexpr const char* kNoFile = ": cannot open shared object file: No such file or directory";
@@ -179,7 +170,7 @@ TEST_F(ModuleLibraries, ANameWithoutSuffixIsTriedWithIt) {
 }
 
 TEST_F(ModuleLibrariesDirectory, AFileThatIsNoLibraryIsReported) {
-  const std::string path = (directory / "text.so").string();
+  const std::string path = directory.path("text.so");
   std::FILE* const file = std::fopen(path.c_str(), "w");
   ASSERT_NE(file, nullptr);
   std::fclose(file);
@@ -199,7 +190,7 @@ TEST_F(ModuleLibraries, AFunctionThatIsNotInTheLibraryIsReported) {
 }
 
 TEST_F(ModuleLibrariesDirectory, AFailedLibraryIsNotTriedAgainBeforeRelease) {
-  const std::string path = (directory / "late.so").string();
+  const std::string path = directory.path("late.so");
   EXPECT_EQ(create(path), ec::MM_BAD_PARAM);
   std::filesystem::copy_file(library("makes_modules"), path);
   EXPECT_EQ(create(path), ec::MM_BAD_PARAM);

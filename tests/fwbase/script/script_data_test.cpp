@@ -281,6 +281,13 @@ TEST_F(ScriptData, AFailedLoadLeavesNoDocumentToSave) {
   EXPECT_EQ(file.text(), process(""));
 }
 
+TEST_F(ScriptData, AFileThatCouldNotBeLoadedIsTheOneToSaveAllTheSame) {
+  EXPECT_EQ(engine.load_text("not XML"), ec::SCRIPT_E_LOAD);
+  EXPECT_EQ(engine.save_script(), ec::SCRIPT_OK) << "nothing has changed";
+  engine.set("x", 1);
+  EXPECT_EQ(engine.save_script(), ec::SCRIPT_E_FORMAT);
+}
+
 TEST_F(ScriptData, AStringThatIsNoTextCannotBeSavedAndTheFileStays) {
   const ScriptFile file(process("<Data/>"));
   ASSERT_EQ(engine.load_script(file.path()), ec::SCRIPT_OK);

@@ -137,6 +137,10 @@ TEST(FwmodExercise, FactoryOrItsModuleCrashes) {
                   "=release");
 }
 
+TEST(FwmodExercise, ADescriptorOfTheHostWithAnotherFileBehindItCountsAsClosed) {
+  expect_exercise(1, "replaces_descriptor", "closes descriptor 0, which is the host's");
+}
+
 TEST(FwmodExercise, ClosingAllDescriptorsOrWritingToThemChangesNoReport) {
   const ProgramResult result = run_fwmod({"--exercise", fault("closes_descriptors")});
   EXPECT_EQ(result.out,

@@ -221,8 +221,8 @@ TEST(FwrunCalls, AnInterruptionIsToldWithItsPlaceAndStatus130) {
        FWRUN_PROGRAM, script.directory()});
   EXPECT_EQ(result.status, 130);
   EXPECT_TRUE(tells_of_interruption(result.err)) << result.err;
-  EXPECT_NE(file_text(script.directory() + "/out").find("global variables:\n"), std::string::npos);
-  EXPECT_NE(file_text(script.directory() + "/run.log").find("log system release"),
+  EXPECT_NE(read_file(script.directory() + "/out").find("global variables:\n"), std::string::npos);
+  EXPECT_NE(read_file(script.directory() + "/run.log").find("log system release"),
             std::string::npos);
 }
 
@@ -237,11 +237,11 @@ TEST(FwrunCalls, ALongRunOnATerminalShowsHowFarItIsUntilCtrlC) {
        "until grep -q 'call [0-9]* of 5000, print' seen || [ ! -e /proc/$! ]; do :; done\n"
        "printf '\\003' >&3; wait $!",
        FWRUN_PROGRAM, script.directory()});
-  const std::string seen = file_text(script.directory() + "/seen");
+  const std::string seen = read_file(script.directory() + "/seen");
   EXPECT_EQ(result.status, 130);
   EXPECT_NE(seen.find("\r\x1b[Kfwrun: section 's', call "), std::string::npos);
   EXPECT_TRUE(tells_of_interruption(seen)) << seen;
-  EXPECT_EQ(file_text(script.directory() + "/printed").find("call"), std::string::npos);
+  EXPECT_EQ(read_file(script.directory() + "/printed").find("call"), std::string::npos);
 }
 
 }  // namespace fwrun::test

@@ -1,8 +1,6 @@
 #include "tests/tools/fwrun/fwrun_program.h"
 
-#include <fstream>
 #include <regex>
-#include <sstream>
 
 #include "tests/tools/fwstd/documented_functions.h"
 
@@ -39,12 +37,6 @@ std::string print_call(const std::string& text) {
 std::string without_places(const std::string& messages) {
   return std::regex_replace(messages, std::regex("fwrun: [^ ]*\\.xml:[0-9]+:[0-9]+: section"),
                             "fwrun: section");
-}
-
-std::string file_text(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
 }
 
 }  // namespace fwrun::test

@@ -6,10 +6,12 @@
 #include <vector>
 
 #include "tests/support/run_program.h"
+#include "tests/support/temp_dir.h"
 
 namespace fwrun::test {
 
 using fwbase::test::ProgramResult;
+using fwbase::test::read_file;
 using fwbase::test::Stdout;
 
 /// Runs fwrun with these arguments.
@@ -31,9 +33,6 @@ extern const char kLogAdvice[];
 
 /// Messages without the "FILE:LINE:COLUMN: " of failing calls.
 std::string without_places(const std::string& messages);
-
-/// The content of a file.
-std::string file_text(const std::string& path);
 
 }  // namespace fwrun::test
 

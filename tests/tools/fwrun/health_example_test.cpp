@@ -40,11 +40,11 @@ TEST(HealthExample, ReportsAndCountsItsRuns) {
 
 TEST(HealthExample, SavesInTheWorkingCopyOnly) {
   const ScriptFile place("");
-  const std::string before = file_text(kHealth);
+  const std::string before = read_file(kHealth);
   EXPECT_EQ(run_example(place.directory()).status, 0);
-  EXPECT_EQ(file_text(kHealth), before);
+  EXPECT_EQ(read_file(kHealth), before);
   EXPECT_NE(
-      file_text(place.directory() + "/health.xml").find("name=\"runs\" type=\"int\" value=\"1\""),
+      read_file(place.directory() + "/health.xml").find("name=\"runs\" type=\"int\" value=\"1\""),
       std::string::npos);
 }
 

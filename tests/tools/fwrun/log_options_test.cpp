@@ -42,7 +42,7 @@ std::string logged(std::vector<std::string> options) {
   const ProgramResult result = run_fwrun(options);
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
-  return file_text(log);
+  return read_file(log);
 }
 
 }  // namespace
@@ -81,9 +81,9 @@ TEST(FwrunLog, AppendsToTheFile) {
   const ScriptFile script(logging_script());
   const std::string log = script.directory() + "/run.log";
   run_fwrun({script.path(), "--log", log, "--level", "warn"});
-  const std::string first = file_text(log);
+  const std::string first = read_file(log);
   run_fwrun({script.path(), "--log", log, "--level", "alert"});
-  const std::string both = file_text(log);
+  const std::string both = read_file(log);
   EXPECT_EQ(both.rfind(first, 0), 0U) << both;
   EXPECT_EQ(messages(both), "WA");
 }

@@ -59,8 +59,8 @@ TEST(FwrunOutput, AClosedStandardOutputDoesNotEndInTheLog) {
   const ProgramResult result =
       run_fwrun({script.path(), "--log", log, "--level", "all"}, Stdout::kClosed);
   EXPECT_EQ(result.status, 1);
-  EXPECT_NE(file_text(log).find("print: cannot write"), std::string::npos) << file_text(log);
-  EXPECT_EQ(file_text(log).find("lost text\n"), std::string::npos) << file_text(log);
+  EXPECT_NE(read_file(log).find("print: cannot write"), std::string::npos) << read_file(log);
+  EXPECT_EQ(read_file(log).find("lost text\n"), std::string::npos) << read_file(log);
 }
 
 }  // namespace fwrun::test

@@ -101,7 +101,7 @@ TEST(FwrunVariables, PrintLogsNothingAboutNamesThatAreNoVariables) {
   const ScriptFile script(script_with("<section name=\"s\"/>", kRuns));
   const std::string log = script.directory() + "/run.log";
   run_fwrun({script.path(), "--print", "--log", log, "--level", "error"});
-  EXPECT_EQ(file_text(log).find("[ERROR]"), std::string::npos) << file_text(log);
+  EXPECT_EQ(read_file(log).find("[ERROR]"), std::string::npos) << read_file(log);
 }
 
 TEST(FwrunVariables, SaveWritesGlobalVariablesBack) {
