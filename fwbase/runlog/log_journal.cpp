@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "utility/uninterrupted.h"
 #include "utility/write_signal_block.h"
@@ -122,14 +123,14 @@ std::unique_ptr<LogJournal> LogJournal::make(const std::string& path, std::size_
     errno = EFBIG;
     return nullptr;
   }
-  const std::string name = path;
-  const int descriptor = open_journal(name, O_CREAT | O_EXCL);
+  std::string name = path;
+  const int descriptor = open_journal(path, O_CREAT | O_EXCL);
   if (descriptor < 0) {
     return nullptr;
   }
-  std::unique_ptr<LogJournal> journal(new (std::nothrow) LogJournal(name, descriptor));
+  std::unique_ptr<LogJournal> journal(new (std::nothrow) LogJournal(std::move(name), descriptor));
   if (!journal) {
-    ::unlink(name.c_str());
+    ::unlink(path.c_str());
     ::close(descriptor);
     errno = ENOMEM;
     return nullptr;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "fwbase/runlog/journal_format.h"
 
@@ -67,7 +68,8 @@ class LogJournal {
   void done(std::uint64_t to);
 
  private:
-  LogJournal(const std::string& path, int descriptor) : m_path(path), m_descriptor(descriptor) {}
+  LogJournal(std::string path, int descriptor)
+      : m_path(std::move(path)), m_descriptor(descriptor) {}
 
   enum class Locked { kYes, kByAnother, kGone, kFailed };
   Locked lock() const;
