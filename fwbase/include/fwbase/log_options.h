@@ -27,7 +27,11 @@ struct LogOptions {
   unsigned int keep_level = 0;
 
   /// In queued mode, a copy of the queue is kept in a file beside the log, <file>.journal: records
-  /// whose write() has returned are not lost when the process is killed.
+  /// whose write() has returned are not lost when the process is killed. The next file() of that
+  /// log, whatever its options, writes what is left, once, in order, before anything new. A damaged
+  /// one is renamed to <file>.journal.damaged. Where another process has a journal for that log, as
+  /// the parent of a forked child, and where none can be made, a record says so and there is none.
+  /// See docs/log_journal.md.
   bool journal = false;
 
   /// A log file that reaches so many bytes with a record becomes a backup.
