@@ -254,7 +254,7 @@ void LogJournal::note(const JournalNote& note) {
 
 // The begin comes first: without it, the batch would look as if it had to be written again.
 void LogJournal::done(std::uint64_t to) {
-  m_begin.store(to, std::memory_order_release);
+  m_begin = to;
   store(m_header->begin, to);
   store(m_header->noted, 0);
 }

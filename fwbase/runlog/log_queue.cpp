@@ -45,6 +45,7 @@ void LogQueue::journal(LogJournal* journal) {
 void LogQueue::push(const LogRecord& record) {
   MutexGuard lock(m_mutex);
   bool is_large = false;
+  std::uint64_t begin = journal_begin();
   Appended appended = is_full(is_large) ? Appended::kLater : append(record);
   while (appended == Appended::kLater || appended == Appended::kLargeLater) {
     if (drops(record.type)) {
@@ -52,7 +53,8 @@ void LogQueue::push(const LogRecord& record) {
       return;
     }
     is_large = is_large || appended == Appended::kLargeLater;
-    wait_for_room(lock, is_large);
+    wait_for_room(lock, is_large, begin);
+    begin = journal_begin();
     appended = is_full(is_large) ? Appended::kLater : append(record);
   }
   if (wants_writer()) {
@@ -102,8 +104,10 @@ LogQueue::Appended LogQueue::keep(std::size_t from) {
   return Appended::kYes;
 }
 
-// A thread may be cancelled while it waits, and the writer or others may be waiting for it.
-void LogQueue::wait_for_room(MutexGuard& lock, bool for_large) {
+// The writer tells only those who wait that there is room in the journal: that may have come since
+// the producer looked. A thread may be cancelled while it waits, and the writer or others may be
+// waiting for it.
+void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, std::uint64_t seen_begin) {
   struct Waiting {
     LogQueue& queue;
     const bool for_large;
@@ -119,7 +123,9 @@ void LogQueue::wait_for_room(MutexGuard& lock, bool for_large) {
   } const waiting{*this, for_large};
   ++m_waiting;
   m_large_waiting += for_large ? 1 : 0;
-  lock.wait(m_room);
+  if (journal_begin() == seen_begin) {
+    lock.wait(m_room);
+  }
 }
 
 bool LogQueue::wants_writer() {
@@ -147,8 +153,10 @@ LogQueue::Dropped LogQueue::take_dropped() {
 }
 
 void LogQueue::journal_has_room() {
-  const MutexGuard lock(m_mutex);
-  m_room.notify_all();
+  if (m_waiting != 0) {
+    const MutexGuard lock(m_mutex);
+    m_room.notify_all();
+  }
 }
 
 void LogQueue::wait_for_records(MutexGuard& lock) {
