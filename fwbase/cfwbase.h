@@ -38,6 +38,9 @@ class CFWBase final : public IFWBase {
   /// For what hosts ask of the built-in engine beside IScript.
   CScript& built_in_script() { return m_scr; }
 
+  /// The same of the built-in log.
+  CLogProcess& built_in_log() { return m_log; }
+
   /// For the end of the process: writes what is queued in the run log and ends its thread. The
   /// facade stays usable, for threads that are still running and destructors that come later.
   void finish_log();

@@ -4,8 +4,8 @@
 # Fails each allocation and each I/O call of each operation in turn, takes rights and the root
 # directory from hosts that log, or gives them rights (as root only), cancels threads in the middle of
 # operations, forks hosts whose threads use the library and the C library's time zone, and kills hosts
-# that save and log: a part of the allocations, 400 cancellations of each operation, 20 forks and 50
-# kills, or with --long all of them, 4,000, 200 and 1,000.
+# that save and log, with a journal and without: a part of the allocations, 400 cancellations of each
+# operation, 20 forks and 50 kills, or with --long all of them, 4,000, 200 and 1,000.
 . scripts/support/common.sh
 
 cancellations=400 forks=20 kills=50 form=()
@@ -15,7 +15,8 @@ case "${1:-}" in
   *) die "'$1'?" ;;
 esac
 programs=build/gcc-debug/tests/faults
-build gcc-debug --target alloc_faults io_faults changed_rights cancellations fork_host kills
+build gcc-debug --target alloc_faults io_faults changed_rights cancellations fork_host kills \
+  journal_kills
 
 # Each scenario runs in a process of its own and says what it has done.
 failed=0
@@ -42,5 +43,8 @@ done
 say "Killing hosts"
 for scenario in saving logging; do
   "$programs/kills" "$scenario" "$kills" || failed=1
+done
+for variant in plain rotation restarts; do
+  "$programs/journal_kills" "$variant" "$kills" || failed=1
 done
 exit "$failed"

@@ -2,10 +2,10 @@
 # usage: ./dev stress [SECONDS [PRESET]]
 #
 # Runs random operations on all components, scripts side by side, hosts that rotate their log with
-# hardly a descriptor left, and an overload of the log (built optimised), for that long each: 600
-# seconds and the preset tsan unless others are given. Between them, scripts are reloaded 1,000
-# times, 10,000,000 environments come and go, and as many formats are compared with snprintf.
-# "helgrind" as the preset runs the operations in Helgrind.
+# hardly a descriptor left, an overload of a slow disk and one of the log with each of its policies
+# (both built optimised), for that long each: 600 seconds and the preset tsan unless others are given.
+# Between them, scripts are reloaded 1,000 times, 10,000,000 environments come and go, and as many
+# formats are compared with snprintf. "helgrind" as the preset runs the operations in Helgrind.
 . scripts/support/common.sh
 
 # Takes 50 times as long, and is wanted for the operations only.
@@ -32,10 +32,11 @@ say "1,000 reloads"
 say "Rotation with hardly a descriptor left for $seconds s"
 "build/$preset/tests/stress/descriptor_limit" "$seconds"
 # The sanitizers' allocators tell nothing about memory.
-build gcc-release --target slow_disk environments_end formats
+build gcc-release --target slow_disk log_overload environments_end formats
 say "10,000,000 environments"
 build/gcc-release/tests/stress/environments_end 10000000
 say "10,000,000 formats"
 build/gcc-release/tests/stress/formats 10000000
 say "Overload of the log for $seconds s"
 build/gcc-release/tests/stress/slow_disk "$seconds"
+build/gcc-release/tests/stress/log_overload "$seconds"

@@ -103,9 +103,13 @@ class Boost : public Logger {
   boost::shared_ptr<QueuedSink> m_queued;
 };
 
-const RegisterLogger boost_row("Boost.Log", Role::kPeer, [](Mode mode, const std::string& file) {
-  return std::make_unique<Boost>(mode, file);
-});
+// The size of its queue is compiled in: it has one.
+const RegisterLogger boost_row("Boost.Log", Role::kPeer,
+                               [](Mode mode, const std::string& file) -> std::unique_ptr<Logger> {
+                                 return mode != Mode::kLargeQueue
+                                            ? std::make_unique<Boost>(mode, file)
+                                            : nullptr;
+                               });
 
 }  // namespace
 

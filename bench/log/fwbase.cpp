@@ -1,4 +1,5 @@
 // The run log, by the macro of the library's own code and by that of its hosts.
+#include <fwbase/log_options.h>
 #include <fwbase/module.h>
 
 #include "bench/facade.h"
@@ -13,11 +14,15 @@ class RunLog : public Logger {
  public:
   RunLog(Mode mode, const std::string& file) {
     IRunLog* const log = m_facade->runlog();
+    LogOptions options;
+    options.queue_bytes = mode == Mode::kLargeQueue ? 1 << 20 : options.queue_bytes;
+    options.journal = mode == Mode::kJournal;
+    require(log_options(options));
     require(log->file(file.c_str()));
     log->info(mode == Mode::kWithDetails
                   ? IRunLog::INFO_TIME | IRunLog::INFO_PID | IRunLog::INFO_TID
                   : 0);
-    log->asynch(mode == Mode::kQueued);
+    log->asynch(is_queued(mode));
     log->type(mode == Mode::kDisabled ? IRunLog::ERROR : IRunLog::WARN);
   }
 

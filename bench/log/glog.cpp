@@ -50,8 +50,8 @@ class Glog : public Logger {
 
 const RegisterLogger glog_row("glog", Role::kPeer,
                               [](Mode mode, const std::string& file) -> std::unique_ptr<Logger> {
-                                return mode != Mode::kQueued ? std::make_unique<Glog>(mode, file)
-                                                             : nullptr;
+                                return !is_queued(mode) ? std::make_unique<Glog>(mode, file)
+                                                        : nullptr;
                               });
 
 }  // namespace

@@ -23,8 +23,9 @@ class Log4cplus : public Logger {
         new log4cplus::FileAppender(file, std::ios_base::trunc, true));
     appender->setLayout(std::make_unique<log4cplus::PatternLayout>(
         "[%p]: " + details + "this(0xb0000000) %M %F(%L) " BENCH_COMPILED "\r%n >%m%n"));
-    if (mode == Mode::kQueued) {
-      appender = new log4cplus::AsyncAppender(appender, kQueuedRecords);
+    if (is_queued(mode)) {
+      appender =
+          new log4cplus::AsyncAppender(appender, static_cast<unsigned>(queued_records(mode)));
     }
     m_logger.addAppender(appender);
     m_logger.setLogLevel(mode == Mode::kDisabled ? log4cplus::ERROR_LOG_LEVEL

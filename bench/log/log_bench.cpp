@@ -51,7 +51,7 @@ class Session {
 double sustained(const LoggerKind& kind, const Work& work) {
   const Session session(kind, work.mode);
   const int each = work.records / work.threads;
-  const bool alone = work.threads == 1 && work.mode != Mode::kQueued;
+  const bool alone = work.threads == 1 && !is_queued(work.mode);
   const auto measure = alone ? own_nanoseconds_each : nanoseconds_each;
   const double spent = measure(each * work.threads, [&] {
     on_threads(work.threads, [&](int thread) { session->log(thread * each, each); });
@@ -76,6 +76,20 @@ double at_low_rate(const LoggerKind& kind, int records) {
   return spent;
 }
 
+// Only the calls are measured, of so many records at once; the writer is idle when they come.
+double in_a_burst(const LoggerKind& kind, Mode mode, int bursts) {
+  constexpr int kBurst = 200;
+  const Session session(kind, mode);
+  double spent = 0;
+  for (int burst = 0; burst < bursts; ++burst) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    spent += nanoseconds_each(kBurst * bursts, [&] { session->log(burst * kBurst, kBurst); });
+  }
+  session->finish();
+  session.check(kBurst * bursts);
+  return spent;
+}
+
 bool has_mode(const LoggerKind& kind, Mode mode) {
   const test::TempDir directory;
   return kind.make(mode, directory.path("bench.log")) != nullptr;
@@ -97,6 +111,29 @@ Group sustained_group(const std::string& title, const Work& work, std::vector<Ta
                   [=](const LoggerKind& kind) { return sustained(kind, work); });
 }
 
+// The same records with a journal and without one.
+Group journal_group(const std::string& title, int threads, int records) {
+  Group group{title, "ns per record", {}, {}};
+  for (const LoggerKind& kind : logger_kinds()) {
+    if (kind.role == Role::kOurs) {
+      const std::string name = kind.name + ", with a journal";
+      group.rows.push_back({kind.name, kind.role, [=] {
+                              return sustained(kind, {Mode::kQueued, threads, records});
+                            }});
+      group.rows.push_back({name, kind.role, [=] {
+                              return sustained(kind, {Mode::kJournal, threads, records});
+                            }});
+      group.targets.push_back({name, kind.name, 1.2});
+    }
+  }
+  return group;
+}
+
+Group burst_group(const std::string& title, Mode mode, int bursts, std::vector<Target> targets) {
+  return group_of(title, mode, std::move(targets),
+                  [=](const LoggerKind& kind) { return in_a_burst(kind, mode, bursts); });
+}
+
 // Both kinds of our records have to meet a target.
 std::vector<Target> both(const std::string& against, double limit) {
   return {{kOwn, against, limit}, {kHost, against, limit}};
@@ -109,6 +146,7 @@ std::vector<Group> groups(const Options& options) {
             });
   const int records = static_cast<int>(options.operations(20000));
   const int rare_records = static_cast<int>(options.operations(200));
+  const int bursts = static_cast<int>(options.operations(50));
   const int calls = static_cast<int>(options.operations(50000000));
   std::vector<Target> direct = both(kTheFloor, 1.2);
   for (const Target& target : both("spdlog", 1.05)) {
@@ -125,6 +163,12 @@ std::vector<Group> groups(const Options& options) {
       group_of("queued, a record every ms, time in the call", Mode::kQueued,
                both(kFastestPeer, 0.5),
                [=](const LoggerKind& kind) { return at_low_rate(kind, rare_records); }),
+      journal_group("queued with a journal, 1 producer", 1, records),
+      journal_group("queued with a journal, 4 producers", 4, records),
+      burst_group("burst of 200 records, queue of 16 KiB, time in the call", Mode::kQueued, bursts,
+                  {}),
+      burst_group("burst of 200 records, queue of 1 MiB, time in the call", Mode::kLargeQueue,
+                  bursts, both(kFastestPeer, 0.8)),
   };
 }
 

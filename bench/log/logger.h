@@ -20,11 +20,19 @@ enum class Mode {
   kDisabled,     ///< the level of the record is off
   kDirect,       ///< written by the caller
   kWithDetails,  ///< likewise, with the time, the process and the thread in each record
-  kQueued        ///< written by a thread; when kQueuedRecords wait, callers block
+  kQueued,       ///< written by a thread; when kQueuedRecords wait, callers block
+  kLargeQueue,   ///< likewise, with kManyQueuedRecords
+  kJournal       ///< as kQueued; what waits survives that the process is killed
 };
 
-/// As many records as the library's queue of 16,384 bytes has room for.
+/// As many records as the library's queue of 16,384 bytes has room for, and one of 1 MiB.
 constexpr std::size_t kQueuedRecords = 76;
+constexpr std::size_t kManyQueuedRecords = 64 * kQueuedRecords;
+
+inline bool is_queued(Mode mode) { return mode >= Mode::kQueued; }
+inline std::size_t queued_records(Mode mode) {
+  return mode == Mode::kLargeQueue ? kManyQueuedRecords : kQueuedRecords;
+}
 
 class Logger {
  public:

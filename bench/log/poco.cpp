@@ -51,9 +51,8 @@ class PocoLogger : public Logger {
 
 const RegisterLogger poco_row("Poco", Role::kPeer,
                               [](Mode mode, const std::string& file) -> std::unique_ptr<Logger> {
-                                return mode != Mode::kQueued
-                                           ? std::make_unique<PocoLogger>(mode, file)
-                                           : nullptr;
+                                return !is_queued(mode) ? std::make_unique<PocoLogger>(mode, file)
+                                                        : nullptr;
                               });
 
 }  // namespace

@@ -13,8 +13,8 @@ class Spdlog : public Logger {
  public:
   Spdlog(Mode mode, const std::string& file) {
     auto sink = std::make_shared<spdlog::sinks::basic_file_sink_mt>(file, true);
-    if (mode == Mode::kQueued) {
-      m_writer = std::make_shared<spdlog::details::thread_pool>(kQueuedRecords, 1);
+    if (is_queued(mode)) {
+      m_writer = std::make_shared<spdlog::details::thread_pool>(queued_records(mode), 1);
       m_logger = std::make_shared<spdlog::async_logger>("bench", sink, m_writer,
                                                         spdlog::async_overflow_policy::block);
     } else {

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include <fwbase/fwbase.h>
+#include <fwbase/log_options.h>
 #include <fwbase/module.h>
 
 #include "command_line.h"
@@ -35,6 +36,8 @@ what its file says then; a faulty file changes nothing, and the log says what is
   --script FILE        what to do for a session; counters are saved in this file at the end
   --module FILE        the module library that has the functions of the script
   --log FILE           the run log (session_server.log)
+  --journal            keep the queue of the log in a file beside it, FILE.journal, so that no
+                       record is lost when the server is killed
   --log-lines          log a record for each line and each session that ends, too
   --port N             0, as when not given: a port that the system chooses
   --threads N          threads that run scripts (as many as processors)
@@ -49,6 +52,7 @@ struct Options {
   std::string script;
   std::string module;
   std::string log = "session_server.log";
+  bool journal = false;
   bool log_lines = false;
   bool help = false;
   int max_sessions = 0;  ///< 0: not given
@@ -62,6 +66,7 @@ std::string parse(int argc, char** argv, Options& options) {
   line.text("--script", options.script);
   line.text("--module", options.module);
   line.text("--log", options.log);
+  line.flag("--journal", options.journal);
   line.flag("--log-lines", options.log_lines);
   line.flag("--help", options.help);
   line.number("--port", options.server.port, 0, 65535);
@@ -136,7 +141,9 @@ IMM::IBase* create_session_pool() { return new session_server::SessionPool; }
 /// them, so that no session waits for the disk.
 bool open_log(const Options& options) {
   IRunLog* const log = IFWBase::instance()->runlog();
-  if (ec::failed(log->file(options.log.c_str()))) {
+  fwbase::LogOptions settings;
+  settings.journal = options.journal;
+  if (ec::failed(fwbase::log_options(settings)) || ec::failed(log->file(options.log.c_str()))) {
     return false;
   }
   log->info(IRunLog::INFO_TIME | IRunLog::INFO_PID);

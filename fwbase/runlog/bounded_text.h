@@ -26,7 +26,7 @@ class BoundedText {
 
   template <typename Number>
   BoundedText& add_number(Number number, int base) {
-    char digits[16];
+    char digits[24];
     const char* const end = std::to_chars(digits, digits + sizeof digits, number, base).ptr;
     return add({digits, static_cast<std::size_t>(end - digits)});
   }

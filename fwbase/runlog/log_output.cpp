@@ -2,6 +2,9 @@
 // has room there.
 #include "fwbase/runlog/log_output.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -11,7 +14,7 @@
 #include <new>
 #include <utility>
 
-#include "fwbase/runlog/runlog.h"
+#include "fwbase/runlog/journal_recovery.h"
 #include "fwbase/support/gbk.h"
 #include "utility/cancellation_block.h"
 
@@ -42,28 +45,46 @@ void put_on_standard_output(const RecordTexts& texts) {
 
 // --- What the output is ---
 
-ec::EC LogOutput::open(const char* path) {
+ec::EC LogOutput::open(const char* path, Opened& opened) {
   try {
-    auto opened = std::make_unique<LogFile>();
-    LogRotation rotation(path);
-    if (!opened->open(rotation.path())) {
-      return ec::LOG_OPEN_FAILED;
-    }
-    const utility::CancellationBlock no_cancellation;
-    const WriteGuard guard(m_lock);
-    // A rotation may just have made it a backup.
-    if (!rotation.names(*opened) && !opened->open_regular(rotation.path())) {
-      return ec::LOG_OPEN_FAILED;
-    }
-    m_file.swap(opened);
-    m_rotation = std::move(rotation);
-    m_failure_reported = false;
-    m_standard_output = false;
-    publish();
-    return ec::LOG_OK;
+    opened.rotation = LogRotation(path);
+    opened.file = std::make_unique<LogFile>();
+    return opened.file->open(opened.rotation.path()) ? ec::LOG_OK : ec::LOG_OPEN_FAILED;
   } catch (const std::bad_alloc&) {
     return ec::LOG_NO_MEMORY;
   }
+}
+
+ec::EC LogOutput::install(Opened& opened) {
+  const utility::CancellationBlock no_cancellation;
+  const WriteGuard guard(m_lock);
+  try {
+    opened.rotation.limit(m_limits);
+  } catch (const std::bad_alloc&) {
+    return ec::LOG_NO_MEMORY;
+  }
+  // A rotation may just have made it a backup.
+  if (!opened.rotation.names(*opened.file) && !opened.file->open_regular(opened.rotation.path())) {
+    return ec::LOG_OPEN_FAILED;
+  }
+  m_file.swap(opened.file);
+  m_rotation = std::move(opened.rotation);
+  m_failure_reported = false;
+  m_standard_output = false;
+  adopt_journal();
+  publish();
+  return ec::LOG_OK;
+}
+
+ec::EC LogOutput::limit(const RotationLimits& limits) {
+  const WriteGuard guard(m_lock);
+  try {
+    m_rotation.limit(limits);
+  } catch (const std::exception&) {
+    return ec::LOG_NO_MEMORY;
+  }
+  m_limits = limits;
+  return ec::LOG_OK;
 }
 
 void LogOutput::restart() {
@@ -77,7 +98,7 @@ void LogOutput::close(const LogRecord& last) {
   RecordTexts text;
   text.add(last);
   const WriteGuard guard(m_lock);
-  put(text);
+  put(text, nullptr);
   m_file.reset();
   publish();
 }
@@ -98,28 +119,80 @@ void LogOutput::write(const LogRecord& record) {
   write(text);
 }
 
-void LogOutput::write(const RecordTexts& texts) {
+void LogOutput::write(const RecordTexts& texts, const Journaled* journaled) {
   const WriteGuard guard(m_lock);
-  put(texts);
+  put(texts, journaled);
 }
 
-void LogOutput::put(const RecordTexts& texts) {
+void LogOutput::put(const RecordTexts& texts, const Journaled* journaled) {
   if (m_file) {
-    put_into_file(texts);
+    put_into_file(texts, journaled);
   } else if (m_standard_output && texts.count() != 0) {
     put_on_standard_output(texts);
   }
+  if (journaled != nullptr && texts.count() != 0) {
+    journaled->journal.done(texts.mark_of(texts.count() - 1));  // also without a file
+  }
 }
 
-void LogOutput::put_into_file(const RecordTexts& texts) {
+void LogOutput::put_into_file(const RecordTexts& texts, const Journaled* journaled) {
   for (std::size_t next = 0; next < texts.count() && m_file;) {
-    const std::size_t count = m_rotation.records_until_due(texts, next, m_file->counted_position());
-    const LogFile::Appended appended = m_file->append(texts, next, count);
-    next += appended.count;
-    if (appended.written && m_rotation.due(m_file->counted_position()) && !rotate()) {
-      next -= appended.count;
+    next += put_next(texts, next, journaled).count;
+    if (journaled != nullptr && next != 0) {
+      journaled->journal.done(texts.mark_of(next - 1));  // also one that could not be written
     }
   }
+}
+
+// As put_into_file(), up to a record that cannot be written.
+bool LogOutput::put_whole(const RecordTexts& texts, const Journaled* journaled) {
+  for (std::size_t next = 0; next < texts.count();) {
+    const LogFile::Appended appended =
+        m_file ? put_next(texts, next, journaled) : LogFile::Appended{0, false};
+    if (!appended.written) {
+      return false;
+    }
+    next += appended.count;
+  }
+  return true;
+}
+
+LogFile::Appended LogOutput::put_next(const RecordTexts& texts, std::size_t next,
+                                      const Journaled* journaled) {
+  const std::size_t count = m_rotation.records_until_due(texts, next, m_file->counted_position());
+  if (journaled != nullptr) {
+    note(texts, next, count, *journaled);
+  }
+  LogFile::Appended appended = m_file->append(texts, next, count);
+  std::size_t written = appended.written ? appended.count : appended.count - 1;
+  if (appended.written && m_rotation.due(m_file->counted_position()) && !rotate()) {
+    appended.count = written = 0;
+  }
+  if (journaled != nullptr) {
+    LogJournal& journal = journaled->journal;
+    journal.done(written != 0 ? texts.mark_of(next + written - 1) : journal.begin());
+  }
+  return appended;
+}
+
+void LogOutput::note(const RecordTexts& texts, std::size_t first, std::size_t count,
+                     const Journaled& journaled) {
+  struct stat status;
+  if (!m_file->status(status)) {
+    return;
+  }
+  const std::size_t begin = texts.begin_of(first);
+  const std::size_t last = first + count - 1;
+  const auto text = std::string_view(texts.bytes()).substr(begin, texts.end_of(last) - begin);
+  JournalNote note;
+  note.device = status.st_dev;
+  note.inode = status.st_ino;
+  note.offset = static_cast<std::uint64_t>(status.st_size);
+  note.length = text.size();
+  note.hash = journal_hash(text);
+  note.to = texts.mark_of(last);
+  note.times = journaled.times;
+  journaled.journal.note(note);
 }
 
 // --- Rotation ---
@@ -150,18 +223,152 @@ bool LogOutput::rotate() {
   return result != LogRotation::Result::kDoneTooLate;
 }
 
-// Whatever levels are enabled, as the closing record: it is about the file itself.
 void LogOutput::report_failed_rotation(std::string_view message, std::string_view reason) {
-  if (m_failure_reported) {
-    return;
+  if (!m_failure_reported) {
+    LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+    m_failure_reported = report(message, reason, location);
   }
+}
+
+// Whatever levels are enabled, as the closing record: it is about the file itself.
+bool LogOutput::report(std::string_view message, std::string_view reason, LocationText& location) {
   BoundedText whole;
   whole.add(message).add(reason);
-  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
   RecordTexts text;
-  const bool made =
-      text.add(new_record(m_state.read().details, IRunLog::ERROR, whole.text(), location.text()));
-  m_failure_reported = made && m_file->append(text, 0, 1).written;
+  return m_file &&
+         text.add(
+             new_record(m_state.read().details, IRunLog::ERROR, whole.text(), location.text())) &&
+         m_file->append(text, 0, 1).written;
+}
+
+// --- Journals ---
+
+std::unique_ptr<LogJournal> LogOutput::make_journal(std::size_t capacity) {
+  const WriteGuard guard(m_lock);
+  if (!m_file) {
+    return nullptr;
+  }
+  if (!m_rotation.rotates()) {
+    report_journal(GBK("日志不是普通文件,队列没有.journal文件"));
+    return nullptr;
+  }
+  try {
+    if (adopt_journal() == LogJournal::Adopted::kLocked) {
+      report_journal(GBK(".journal文件属于另一进程,本进程的队列没有.journal文件"));
+      return nullptr;
+    }
+    std::unique_ptr<LogJournal> made = LogJournal::make(m_rotation.journal(), capacity);
+    if (!made) {
+      report_journal(GBK("无法建立.journal文件,队列没有.journal文件: error="),
+                     ::strerrordesc_np(errno));
+    }
+    return made;
+  } catch (const std::bad_alloc&) {
+    report_journal(GBK("无法建立.journal文件,队列没有.journal文件: error="),
+                   ::strerrordesc_np(ENOMEM));
+    return nullptr;
+  }
+}
+
+LogJournal::Adopted LogOutput::adopt_journal() {
+  LogJournal::Adopted adopted = LogJournal::Adopted::kNone;
+  try {
+    if (m_rotation.rotates()) {
+      std::unique_ptr<LogJournal> journal;
+      JournalContent content;
+      adopted = LogJournal::adopt(m_rotation.journal(), journal, content);
+      if (adopted == LogJournal::Adopted::kTaken && recover(*journal, content)) {
+        journal->remove();
+      } else if (adopted == LogJournal::Adopted::kTaken) {
+        adopted = LogJournal::Adopted::kFailed;
+      }
+    }
+  } catch (const std::bad_alloc&) {
+    errno = ENOMEM;
+    adopted = LogJournal::Adopted::kFailed;
+  }
+  if (adopted == LogJournal::Adopted::kDamaged) {
+    report_journal(GBK(".journal文件已损坏,改名为.journal.damaged,其中的记录未写入"));
+  } else if (adopted == LogJournal::Adopted::kUntrusted) {
+    report_journal(GBK(".journal不是本用户独有的普通文件,其中的记录未写入"));
+  } else if (adopted == LogJournal::Adopted::kFailed) {
+    report_journal(GBK(".journal文件中的记录未能全部写入,保留该文件: error="),
+                   ::strerrordesc_np(errno));
+  }
+  return adopted;
+}
+
+// Each step leaves the journal so that a process that is killed here is recovered from as well.
+bool LogOutput::recover(LogJournal& journal, const JournalContent& content) {
+  if (content.note && !complete_noted_batch(journal, content)) {
+    return false;
+  }
+  constexpr std::size_t kAtOnce = 256;
+  RecordTexts texts;
+  const auto begin = std::upper_bound(content.ends.begin(), content.ends.end(), journal.begin());
+  const std::size_t noted = content.noted_records();
+  for (auto next = static_cast<std::size_t>(begin - content.ends.begin());
+       next < content.ends.size();) {
+    const bool is_noted = next < noted;
+    const std::size_t count = std::min(kAtOnce, (is_noted ? noted : content.ends.size()) - next);
+    const Journaled journaled{journal, is_noted ? content.note->times : JournalTimes::kStored};
+    if (!content.add_texts(next, count, journaled.times, texts) || !put_whole(texts, &journaled)) {
+      return false;
+    }
+    texts.clear();
+    next += count;
+  }
+  return true;
+}
+
+// Afterwards the records of the batch are all in the log, or none is.
+bool LogOutput::complete_noted_batch(LogJournal& journal, const JournalContent& content) {
+  const JournalNote& note = *content.note;
+  RecordTexts batch;
+  std::string name;
+  std::string there;
+  if (!content.add_texts(0, content.noted_records(), note.times, batch)) {
+    return false;
+  }
+  if (!read_noted_file(note, m_rotation.names(), name, there)) {
+    return true;
+  }
+  const BatchInLog found = find_batch(note, batch, there);
+  if (found.begun != 0) {
+    const auto rest = std::string_view(batch.bytes()).substr(found.begun);
+    if (!complete_file(name, rest)) {
+      return false;
+    }
+  } else if (std::find(found.written.begin(), found.written.end(), true) == found.written.end()) {
+    return true;
+  } else if (!put_missing(content, found.written)) {
+    return false;
+  }
+  journal.done(note.to);
+  return true;
+}
+
+bool LogOutput::complete_file(const std::string& name, std::string_view rest) {
+  LogFile backup;
+  const bool is_open = name == m_rotation.path() || backup.open_regular(name.c_str());
+  RecordTexts text;
+  return is_open && text.add(rest) &&
+         (name == m_rotation.path() ? *m_file : backup).append(text, 0, 1).written;
+}
+
+bool LogOutput::put_missing(const JournalContent& content, const std::vector<bool>& written) {
+  RecordTexts missing;
+  for (std::size_t record = 0; record < written.size(); ++record) {
+    if (!written[record] && !content.add_texts(record, 1, content.note->times, missing)) {
+      return false;
+    }
+  }
+  return put_whole(missing, nullptr);
+}
+
+void LogOutput::report_journal(std::string_view message, std::string_view reason) {
+  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+  report(message, reason, location);
 }
 
 // --- Forks ---

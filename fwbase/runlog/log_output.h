@@ -4,14 +4,18 @@
 
 #include <ctime>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include <fwbase/ec.h>
 
 #include "fwbase/runlog/log_file.h"
+#include "fwbase/runlog/log_journal.h"
 #include "fwbase/runlog/log_record.h"
 #include "fwbase/runlog/log_rotation.h"
 #include "fwbase/runlog/log_state.h"
+#include "fwbase/runlog/runlog.h"
 #include "fwbase/support/rw_lock.h"
 
 namespace fwbase {
@@ -24,8 +28,18 @@ class LogOutput {
   LogOutput(const LogOutput&) = delete;
   LogOutput& operator=(const LogOutput&) = delete;
 
-  /// As IRunLog::file().
-  ec::EC open(const char* path);
+  /// A file that is to become the output.
+  struct Opened {
+    std::unique_ptr<LogFile> file;
+    LogRotation rotation;
+  };
+
+  /// Opens a file, without the lock: that may take as long as a FIFO has no reader.
+  static ec::EC open(const char* path, Opened& opened);
+
+  /// Makes it the output, in place of that of before; on failure that stays. What a journal beside
+  /// it holds is written first.
+  ec::EC install(Opened& opened);
 
   /// Closes the file. Standard output is the output then, if a file was ever open.
   void restart();
@@ -33,8 +47,23 @@ class LogOutput {
   /// Writes a last record and closes the file, in one step. Standard output stays.
   void close(const LogRecord& last);
 
+  /// When the file is rotated, from now on. LOG_NO_MEMORY changes nothing.
+  ec::EC limit(const RotationLimits& limits);
+
+  /// A journal of the log that is open, for its queue; what was there is adopted first. Null where
+  /// there can be none: a record says why.
+  std::unique_ptr<LogJournal> make_journal(std::size_t capacity);
+
+  /// Where queued records come from.
+  struct Journaled {
+    LogJournal& journal;  ///< marks of texts are its numbers behind the records
+    JournalTimes times;
+  };
+
   void write(const LogRecord& record);
-  void write(const RecordTexts& texts);
+
+  /// The journal, if there is one, gets a note of each batch, and all of the records as done.
+  void write(const RecordTexts& texts, const Journaled* journaled = nullptr);
 
   /// Around fork(), in the thread that forks.
   void before_fork(const timespec& deadline) { m_lock.before_fork(deadline); }
@@ -42,8 +71,25 @@ class LogOutput {
   void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
  private:
-  void put(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
-  void put_into_file(const RecordTexts& texts) FWBASE_REQUIRES(m_lock);
+  void put(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
+  LogFile::Appended put_next(const RecordTexts& texts, std::size_t next, const Journaled* journaled)
+      FWBASE_REQUIRES(m_lock);
+  void put_into_file(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
+  bool put_whole(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
+  void note(const RecordTexts& texts, std::size_t first, std::size_t count,
+            const Journaled& journaled) FWBASE_REQUIRES(m_lock);
+
+  LogJournal::Adopted adopt_journal() FWBASE_REQUIRES(m_lock);
+  bool recover(LogJournal& journal, const JournalContent& content) FWBASE_REQUIRES(m_lock);
+  bool complete_noted_batch(LogJournal& journal, const JournalContent& content)
+      FWBASE_REQUIRES(m_lock);
+  bool put_missing(const JournalContent& content, const std::vector<bool>& written)
+      FWBASE_REQUIRES(m_lock);
+  bool complete_file(const std::string& name, std::string_view rest) FWBASE_REQUIRES(m_lock);
+  bool report(std::string_view message, std::string_view reason, LocationText& location)
+      FWBASE_REQUIRES(m_lock);
+  void report_journal(std::string_view message, std::string_view reason = {})
+      FWBASE_REQUIRES(m_lock);
   bool rotate() FWBASE_REQUIRES(m_lock);
   void report_failed_rotation(std::string_view message, std::string_view reason = {})
       FWBASE_REQUIRES(m_lock);
@@ -56,6 +102,7 @@ class LogOutput {
   bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
   std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
   LogRotation m_rotation FWBASE_GUARDED_BY(m_lock);
+  RotationLimits m_limits FWBASE_GUARDED_BY(m_lock);
   bool m_failure_reported FWBASE_GUARDED_BY(m_lock) = false;  // of the rotation
 };
 

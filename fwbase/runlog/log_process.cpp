@@ -1,6 +1,9 @@
 // Starting, stopping and settings of the log, and the way of a record: to the output or the queue.
 #include "fwbase/runlog/log_process.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include "fwbase/runlog/local_time.h"
 #include "utility/cancellation_block.h"
 
@@ -16,7 +19,8 @@ class FWBASE_SCOPED_CAPABILITY CLogProcess::Standstill {
   explicit Standstill(CLogProcess& log) FWBASE_ACQUIRE(log.m_gate) FWBASE_REQUIRES(log.m_lifecycle)
       : m_log(announced(log)), m_alone(log.m_gate) {
     m_log.m_writer.stop();
-    m_log.m_queue.open();  // for the writer that init() may start
+    m_log.end_journal();
+    m_log.m_queue.open();  // for the writer that may be started
   }
   ~Standstill() FWBASE_RELEASE() {
     m_log.m_state.change([](LogState& state) { state.standstill = false; });
@@ -33,6 +37,35 @@ class FWBASE_SCOPED_CAPABILITY CLogProcess::Standstill {
 
   CLogProcess& m_log;
   const support::WriteGuard m_alone;
+};
+
+// A standstill at whose end there is a writer again if there was one, with a journal if one is
+// wanted. Where the writer cannot be started records are written directly.
+class FWBASE_SCOPED_CAPABILITY CLogProcess::Pause {
+ public:
+  explicit Pause(CLogProcess& log) FWBASE_ACQUIRE(log.m_gate) FWBASE_REQUIRES(log.m_lifecycle)
+      : m_log(log), m_ran(runs(log)), m_standstill(log) {}
+  ~Pause() FWBASE_RELEASE() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+    if (m_ran) {
+      m_log.start_journal();
+    }
+    if (m_ran && !m_log.m_writer.start()) {
+      m_log.end_journal();
+      m_log.m_state.change([](LogState& state) { state.direct_only = true; });
+    }
+  }
+  Pause(const Pause&) = delete;
+  Pause& operator=(const Pause&) = delete;
+
+ private:
+  // It changes under m_lifecycle only.
+  static bool runs(const CLogProcess& log) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+    return log.m_writer.runs();
+  }
+
+  CLogProcess& m_log;
+  const bool m_ran;
+  const Standstill m_standstill;
 };
 
 // --- Start and end ---
@@ -77,11 +110,69 @@ void CLogProcess::info(unsigned int flags) {
 }
 
 void CLogProcess::asynch(bool on) {
+  if (!m_wants_journal) {
+    m_state.change([=](LogState& state) { state.asynch = on; });
+    return;
+  }
+  const CancellationBlock no_cancellation;
+  const MutexGuard lifecycle(m_lifecycle);
+  const Pause pause(*this);
   m_state.change([=](LogState& state) { state.asynch = on; });
 }
 
+// A journal belongs to one log: what it holds is written there before the log becomes another.
 ec::EC CLogProcess::file(const char* path) {
-  return path != nullptr ? m_output.open(path) : ec::LOG_BAD_PARAM;
+  if (path == nullptr) {
+    return ec::LOG_BAD_PARAM;
+  }
+  LogOutput::Opened opened;
+  const ec::EC result = LogOutput::open(path, opened);
+  if (ec::failed(result) || !m_wants_journal) {
+    return ec::failed(result) ? result : m_output.install(opened);
+  }
+  const CancellationBlock no_cancellation;
+  const MutexGuard lifecycle(m_lifecycle);
+  const Pause pause(*this);
+  return m_output.install(opened);
+}
+
+ec::EC CLogProcess::options(const LogOptions& options) {
+  const bool is_valid = options.queue_bytes != 0 && options.file_bytes != 0 &&
+                        options.backups >= 0 && options.when_full >= LogOptions::kWait &&
+                        options.when_full <= LogOptions::kDropBelow;
+  const CancellationBlock no_cancellation;
+  const MutexGuard lifecycle(m_lifecycle);
+  if (!is_valid || m_state.read().asynch) {
+    return ec::LOG_BAD_PARAM;
+  }
+  const ec::EC result = m_output.limit({options.file_bytes, options.backups});
+  if (ec::succeeded(result)) {
+    m_queue.options(options);
+    m_wants_journal = options.journal;
+  }
+  return result;
+}
+
+// --- The journal ---
+
+void CLogProcess::start_journal() {
+  if (m_wants_journal && m_state.read().queued()) {
+    constexpr std::size_t kBeside = 65536;  // for records that are longer than the queue
+    constexpr std::size_t kMost = (SIZE_MAX - kBeside) / 2;
+    m_journal = m_output.make_journal(2 * std::min(m_queue.bytes(), kMost) + kBeside);
+  }
+  m_queue.journal(m_journal.get());
+  m_writer.journal(m_journal.get());
+}
+
+// All that was queued is written.
+void CLogProcess::end_journal() {
+  m_queue.journal(nullptr);
+  m_writer.journal(nullptr);
+  if (m_journal) {
+    m_journal->remove();
+    m_journal.reset();
+  }
 }
 
 // --- Records ---
@@ -126,9 +217,10 @@ void CLogProcess::after_fork_in_parent() {
   m_gate.after_fork_in_parent();
 }
 
-// A standstill of the parent's, and what its queue holds, are not the child's.
+// A standstill of the parent's, and what its queue and its journal hold, are not the child's.
 void CLogProcess::after_fork_in_child() {
   local_time().after_fork_in_child();
+  m_journal.reset();
   m_queue.after_fork_in_child();
   m_output.after_fork_in_child();
   m_gate.after_fork_in_child();

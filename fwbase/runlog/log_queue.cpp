@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <chrono>
 #include <new>
+#include <utility>
 
 #include "fwbase/runlog/packed_record.h"
 
@@ -18,23 +19,43 @@ constexpr std::chrono::microseconds kNap(500);
 /// After so many naps without a record the writer goes to sleep.
 constexpr int kNaps = 16;
 
-/// What is kept for the next records; one that was larger is given back.
-constexpr std::size_t kKeptRoom = 4 * LogQueue::kMark;
+/// So many times what the queue may hold is kept for the next records; what was larger is given
+/// back.
+constexpr std::size_t kKeptTimes = 4;
 
 }  // namespace
+
+void LogQueue::options(const LogOptions& options) {
+  const MutexGuard lock(m_mutex);
+  m_options = options;
+}
+
+std::size_t LogQueue::bytes() {
+  const MutexGuard lock(m_mutex);
+  return m_options.queue_bytes;
+}
+
+void LogQueue::journal(LogJournal* journal) {
+  const MutexGuard lock(m_mutex);
+  m_journal = journal;
+}
 
 // --- Producers ---
 
 void LogQueue::push(const LogRecord& record) {
   MutexGuard lock(m_mutex);
-  while (m_open && m_records.size() >= kMark) {
-    lock.wait(m_room);
-  }
-  try {
-    pack_record(record, m_records);
-  } catch (const std::exception&) {
-    errno = ENOMEM;
-    return;
+  bool is_large = false;
+  std::uint64_t begin = journal_begin();
+  Appended appended = is_full(is_large) ? Appended::kLater : append(record);
+  while (appended == Appended::kLater || appended == Appended::kLargeLater) {
+    if (drops(record.type)) {
+      ++m_dropped.queue_full;
+      return;
+    }
+    is_large = is_large || appended == Appended::kLargeLater;
+    wait_for_room(lock, is_large, begin);
+    begin = journal_begin();
+    appended = is_full(is_large) ? Appended::kLater : append(record);
   }
   if (wants_writer()) {
     m_writer = Writer::kAwake;
@@ -43,27 +64,103 @@ void LogQueue::push(const LogRecord& record) {
   }
 }
 
+bool LogQueue::drops(IRunLog::Type level) const {
+  return m_options.when_full == LogOptions::kDropNew ||
+         (m_options.when_full == LogOptions::kDropBelow && (level & m_options.keep_level) == 0);
+}
+
+LogQueue::Appended LogQueue::append(const LogRecord& record) {
+  const std::size_t before = m_records.size();
+  try {
+    pack_record(record, m_records);
+  } catch (const std::exception&) {
+    errno = ENOMEM;
+    return Appended::kNever;
+  }
+  const Appended kept = m_journal != nullptr ? keep(before) : Appended::kYes;
+  if (kept != Appended::kYes) {
+    m_records.resize(before);
+  }
+  return kept;
+}
+
+// A record that is longer than the journal waits until that is empty; the others wait for it, or it
+// would never be.
+LogQueue::Appended LogQueue::keep(std::size_t from) {
+  const std::size_t size = m_records.size() - from;
+  if (size > m_journal->capacity()) {
+    if (!m_journal->is_empty()) {
+      return Appended::kLargeLater;
+    }
+    if (!m_journal->grow(size)) {
+      ++m_dropped.no_room;
+      return Appended::kNever;
+    }
+  }
+  if (!m_journal->has_room(size)) {
+    return Appended::kLater;
+  }
+  m_journal->put(m_records.data() + from, size);
+  return Appended::kYes;
+}
+
+// The writer tells only those who wait that there is room in the journal: that may have come since
+// the producer looked. A thread may be cancelled while it waits, and the writer or others may be
+// waiting for it.
+void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, std::uint64_t seen_begin) {
+  struct Waiting {
+    LogQueue& queue;
+    const bool for_large;
+    ~Waiting() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+      if (for_large) {
+        --queue.m_large_waiting;
+        queue.m_room.notify_all();
+      }
+      if (--queue.m_waiting == 0 && !queue.m_open) {
+        queue.m_filled.notify_one();
+      }
+    }
+  } const waiting{*this, for_large};
+  ++m_waiting;
+  m_large_waiting += for_large ? 1 : 0;
+  if (journal_begin() == seen_begin) {
+    lock.wait(m_room);
+  }
+}
+
 bool LogQueue::wants_writer() {
   return m_writer == Writer::kAsleep ||
-         (m_writer == Writer::kNapping && m_records.size() >= kMark / 2);
+         (m_writer == Writer::kNapping && m_records.size() >= m_options.queue_bytes / 2);
 }
 
 // --- The writer ---
 
 bool LogQueue::take(std::vector<char>& records) {
   records.clear();
-  if (records.capacity() > kKeptRoom) {
+  MutexGuard lock(m_mutex);
+  if (records.capacity() / kKeptTimes > m_options.queue_bytes) {
     std::vector<char>().swap(records);
   }
-  MutexGuard lock(m_mutex);
   wait_for_records(lock);
   records.swap(m_records);
   m_room.notify_all();
-  return !records.empty();
+  return !records.empty() || m_dropped.no_room != 0;
+}
+
+LogQueue::Dropped LogQueue::take_dropped() {
+  const MutexGuard lock(m_mutex);
+  return std::exchange(m_dropped, {});
+}
+
+void LogQueue::journal_has_room() {
+  if (m_waiting != 0) {
+    const MutexGuard lock(m_mutex);
+    m_room.notify_all();
+  }
 }
 
 void LogQueue::wait_for_records(MutexGuard& lock) {
-  for (int naps = 0; m_records.empty() && m_open; ++naps) {
+  for (int naps = 0; is_idle() && !has_ended(); ++naps) {
     if (naps < kNaps) {
       m_writer = Writer::kNapping;
       lock.wait_for(m_filled, kNap);
@@ -90,7 +187,9 @@ void LogQueue::after_fork_in_child() {
   if (m_mutex.after_fork_in_child()) {
     std::vector<char>().swap(m_records);
   }
+  const LogOptions options = m_options;
   new (this) LogQueue;
+  m_options = options;
 }
 
 }  // namespace fwbase

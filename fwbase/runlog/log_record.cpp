@@ -96,18 +96,27 @@ LogRecord new_record(unsigned int details, IRunLog::Type type, const char* messa
   return record;
 }
 
-bool RecordTexts::add(const LogRecord& record) {
-  const std::size_t before = m_ends.size();
+template <typename Append>
+bool RecordTexts::add_by(std::uint64_t mark, Append append) {
+  const std::size_t before = m_records.size();
   try {
-    m_ends.push_back(0);
-    append_record(m_bytes, record);
-    m_ends.back() = m_bytes.size();
+    m_records.push_back({0, mark});
+    append();
+    m_records.back().end = m_bytes.size();
     return true;
   } catch (const std::exception&) {
-    m_ends.resize(before);
+    m_records.resize(before);
     errno = ENOMEM;
     return false;
   }
+}
+
+bool RecordTexts::add(const LogRecord& record, std::uint64_t mark) {
+  return add_by(mark, [&] { append_record(m_bytes, record); });
+}
+
+bool RecordTexts::add(std::string_view bytes) {
+  return add_by(0, [&] { m_bytes.append(bytes); });
 }
 
 void RecordTexts::clear() {
@@ -115,7 +124,7 @@ void RecordTexts::clear() {
     m_bytes = std::pmr::string(m_bytes.get_allocator());
   }
   m_bytes.clear();
-  m_ends.clear();
+  m_records.clear();
 }
 
 }  // namespace fwbase

@@ -7,6 +7,7 @@
 #include <memory_resource>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <fwbase/irunlog.h>
@@ -31,26 +32,39 @@ LogRecord new_record(unsigned int details, IRunLog::Type type, const char* messa
 class RecordTexts {
  public:
   explicit RecordTexts(std::pmr::memory_resource* memory = std::pmr::new_delete_resource())
-      : m_bytes(memory), m_ends(memory) {}
+      : m_bytes(memory), m_records(memory) {}
   RecordTexts(const RecordTexts&) = delete;
   RecordTexts& operator=(const RecordTexts&) = delete;
 
   /// Appends a record. False without memory: nothing is appended then, and errno is ENOMEM.
-  bool add(const LogRecord& record);
+  /// mark   what the caller wants to know of the record later
+  bool add(const LogRecord& record, std::uint64_t mark = 0);
+
+  /// The same of bytes that are a part of a record.
+  bool add(std::string_view bytes);
 
   /// Gives back room that few records need, and keeps the rest for the next ones.
   void clear();
 
-  std::size_t count() const { return m_ends.size(); }
+  std::size_t count() const { return m_records.size(); }
   const std::pmr::string& bytes() const { return m_bytes; }
 
   /// Where a record begins and ends in bytes().
-  std::size_t begin_of(std::size_t record) const { return record == 0 ? 0 : m_ends[record - 1]; }
-  std::size_t end_of(std::size_t record) const { return m_ends[record]; }
+  std::size_t begin_of(std::size_t record) const { return record == 0 ? 0 : end_of(record - 1); }
+  std::size_t end_of(std::size_t record) const { return m_records[record].end; }
+  std::uint64_t mark_of(std::size_t record) const { return m_records[record].mark; }
 
  private:
+  struct Added {
+    std::size_t end;
+    std::uint64_t mark;
+  };
+
+  template <typename Append>
+  bool add_by(std::uint64_t mark, Append append);
+
   std::pmr::string m_bytes;
-  std::pmr::vector<std::size_t> m_ends;
+  std::pmr::vector<Added> m_records;
 };
 
 }  // namespace fwbase

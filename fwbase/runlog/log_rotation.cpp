@@ -18,8 +18,6 @@ namespace fwbase {
 
 namespace {
 
-constexpr const char* kSuffixes[] = {".bak.~", ".bak.3", ".bak.2", ".bak.1", ".bak.0", ""};
-
 // Names in these directories stand for devices and for files that are open elsewhere.
 bool leads_through_system(std::string_view path) {
   return (path.starts_with("/dev/") && !path.starts_with("/dev/shm/")) ||
@@ -37,6 +35,15 @@ std::string absolute_name(const std::string& path) {
   return std::string(parent == "/" ? "" : parent) + "/" + path.substr(path.rfind('/') + 1);
 }
 
+std::vector<std::string> names_of(const std::string& file, int backups) {
+  std::vector<std::string> names{file + ".bak.~"};
+  for (int number = backups; number > 0; --number) {
+    names.push_back(file + ".bak." + std::to_string(number - 1));
+  }
+  names.push_back(file);
+  return names;
+}
+
 bool is_same(const struct stat& one, const struct stat& other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
@@ -49,14 +56,18 @@ bool rename_if_free(const std::string& from, const std::string& to) {
 
 }  // namespace
 
-bool rotation_due(std::int64_t position) {
+bool rotation_due(std::int64_t position, std::uint64_t file_bytes) {
+  if (file_bytes > UINT32_MAX) {
+    return position >= 0 && static_cast<std::uint64_t>(position) >= file_bytes;
+  }
   // 32 bits count: a log of 4 GiB that was there before is appended to, not rotated at once.
-  return position >= 0 && static_cast<std::uint32_t>(position) >= kRotationSize;
+  return position >= 0 && static_cast<std::uint32_t>(position) >= file_bytes;
 }
 
 // --- The names ---
 
-LogRotation::LogRotation(const char* path) {
+LogRotation::LogRotation(const char* path, const RotationLimits& limits)
+    : m_file_bytes(limits.file_bytes) {
   std::string name = path;
   if (!leads_through_system(name) && utility::find_target(name) == utility::Target::kFile) {
     name = absolute_name(name);
@@ -65,9 +76,15 @@ LogRotation::LogRotation(const char* path) {
     name = path;
   }
   m_directory = utility::directory_of(name);
-  for (std::size_t i = 0; i < m_names.size(); ++i) {
-    m_names[i] = name + kSuffixes[i];
+  m_journal = name + ".journal";
+  m_names = names_of(name, limits.backups);
+}
+
+void LogRotation::limit(const RotationLimits& limits) {
+  if (has_name()) {
+    m_names = names_of(m_names.back(), limits.backups);
   }
+  m_file_bytes = limits.file_bytes;
 }
 
 bool LogRotation::names(const LogFile& file) const {
@@ -93,7 +110,7 @@ bool LogRotation::is_backup(const struct stat& file) const {
 
 bool LogRotation::due(std::int64_t position) const {
   const bool failed = m_failed_at >= 0 && position >= m_failed_at;
-  return m_rotates && rotation_due(position) &&
+  return m_rotates && rotation_due(position, m_file_bytes) &&
          (!failed || position >= m_failed_at + kRotationRetry);
 }
 

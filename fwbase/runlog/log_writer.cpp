@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "fwbase/runlog/packed_record.h"
+#include "fwbase/runlog/runlog.h"
+#include "fwbase/support/gbk.h"
 
 namespace fwbase {
 
@@ -43,25 +45,64 @@ void LogWriter::stop() {
   write_queued();
 }
 
-// Without memory for all texts at once, those that are there are written first. The flags of this
-// moment, not of the record's, say whether a time is read.
 void LogWriter::write_queued() {
   std::vector<char> packed;
   RecordTexts texts;
-  const auto write = [&] {
-    m_output.write(texts);
-    texts.clear();
-  };
+  m_taken = m_journal != nullptr ? m_journal->begin() : 0;
   while (m_queue.take(packed)) {
-    PackedRecords records(packed);
-    while (const auto record = records.next((m_state.read().details & IRunLog::INFO_TIME) != 0)) {
-      if (!texts.add(*record)) {
-        write();
-        texts.add(*record);
-      }
-    }
-    write();
+    write_packed(packed, texts);
+    report_dropped(m_queue.take_dropped());
   }
+}
+
+// Without memory for all texts at once, those that are there are written first. The flags of this
+// moment, not of the record's, say whether a time is read.
+void LogWriter::write_packed(const std::vector<char>& packed, RecordTexts& texts) {
+  const bool with_time = (m_state.read().details & IRunLog::INFO_TIME) != 0;
+  PackedRecords records(packed);
+  while (const auto record = records.next(with_time)) {
+    const std::uint64_t behind = m_taken + records.taken();
+    if (!texts.add(*record, behind)) {
+      write(texts, with_time);
+      texts.add(*record, behind);
+    }
+  }
+  write(texts, with_time);
+  m_taken += packed.size();
+  if (m_journal != nullptr) {
+    m_journal->done(m_taken);  // also what there was no memory for
+    m_queue.journal_has_room();
+  }
+}
+
+void LogWriter::write(RecordTexts& texts, bool with_time) {
+  if (m_journal != nullptr) {
+    const LogOutput::Journaled journaled{*m_journal,
+                                         with_time ? JournalTimes::kAll : JournalTimes::kNone};
+    m_output.write(texts, &journaled);
+  } else {
+    m_output.write(texts);
+  }
+  texts.clear();
+}
+
+void LogWriter::report_dropped(const LogQueue::Dropped& dropped) {
+  if (dropped.queue_full != 0) {
+    report_dropped(GBK("队列已满"), dropped.queue_full);
+  }
+  if (dropped.no_room != 0) {
+    report_dropped(GBK("磁盘空间不足,.journal文件容不下过长的记录"), dropped.no_room);
+  }
+}
+
+// Whatever levels are enabled. It stands where the records are missing, and comes even if nothing
+// is logged any more: the queue was full, so that there was something to take.
+void LogWriter::report_dropped(const char* reason, std::uint64_t count) {
+  BoundedText message;
+  message.add(reason).add(GBK(",丢弃了")).add_number(count, 10).add(GBK("条记录"));
+  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+  m_output.write(
+      new_record(m_state.read().details, IRunLog::ERROR, message.text(), location.text()));
 }
 
 }  // namespace fwbase

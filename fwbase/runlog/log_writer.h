@@ -4,6 +4,9 @@
 
 #include <pthread.h>
 
+#include <cstdint>
+#include <vector>
+
 #include "fwbase/runlog/log_output.h"
 #include "fwbase/runlog/log_queue.h"
 #include "fwbase/runlog/log_state.h"
@@ -24,15 +27,29 @@ class LogWriter {
   /// Writes what is in the queue, which was closed, and ends the thread, if there is one.
   void stop();
 
-  /// In a forked child: the thread is the parent's.
-  void after_fork_in_child() { m_runs = false; }
+  bool runs() const { return m_runs; }
+
+  /// While it does not run: the journal that the queue has from now on, or null.
+  void journal(LogJournal* journal) { m_journal = journal; }
+
+  /// In a forked child: the thread and the journal are the parent's.
+  void after_fork_in_child() {
+    m_runs = false;
+    m_journal = nullptr;
+  }
 
  private:
   void write_queued();
+  void write_packed(const std::vector<char>& packed, RecordTexts& texts);
+  void write(RecordTexts& texts, bool with_time);
+  void report_dropped(const LogQueue::Dropped& dropped);
+  void report_dropped(const char* reason, std::uint64_t count);
 
   const PublishedState& m_state;
   LogQueue& m_queue;
   LogOutput& m_output;
+  LogJournal* m_journal = nullptr;
+  std::uint64_t m_taken = 0;  // behind the last record from the queue, as the journal counts
   pthread_t m_thread{};
   bool m_runs = false;
 };

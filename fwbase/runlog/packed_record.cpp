@@ -36,6 +36,19 @@ void pack_record(const LogRecord& record, std::vector<char>& bytes) {
   put(at, &time, sizeof time);
 }
 
+std::size_t packed_size(std::string_view bytes) {
+  std::size_t end = sizeof(IRunLog::Type);
+  for (int text = 0; text < 2; ++text) {
+    const std::size_t zero = end <= bytes.size() ? bytes.find('\0', end) : bytes.npos;
+    if (zero == bytes.npos) {
+      return 0;
+    }
+    end = zero + 1;
+  }
+  end += kFieldsRoom - sizeof(IRunLog::Type);
+  return end <= bytes.size() ? end : 0;
+}
+
 template <typename Field>
 void PackedRecords::take(Field& field) {
   std::memcpy(&field, m_next, sizeof field);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "fwbase/runlog/log_record.h"
@@ -13,21 +14,29 @@ namespace fwbase {
 /// Appends a copy of the record. Throws std::bad_alloc; then nothing is appended.
 void pack_record(const LogRecord& record, std::vector<char>& bytes);
 
+/// The size of the packed record that bytes begin with; 0 where they begin with none.
+std::size_t packed_size(std::string_view bytes);
+
 /// Takes packed records off the front of bytes, which hold nothing else.
 class PackedRecords {
  public:
   explicit PackedRecords(const std::vector<char>& bytes)
-      : m_next(bytes.data()), m_end(bytes.data() + bytes.size()) {}
+      : PackedRecords(bytes.data(), bytes.data() + bytes.size()) {}
+  PackedRecords(const char* begin, const char* end) : m_begin(begin), m_next(begin), m_end(end) {}
 
   /// The next record; its texts point into the bytes. Whether it holds a time is not stored: the
   /// caller says. Nothing when none is left.
   std::optional<LogRecord> next(bool with_time);
+
+  /// How many bytes were taken.
+  std::size_t taken() const { return static_cast<std::size_t>(m_next - m_begin); }
 
  private:
   template <typename Field>
   void take(Field& field);
   void take(const char*& text);
 
+  const char* m_begin;
   const char* m_next;
   const char* m_end;
 };

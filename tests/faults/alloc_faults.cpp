@@ -138,16 +138,24 @@ void run(const Scenario& scenario) {
   }
 }
 
-constexpr Scenario kScenarios[] = {
-    {"log_direct", log_direct},     {"log_queued", log_queued},
-    {"log_rotation", log_rotation}, {"log_macros", log_macros},
-    {"environments", environments}, {"keyed_environments", keyed_environments},
-    {"components", components},     {"modules", modules},
-    {"data_blocks", data_blocks},   {"script_values", script_values},
-    {"script_load", script_load},   {"script_exec", script_exec},
-    {"script_save", script_save},   {"xml_document", xml_document},
-    {"xml_elements", xml_elements}, {"strings", strings},
-    {"whole_life", whole_life}};
+constexpr Scenario kScenarios[] = {{"log_direct", log_direct},
+                                   {"log_queued", log_queued},
+                                   {"log_journal", log_journal},
+                                   {"log_rotation", log_rotation},
+                                   {"log_macros", log_macros},
+                                   {"environments", environments},
+                                   {"keyed_environments", keyed_environments},
+                                   {"components", components},
+                                   {"modules", modules},
+                                   {"data_blocks", data_blocks},
+                                   {"script_values", script_values},
+                                   {"script_load", script_load},
+                                   {"script_exec", script_exec},
+                                   {"script_save", script_save},
+                                   {"xml_document", xml_document},
+                                   {"xml_elements", xml_elements},
+                                   {"strings", strings},
+                                   {"whole_life", whole_life}};
 
 }  // namespace
 

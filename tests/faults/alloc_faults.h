@@ -54,6 +54,7 @@ class LoggingFacade {
 // The scenarios.
 void log_direct();
 void log_queued();
+void log_journal();
 void log_rotation();
 void log_macros();
 void environments();

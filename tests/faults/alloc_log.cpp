@@ -1,4 +1,5 @@
 // The run log: records are whole or not there, and the next one is written.
+#include <fwbase/log_options.h>
 #include <fwbase/module.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -151,6 +152,43 @@ void log_queued() {
         facade()->release();
         expect(take(path) == record("next") + kClosing, "records are missing");
       });
+}
+
+// Takes away what the log says of its journal.
+std::string without_reports(std::string text) {
+  for (std::size_t at = text.find("[ERROR]: this("); at != text.npos;
+       at = text.find("[ERROR]: this(")) {
+    text.erase(at, text.find('\n', text.find('\n', at) + 1) + 1 - at);
+  }
+  return text;
+}
+
+void log_journal() {
+  const TempDir directory;
+  const std::string path = directory.path("run.log");
+  const std::string second = kMessage + "2";
+  LogOptions options;
+  options.journal = true;
+  expect(start(path, false) && ec::succeeded(log_options(options)), "start");
+  fail_each_allocation(
+      "asynch, write, file, write, release",
+      [&] {
+        log().asynch(true);
+        write(kMessage);
+        const ec::EC opened = log().file(path.c_str());
+        write(second);
+        log().release();
+        return outcome_of(opened, ec::LOG_NO_MEMORY);
+      },
+      [&](Outcome) {
+        expect(
+            is_made_of(without_reports(take(path)), {record(kMessage), record(second), kClosing}),
+            "a torn record");
+        expect(::access((path + ".journal").c_str(), F_OK) != 0, "the journal is still there");
+        facade()->release();
+        expect(start(path, false), "start");
+      });
+  facade()->release();
 }
 
 // A sparse file that the next record makes too large.

@@ -13,10 +13,14 @@ class Delivery {
   Delivery(const Filter& filter, Sink& sink) : m_filter(filter), m_sink(sink) {}
 
   void deliver(const LogFile& file, const log_records::RecordBytes& raw) {
+    deliver(file.name(), raw);
+  }
+  /// file   the name of the file
+  void deliver(const std::string& file, const log_records::RecordBytes& raw) {
     if (!m_filter.passes_level(raw.bytes)) {
       return;
     }
-    const Found found{file.name(), raw, log_records::parse_record(raw.bytes)};
+    const Found found{file, raw, log_records::parse_record(raw.bytes)};
     if (m_filter.passes(found.record)) {
       m_any_passed = true;
       m_sink.take(found);

@@ -62,7 +62,9 @@ void add_numbers(const std::string& path, Numbers& numbers) {
   }
 }
 
-// The names of a log, the oldest first.
+}  // namespace
+
+// The oldest first.
 std::vector<std::string> names_of(const std::string& path, bool only) {
   std::vector<std::string> names;
   if (!only && path != kStandardInput) {
@@ -80,6 +82,8 @@ std::vector<std::string> names_of(const std::string& path, bool only) {
   names.push_back(path);
   return names;
 }
+
+namespace {
 
 class Opening {
  public:

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "journal.h"
 #include "log_files.h"
 #include "output.h"
 
@@ -44,8 +45,8 @@ bool read_log(const std::string& path, const Options& options, Delivery& deliver
     all_read = read_file(*file, delivery) && all_read;
     file.reset();
   }
-  // With options.journal, what a journal beside `path` still holds comes here.
-  return all_read;
+  const bool has_journal = options.journal && path != kStandardInput;
+  return (!has_journal || read_journal_of(path, delivery)) && all_read;
 }
 
 }  // namespace

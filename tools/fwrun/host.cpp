@@ -59,6 +59,12 @@ bool open_log(const Options& options, ErrorLog& log) {
   if (options.log_file.empty()) {
     return true;
   }
+  const ec::EC configured = fwbase::log_options(options.log);
+  if (ec::failed(configured)) {
+    complain({"the options of the log cannot be set: {1}", "无法设置日志的选项：{1}"},
+             {described(configured)});
+    return false;
+  }
   errno = 0;
   const ec::EC opened = log.file(options.log_file.c_str());
   if (ec::failed(opened)) {

@@ -48,6 +48,11 @@ const char* const kFooter =
     "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
     "fwlog run.log shows the log.";
 
+const std::map<std::string, fwbase::LogOptions::WhenFull> kWhenFull = {
+    {"wait", fwbase::LogOptions::kWait},
+    {"drop-new", fwbase::LogOptions::kDropNew},
+    {"drop-below", fwbase::LogOptions::kDropBelow}};
+
 // The bits of a comma-separated list of names, in upper or lower case.
 unsigned int bits_of(const char* option, const std::string& list, const Bits& known) {
   unsigned int bits = 0;
@@ -93,6 +98,31 @@ std::int32_t int_of(const char* option, const std::string& name, const std::stri
   return number;
 }
 
+// A number from `least` on; nothing when the option is not given.
+template <typename Number>
+void take_number(const char* option, const std::string& text, Number least, Number& number) {
+  if (text.empty()) {
+    return;
+  }
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || stop != end || number < least) {
+    throw CLI::ValidationError(
+        option, in_users_language({"'{1}' is not a number from {2} on", "“{1}”不是不小于 {2} 的数"},
+                                  {text, std::to_string(least)}));
+  }
+}
+
+fwbase::LogOptions::WhenFull when_full_of(const std::string& text) {
+  const auto found = kWhenFull.find(text);
+  if (found == kWhenFull.end()) {
+    throw CLI::ValidationError("--when-full",
+                               in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
+                                                 {text, "wait, drop-new, drop-below"}));
+  }
+  return found->second;
+}
+
 Assignment assignment_of(const char* option, const std::string& text) {
   const std::size_t equals = text.find('=');
   const std::string left = text.substr(0, equals);
@@ -132,9 +162,40 @@ struct Typed {
   std::vector<std::string> modules;
   std::string levels;
   std::string details;
+  std::string queue_bytes;
+  std::string when_full;
+  std::string keep_level;
+  std::string log_bytes;
+  std::string backups;
   std::vector<std::string> globals;
   std::vector<std::string> environment;
 };
+
+void declare_log_options(CLI::App& app, Options& options, Typed& typed) {
+  app.add_option("--queue-bytes", typed.queue_bytes,
+                 "With --queued: the queue is full with so many bytes (16384 when\n"
+                 "not given)")
+      ->type_name("N");
+  app.add_option("--when-full", typed.when_full,
+                 "With --queued: let a record wait for room in the queue (when not\n"
+                 "given), or drop it, or drop it unless --keep-level has its level;\n"
+                 "the log says how many were dropped")
+      ->type_name("wait|drop-new|drop-below");
+  app.add_option("--keep-level", typed.keep_level,
+                 "With --when-full drop-below: never drop these levels")
+      ->type_name("LIST");
+  app.add_flag("--journal", options.log.journal,
+               "With --queued: keep the queue in FILE.journal as well, so that no\n"
+               "record is lost when the process is killed");
+  app.add_option("--log-bytes", typed.log_bytes,
+                 "Begin another file when that of the log has so many bytes\n"
+                 "(10485760 when not given)")
+      ->type_name("N");
+  app.add_option("--backups", typed.backups,
+                 "Keep so many files of the log, FILE.bak.N, beside it (4 when not\n"
+                 "given)")
+      ->type_name("N");
+}
 
 void declare(CLI::App& app, Options& options, Typed& typed) {
   app.name("fwrun");
@@ -167,6 +228,7 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_option("--details", typed.details, "Add to each record: of time,pid,tid")
       ->type_name("LIST");
   app.add_flag("--queued", options.queued, "Let a thread of its own write the log");
+  declare_log_options(app, options, typed);
   app.add_option("--set", typed.globals,
                  "Set a global variable, an int when VALUE looks like one;\n"
                  "NAME:int=VALUE and NAME:string=VALUE tell the type")
@@ -190,6 +252,8 @@ std::vector<tools::Choice> choices() {
   return {
       {"--level", "trace debug warn error alert dump all", "", true},
       {"--details", "time pid tid", "", true},
+      {"--when-full", "wait drop-new drop-below", "", false},
+      {"--keep-level", "trace debug warn error alert dump all", "", true},
       {"--mock", "",
        "fwrun --list \"$1\" | sed -n '/^functions:/,/^variables:/s/^  \\([^( ]*\\)(.*/\\1/p'"},
       {"", "", "fwrun --list \"$1\" | sed -n '/^sections:/,/^functions:/s/^  \\([^ ].*\\)/\\1/p'"}};
@@ -202,6 +266,12 @@ void check_combination(const CLI::App& app) {
       throw CLI::ValidationError(option,
                                  in_users_language({"does not go with --list, which runs nothing",
                                                     "不能与 --list 同用，它什么都不运行"}));
+    }
+  }
+  for (const char* const option : {"--queue-bytes", "--when-full", "--journal"}) {
+    if (app.count(option) != 0 && app.count("--queued") == 0) {
+      throw CLI::ValidationError(option,
+                                 in_users_language({"needs --queued", "需要与 --queued 同用"}));
     }
   }
   if (app.count("SCRIPT") == 0 && app.count("--functions") == 0) {
@@ -217,6 +287,15 @@ void interpret(const Typed& typed, Options& options) {
   options.levels =
       typed.levels.empty() ? kDefaultLevels : bits_of("--level", typed.levels, kLevels);
   options.details = typed.details.empty() ? 0 : bits_of("--details", typed.details, kDetails);
+  take_number<std::size_t>("--queue-bytes", typed.queue_bytes, 1, options.log.queue_bytes);
+  take_number<std::size_t>("--log-bytes", typed.log_bytes, 1, options.log.file_bytes);
+  take_number("--backups", typed.backups, 0, options.log.backups);
+  if (!typed.when_full.empty()) {
+    options.log.when_full = when_full_of(typed.when_full);
+  }
+  if (!typed.keep_level.empty()) {
+    options.log.keep_level = bits_of("--keep-level", typed.keep_level, kLevels);
+  }
   for (const std::string& text : typed.modules) {
     options.modules.push_back(module_of(text));
   }

@@ -8,6 +8,8 @@
 #include <variant>
 #include <vector>
 
+#include <fwbase/log_options.h>
+
 #include "support/module_argument.h"
 
 namespace fwrun {
@@ -31,6 +33,7 @@ struct Options {
   unsigned int levels = 0;
   unsigned int details = 0;
   bool queued = false;
+  fwbase::LogOptions log;
   std::vector<Assignment> globals;
   std::vector<Assignment> environment;
   bool list = false;

@@ -52,7 +52,9 @@ namespace fwbase {
 /// Cancel    a thread that is to be cancelled may end in write(), its record whole or not there,
 ///           and in file(), while that opens the file.
 /// Exit      a process that ends without release() writes what is queued before the library's
-///           static objects go; from then on records are written in the caller's thread.
+///           static objects go; from then on records are written in the caller's thread. A process
+///           that is killed, or calls _exit(), loses what is queued, unless log_options() has given
+///           the log a journal: the next file() of that log writes it then.
 /// Fork      a child made with fork() has no writer thread: its records are written in the caller's
 ///           thread, whatever asynch() says, until its own init(). What was queued is written by
 ///           the parent, which notices nothing. See IFWBase.
@@ -124,11 +126,16 @@ struct FWBASE_API IRunLog {
   ///   LOG_NO_MEMORY    nothing changed
   ///   LOG_OPEN_FAILED  the file cannot be opened (errno says why); nothing changed
   ///
-  /// Takes the lock for writing, but not while it opens the file.
+  /// What a journal beside the file holds, which a killed process has left, is written first: see
+  /// log_options().
+  ///
+  /// Takes the lock for writing, but not while it opens the file. With a journal it also waits for
+  /// init() and release() and until what is queued is written.
   FWBASE_RESULT virtual ec::EC file(const char* path) = 0;
 
   /// Chooses queued mode (true), where the writer thread writes the records, or direct mode, where
-  /// write() does. Takes no lock.
+  /// write() does. Takes no lock, unless log_options() wants a journal: then it waits for init()
+  /// and release() and until what is queued is written, and makes or removes the journal.
   ///
   /// Queued records are written in the order in which they were queued, as a rule within a
   /// millisecond. Records that are queued when direct mode is chosen are still
@@ -161,7 +168,8 @@ struct FWBASE_API IRunLog {
   /// that closed the file, and when the file was to be rotated and its directory was gone, until
   /// file() succeeds.
   /// In direct mode the record is in the file when write() returns. In queued mode a copy is put
-  /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room.
+  /// into a queue of 16,384 bytes; when that is full, write() blocks until there is room. See
+  /// log_options() for other sizes, and for dropping records instead.
   /// Sees the settings as they were at one moment. In direct mode takes the lock for writing, in
   /// queued mode none: as long as there is room, a record does not wait for the output.
   virtual void write(Type type, const char* message, const char* location) = 0;

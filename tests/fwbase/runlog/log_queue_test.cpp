@@ -21,7 +21,15 @@ namespace {
 
 class LogQueueTest : public testing::Test {
  protected:
-  void push(const std::string& message) { queue.push({IRunLog::ERROR, message.c_str(), "", {}}); }
+  void push(const std::string& message, IRunLog::Type level = IRunLog::ERROR) {
+    queue.push({level, message.c_str(), "", {}});
+  }
+  void set(LogOptions::WhenFull when_full, unsigned int keep_level = 0) {
+    LogOptions options;
+    options.when_full = when_full;
+    options.keep_level = keep_level;
+    queue.options(options);
+  }
 
   // The messages of all records that are there; "(closed)" when there will be none.
   std::vector<std::string> take() {
@@ -75,6 +83,75 @@ TEST_F(LogQueueTest, IsFullFrom16384BytesOn) {
   const WatchedThread producer([&] { push("waits"); });
   producer.wait_until_it_waits();
   EXPECT_EQ(take(), Messages{just_full});
+}
+
+TEST_F(LogQueueTest, IsFullFromTheBytesOnThatOptionsSay) {
+  LogOptions options;
+  options.queue_bytes = 100;
+  queue.options(options);
+  push(std::string(100 - kOverhead, 'x'));
+  {
+    const WatchedThread producer([&] { push("waits"); });
+    producer.wait_until_it_waits();
+    EXPECT_EQ(take().size(), 1u);
+  }
+  EXPECT_EQ(take(), Messages{"waits"});
+}
+
+TEST_F(LogQueueTest, DropNewDropsWhatComesToAFullQueueAndCountsIt) {
+  set(LogOptions::kDropNew);
+  const std::string filler(16384, 'x');
+  push(filler);
+  push("dropped");
+  push("dropped");
+  EXPECT_EQ(take(), Messages{filler});
+  EXPECT_EQ(queue.take_dropped().queue_full, 2u);
+  EXPECT_EQ(queue.take_dropped().queue_full, 0u);
+  push("fits");
+  EXPECT_EQ(take(), Messages{"fits"});
+}
+
+TEST_F(LogQueueTest, DropBelowLetsTheLevelsWaitThatAreToBeKept) {
+  set(LogOptions::kDropBelow, IRunLog::ERROR | IRunLog::ALERT);
+  const std::string filler(16384, 'x');
+  push(filler, IRunLog::TRACE);
+  push("dropped", IRunLog::WARN);
+  {
+    const WatchedThread first([&] { push("kept", IRunLog::ERROR); });
+    const WatchedThread second([&] { push("kept", IRunLog::ALERT); });
+    first.wait_until_it_waits();
+    second.wait_until_it_waits();
+    push("dropped", static_cast<IRunLog::Type>(0));
+    EXPECT_EQ(take(), Messages{filler});
+  }
+  EXPECT_EQ(take_rest(), (Messages{"kept", "kept"}));
+  EXPECT_EQ(queue.take_dropped().queue_full, 2u);
+}
+
+TEST_F(LogQueueTest, OfferedIsTakenAndDropped) {
+  set(LogOptions::kDropNew);
+  constexpr int kThreads = 8;
+  constexpr int kRecords = 2000;
+  std::vector<std::thread> producers;
+  for (int t = 0; t < kThreads; ++t) {
+    producers.emplace_back([this] {
+      for (int i = 0; i < kRecords; ++i) {
+        push(std::string(100, 'x'));
+      }
+    });
+  }
+  std::size_t taken = 0;
+  std::thread writer([&] {
+    for (auto some = take(); some != Messages{"(closed)"}; some = take()) {
+      taken += some.size();
+    }
+  });
+  for (std::thread& producer : producers) {
+    producer.join();
+  }
+  queue.close();
+  writer.join();
+  EXPECT_EQ(taken + queue.take_dropped().queue_full, static_cast<std::size_t>(kThreads * kRecords));
 }
 
 TEST_F(LogQueueTest, ARecordLargerThanTheQueueIsTakenWhenThereIsRoom) {

@@ -87,6 +87,39 @@ TEST_F(LogRotationTest, AMissingBackupLeavesAGap) {
   EXPECT_EQ(files(), "log= log.bak.0=new log.bak.2=old ");
 }
 
+TEST_F(LogRotationTest, OptionsSayHowManyBackupsAreKept) {
+  write_file(log + ".bak.2", "beyond");
+  for (const char* content : {"1", "2", "3"}) {
+    start(content);
+    rotation.limit({kRotationSize, 2});
+    EXPECT_EQ(rotation.rotate(file), Result::kDone);
+  }
+  EXPECT_EQ(files(), "log= log.bak.0=3 log.bak.1=2 log.bak.2=beyond ");
+  start("4");
+  rotation.limit({kRotationSize, 1});
+  EXPECT_EQ(rotation.rotate(file), Result::kDone);
+  EXPECT_EQ(files(), "log= log.bak.0=4 log.bak.1=2 log.bak.2=beyond ");
+}
+
+TEST_F(LogRotationTest, WithoutBackupsTheFileIsBegunAnew) {
+  start("old");
+  rotation.limit({kRotationSize, 0});
+  EXPECT_EQ(rotation.rotate(file), Result::kDone);
+  append("new");
+  EXPECT_EQ(files(), "log=" + text_of("new") + " ");
+}
+
+TEST_F(LogRotationTest, WithoutMemoryForOtherLimitsAllStaysAsItWas) {
+  start("1");
+  {
+    const FailingNew memory(1, FailingNew::THROWING);
+    EXPECT_THROW(rotation.limit({1, 0}), std::bad_alloc);
+  }
+  EXPECT_FALSE(rotation.due(1));
+  EXPECT_EQ(rotation.rotate(file), Result::kDone);
+  EXPECT_EQ(files(), "log= log.bak.0=1 ");
+}
+
 TEST_F(LogRotationTest, WhatAKilledProcessHasPutAsideIsRemoved) {
   start("new");
   write_file(log + ".bak.~", "oldest");
@@ -314,6 +347,19 @@ TEST(RotationDue, PositionsCountIn32Bits) {
   EXPECT_FALSE(rotation_due(0x100000000));
   EXPECT_FALSE(rotation_due(0x1009FFFFF));
   EXPECT_TRUE(rotation_due(0x100A00000));
+}
+
+TEST(RotationDue, FromTheBytesOnThatOptionsSay) {
+  EXPECT_FALSE(rotation_due(99, 100));
+  EXPECT_TRUE(rotation_due(100, 100));
+  EXPECT_TRUE(rotation_due(20000000, 100));
+}
+
+TEST(RotationDue, ALimitBeyond32BitsIsOneOfTheWholePosition) {
+  constexpr std::uint64_t kLimit = 0x140000000;
+  EXPECT_FALSE(rotation_due(0x13FFFFFFF, kLimit));
+  EXPECT_TRUE(rotation_due(0x140000000, kLimit));
+  EXPECT_TRUE(rotation_due(0x200000000, kLimit));
 }
 
 TEST(RotationDue, NeverWithoutAPosition) { EXPECT_FALSE(rotation_due(-1)); }

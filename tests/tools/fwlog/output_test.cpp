@@ -2,7 +2,15 @@
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "fwbase/runlog/journal_format.h"
+#include "fwbase/runlog/packed_record.h"
 #include "support/text.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/temp_dir.h"
@@ -216,6 +224,78 @@ TEST(FwlogFiles, OneThatCannotBeReadIsToldAndTheOthersAreRead) {
   EXPECT_EQ(result.err, "fwlog: cannot read " + directory.path("none") +
                             ": No such file or directory\nfwlog: cannot read " + directory.path() +
                             ": Is a directory\n");
+  EXPECT_EQ(result.status, 2);
+}
+
+// What a host that was killed has left: records in its journal.
+std::string journal_of(const std::vector<std::string>& messages,
+                       fwbase::JournalNote* note = nullptr) {
+  constexpr std::size_t kCapacity = 4096;
+  std::vector<char> packed;
+  for (const std::string& message : messages) {
+    fwbase::pack_record({fwbase::IRunLog::ERROR, message.c_str(), "here", {}}, packed);
+    if (note != nullptr && note->to == 0) {
+      note->to = packed.size();  // about the first
+    }
+  }
+  fwbase::JournalHeader header{};
+  header.magic = fwbase::kJournalMagic;
+  header.capacity = kCapacity;
+  header.end = packed.size();
+  if (note != nullptr) {
+    header.noted = 1;
+    header.note = *note;
+  }
+  std::string bytes(fwbase::kJournalHeaderSize + kCapacity, '\0');
+  std::memcpy(bytes.data(), &header, sizeof header);
+  std::memcpy(bytes.data() + fwbase::kJournalHeaderSize, packed.data(), packed.size());
+  return bytes;
+}
+
+TEST(FwlogJournal, ItsRecordsComeBehindTheLastOfTheLogAndNothingIsChanged) {
+  const Log log(record("[WARN ]:", "old"));
+  const std::string journal = journal_of({"a", "b"});
+  write_file(log.path() + ".journal", journal);
+  EXPECT_EQ(run_fwlog({log.path()}).out, "WARN  here: old\n");
+  const ProgramResult result = run_fwlog({"--journal", log.path()});
+  EXPECT_EQ(result.out, "WARN  here: old\nERROR here: a\nERROR here: b\n");
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(fwbase::test::read_file(log.path()), record("[WARN ]:", "old"));
+  EXPECT_EQ(fwbase::test::read_file(log.path() + ".journal"), journal);
+  EXPECT_EQ(run_fwlog({"--journal", "--grep", "^b$", "--output", "json", log.path()}).out,
+            "{\"file\":\"" + std::filesystem::canonical(log.path()).string() +
+                ".journal\",\"offset\":19,\"length\":19,\"level\":\"error\",\"location\":\"here\","
+                "\"message\":\"b\"}\n");
+}
+
+TEST(FwlogJournal, WhatTheLogHasAlreadyIsLeftOut) {
+  const std::string text = record("[ERROR]:", "a");
+  const Log log(text);
+  struct stat status;
+  ASSERT_EQ(::stat(log.path().c_str(), &status), 0);
+  fwbase::JournalNote note;
+  note.device = status.st_dev;
+  note.inode = status.st_ino;
+  note.length = text.size();
+  note.hash = fwbase::journal_hash(text);
+  write_file(log.path() + ".journal", journal_of({"a", "b"}, &note));
+  EXPECT_EQ(run_fwlog({"--journal", log.path()}).out, "ERROR here: a\nERROR here: b\n");
+}
+
+TEST(FwlogJournal, OneThatIsDamagedOrALinkIsToldAndTheLogIsRead) {
+  const Log log(record("[ERROR]:", "a"));
+  const std::string name = std::filesystem::canonical(log.path()).string() + ".journal";
+  write_file(name, "garbage");
+  ProgramResult result = run_fwlog({"--journal", log.path()});
+  EXPECT_EQ(result.out, "ERROR here: a\n");
+  EXPECT_EQ(result.err, "fwlog: " + name + " is damaged\n");
+  EXPECT_EQ(result.status, 2);
+  std::filesystem::remove(name);
+  std::filesystem::create_symlink("elsewhere", name);
+  result = run_fwlog({"--journal", log.path()});
+  EXPECT_EQ(result.out, "ERROR here: a\n");
+  EXPECT_EQ(result.err, "fwlog: cannot read " + name + ": Too many levels of symbolic links\n");
   EXPECT_EQ(result.status, 2);
 }
 

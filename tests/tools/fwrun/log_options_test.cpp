@@ -97,4 +97,20 @@ TEST(FwrunLog, AFileThatCannotBeOpenedIsStatus2) {
             "fwrun: cannot open the log file '" + log + "': No such file or directory\n");
 }
 
+TEST(FwrunLog, KeepsTheQueueInAJournalWhileItRuns) {
+  EXPECT_EQ(messages(logged({"--level", "all", "--queued", "--journal", "--queue-bytes", "1",
+                             "--when-full", "drop-below", "--keep-level", "all"})),
+            "TDWEA负载");
+}
+
+TEST(FwrunLog, BeginsAnotherFileAtTheSizeGivenAndKeepsSoManyBackups) {
+  const ScriptFile script(logging_script());
+  const std::string log = script.directory() + "/run.log";
+  EXPECT_EQ(run_fwrun({script.path(), "--log", log, "--log-bytes", "1", "--backups", "2"}).status,
+            0);
+  EXPECT_EQ(file_text(log), "");
+  EXPECT_NE(file_text(log + ".bak.1"), "");
+  EXPECT_EQ(file_text(log + ".bak.2"), "");
+}
+
 }  // namespace fwrun::test

@@ -11,11 +11,31 @@ TEST(FwrunUsage, HelpNamesEveryOptionAndStatus) {
   const ProgramResult result = run_fwrun({"--help"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
-  for (const char* const text :
-       {"SCRIPT", "SECTION", "--module PATH[:FUNCTION][=ARGUMENT]", "--mock NAME", "--mock-missing",
-        "--log FILE", "--level LIST", "--details LIST", "--queued", "--set NAME=VALUE",
-        "--env NAME=VALUE", "--print", "--save", "--list", "--functions", "--check", "-h,--help",
-        "--version", "Exit status: 0"}) {
+  for (const char* const text : {"SCRIPT",
+                                 "SECTION",
+                                 "--module PATH[:FUNCTION][=ARGUMENT]",
+                                 "--mock NAME",
+                                 "--mock-missing",
+                                 "--log FILE",
+                                 "--level LIST",
+                                 "--details LIST",
+                                 "--queued",
+                                 "--queue-bytes N",
+                                 "--when-full wait|drop-new|drop-below",
+                                 "--keep-level LIST",
+                                 "--journal",
+                                 "--log-bytes N",
+                                 "--backups N",
+                                 "--set NAME=VALUE",
+                                 "--env NAME=VALUE",
+                                 "--print",
+                                 "--save",
+                                 "--list",
+                                 "--functions",
+                                 "--check",
+                                 "-h,--help",
+                                 "--version",
+                                 "Exit status: 0"}) {
     EXPECT_NE(result.out.find(text), std::string::npos) << text;
   }
 }
@@ -37,6 +57,12 @@ TEST(FwrunUsage, WrongUsageIsStatus2AndPointsToHelp) {
        "--level: 'info' is not one of alert, all, debug, dump, error, trace, warn"},
       {{"s.xml", "--log", "l", "--details", "pid,date"},
        "--details: 'date' is not one of pid, tid, time"},
+      {{"s.xml", "--queued", "--queue-bytes", "0"}, "--queue-bytes: '0' is not a number from 1 on"},
+      {{"s.xml", "--log-bytes", "10M"}, "--log-bytes: '10M' is not a number from 1 on"},
+      {{"s.xml", "--backups=-1"}, "--backups: '-1' is not a number from 0 on"},
+      {{"s.xml", "--queued", "--when-full", "drop"},
+       "--when-full: 'drop' is not one of wait, drop-new, drop-below"},
+      {{"s.xml", "--journal"}, "--journal: needs --queued"},
       {{"s.xml", "--list", "section"}, "SECTION: does not go with --list, which runs nothing"},
       {{"s.xml", "--list", "--module", "m"},
        "--module: does not go with --list, which runs nothing"},

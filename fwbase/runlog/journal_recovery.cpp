@@ -1,0 +1,130 @@
+// The bytes of the log decide: its size alone says nothing where others append to it, too.
+#include "fwbase/runlog/journal_recovery.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "utility/uninterrupted.h"
+
+namespace fwbase {
+
+namespace {
+
+/// What others may have written between the look at the size and the batch.
+constexpr std::size_t kOthers = std::size_t{16} << 20;
+
+std::string_view text_of(const RecordTexts& texts, std::size_t record) {
+  const std::size_t begin = texts.begin_of(record);
+  return std::string_view(texts.bytes()).substr(begin, texts.end_of(record) - begin);
+}
+
+// A record up to the end of its second line, which has its message or the begin of it.
+std::string_view key_of(std::string_view text) {
+  const std::size_t first = text.find('\n');
+  const std::size_t second = first != text.npos ? text.find('\n', first + 1) : text.npos;
+  return text.substr(0, second != text.npos ? second + 1 : text.npos);
+}
+
+// Marks each record that stands at the begin of a line, equal ones as often as they stand there. Of
+// several that stand at one place it is the longest.
+void find_records(const RecordTexts& batch, std::string_view content, std::vector<bool>& written) {
+  std::unordered_map<std::string_view, std::vector<std::size_t>> missing;
+  for (std::size_t record = batch.count(); record-- > 0;) {
+    missing[key_of(text_of(batch, record))].push_back(record);
+  }
+  const auto is_shorter = [&](std::size_t one, std::size_t other) {
+    return text_of(batch, one).size() < text_of(batch, other).size();
+  };
+  for (auto& [key, candidates] : missing) {
+    std::stable_sort(candidates.begin(), candidates.end(), is_shorter);
+  }
+  while (!content.empty() && !missing.empty()) {
+    std::size_t length = content.find('\n') + 1;
+    const auto found = missing.find(key_of(content));
+    if (found != missing.end()) {
+      std::vector<std::size_t>& candidates = found->second;
+      const auto record = std::find_if(
+          candidates.rbegin(), candidates.rend(),
+          [&](std::size_t candidate) { return content.starts_with(text_of(batch, candidate)); });
+      if (record != candidates.rend()) {
+        written[*record] = true;
+        length = text_of(batch, *record).size();
+        candidates.erase(std::next(record).base());
+        if (candidates.empty()) {
+          missing.erase(found);
+        }
+      }
+    }
+    content.remove_prefix(length != 0 ? length : content.size());
+  }
+}
+
+bool read_from(int descriptor, std::uint64_t offset, std::size_t limit, std::string& content) {
+  constexpr std::size_t kBlock = std::size_t{256} << 10;
+  content.clear();
+  for (ssize_t got = 1; got > 0 && content.size() < limit;) {
+    const std::size_t before = content.size();
+    content.resize(before + kBlock);
+    got = utility::uninterrupted([&] {
+      return ::pread(descriptor, content.data() + before, kBlock,
+                     static_cast<off_t>(offset + before));
+    });
+    content.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    if (got < 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+BatchInLog find_batch(const JournalNote& note, const RecordTexts& batch, std::string_view content) {
+  BatchInLog found;
+  const std::string_view text(batch.bytes());
+  if (content.size() >= note.length && journal_hash(content.substr(0, note.length)) == note.hash) {
+    found.written.assign(batch.count(), true);
+    return found;
+  }
+  found.written.assign(batch.count(), false);
+  if (content.size() < text.size() && text.starts_with(content)) {
+    found.begun = content.size();
+    for (std::size_t record = 0; record < batch.count(); ++record) {
+      found.written[record] = batch.end_of(record) <= found.begun;
+    }
+    return found;
+  }
+  find_records(batch, content, found.written);
+  return found;
+}
+
+bool read_noted_file(const JournalNote& note, const std::vector<std::string>& names,
+                     std::string& name, std::string& content) {
+  constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  const std::size_t limit = static_cast<std::size_t>(note.length) + kOthers;
+  for (const std::string& candidate : names) {
+    const int descriptor =
+        utility::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
+    if (descriptor < 0) {
+      continue;
+    }
+    struct Closing {
+      int file;
+      ~Closing() { ::close(file); }
+    } const closing{descriptor};
+    struct stat status;
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+        status.st_dev == note.device && status.st_ino == note.inode &&
+        read_from(descriptor, note.offset, limit, content)) {
+      name = candidate;
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace fwbase

@@ -1,0 +1,94 @@
+// The journal of a log while a process owns it: docs/log_journal.md tells what it is for.
+#ifndef FWBASE_RUNLOG_LOG_JOURNAL_H
+#define FWBASE_RUNLOG_LOG_JOURNAL_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "fwbase/runlog/journal_format.h"
+
+namespace fwbase {
+
+/// Owns the file and a lock on it, which ends with the process and which no child inherits. What it
+/// knows of the file it keeps itself: nothing is read from the file while the journal is in use.
+class LogJournal {
+ public:
+  enum class Adopted {
+    kNone,       ///< there is nothing to adopt
+    kTaken,      ///< it is this process's now
+    kLocked,     ///< another process owns it
+    kUntrusted,  ///< it is no regular file of this user alone; left as it is
+    kDamaged,    ///< renamed to <name>.damaged
+    kFailed      ///< left as it is; errno says why
+  };
+
+  /// Makes a journal, whose name must be free, with room for `capacity` bytes on its disk. Null
+  /// where that fails; errno says why. Throws std::bad_alloc.
+  static std::unique_ptr<LogJournal> make(const std::string& path, std::size_t capacity);
+
+  /// Takes over what a process has left that was killed: for what it holds and for notes, not for
+  /// new records. Throws std::bad_alloc; then nothing changed.
+  static Adopted adopt(const std::string& path, std::unique_ptr<LogJournal>& journal,
+                       JournalContent& content);
+
+  /// Leaves the file alone.
+  ~LogJournal();
+  LogJournal(const LogJournal&) = delete;
+  LogJournal& operator=(const LogJournal&) = delete;
+
+  /// Removes the file.
+  void remove();
+
+  // Of threads that log, one at a time.
+
+  bool is_empty() const { return m_end == m_begin; }
+  std::size_t capacity() const { return m_capacity; }
+  bool has_room(std::size_t size) const { return size <= m_capacity - (m_end - m_begin); }
+
+  /// Puts a packed record, for which there is room, behind the others: when this returns it
+  /// survives the process.
+  void put(const char* record, std::size_t size);
+
+  /// Makes an empty journal so large that `size` bytes have room. False where the disk has none.
+  bool grow(std::size_t size);
+
+  // Of the writer.
+
+  /// The number of the first byte that is not written to the log yet.
+  std::uint64_t begin() const { return m_begin; }
+
+  /// What the writer is about to write, from begin() on.
+  void note(const JournalNote& note);
+
+  /// All records before that number are written, or given up.
+  void done(std::uint64_t to);
+
+ private:
+  LogJournal(std::string path, int descriptor)
+      : m_path(std::move(path)), m_descriptor(descriptor) {}
+
+  enum class Locked { kYes, kByAnother, kGone, kFailed };
+  Locked lock() const;
+  bool is_named() const;
+  bool reserve(std::size_t capacity);
+  bool map_header();
+  bool map_ring(std::size_t capacity);
+  bool begin_file(std::size_t capacity);
+  Adopted take_over(JournalContent& content);
+
+  const std::string m_path;
+  const int m_descriptor;
+  JournalHeader* m_header = nullptr;
+  char* m_ring = nullptr;
+  std::size_t m_capacity = 0;
+  std::atomic<std::uint64_t> m_begin{0};
+  std::uint64_t m_end = 0;
+};
+
+}  // namespace fwbase
+
+#endif

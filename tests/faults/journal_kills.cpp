@@ -1,0 +1,292 @@
+// Hosts with a journal that are killed: journal_kills plain|rotation|restarts <kills> [seed]
+//
+// Eight threads of a child process log in queued mode until SIGKILL comes, after a random time. The
+// next host of the log writes what was left. In the end every record whose write() had returned has
+// to be in the log once and whole, in the order of its thread. Logs are on the disk of TMPDIR and
+// on that of /dev/shm in turn.
+#include <fwbase/fwbase.h>
+#include <fwbase/log_options.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <new>
+#include <random>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "tests/faults/report.h"
+#include "tests/support/temp_dir.h"
+
+// A child has the memory of its parent, which is not released in it.
+extern "C" const char* __asan_default_options();
+extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
+
+namespace fwbase::faults {
+
+void print_refused() {}
+void print_stack() {}
+
+namespace {
+
+using test::read_file;
+using test::TempDir;
+
+constexpr int kThreads = 8;
+constexpr int kMostHosts = 3;
+constexpr int kRecords = 4000;    // of a thread
+constexpr int kLongest = 20'000;  // how long a host works at most, in microseconds
+
+constexpr int kBackups = 400;  // more than there will be
+
+enum class Variant { kPlain, kRotation, kRestarts };
+
+// What the hosts tell, in memory that outlives them.
+struct Told {
+  std::atomic<bool> started{false};
+  std::array<std::array<std::atomic<int>, kThreads>, kMostHosts> returned{};  // calls of write()
+};
+
+struct Totals {
+  long kills = 0;
+  long returned = 0;
+  long lost = 0;
+  long twice = 0;
+  long torn = 0;
+};
+
+// --- A host ---
+
+// Some are longer than what the queue holds at once, and few longer than its journal.
+std::string message_of(int host, int thread, int number) {
+  const std::size_t length = number % 1500 == 1499 ? 150'000 : number % 100 == 99 ? 20'000 : 60;
+  std::string message =
+      std::to_string(host) + " " + std::to_string(thread) + " " + std::to_string(number) + " ";
+  message.append(length, static_cast<char>('a' + number % 26));
+  return message;
+}
+
+void log_in_threads(int host, Told& told) {
+  IRunLog* const log = IFWBase::instance()->runlog();
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([=, &told] {
+      for (int number = 0; number < kRecords; ++number) {
+        log->write(IRunLog::WARN, message_of(host, thread, number).c_str(), "here");
+        told.returned[host][thread] = number + 1;
+      }
+      ::pause();
+    });
+  }
+  threads.front().join();
+}
+
+bool open_log(const std::string& path, Variant variant) {
+  LogOptions options;
+  options.journal = true;
+  if (variant == Variant::kRotation) {
+    options.file_bytes = 50'000;
+    options.backups = kBackups;
+  }
+  return ec::succeeded(IFWBase::instance()->init()) && ec::succeeded(log_options(options)) &&
+         ec::succeeded(IFWBase::instance()->runlog()->file(path.c_str()));
+}
+
+template <typename Work>
+pid_t start_child(Work work) {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    work();
+    std::_Exit(0);
+  }
+  return child;
+}
+
+// The time runs from the moment at which the host goes to its log, so that recovery is killed, too.
+void kill_a_host(const std::string& path, Variant variant, int host, Told& told,
+                 std::mt19937& random) {
+  told.started = false;
+  const pid_t child = start_child([&] {
+    told.started = true;
+    told.started.notify_all();
+    if (open_log(path, variant)) {
+      IFWBase::instance()->runlog()->asynch(true);
+      log_in_threads(host, told);
+    }
+  });
+  while (!told.started) {
+    std::this_thread::yield();
+  }
+  const timespec time = {0, 1000L * std::uniform_int_distribution(0, kLongest)(random)};
+  ::nanosleep(&time, nullptr);
+  ::kill(child, SIGKILL);
+  int status = 0;
+  expect(
+      ::waitpid(child, &status, 0) == child && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL,
+      "the host ended by itself");
+  count_fault();
+}
+
+// A host that only opens the log.
+void recover(const std::string& path, Variant variant) {
+  const pid_t child = start_child([&] {
+    if (!open_log(path, variant)) {
+      std::_Exit(1);
+    }
+  });
+  int status = 0;
+  expect(::waitpid(child, &status, 0) == child && status == 0, "the log cannot be opened");
+  expect(!std::filesystem::exists(path + ".journal"), "the journal is still there");
+}
+
+// --- What is in the log ---
+
+// A host that was killed while it renamed the backups has left a gap.
+std::string whole_log(const std::string& path) {
+  std::string text;
+  for (int number = kBackups; number > 0; --number) {
+    text += read_file(path + ".bak." + std::to_string(number - 1));
+  }
+  return text + read_file(path);
+}
+
+// A log that is taken apart.
+class Records {
+ public:
+  // What is not as it was written counts as one torn record.
+  Records(std::string_view text, Totals& totals) {
+    while (!text.empty()) {
+      if (!take(text, totals)) {
+        ++totals.torn;
+        const std::size_t next = text.find("\n[WARN ]:", 1);
+        text.remove_prefix(next != text.npos ? next + 1 : text.size());
+      }
+    }
+  }
+
+  // The last record of a thread may be there though its write() has not returned.
+  void compare(const Told& told, int hosts, Totals& totals) const {
+    for (int host = 0; host < hosts; ++host) {
+      for (int thread = 0; thread < kThreads; ++thread) {
+        const int returned = told.returned[host][thread];
+        totals.returned += returned;
+        totals.lost += std::max(returned - m_next[host][thread], 0);
+        expect(m_next[host][thread] <= returned + 1, "a record that was never written");
+      }
+    }
+  }
+
+ private:
+  bool take(std::string_view& text, Totals& totals) {
+    constexpr std::string_view kHead = "[WARN ]: here\r\n >";
+    int numbers[3] = {-1, -1, -1};
+    std::string_view left = text;
+    if (!left.starts_with(kHead)) {
+      return false;
+    }
+    left.remove_prefix(kHead.size());
+    for (int& number : numbers) {
+      const char* const end = std::from_chars(left.data(), left.data() + left.size(), number).ptr;
+      left.remove_prefix(std::min(left.size(), static_cast<std::size_t>(end - left.data()) + 1));
+    }
+    const auto [host, thread, number] = numbers;
+    if (host < 0 || host >= kMostHosts || thread < 0 || thread >= kThreads || number < 0) {
+      return false;
+    }
+    const std::string whole = std::string(kHead) + message_of(host, thread, number) + "\n";
+    if (!text.starts_with(whole)) {
+      return false;
+    }
+    text.remove_prefix(whole.size());
+    count(host, thread, number, totals);
+    return true;
+  }
+
+  void count(int host, int thread, int number, Totals& totals) {
+    expect(host >= m_host, "a record of a host stands behind those of the next one");
+    m_host = host;
+    int& next = m_next[host][thread];
+    totals.twice += number < next ? 1 : 0;
+    totals.lost += std::max(number - next, 0);
+    next = std::max(next, number + 1);
+  }
+
+  int m_host = 0;
+  std::array<std::array<int, kThreads>, kMostHosts> m_next{};
+};
+
+void check(const std::string& path, const Told& told, int hosts, Totals& totals) {
+  const Totals before = totals;
+  const std::string text = whole_log(path);
+  Records(text, totals).compare(told, hosts, totals);
+  expect(totals.lost == before.lost, "a record is lost");
+  expect(totals.twice == before.twice, "a record is there twice");
+  expect(totals.torn == before.torn, "a record is torn, or none of the log's own");
+}
+
+Told* new_told() {
+  void* const shared =
+      ::mmap(nullptr, sizeof(Told), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  return shared != MAP_FAILED ? new (shared) Told : nullptr;
+}
+
+void run(Variant variant, long kills, std::mt19937& random) {
+  const char* const usual = ::getenv("TMPDIR");
+  const std::string disks[] = {usual != nullptr ? usual : "/tmp", "/dev/shm"};
+  const int hosts = variant == Variant::kRestarts ? kMostHosts : 1;
+  Totals totals;
+  for (long round = 0; totals.kills < kills; ++round) {
+    begin_step("write", "round " + std::to_string(round));
+    ::setenv("TMPDIR", disks[round % 2].c_str(), 1);
+    const TempDir directory;
+    const std::string path = directory.path("run.log");
+    Told* const told = new_told();
+    if (!expect(told != nullptr, "shared memory")) {
+      return;
+    }
+    for (int host = 0; host < hosts; ++host, ++totals.kills) {
+      kill_a_host(path, variant, host, *told, random);
+    }
+    recover(path, variant);
+    check(path, *told, hosts, totals);
+    ::munmap(told, sizeof(Told));
+  }
+  std::printf(
+      "%ld kills: of %ld records whose write() had returned %ld lost, %ld twice, %ld torn\n",
+      totals.kills, totals.returned, totals.lost, totals.twice, totals.torn);
+}
+
+}  // namespace
+
+}  // namespace fwbase::faults
+
+int main(int argc, char** argv) {
+  using namespace fwbase::faults;
+  const std::string name = argc > 2 ? argv[1] : "";
+  const bool is_known = name == "plain" || name == "rotation" || name == "restarts";
+  if (!is_known) {
+    std::fprintf(stderr, "usage: journal_kills plain|rotation|restarts <kills> [seed]\n");
+    return 2;
+  }
+  const unsigned int seed = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : std::random_device()();
+  std::printf("seed %u\n", seed);
+  std::fflush(stdout);
+  std::mt19937 random(seed);
+  begin_scenario("journal_kills " + name);
+  run(name == "plain"      ? Variant::kPlain
+      : name == "rotation" ? Variant::kRotation
+                           : Variant::kRestarts,
+      std::atol(argv[2]), random);
+  return end_scenario();
+}
