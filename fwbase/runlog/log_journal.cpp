@@ -33,6 +33,7 @@ std::size_t whole_pages(std::size_t size) {
 void* map(int descriptor, std::size_t offset, std::size_t size) {
   void* const mapped = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor,
                               static_cast<off_t>(offset));
+  // cppcheck-suppress memleak  ; the journal unmaps it
   return mapped != MAP_FAILED ? mapped : nullptr;
 }
 
@@ -180,6 +181,7 @@ LogJournal::Adopted LogJournal::adopt(const std::string& path, std::unique_ptr<L
     }
   } closing{descriptor};
   std::unique_ptr<LogJournal> found(new LogJournal(path, descriptor));
+  // cppcheck-suppress unreadVariable  ; its destructor reads it
   closing.file = -1;
   struct stat status;
   if (::fstat(descriptor, &status) != 0) {
