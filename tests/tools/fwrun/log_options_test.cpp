@@ -108,9 +108,9 @@ TEST(FwrunLog, BeginsAnotherFileAtTheSizeGivenAndKeepsSoManyBackups) {
   const std::string log = script.directory() + "/run.log";
   EXPECT_EQ(run_fwrun({script.path(), "--log", log, "--log-bytes", "1", "--backups", "2"}).status,
             0);
-  EXPECT_EQ(file_text(log), "");
-  EXPECT_NE(file_text(log + ".bak.1"), "");
-  EXPECT_EQ(file_text(log + ".bak.2"), "");
+  EXPECT_EQ(read_file(log), "");
+  EXPECT_NE(read_file(log + ".bak.1"), "");
+  EXPECT_EQ(read_file(log + ".bak.2"), "");
 }
 
 }  // namespace fwrun::test
