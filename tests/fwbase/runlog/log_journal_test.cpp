@@ -288,6 +288,7 @@ TEST_F(JournalTest, WhatAKilledProcessHasQueuedIsThereHoweverFarItsWriterCame) {
       for (int i = 0; i < 5000; ++i) {
         victim.write(IRunLog::ERROR, std::to_string(i).c_str(), nullptr);
       }
+      ::kill(::getpid(), SIGKILL);  // while the writer still has its log
     }
   }));
   adopt();
