@@ -11,11 +11,11 @@
 #include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
-#include "tests/support/host_function.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/temp_dir.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
 #include "fwbase/data_block/data_block_factory.h"
 
 namespace {

@@ -12,14 +12,14 @@
 
 #include "call_tree.h"
 #include "filter.h"
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
 #include "json.h"
 #include "log_records/encoding.h"
 #include "log_records/record.h"
 #include "log_records/splitter.h"
 #include "statistics.h"
-#include "tests/support/json_line.h"
+#include "tests/harness/json_line.h"
 #include "text.h"
 
 namespace {

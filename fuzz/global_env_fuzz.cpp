@@ -5,8 +5,8 @@
 #include <map>
 #include <string>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
 #include "fwbase/global_env/global_env.h"
 
 namespace {

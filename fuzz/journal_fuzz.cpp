@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "fuzz/support/check.h"
+#include "fuzz/harness/check.h"
 #include "fwbase/runlog/journal_format.h"
 #include "fwbase/runlog/journal_recovery.h"
 

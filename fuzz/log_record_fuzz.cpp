@@ -13,10 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
 #include "fwbase/runlog/log_process.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

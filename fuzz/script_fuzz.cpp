@@ -14,11 +14,11 @@
 #include <utility>
 #include <vector>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/dom.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/dom.h"
+#include "fuzz/harness/input.h"
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

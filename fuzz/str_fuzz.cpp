@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/input.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/input.h"
 
 namespace {
 

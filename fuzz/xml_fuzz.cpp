@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/support/check.h"
-#include "fuzz/support/dom.h"
-#include "fuzz/support/input.h"
-#include "tests/support/temp_dir.h"
+#include "fuzz/harness/check.h"
+#include "fuzz/harness/dom.h"
+#include "fuzz/harness/input.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

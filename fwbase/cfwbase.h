@@ -12,7 +12,7 @@
 #include "fwbase/module/module_manage.h"
 #include "fwbase/runlog/log_process.h"
 #include "fwbase/script/script.h"
-#include "fwbase/support/rw_lock.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

@@ -7,8 +7,8 @@
 #include <new>
 
 #include "fwbase/cfwbase.h"
-#include "fwbase/support/reader_marks.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
+#include "support/reader_marks.h"
 #include "utility/text_codec.h"
 
 namespace fwbase {
@@ -24,7 +24,7 @@ CFWBase* watched = nullptr;
 
 // A thread that is to be cancelled forks before that, and so does the child's copy of it.
 void before_fork() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   utility::prepare_conversions();
   forking.lock();
   watched->before_fork();
@@ -36,7 +36,7 @@ void after_fork_in_parent() {
 }
 
 void after_fork_in_child() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   new (&forking) std::mutex;
   support::ReaderMarks::remove_those_of_others();
   watched->after_fork_in_child();

@@ -3,7 +3,7 @@
 #
 # Compares the library's binary interface with the one kept in tests/abi; with --update, keeps the
 # one that it has now. Types, operations and symbols are those of the build's debug information.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 kept=tests/abi/libfwbase.abi library=build/gcc-debug/libfwbase.so
 suppressions=tests/abi/libfwbase.suppr

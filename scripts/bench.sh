@@ -8,7 +8,7 @@
 #   --document  writes all figures into docs/performance.md and plots them
 #
 # Other arguments with "--" go to each program (try --help). A topic is a folder of bench/.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 all_topics() {
   local source

@@ -2,7 +2,7 @@
 # usage: ./dev check
 #
 # Checks sources and scripts without changing anything: the layout, cppcheck, shellcheck.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 test_sources() { git ls-files -- 'tests/*.cpp' 'bench/*.cpp' 'fuzz/*.cpp'; }
 

@@ -3,7 +3,7 @@
 #
 # Builds and runs the library's tests, and lists what they have run of its sources: it fails when
 # that is too little.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 install_packages gcovr
 # Counts of an earlier build or run would be added, or would not fit.

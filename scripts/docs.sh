@@ -3,7 +3,7 @@
 #
 # Makes the site of the guides and the reference in build/docs/html, from the pages as they are in
 # the working tree, and checks it. Doxygen takes its warnings for errors.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 install_packages "${docs_packages[@]}"
 mapfile -t pages < <(git ls-files --cached --others --exclude-standard -- '*.md')

@@ -6,7 +6,7 @@
 # operations, forks hosts whose threads use the library and the C library's time zone, and kills hosts
 # that save and log, with a journal and without: a part of the allocations, 400 cancellations of each
 # operation, 20 forks and 50 kills, or with --long all of them, 4,000, 200 and 1,000.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 cancellations=400 forks=20 kills=50 form=()
 case "${1:-}" in

@@ -3,7 +3,7 @@
 #
 # Follows a log with fwlog while one process, and then three, write so many records (1,000,000) through
 # its rotations, and checks that each comes once and in order.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 build gcc-release --target fwlog fwlog_rotations
 for processes in 1 3; do

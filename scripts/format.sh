@@ -2,7 +2,7 @@
 # usage: ./dev format
 #
 # Lays out all C++ sources with clang-format.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 install_packages "${check_packages[@]}"
 sources | xargs clang-format -i

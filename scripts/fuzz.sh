@@ -4,7 +4,7 @@
 # Feeds a fuzz target with hostile inputs, with Clang's fuzzer and sanitizers; arguments go to the
 # fuzzer. Without any: lists the targets. Inputs that lead to new code are kept in
 # build/fuzz/corpus, for the next run.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 targets() {
   local source

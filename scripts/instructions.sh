@@ -6,7 +6,7 @@
 #
 #   --update   writes the counts as the record
 #   --profile  lists the functions that the instructions are in
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 case "$*" in
   '' | --update) install_packages valgrind ;;

@@ -8,13 +8,13 @@
 # its folder are run. Fails when a mistake survives for which the table has no reason.
 #
 # --draw chooses 150 lines anew, but none in the folders given, and writes tests/mutants/drawn.txt.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 draw() {
   local seed=${1:?'--draw needs a SEED'}
   shift
   configure gcc-debug
-  python3 scripts/support/mutants.py draw "$seed" 150 "$@" >build/drawn.txt
+  python3 scripts/lib/mutants.py draw "$seed" 150 "$@" >build/drawn.txt
   mv build/drawn.txt tests/mutants/drawn.txt
 }
 
@@ -27,7 +27,7 @@ if [ "${1:-}" = --draw ]; then
 fi
 tree=build/mutants
 say "Copying the tree to $tree"
-python3 scripts/support/mutants.py copy "$tree"
+python3 scripts/lib/mutants.py copy "$tree"
 if command -v ccache >/dev/null; then
   export CMAKE_CXX_COMPILER_LAUNCHER=ccache
   unset CCACHE_BASEDIR # locations in records would be others, and tests compare them
@@ -35,4 +35,4 @@ fi
 (cd "$tree" && cmake --preset gcc-debug --log-level=WARNING -DCMAKE_COMPILE_WARNING_AS_ERROR=OFF \
   -DFWBASE_BUILD_FUZZ=OFF -DFWBASE_BUILD_BENCH=OFF)
 say "Making mistakes"
-python3 scripts/support/mutants.py run "$tree" "$@"
+python3 scripts/lib/mutants.py run "$tree" "$@"

@@ -3,7 +3,7 @@
 #
 # Makes the Debian packages in build/packages, checks them with lintian, and runs the README's
 # example from their files; with --test, as root, in a fresh Debian as well.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 made=build/packages/packages
 case "${1:-}" in

@@ -3,7 +3,7 @@
 #
 # Builds twice, in two directories, and compares the library, the commands and the packages byte by
 # byte.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 here=build/reproducible
 copies=("$here/one" "$here/elsewhere/two")

@@ -2,7 +2,7 @@
 # usage: ./dev run
 #
 # Installs what is needed, builds, and runs the example script.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 build tools
 say "Running examples/health; its files are in build/health"

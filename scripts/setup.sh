@@ -2,6 +2,6 @@
 # usage: ./dev setup [SET]
 #
 # Installs the packages of a set: run, test, fuzz or all. Without one: all.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 setup "${1:-all}"

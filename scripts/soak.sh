@@ -3,7 +3,7 @@
 #
 # Keeps the example's session server under load with clients that misbehave and I/O calls that fail,
 # and watches its memory, descriptors and records: for 30 minutes unless others are given.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 minutes=${1:-30}
 build gcc-release --target session_server session_load session_functions random_faults

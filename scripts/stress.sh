@@ -6,7 +6,7 @@
 # (both built optimised), for that long each: 600 seconds and the preset tsan unless others are given.
 # Between them, scripts are reloaded 1,000 times, 10,000,000 environments come and go, and as many
 # formats are compared with snprintf. "helgrind" as the preset runs the operations in Helgrind.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 # Takes 50 times as long, and is wanted for the operations only.
 stress_in_helgrind() {

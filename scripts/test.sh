@@ -7,6 +7,6 @@
 # After that, ctest --preset gcc-debug -L fwbase/script runs the tests of one folder: each test has
 # the folder of its source below tests/ for a label. ctest --preset gcc-debug --print-labels lists
 # them.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 run_tests "${1:-gcc-debug}" "${@:2}"

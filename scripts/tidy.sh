@@ -4,7 +4,7 @@
 # Looks for mistakes with clang-tidy, in all sources but the tests', or in those named; it takes
 # minutes. Tests are left out: they take longer than all else, since each reads the headers of
 # GoogleTest, and what would be a mistake elsewhere is what many of them are about.
-. scripts/support/common.sh
+. scripts/lib/common.sh
 
 install_packages "${tidy_packages[@]}"
 configure clang-debug

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes fwbase/support/gbk_table.inc, the table from Unicode to GBK that log texts are encoded with.
+"""Writes fwbase/runlog/gbk_table.inc, the table from Unicode to GBK that log texts are encoded with.
 
-Usage: tools/gen_gbk_table.py > fwbase/support/gbk_table.inc
+Usage: tools/gen_gbk_table.py > fwbase/runlog/gbk_table.inc
 """
 
 FIRST_IDEOGRAPH, LAST_IDEOGRAPH = 0x4E00, 0x9FA5

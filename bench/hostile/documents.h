@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "tests/utility/colliding_names.h"
+#include "tests/utility/xml/colliding_names.h"
 
 namespace fwbase::bench {
 

@@ -9,7 +9,7 @@
 #include "bench/facade.h"
 #include "bench/harness.h"
 #include "bench/hostile/documents.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::bench {
 

@@ -13,8 +13,8 @@
 #include "bench/log/logger.h"
 #include "bench/names.h"
 #include "bench/script/caller.h"
-#include "tests/support/script_file.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/script_file.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

@@ -12,7 +12,7 @@
 #include "bench/load/loader.h"
 #include "bench/load/save.h"
 #include "bench/load/scripts.h"
-#include "tests/support/run_program.h"
+#include "tests/harness/run_program.h"
 
 namespace fwbase::bench {
 

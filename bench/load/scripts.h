@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

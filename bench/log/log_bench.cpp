@@ -7,7 +7,7 @@
 #include <tuple>
 
 #include "bench/log/logger.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

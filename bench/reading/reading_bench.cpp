@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "bench/harness.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

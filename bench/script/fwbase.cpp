@@ -1,7 +1,7 @@
 // The script engine: a section of calls, run once.
 #include "bench/facade.h"
 #include "bench/script/caller.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

@@ -7,7 +7,7 @@
 
 #include "bench/facade.h"
 #include "bench/script/caller.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::bench {
 

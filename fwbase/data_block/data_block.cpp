@@ -14,7 +14,7 @@ ec::EC CDataBlock::init(unsigned int size) {
   if (size > kLargeSize) {
     RUN_LOG(WARN, "分配较大DataBlock: %d(B)", size);
   }
-  m_block = support::new_message_block(size);
+  m_block = new_message_block(size);
   if (!m_block) {
     RUN_LOG(ERROR, "new ACE_Message_Block( %d ) 失败.", size);
     return ec::DB_NO_MEMORY;

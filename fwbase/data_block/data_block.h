@@ -4,7 +4,7 @@
 
 #include <fwbase/idata_block.h>
 
-#include "fwbase/support/message_block.h"
+#include "fwbase/data_block/message_block.h"
 
 namespace fwbase {
 
@@ -27,7 +27,7 @@ class CDataBlock final : public IDataBlock {
   void type(int tag) override;
 
  private:
-  support::MessagePtr m_block;
+  MessagePtr m_block;
   int m_type = 0;
 };
 

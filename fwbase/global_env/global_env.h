@@ -11,7 +11,7 @@
 
 #include <fwbase/iglobal_env.h>
 
-#include "fwbase/support/rw_lock.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

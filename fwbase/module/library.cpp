@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -28,7 +28,7 @@ const char* last_error() {
 
 // The loader cannot be left halfway, with its locks held.
 Library::Library(const std::string& path) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   std::string reasons;
   for (const std::string& name : file_names(path)) {
     // An empty name would be the program itself.
@@ -46,7 +46,7 @@ Library::Library(const std::string& path) {
 
 Library::~Library() {
   if (m_handle != nullptr) {
-    const utility::CancellationBlock no_cancellation;
+    const support::CancellationBlock no_cancellation;
     dlclose(m_handle);
   }
 }

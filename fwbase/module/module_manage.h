@@ -11,7 +11,7 @@
 #include <fwbase/imm.h>
 
 #include "fwbase/module/library.h"
-#include "fwbase/support/rw_lock.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

@@ -7,7 +7,7 @@
 #include <fwbase/ifwbase.h>
 
 #include "fwbase/runlog/runlog.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -20,7 +20,7 @@ void write_trace(const char* prefix, const std::string& text, const std::string&
   if (log == nullptr) {
     return;
   }
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   try {
     log->write(IRunLog::TRACE, (prefix + text).c_str(), location.c_str());
   } catch (const std::bad_alloc&) {

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <new>
 
+#include "fwbase/runlog/fast_printf.h"
 #include "fwbase/runlog/runlog.h"
-#include "fwbase/support/fast_printf.h"
 
 namespace fwbase {
 
@@ -13,7 +13,7 @@ constexpr int kLimit = 1022;  // characters
 }  // namespace
 
 void format_text(FormattedText& text, const char* format, std::va_list args) {
-  if (const auto size = support::fast_printf(text, kLimit, format, args)) {
+  if (const auto size = fast_printf(text, kLimit, format, args)) {
     std::memset(text + *size, 0, sizeof text - *size);
     return;
   }

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "fwbase/runlog/packed_record.h"
-#include "utility/uninterrupted.h"
+#include "support/uninterrupted.h"
 
 namespace fwbase {
 
@@ -22,7 +22,7 @@ constexpr int kTries = 100;
 // Says whether there were so many bytes; otherwise errno is EIO where the file ends.
 bool read_at(int descriptor, char* bytes, std::size_t size, std::uint64_t offset) {
   while (size != 0) {
-    const ssize_t got = utility::uninterrupted(
+    const ssize_t got = support::uninterrupted(
         [&] { return ::pread(descriptor, bytes, size, static_cast<off_t>(offset)); });
     if (got <= 0) {
       errno = got == 0 ? EIO : errno;

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "utility/uninterrupted.h"
+#include "support/uninterrupted.h"
 
 namespace fwbase {
 
@@ -69,7 +69,7 @@ bool read_from(int descriptor, std::uint64_t offset, std::size_t limit, std::str
   for (ssize_t got = 1; got > 0 && content.size() < limit;) {
     const std::size_t before = content.size();
     content.resize(before + kBlock);
-    got = utility::uninterrupted([&] {
+    got = support::uninterrupted([&] {
       return ::pread(descriptor, content.data() + before, kBlock,
                      static_cast<off_t>(offset + before));
     });
@@ -108,7 +108,7 @@ bool read_noted_file(const JournalNote& note, const std::vector<std::string>& na
   const std::size_t limit = static_cast<std::size_t>(note.length) + kOthers;
   for (const std::string& candidate : names) {
     const int descriptor =
-        utility::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
+        support::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
     if (descriptor < 0) {
       continue;
     }

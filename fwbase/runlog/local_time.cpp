@@ -7,8 +7,8 @@
 #include <new>
 #include <string_view>
 
-#include "utility/cancellation_block.h"
-#include "utility/file_io.h"
+#include "support/cancellation_block.h"
+#include "support/file_io.h"
 
 namespace fwbase {
 
@@ -84,7 +84,7 @@ bool LocalTime::break_down(std::time_t time, std::tm& local) {
 
 // Without memory the rules stay as they are, and the next call tries again.
 void LocalTime::refresh() noexcept {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   try {
     const char* const tz = std::getenv("TZ");
     const bool same = tz != nullptr ? m_tz == tz : !m_tz;
@@ -115,7 +115,7 @@ void LocalTime::read_file() {
     return;
   }
   std::string content;
-  if (utility::read_file(m_path, kMaxFileSize, content) != utility::ReadResult::kOk) {
+  if (support::read_file(m_path, kMaxFileSize, content) != support::ReadResult::kOk) {
     return;
   }
   if (auto zone = TimeZone::read_file(content)) {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "fwbase/runlog/time_zone.h"
-#include "fwbase/support/fork_mutex.h"
+#include "support/fork_mutex.h"
 
 namespace fwbase {
 

@@ -13,9 +13,9 @@
 #include <cstdio>
 #include <optional>
 
-#include "utility/cancellation_block.h"
-#include "utility/uninterrupted.h"
-#include "utility/write_signal_block.h"
+#include "support/cancellation_block.h"
+#include "support/uninterrupted.h"
+#include "support/write_signal_block.h"
 
 namespace fwbase {
 
@@ -29,7 +29,7 @@ constexpr int kLockTries = 100;
 
 int open_to_append(const char* path, int flags) {
   constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY;
-  return utility::uninterrupted([=] { return ::open(path, kFlags | flags, 0666); });
+  return support::uninterrupted([=] { return ::open(path, kFlags | flags, 0666); });
 }
 
 bool files_are_limited() {
@@ -80,7 +80,7 @@ void LogFile::take(int descriptor, mode_t type) {
 // A thread that was cancelled here would leave a destructor, which ends the process.
 void LogFile::close() {
   if (m_descriptor >= 0) {
-    const utility::CancellationBlock no_cancellation;
+    const support::CancellationBlock no_cancellation;
     ::close(m_descriptor);
     m_descriptor = -1;
   }
@@ -89,11 +89,11 @@ void LogFile::close() {
 bool LogFile::status(struct stat& status) const { return ::fstat(m_descriptor, &status) == 0; }
 
 LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, std::size_t count) {
-  std::optional<utility::WriteSignalBlock> no_signals;
+  std::optional<support::WriteSignalBlock> no_signals;
   if (m_write_may_signal) {
     no_signals.emplace();
   }
-  std::optional<utility::CancellationBlock> no_cancellation;  // once a record has begun
+  std::optional<support::CancellationBlock> no_cancellation;  // once a record has begun
   if (m_write_may_wait) {
     wait_for_room();
     no_cancellation.emplace();
@@ -101,7 +101,7 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
   const std::size_t end = texts.end_of(first + count - 1);
   std::size_t written = texts.begin_of(first);
   while (written < end) {
-    const ssize_t size = utility::uninterrupted(
+    const ssize_t size = support::uninterrupted(
         [&] { return ::write(m_descriptor, texts.bytes().data() + written, end - written); });
     if (size <= 0) {
       return give_up(texts, first, written);
@@ -119,7 +119,7 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
 // may be cancelled here instead.
 void LogFile::wait_for_room() const {
   pollfd room = {m_descriptor, POLLOUT, 0};
-  utility::uninterrupted([&] { return ::poll(&room, 1, -1); });
+  support::uninterrupted([&] { return ::poll(&room, 1, -1); });
 }
 
 std::int64_t LogFile::position() {

@@ -13,8 +13,8 @@
 #include <cstring>
 #include <new>
 
-#include "utility/uninterrupted.h"
-#include "utility/write_signal_block.h"
+#include "support/uninterrupted.h"
+#include "support/write_signal_block.h"
 
 namespace fwbase {
 
@@ -23,7 +23,7 @@ namespace {
 constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 int open_journal(const std::string& path, int flags) {
-  return utility::uninterrupted([&] { return ::open(path.c_str(), kFlags | flags, 0600); });
+  return support::uninterrupted([&] { return ::open(path.c_str(), kFlags | flags, 0600); });
 }
 
 std::size_t whole_pages(std::size_t size) {
@@ -81,7 +81,7 @@ LogJournal::Locked LogJournal::lock() const {
 }
 
 bool LogJournal::reserve(std::size_t capacity) {
-  const utility::WriteSignalBlock no_signals;  // a limit of the size of files would raise one
+  const support::WriteSignalBlock no_signals;  // a limit of the size of files would raise one
   int result = EINTR;
   while (result == EINTR) {
     result = ::posix_fallocate(m_descriptor, 0, static_cast<off_t>(kJournalHeaderSize + capacity));

@@ -14,9 +14,9 @@
 #include <new>
 #include <utility>
 
+#include "fwbase/runlog/gbk.h"
 #include "fwbase/runlog/journal_recovery.h"
-#include "fwbase/support/gbk.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -29,7 +29,7 @@ constexpr std::size_t kTextRoom = 4096;
 
 // A failure loses the record only, whatever the host has made of the stream's exceptions.
 void put_on_standard_output(const RecordTexts& texts) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   try {
     const auto size = static_cast<std::streamsize>(texts.bytes().size());
     std::cout.write(texts.bytes().data(), size).flush();
@@ -56,7 +56,7 @@ ec::EC LogOutput::open(const char* path, Opened& opened) {
 }
 
 ec::EC LogOutput::install(Opened& opened) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   const WriteGuard guard(m_lock);
   try {
     opened.rotation.limit(m_limits);
@@ -201,7 +201,7 @@ void LogOutput::note(const RecordTexts& texts, std::size_t first, std::size_t co
 // in the file that it has, and says so once. False when what was written last has to be written
 // again.
 bool LogOutput::rotate() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   const LogRotation::Result result = m_rotation.rotate(*m_file);
   switch (result) {
     case LogRotation::Result::kDone:

@@ -16,7 +16,7 @@
 #include "fwbase/runlog/log_rotation.h"
 #include "fwbase/runlog/log_state.h"
 #include "fwbase/runlog/runlog.h"
-#include "fwbase/support/rw_lock.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

@@ -5,12 +5,12 @@
 #include <cstdint>
 
 #include "fwbase/runlog/local_time.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
+using support::CancellationBlock;
 using support::MutexGuard;
-using utility::CancellationBlock;
 
 std::atomic<unsigned int> IRunLog::ms_type_sign{0};
 

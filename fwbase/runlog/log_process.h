@@ -13,8 +13,8 @@
 #include "fwbase/runlog/log_queue.h"
 #include "fwbase/runlog/log_state.h"
 #include "fwbase/runlog/log_writer.h"
-#include "fwbase/support/fork_mutex.h"
-#include "fwbase/support/rw_lock.h"
+#include "support/fork_mutex.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

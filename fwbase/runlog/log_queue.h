@@ -13,7 +13,7 @@
 
 #include "fwbase/runlog/log_journal.h"
 #include "fwbase/runlog/log_record.h"
-#include "fwbase/support/fork_mutex.h"
+#include "support/fork_mutex.h"
 
 namespace fwbase {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "fwbase/runlog/local_time.h"
-#include "fwbase/support/process_id.h"
+#include "support/process_id.h"
 
 namespace fwbase {
 

@@ -12,7 +12,7 @@
 #include <cerrno>
 #include <string_view>
 
-#include "utility/file_io.h"
+#include "support/file_io.h"
 
 namespace fwbase {
 
@@ -28,7 +28,7 @@ bool leads_through_system(std::string_view path) {
 // be told stays as it is.
 std::string absolute_name(const std::string& path) {
   char directory[PATH_MAX];
-  if (::realpath(utility::directory_of(path).c_str(), directory) == nullptr) {
+  if (::realpath(support::directory_of(path).c_str(), directory) == nullptr) {
     return path;
   }
   const std::string_view parent = directory;
@@ -69,13 +69,13 @@ bool rotation_due(std::int64_t position, std::uint64_t file_bytes) {
 LogRotation::LogRotation(const char* path, const RotationLimits& limits)
     : m_file_bytes(limits.file_bytes) {
   std::string name = path;
-  if (!leads_through_system(name) && utility::find_target(name) == utility::Target::kFile) {
+  if (!leads_through_system(name) && support::find_target(name) == support::Target::kFile) {
     name = absolute_name(name);
     m_rotates = !leads_through_system(name);
   } else {
     name = path;
   }
-  m_directory = utility::directory_of(name);
+  m_directory = support::directory_of(name);
   m_journal = name + ".journal";
   m_names = names_of(name, limits.backups);
 }

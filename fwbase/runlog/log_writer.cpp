@@ -6,9 +6,9 @@
 
 #include <vector>
 
+#include "fwbase/runlog/gbk.h"
 #include "fwbase/runlog/packed_record.h"
 #include "fwbase/runlog/runlog.h"
-#include "fwbase/support/gbk.h"
 
 namespace fwbase {
 

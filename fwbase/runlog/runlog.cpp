@@ -4,7 +4,7 @@
 #include <fwbase/ifwbase.h>
 #include <fwbase/module.h>
 
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -23,7 +23,7 @@ void write_record(IRunLog::Type level, const CallSite& site, const char* gbk_for
   if (log == nullptr) {
     return;
   }
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   BoundedText message;
   std::va_list args;
   va_start(args, utf8_format);

@@ -12,8 +12,8 @@
 
 #include <fwbase/irunlog.h>
 
+#include "fwbase/runlog/gbk.h"
 #include "fwbase/runlog/message_format.h"
-#include "fwbase/support/gbk.h"
 
 namespace fwbase {
 

@@ -21,10 +21,10 @@
 #include <utility/element.h>
 #include <utility/str.h>
 
-#include "utility/document_parser.h"
-#include "utility/file_io.h"
+#include "support/file_io.h"
 #include "utility/text_codec.h"
-#include "utility/xml_platform.h"
+#include "utility/xml/document_parser.h"
+#include "utility/xml/xml_platform.h"
 
 namespace fwbase::script {
 
@@ -534,12 +534,12 @@ unsigned int Document::parse(std::string_view bytes) {
 
 unsigned int Document::load(const std::string& path, std::string& bytes) {
   try {
-    switch (utility::read_file(path, utility::kMaxFileSize, bytes)) {
-      case utility::ReadResult::kOk:
+    switch (support::read_file(path, utility::kMaxFileSize, bytes)) {
+      case support::ReadResult::kOk:
         return parse(bytes);
-      case utility::ReadResult::kTooLarge:
+      case support::ReadResult::kTooLarge:
         return utility::XEC_PARSE;
-      case utility::ReadResult::kNoFile:
+      case support::ReadResult::kNoFile:
         break;
     }
     return utility::XEC_NO_DOCUMENT;

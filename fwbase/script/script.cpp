@@ -6,8 +6,8 @@
 #include <new>
 
 #include "fwbase/runlog/runlog.h"
-#include "utility/cancellation_block.h"
-#include "utility/xml_platform.h"
+#include "support/cancellation_block.h"
+#include "utility/xml/xml_platform.h"
 
 namespace fwbase {
 
@@ -17,7 +17,7 @@ using support::WriteGuard;
 
 // The XML platform counts its users, and a host may be one: each engine counts as one at most.
 ec::EC CScript::init() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   m_syntaxes.clear();
@@ -33,7 +33,7 @@ ec::EC CScript::init() {
 }
 
 void CScript::release() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   RUN_TRACE("");
   const WriteGuard guard(m_lock);
   ++m_releases;
@@ -217,7 +217,7 @@ ec::EC CScript::set_value_env(const char* name, VType type, const void* data, vo
 
 // The variables are freed without the lock: there may be many.
 ec::EC CScript::drop_environment(void* env) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   std::optional<script::ValueTable> dropped;
   {
     const WriteGuard guard(m_lock);

@@ -22,7 +22,7 @@
 
 #include "fwbase/script/reader.h"
 #include "fwbase/script/values.h"
-#include "fwbase/support/rw_lock.h"
+#include "support/rw_lock.h"
 
 namespace fwbase {
 

@@ -6,7 +6,7 @@
 #include "fwbase/runlog/runlog.h"
 #include "fwbase/script/document.h"
 #include "fwbase/script/loaded_program.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -44,7 +44,7 @@ class CScript::Loaded final : public script::Surroundings {
 };
 
 ec::EC CScript::load_script(const char* path) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   if (path == nullptr || *path == '\0') {
     RUN_LOG(ERROR, "脚本名错误: czName=%x\n", addr32(path));
     return ec::SCRIPT_E_PARAM;

@@ -7,7 +7,7 @@
 #include "fwbase/script/document.h"
 #include "fwbase/script/findings.h"
 #include "fwbase/script/loaded_program.h"
-#include "utility/cancellation_block.h"
+#include "support/cancellation_block.h"
 
 namespace fwbase {
 
@@ -61,7 +61,7 @@ struct CScript::Replacement {
 };
 
 ec::EC CScript::reload_script(const char* path, std::vector<Finding>* findings) {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   try {
     if (findings != nullptr) {
       findings->clear();

@@ -5,8 +5,8 @@
 
 #include "fwbase/runlog/runlog.h"
 #include "fwbase/script/script.h"
-#include "utility/cancellation_block.h"
-#include "utility/xml_texts.h"
+#include "support/cancellation_block.h"
+#include "utility/xml/xml_texts.h"
 
 namespace fwbase {
 
@@ -23,7 +23,7 @@ unsigned int insert_typed_value(CElement& var, const char* type, const std::stri
 }  // namespace
 
 ec::EC CScript::save_script() {
-  const utility::CancellationBlock no_cancellation;
+  const support::CancellationBlock no_cancellation;
   const WriteGuard guard(m_lock);
   if (m_script_file.empty()) {
     RUN_LOG(ERROR, "脚本文件名为空，可能文件未被加载");

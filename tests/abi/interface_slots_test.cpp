@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "tests/support/vtable_slot.h"
+#include "tests/harness/vtable_slot.h"
 
 using fwbase::IDataBlock;
 using fwbase::IDataBlockFT;

@@ -7,10 +7,10 @@
 #include <map>
 
 #include "tests/docs/markdown.h"
-#include "tests/support/gbk_locale.h"
-#include "tests/support/host_function.h"
-#include "tests/support/run_program.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/gbk_locale.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/run_program.h"
+#include "tests/harness/script_file.h"
 
 using fwbase::IFWBase;
 using fwbase::IScript;

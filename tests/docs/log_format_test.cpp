@@ -15,9 +15,9 @@
 
 #include "tests/docs/abnf.h"
 #include "tests/docs/markdown.h"
-#include "tests/support/matching.h"
-#include "tests/support/run_program.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/run_program.h"
+#include "tests/harness/temp_dir.h"
 
 using fwbase::IFWBase;
 using fwbase::IMM;

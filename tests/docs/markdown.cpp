@@ -6,7 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::test {
 

@@ -1,6 +1,6 @@
 # The guide to modules: a program of its own, because it needs an installed library to build against.
 add_executable(modules_guide_tests modules_guide_test.cpp markdown.cpp
-                                   ../support/run_program.cpp)
+                                   ../harness/run_program.cpp)
 target_include_directories(modules_guide_tests PRIVATE ${CMAKE_SOURCE_DIR})
 target_compile_definitions(
   modules_guide_tests

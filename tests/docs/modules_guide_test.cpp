@@ -12,9 +12,9 @@
 #include <sstream>
 
 #include "tests/docs/markdown.h"
-#include "tests/support/matching.h"
-#include "tests/support/run_program.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/run_program.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fs = std::filesystem;
 using fwbase::IFWBase;

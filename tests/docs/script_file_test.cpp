@@ -11,9 +11,9 @@
 #include <stdexcept>
 
 #include "tests/docs/markdown.h"
-#include "tests/support/gbk_locale.h"
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/gbk_locale.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 using fwbase::IFWBase;
 using fwbase::IScript;

@@ -10,8 +10,8 @@
 #include <string>
 
 #include "tests/docs/markdown.h"
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;

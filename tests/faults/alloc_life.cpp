@@ -8,8 +8,8 @@
 
 #include "tests/faults/alloc_faults.h"
 #include "tests/faults/failing_allocations.h"
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::faults {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tests/faults/alloc_faults.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::faults {
 

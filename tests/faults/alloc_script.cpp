@@ -6,7 +6,7 @@
 
 #include "tests/faults/failing_allocations.h"
 #include "tests/faults/script_host.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::faults {
 

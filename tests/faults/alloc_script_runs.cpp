@@ -1,6 +1,6 @@
 // Runs of sections: a call is made with all of its arguments, or not at all.
 #include "tests/faults/script_host.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::faults {
 

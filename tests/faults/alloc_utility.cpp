@@ -8,7 +8,7 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "tests/faults/alloc_faults.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::faults {
 

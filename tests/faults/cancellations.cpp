@@ -27,9 +27,9 @@
 #include <vector>
 
 #include "tests/faults/report.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/modules/journal.h"
-#include "tests/support/host_function.h"
-#include "tests/support/temp_dir.h"
 
 // Children have the memory of their parent, which is not released in them.
 extern "C" const char* __asan_default_options();

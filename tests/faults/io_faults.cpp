@@ -19,8 +19,8 @@
 
 #include "tests/faults/failing_io.h"
 #include "tests/faults/report.h"
-#include "tests/support/log_bytes.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/log_bytes.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::faults {
 

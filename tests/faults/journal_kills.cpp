@@ -27,7 +27,7 @@
 #include <vector>
 
 #include "tests/faults/report.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 // A child has the memory of its parent, which is not released in it.
 extern "C" const char* __asan_default_options();

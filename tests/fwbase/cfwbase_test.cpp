@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/address_space_limit.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/log_capture.h"
+#include "tests/harness/address_space_limit.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::CGlobalEnvImpl;
 using fwbase::CModuleManage;

@@ -12,8 +12,8 @@
 #include <functional>
 #include <string>
 
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;

@@ -21,8 +21,8 @@
 #include <vector>
 #include <xercesc/util/XMLString.hpp>
 
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 // Processes that end while threads run are the point here: no need to wait for their reports.
 // Children of a process with threads may start threads.

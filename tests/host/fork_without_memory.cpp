@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace {
 

@@ -13,9 +13,9 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/temp_dir.h"
-#include "tests/support/thread_sleep.h"
-#include "tests/support/watched_thread.h"
+#include "tests/harness/temp_dir.h"
+#include "tests/harness/thread_sleep.h"
+#include "tests/harness/watched_thread.h"
 
 using fwbase::IFWBase;
 using fwbase::IRunLog;

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 
 namespace {
 

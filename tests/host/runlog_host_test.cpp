@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;

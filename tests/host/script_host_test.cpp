@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 using fwbase::IFWBase;
 using fwbase::IRunLog;

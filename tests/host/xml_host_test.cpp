@@ -8,7 +8,7 @@
 #include <vector>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

@@ -20,7 +20,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 // A child has the memory of its parent, which is not released in it.
 extern "C" const char* __asan_default_options();

@@ -15,9 +15,9 @@
 #include <string>
 #include <thread>
 
-#include "fwbase/support/gbk.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/temp_dir.h"
+#include "fwbase/runlog/gbk.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase {
 

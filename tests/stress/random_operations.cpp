@@ -18,8 +18,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/harness/temp_dir.h"
 #include "tests/modules/journal.h"
-#include "tests/support/temp_dir.h"
 
 namespace {
 

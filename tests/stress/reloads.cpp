@@ -18,7 +18,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

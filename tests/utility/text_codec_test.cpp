@@ -5,8 +5,8 @@
 
 #include <thread>
 
-#include "tests/support/gbk_locale.h"
-#include "tests/utility/xml_file.h"
+#include "tests/harness/gbk_locale.h"
+#include "tests/utility/xml/xml_file.h"
 
 namespace {
 

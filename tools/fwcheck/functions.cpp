@@ -9,8 +9,8 @@
 #include <fwbase/function.h>
 #include <fwbase/ifwbase.h>
 
+#include "command_line/charset.h"
 #include "output.h"
-#include "support/charset.h"
 
 namespace fwcheck {
 

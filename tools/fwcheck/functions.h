@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/catalogue.h"
+#include "modules/catalogue.h"
 
 namespace fwcheck {
 

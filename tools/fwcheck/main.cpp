@@ -9,10 +9,10 @@
 #include <new>
 #include <optional>
 
+#include "command_line/standard_descriptors.h"
 #include "options.h"
 #include "output.h"
 #include "run.h"
-#include "support/standard_descriptors.h"
 
 namespace {
 

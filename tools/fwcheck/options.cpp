@@ -5,10 +5,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_line/command_pages.h"
+#include "command_line/messages.h"
+#include "command_line/text.h"
 #include "output.h"
-#include "support/command_pages.h"
-#include "support/messages.h"
-#include "support/text.h"
 #include "warnings.h"
 
 namespace fwcheck {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "support/module_argument.h"
+#include "command_line/module_argument.h"
 
 namespace fwcheck {
 

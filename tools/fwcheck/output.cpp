@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "support/text.h"
+#include "command_line/text.h"
 
 namespace fwcheck {
 

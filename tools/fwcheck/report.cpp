@@ -5,8 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "findings/finding_text.h"
 #include "output.h"
-#include "support/finding_text.h"
 
 namespace fwcheck {
 

@@ -5,13 +5,13 @@
 #include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
 
+#include "command_line/error_log.h"
+#include "command_line/standard_input.h"
+#include "command_line/text.h"
 #include "functions.h"
+#include "modules/modules.h"
 #include "printing.h"
 #include "report.h"
-#include "support/error_log.h"
-#include "support/modules.h"
-#include "support/standard_input.h"
-#include "support/text.h"
 
 namespace fwcheck {
 

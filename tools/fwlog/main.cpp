@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "call_tree.h"
+#include "command_line/standard_descriptors.h"
 #include "delivery.h"
 #include "following.h"
 #include "interruption.h"
@@ -16,7 +17,6 @@
 #include "output.h"
 #include "reading.h"
 #include "statistics.h"
-#include "support/standard_descriptors.h"
 #include "text.h"
 
 namespace fwlog {

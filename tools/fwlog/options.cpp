@@ -5,9 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "command_line/command_pages.h"
+#include "command_line/messages.h"
 #include "output.h"
-#include "support/command_pages.h"
-#include "support/messages.h"
 #include "times.h"
 
 namespace fwlog {

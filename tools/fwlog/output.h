@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "support/messages.h"
+#include "command_line/messages.h"
 
 namespace fwlog {
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "command_line/messages.h"
 #include "shown_text.h"
-#include "support/messages.h"
 
 namespace fwlog {
 

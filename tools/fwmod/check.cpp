@@ -9,10 +9,10 @@
 #include <vector>
 
 #include "child_process.h"
+#include "command_line/text.h"
 #include "elf_file.h"
 #include "inspection.h"
 #include "loading.h"
-#include "support/text.h"
 
 namespace fwmod {
 

@@ -5,8 +5,8 @@
 #include <map>
 #include <set>
 
+#include "command_line/text.h"
 #include "process_state.h"
-#include "support/text.h"
 
 namespace fwmod {
 

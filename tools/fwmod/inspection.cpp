@@ -9,11 +9,11 @@
 #include <exception>
 
 #include "child_process.h"
+#include "command_line/text.h"
 #include "exercise.h"
 #include "loading.h"
 #include "process_state.h"
 #include "recorded_facade.h"
-#include "support/text.h"
 
 namespace fwmod {
 

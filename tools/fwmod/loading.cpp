@@ -12,9 +12,9 @@
 #include <cstring>
 #include <span>
 
+#include "command_line/text.h"
 #include "elf_file.h"
-#include "support/module_path.h"
-#include "support/text.h"
+#include "modules/module_path.h"
 
 namespace fwmod {
 

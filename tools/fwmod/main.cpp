@@ -8,9 +8,9 @@
 #include <system_error>
 
 #include "check.h"
+#include "command_line/standard_descriptors.h"
 #include "inspection.h"
 #include "options.h"
-#include "support/standard_descriptors.h"
 
 int main(int argc, char** argv) {
   const bool is_inspection = argc > 0 && std::strcmp(argv[0], fwmod::kInspection) == 0;

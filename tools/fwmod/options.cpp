@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "support/command_pages.h"
-#include "support/text.h"
+#include "command_line/command_pages.h"
+#include "command_line/text.h"
 
 namespace fwmod {
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "support/module_argument.h"
+#include "command_line/module_argument.h"
 
 namespace fwmod {
 

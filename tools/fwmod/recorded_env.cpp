@@ -2,7 +2,7 @@
 // copy it, and so run code of the library.
 #include "recorded_env.h"
 
-#include "support/text.h"
+#include "command_line/text.h"
 
 namespace fwmod {
 

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cstdio>
 
-#include "support/text.h"
+#include "command_line/text.h"
 
 using fwbase::IFWBase;
 using fwbase::IGlobalEnv;

@@ -2,7 +2,7 @@
 // thread's.
 #include "recorded_modules.h"
 
-#include "support/text.h"
+#include "command_line/text.h"
 
 namespace fwmod {
 

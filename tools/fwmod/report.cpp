@@ -16,8 +16,8 @@
 #include <system_error>
 #include <typeinfo>
 
-#include "support/text.h"
-#include "support/utf8.h"
+#include "command_line/text.h"
+#include "command_line/utf8.h"
 
 namespace fwmod {
 

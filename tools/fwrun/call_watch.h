@@ -12,8 +12,8 @@
 
 #include <fwbase/iscript.h>
 
+#include "command_line/error_log.h"
 #include "script_file.h"
-#include "support/error_log.h"
 
 namespace fwrun {
 

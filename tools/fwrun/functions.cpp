@@ -2,9 +2,9 @@
 
 #include <fwbase/check.h>
 
+#include "command_line/text.h"
 #include "listing.h"
-#include "support/catalogue.h"
-#include "support/text.h"
+#include "modules/catalogue.h"
 
 namespace fwrun {
 

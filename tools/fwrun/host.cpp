@@ -9,18 +9,18 @@
 #include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
 
+#include "command_line/error_log.h"
+#include "command_line/standard_input.h"
+#include "command_line/text.h"
+#include "findings/finding_text.h"
 #include "functions.h"
 #include "interruption.h"
 #include "listing.h"
 #include "load_report.h"
 #include "mocks.h"
+#include "modules/modules.h"
 #include "printing.h"
 #include "sections.h"
-#include "support/error_log.h"
-#include "support/finding_text.h"
-#include "support/modules.h"
-#include "support/standard_input.h"
-#include "support/text.h"
 
 namespace fwrun {
 

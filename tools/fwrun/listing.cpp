@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "support/text.h"
+#include "command_line/text.h"
 
 namespace fwrun {
 

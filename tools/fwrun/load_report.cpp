@@ -1,7 +1,7 @@
 #include "load_report.h"
 
-#include "support/messages.h"
-#include "support/text.h"
+#include "command_line/messages.h"
+#include "command_line/text.h"
 
 namespace fwrun {
 

@@ -7,10 +7,10 @@
 #include <new>
 #include <optional>
 
+#include "command_line/standard_descriptors.h"
 #include "host.h"
 #include "options.h"
 #include "output.h"
-#include "support/standard_descriptors.h"
 
 int main(int argc, char** argv) {
   tools::fill_closed_descriptors();

@@ -10,10 +10,10 @@
 #include <fwbase/ifwbase.h>
 #include <fwbase/module.h>
 
+#include "command_line/charset.h"
+#include "command_line/text.h"
 #include "listing.h"
 #include "output.h"
-#include "support/charset.h"
-#include "support/text.h"
 
 namespace fwrun {
 

@@ -8,10 +8,10 @@
 #include <fwbase/irunlog.h>
 #include <CLI/CLI.hpp>
 
+#include "command_line/command_pages.h"
+#include "command_line/messages.h"
+#include "command_line/text.h"
 #include "output.h"
-#include "support/command_pages.h"
-#include "support/messages.h"
-#include "support/text.h"
 
 namespace fwrun {
 

@@ -10,7 +10,7 @@
 
 #include <fwbase/log_options.h>
 
-#include "support/module_argument.h"
+#include "command_line/module_argument.h"
 
 namespace fwrun {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "support/messages.h"
+#include "command_line/messages.h"
 
 namespace fwrun {
 

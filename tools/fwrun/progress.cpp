@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <string>
 
-#include "support/messages.h"
-#include "support/text.h"
+#include "command_line/messages.h"
+#include "command_line/text.h"
 
 namespace fwrun {
 

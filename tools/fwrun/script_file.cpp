@@ -8,10 +8,10 @@
 
 #include <utility/element.h>
 
+#include "command_line/messages.h"
 #include "fwbase/script/document.h"
 #include "fwbase/script/reader.h"
-#include "support/messages.h"
-#include "utility/xml_platform.h"
+#include "utility/xml/xml_platform.h"
 
 namespace fwrun {
 

@@ -6,9 +6,9 @@
 #include <fwbase/ifwbase.h>
 
 #include "interruption.h"
+#include "modules/modules.h"
 #include "output.h"
 #include "progress.h"
-#include "support/modules.h"
 
 namespace fwrun {
 

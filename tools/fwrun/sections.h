@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "call_watch.h"
+#include "command_line/error_log.h"
 #include "script_file.h"
-#include "support/error_log.h"
 
 namespace fwrun {
 

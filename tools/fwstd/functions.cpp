@@ -1,8 +1,8 @@
 // Registration of all general functions, and what they share.
 #include "fwstd/functions.h"
 
-#include "support/charset.h"
-#include "support/text.h"
+#include "command_line/charset.h"
+#include "command_line/text.h"
 
 namespace fwstd {
 

@@ -10,8 +10,8 @@
 
 #include <fwbase/ifwbase.h>
 
+#include "command_line/charset.h"
 #include "fwstd/functions.h"
-#include "support/charset.h"
 
 namespace fwstd {
 

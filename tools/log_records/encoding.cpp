@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "fwbase/support/gbk.h"
+#include "fwbase/runlog/gbk.h"
 
 namespace log_records {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "support/utf8.h"
+#include "command_line/utf8.h"
 
 namespace log_records {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "tests/examples/session_server/server_process.h"
-#include "tests/support/run_program.h"
+#include "tests/harness/run_program.h"
 
 using fwbase::test::ProgramResult;
 using fwbase::test::run_program;

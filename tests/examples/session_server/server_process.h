@@ -9,7 +9,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwbase::test {
 

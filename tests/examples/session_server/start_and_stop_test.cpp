@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tests/examples/session_server/server_process.h"
-#include "tests/support/run_program.h"
+#include "tests/harness/run_program.h"
 
 using fwbase::test::ProgramResult;
 using fwbase::test::read_file;

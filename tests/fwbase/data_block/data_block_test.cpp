@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "fwbase/data_block/data_block_factory.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/log_capture.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::CDataBlockFT;
 using fwbase::IDataBlock;

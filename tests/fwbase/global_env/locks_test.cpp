@@ -7,7 +7,7 @@
 #include <string>
 
 #include "fwbase/global_env/global_env.h"
-#include "tests/support/log_capture.h"
+#include "tests/harness/log_capture.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 
 #include "fwbase/module/module_manage.h"
 #include "tests/fwbase/module/host_modules.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/modules/journal.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/temp_dir.h"
 
 using fwbase::CModuleManage;
 using fwbase::IMM;

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "tests/fwbase/module/host_modules.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/log_capture.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::CModuleManage;
 using fwbase::IMM;

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "fwbase/runlog/runlog.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/log_capture.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::IRunLog;
 using namespace fwbase::test;

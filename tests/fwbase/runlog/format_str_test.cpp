@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "tests/support/failing_new.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/temp_dir.h"
 
 using fwbase::IRunLog;
 

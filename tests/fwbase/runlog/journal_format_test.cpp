@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "fwbase/runlog/packed_record.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

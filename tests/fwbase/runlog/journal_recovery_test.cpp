@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

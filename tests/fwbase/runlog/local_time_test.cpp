@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/failing_new.h"
-#include "tests/support/temp_dir.h"
-#include "tests/support/time_zone_variable.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/temp_dir.h"
+#include "tests/harness/time_zone_variable.h"
 
 using fwbase::LocalTime;
 using fwbase::test::TempDir;

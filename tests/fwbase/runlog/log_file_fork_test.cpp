@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "fwbase/runlog/log_file.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 TEST(LogFileFork, ProgramsThatTheChildStartsDoNotInheritIt) {
   const fwbase::test::TempDir directory;

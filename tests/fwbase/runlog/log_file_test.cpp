@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/file_size_limit.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/file_size_limit.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

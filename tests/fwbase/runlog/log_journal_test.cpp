@@ -16,12 +16,12 @@
 #include <thread>
 #include <vector>
 
+#include "fwbase/runlog/gbk.h"
 #include "fwbase/runlog/log_process.h"
 #include "fwbase/runlog/packed_record.h"
-#include "fwbase/support/gbk.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/file_size_limit.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/file_size_limit.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

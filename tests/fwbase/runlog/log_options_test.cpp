@@ -12,10 +12,10 @@
 #include <string>
 #include <thread>
 
+#include "fwbase/runlog/gbk.h"
 #include "fwbase/runlog/log_process.h"
-#include "fwbase/support/gbk.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

@@ -27,12 +27,12 @@
 #include <thread>
 #include <vector>
 
-#include "fwbase/support/gbk.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/file_size_limit.h"
-#include "tests/support/no_descriptors.h"
-#include "tests/support/temp_dir.h"
-#include "tests/support/watched_thread.h"
+#include "fwbase/runlog/gbk.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/file_size_limit.h"
+#include "tests/harness/no_descriptors.h"
+#include "tests/harness/temp_dir.h"
+#include "tests/harness/watched_thread.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "fwbase/runlog/packed_record.h"
-#include "tests/support/failing_new.h"
-#include "tests/support/watched_thread.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/watched_thread.h"
 
 using namespace fwbase;
 using fwbase::test::FailingNew;

@@ -7,8 +7,8 @@
 #include <ctime>
 #include <string>
 
-#include "tests/support/failing_new.h"
-#include "tests/support/time_zone_variable.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/time_zone_variable.h"
 
 using fwbase::IRunLog;
 using fwbase::LogRecord;

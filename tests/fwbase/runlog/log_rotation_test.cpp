@@ -9,9 +9,9 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "tests/support/failing_new.h"
-#include "tests/support/no_descriptors.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/failing_new.h"
+#include "tests/harness/no_descriptors.h"
+#include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
 using namespace fwbase::test;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/failing_new.h"
+#include "tests/harness/failing_new.h"
 
 using namespace fwbase;
 using fwbase::test::FailingNew;

@@ -5,7 +5,7 @@
 #include <regex>
 #include <string>
 
-#include "tests/support/log_capture.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::IRunLog;
 using fwbase::test::LogCapture;

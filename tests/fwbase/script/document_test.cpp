@@ -5,9 +5,9 @@
 #include <utility/xml.h>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "tests/support/code_page.h"
-#include "tests/support/script_file.h"
-#include "tests/utility/xml_file.h"
+#include "tests/harness/code_page.h"
+#include "tests/harness/script_file.h"
+#include "tests/utility/xml/xml_file.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include "fwbase/script/reader.h"
-#include "tests/support/code_page.h"
+#include "tests/harness/code_page.h"
 
 namespace {
 

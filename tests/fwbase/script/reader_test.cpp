@@ -4,7 +4,7 @@
 
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "tests/support/code_page.h"
+#include "tests/harness/code_page.h"
 
 namespace {
 

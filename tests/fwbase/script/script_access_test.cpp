@@ -4,7 +4,7 @@
 
 #include "fwbase/runlog/runlog.h"
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/failing_new.h"
+#include "tests/harness/failing_new.h"
 
 namespace {
 

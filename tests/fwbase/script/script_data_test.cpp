@@ -3,8 +3,8 @@
 #include <locale>
 
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/code_page.h"
-#include "tests/support/failing_new.h"
+#include "tests/harness/code_page.h"
+#include "tests/harness/failing_new.h"
 
 namespace {
 

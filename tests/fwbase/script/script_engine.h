@@ -11,9 +11,9 @@
 
 #include "fwbase/script/script.h"
 #include "tests/fwbase/script/read_script.h"
-#include "tests/support/host_function.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/script_file.h"
 
 namespace fwbase::test {
 

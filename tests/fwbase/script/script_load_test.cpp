@@ -4,9 +4,9 @@
 
 #include "fwbase/runlog/runlog.h"
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/code_page.h"
-#include "tests/support/failing_new.h"
-#include "tests/utility/xml_file.h"
+#include "tests/harness/code_page.h"
+#include "tests/harness/failing_new.h"
+#include "tests/utility/xml/xml_file.h"
 
 namespace {
 

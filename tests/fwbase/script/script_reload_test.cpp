@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/failing_new.h"
+#include "tests/harness/failing_new.h"
 
 namespace {
 

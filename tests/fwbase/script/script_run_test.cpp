@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/failing_new.h"
+#include "tests/harness/failing_new.h"
 
 namespace {
 

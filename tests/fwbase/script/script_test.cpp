@@ -6,8 +6,8 @@
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include "tests/fwbase/script/script_engine.h"
-#include "tests/support/in_threads.h"
-#include "tests/support/vtable_slot.h"
+#include "tests/harness/in_threads.h"
+#include "tests/harness/vtable_slot.h"
 
 namespace {
 

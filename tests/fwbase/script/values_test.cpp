@@ -4,7 +4,7 @@
 
 #include "fwbase/script/program.h"
 #include "fwbase/script/values.h"
-#include "tests/support/failing_new.h"
+#include "tests/harness/failing_new.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwcheck/fwcheck_program.h"
 
 using fwbase::test::ScriptFile;

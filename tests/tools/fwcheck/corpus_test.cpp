@@ -11,8 +11,8 @@
 #include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
 
+#include "findings/finding_message.h"
 #include "fwstd/functions.h"
-#include "support/finding_message.h"
 
 namespace fwcheck::test {
 

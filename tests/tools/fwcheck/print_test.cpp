@@ -5,7 +5,7 @@
 #include <map>
 
 #include "printing.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwcheck/fwcheck_program.h"
 #include "tests/tools/fwstd/documented_functions.h"
 

@@ -12,7 +12,7 @@
 #include <utility/xml.h>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwcheck/fwcheck_program.h"
 
 using fwbase::test::read_file;

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwcheck/fwcheck_program.h"
 
 using fwbase::test::ScriptFile;

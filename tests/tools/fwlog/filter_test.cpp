@@ -3,8 +3,8 @@
 
 #include <ctime>
 
-#include "tests/support/log_capture.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwlog/fwlog_program.h"
 
 using fwbase::test::gbk;

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwlog/fwlog_program.h"
 
 using fwbase::test::TempDir;

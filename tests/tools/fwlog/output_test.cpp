@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
+#include "command_line/text.h"
 #include "fwbase/runlog/journal_format.h"
 #include "fwbase/runlog/packed_record.h"
-#include "support/text.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwlog/fwlog_program.h"
 
 using fwbase::test::gbk;

@@ -16,7 +16,7 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // What goes wrong while a module is created, initialised and released.
 #include <gtest/gtest.h>
 
-#include "tests/support/matching.h"
+#include "tests/harness/matching.h"
 #include "tests/tools/fwmod/fwmod_program.h"
 
 using fwbase::test::has_match;

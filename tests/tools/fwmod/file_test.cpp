@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/temp_dir.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwmod/fwmod_program.h"
 
 using fwbase::test::read_file;

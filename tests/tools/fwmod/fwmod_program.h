@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/run_program.h"
+#include "tests/harness/run_program.h"
 
 namespace fwmod::test {
 

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <thread>
 
-#include "tests/support/matching.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/temp_dir.h"
 #include "tests/tools/fwmod/fwmod_program.h"
 
 using fwbase::test::has_match;

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "loading.h"
-#include "tests/support/matching.h"
+#include "tests/harness/matching.h"
 #include "tests/tools/fwmod/fwmod_program.h"
 
 namespace fwmod::test {

@@ -4,8 +4,8 @@
 #include <regex>
 
 #include "sections.h"
-#include "tests/support/host_function.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/host_function.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 namespace fwrun::test {

@@ -1,8 +1,8 @@
 // Control characters in what a script or the command line names, which a terminal would act on.
 #include <gtest/gtest.h>
 
-#include "support/text.h"
-#include "tests/support/script_file.h"
+#include "command_line/text.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::ScriptFile;

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/run_program.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/run_program.h"
+#include "tests/harness/temp_dir.h"
 
 namespace fwrun::test {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/matching.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::has_match;

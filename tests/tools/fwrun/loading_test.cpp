@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::ScriptFile;

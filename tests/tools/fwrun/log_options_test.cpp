@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/log_capture.h"
-#include "tests/support/matching.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::gbk;

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "support/text.h"
-#include "tests/support/script_file.h"
+#include "command_line/text.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::ScriptFile;

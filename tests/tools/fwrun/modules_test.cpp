@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "support/text.h"
-#include "tests/support/matching.h"
-#include "tests/support/script_file.h"
+#include "command_line/text.h"
+#include "tests/harness/matching.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::has_match;

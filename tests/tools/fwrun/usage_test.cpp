@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::ScriptFile;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tests/support/script_file.h"
+#include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 
 using fwbase::test::ScriptFile;

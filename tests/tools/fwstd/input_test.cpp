@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "tests/support/matching.h"
+#include "tests/harness/matching.h"
 #include "tests/tools/fwstd/script_run.h"
 
 using fwbase::test::has_match;

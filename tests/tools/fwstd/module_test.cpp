@@ -3,8 +3,8 @@
 #include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 
-#include "tests/support/log_capture.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/script_file.h"
 
 using fwbase::IFWBase;
 using fwbase::IMM;

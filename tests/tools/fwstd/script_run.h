@@ -8,8 +8,8 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "tests/support/log_capture.h"
-#include "tests/support/script_file.h"
+#include "tests/harness/log_capture.h"
+#include "tests/harness/script_file.h"
 
 namespace fwstd::test {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "tests/support/log_capture.h"
+#include "tests/harness/log_capture.h"
 
 using fwbase::test::gbk;
 

@@ -15,9 +15,9 @@
 #include "log_records/encoding.h"
 #include "log_records/record.h"
 #include "log_records/splitter.h"
-#include "tests/support/json_line.h"
-#include "tests/support/run_program.h"
-#include "tests/support/temp_dir.h"
+#include "tests/harness/json_line.h"
+#include "tests/harness/run_program.h"
+#include "tests/harness/temp_dir.h"
 
 namespace log_records::test {
 

@@ -1,0 +1,109 @@
+// The slow ways of the lock, and what happens to it when the process forks.
+#include "support/rw_lock.h"
+
+#include <pthread.h>
+
+#include <cerrno>
+#include <new>
+
+namespace support {
+
+// Between one write and the next so many reads must pay for letting marks count, since the next
+// write has to look at the marks of all threads.
+constexpr int kReadsBetweenWrites = 32;
+
+// A thread that reads already gets the lock once more, whoever waits for writing: by its mark that
+// keeps writers away, or by the system's lock, which prefers readers.
+RwLock::Read RwLock::acquire_read_by_system() {
+  ReaderMarks* const marks = ReaderMarks::of_thread_if_any();
+  if (marks != nullptr && marks->contain(this) && marks->set(this) != nullptr) {
+    return {marks, false};
+  }
+  if (m_mutex.acquire_read() != 0) {
+    return {nullptr, false};
+  }
+  let_marks_count();
+  return {nullptr, true};
+}
+
+void RwLock::let_marks_count() {
+  unsigned int marks = m_marks;
+  if ((marks & kAll) == kIgnored && m_writers == 0 &&
+      m_reads.fetch_add(1, std::memory_order_relaxed) >= kReadsBetweenWrites) {
+    m_marks.compare_exchange_strong(marks, marks + kCount);
+  }
+}
+
+bool RwLock::acquire_write() {
+  ++m_writers;
+  bool taken = false;
+  bool again = true;
+  while (again) {
+    wait_for_marks();
+    taken = m_mutex.acquire_write() == 0;
+    // A reader that had not seen this writer may have let marks count meanwhile.
+    again = taken && (m_marks & kAll) != kIgnored;
+    if (again) {
+      m_mutex.release();
+    }
+  }
+  --m_writers;
+  if (taken) {
+    m_reads = 0;
+  }
+  return taken;
+}
+
+// The system's lock is not held: until the marks are gone, it is open to readers that one of the
+// marked threads may be waiting for. Each writer waits for itself: another may have begun just now.
+void RwLock::wait_for_marks() {
+  unsigned int marks = m_marks;
+  if ((marks & kAll) == kCount && m_marks.compare_exchange_strong(marks, marks + kCount)) {
+    marks += kCount;
+  }
+  if ((marks & kAll) == kEnd) {
+    ReaderMarks::wait_until_gone(this);
+    m_marks.compare_exchange_strong(marks, (marks & ~kAll) + kRound);
+  }
+}
+
+// --- Forks ---
+//
+// The child has one thread, a copy of that which forked. Locks that other threads held would stay
+// locked in it for ever, so each is made anew. Giving back is not enough even for the thread's own
+// hold: the system tells a writer by its thread id, which is another one in the child.
+
+bool RwLock::before_fork(const timespec& deadline) {
+  pthread_rwlock_t& lock = const_cast<ACE_rwlock_t&>(m_mutex.lock());
+  switch (pthread_rwlock_timedrdlock(&lock, &deadline)) {
+    case 0:
+      m_fork = Fork::kHeld;
+      return true;
+    case EDEADLK:
+      m_fork = Fork::kHeldForWritingBefore;
+      return true;
+    default:
+      m_fork = Fork::kNotHeld;
+      return false;
+  }
+}
+
+void RwLock::after_fork_in_parent() {
+  if (m_fork == Fork::kHeld) {
+    m_mutex.release();
+  }
+}
+
+// Given back first, for the tools that keep account of what a thread holds.
+void RwLock::after_fork_in_child() {
+  if (m_fork != Fork::kNotHeld) {
+    m_mutex.release();
+  }
+  new (&m_mutex) ACE_RW_Thread_Mutex;
+  m_writers = 0;
+  if (m_fork == Fork::kHeldForWritingBefore) {
+    m_mutex.acquire_write();
+  }
+}
+
+}  // namespace support

@@ -1,0 +1,145 @@
+// The reader-writer lock that guards each component, and its owners.
+//
+// Readers mark themselves in a cache line of their own thread, as long as no thread writes: reads
+// scale with the processors. A writer sends new readers to the system's lock, which it takes itself
+// once the marks are gone. After some reads without a write the marks are good again.
+//
+// A call that fails leaves its error number in errno and nothing else happens: the operation goes
+// on. An owner gives back only what it got.
+#ifndef SUPPORT_RW_LOCK_H
+#define SUPPORT_RW_LOCK_H
+
+#include <ace/RW_Thread_Mutex.h>
+
+#include <atomic>
+#include <ctime>
+
+#include "support/reader_marks.h"
+#include "support/thread_safety.h"
+
+namespace support {
+
+/// A thread may hold it for reading several times at once. Threads that wait for writing do not
+/// keep readers away.
+class FWBASE_CAPABILITY RwLock {
+ public:
+  RwLock() = default;
+  RwLock(const RwLock&) = delete;
+  RwLock& operator=(const RwLock&) = delete;
+
+  /// How a thread holds the lock for reading.
+  struct Read {
+    ReaderMarks* marks;  ///< of the thread, the last of which is for this lock
+    bool system;         ///< by the system's lock
+  };
+
+  Read acquire_read() FWBASE_ACQUIRE_SHARED() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+    if (marks_count(std::memory_order_relaxed)) {
+      ReaderMarks* const marks = ReaderMarks::of_thread();
+      if (marks != nullptr && mark(*marks)) {
+        return {marks, false};
+      }
+    }
+    return acquire_read_by_system();
+  }
+  void release_read(const Read& read) FWBASE_RELEASE_SHARED() {
+    if (read.marks != nullptr) {
+      read.marks->remove_last();
+    } else if (read.system) {
+      m_mutex.release();
+    }
+  }
+
+  /// Says whether the lock was taken.
+  bool acquire_write() FWBASE_ACQUIRE();
+  void release_write() FWBASE_RELEASE() { m_mutex.release(); }
+
+  /// Around fork(), in the thread that forks. No other thread changes what the lock guards while
+  /// the process is copied, and the child's copy of the lock is free, or held by the thread that
+  /// forked as it was before. Says whether the lock was got until the deadline (CLOCK_REALTIME):
+  /// a thread that keeps it longer must not keep the host from forking.
+  bool before_fork(const timespec& deadline);
+  void after_fork_in_parent();
+  void after_fork_in_child();
+
+ private:
+  enum class Fork { kNotHeld, kHeld, kHeldForWritingBefore };
+
+  /// Whether a mark holds the lock. A thread that holds m_mutex for reading lets marks count, a
+  /// writer ends that, waits for those that are there, and lets them be ignored: then it may take
+  /// m_mutex. The upper bits count the rounds, so that no writer ends a later one than it saw.
+  enum Marks : unsigned int { kIgnored = 0, kCount = 1, kEnd = 2, kAll = 3, kRound = 4 };
+
+  bool marks_count(std::memory_order order) const { return (m_marks.load(order) & kAll) == kCount; }
+  bool mark(ReaderMarks& marks) {
+    if (marks.set(this) == nullptr) {
+      return false;
+    }
+    if (marks_count(std::memory_order_seq_cst)) {
+      return true;
+    }
+    marks.remove_last();
+    return false;
+  }
+  Read acquire_read_by_system();
+  void let_marks_count();
+  void wait_for_marks();
+
+  std::atomic<unsigned int> m_marks{kIgnored};
+  std::atomic<int> m_reads{0};    // by the system's lock, since the last write
+  std::atomic<int> m_writers{0};  // those that wait
+  ACE_RW_Thread_Mutex m_mutex;
+  Fork m_fork = Fork::kNotHeld;  // changed by one thread at a time: that which forks
+};
+
+/// Holds the lock for reading.
+class FWBASE_SCOPED_CAPABILITY ReadGuard {
+ public:
+  explicit ReadGuard(RwLock& lock) FWBASE_ACQUIRE_SHARED(lock)
+      : m_lock(lock), m_read(lock.acquire_read()) {}
+  ~ReadGuard() FWBASE_RELEASE_GENERIC() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+    m_lock.release_read(m_read);
+  }
+  ReadGuard(const ReadGuard&) = delete;
+  ReadGuard& operator=(const ReadGuard&) = delete;
+
+ private:
+  RwLock& m_lock;
+  const RwLock::Read m_read;
+};
+
+/// Holds the lock for writing.
+class FWBASE_SCOPED_CAPABILITY WriteGuard {
+ public:
+  explicit WriteGuard(RwLock& lock) FWBASE_ACQUIRE(lock)
+      : m_lock(lock), m_taken(lock.acquire_write()) {}
+  ~WriteGuard() FWBASE_RELEASE() {
+    if (m_taken) {
+      m_lock.release_write();
+    }
+  }
+  WriteGuard(const WriteGuard&) = delete;
+  WriteGuard& operator=(const WriteGuard&) = delete;
+
+ private:
+  RwLock& m_lock;
+  const bool m_taken;
+};
+
+/// Gives up a lock held for writing, for a scope: around calls of host code.
+class FWBASE_SCOPED_CAPABILITY WriteRelease {
+ public:
+  explicit WriteRelease(RwLock& lock) FWBASE_RELEASE(lock) : m_lock(lock) { lock.release_write(); }
+  // Annotated as a release, as the analysis wants of a scope that gave its lock up: it then
+  // counts the lock as held again.
+  ~WriteRelease() FWBASE_RELEASE() FWBASE_NO_THREAD_SAFETY_ANALYSIS { m_lock.acquire_write(); }
+  WriteRelease(const WriteRelease&) = delete;
+  WriteRelease& operator=(const WriteRelease&) = delete;
+
+ private:
+  RwLock& m_lock;
+};
+
+}  // namespace support
+
+#endif

@@ -1,0 +1,61 @@
+// The copy is a file without a name; others open it by its descriptor.
+#include "command_line/standard_input.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tools {
+
+namespace {
+
+// Beyond the limit of a script, which loading and checking refuse.
+constexpr off_t kMost = (off_t{256} << 20) + 1;
+
+bool write_all(int descriptor, const char* bytes, ssize_t size) {
+  while (size > 0) {
+    const ssize_t written = write(descriptor, bytes, static_cast<std::size_t>(size));
+    if (written < 0 && errno != EINTR) {
+      return false;
+    }
+    bytes += written > 0 ? written : 0;
+    size -= written > 0 ? written : 0;
+  }
+  return true;
+}
+
+// False when reading or writing failed.
+bool copy_standard_input(int to) {
+  char buffer[65536];
+  for (off_t copied = 0; copied < kMost;) {
+    const ssize_t got = read(STDIN_FILENO, buffer, sizeof buffer);
+    if (got == 0) {
+      return true;
+    }
+    if ((got < 0 && errno != EINTR) || (got > 0 && !write_all(to, buffer, got))) {
+      return false;
+    }
+    copied += got > 0 ? got : 0;
+  }
+  return true;
+}
+
+}  // namespace
+
+StandardInput::StandardInput() : m_descriptor(memfd_create("script", MFD_CLOEXEC)) {
+  if (m_descriptor >= 0 && !copy_standard_input(m_descriptor)) {
+    close(m_descriptor);
+    m_descriptor = -1;
+  }
+}
+
+StandardInput::~StandardInput() {
+  if (m_descriptor >= 0) {
+    close(m_descriptor);
+  }
+}
+
+std::string StandardInput::path() const { return "/proc/self/fd/" + std::to_string(m_descriptor); }
+
+}  // namespace tools

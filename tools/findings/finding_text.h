@@ -1,0 +1,21 @@
+// Findings about scripts as lines of text, which editors and compilers' readers understand.
+#ifndef TOOLS_FINDINGS_FINDING_TEXT_H
+#define TOOLS_FINDINGS_FINDING_TEXT_H
+
+#include <string>
+
+#include <fwbase/check.h>
+
+namespace tools {
+
+/// "error" or "warning"
+const char* severity(const fwbase::Finding& finding);
+
+/// "door.xml:14:9: error: "open" needs the argument "who" [missing-argument]" and the end of the
+/// line, the message in the user's language. Nothing in it acts on a terminal but the colours.
+std::string finding_line(const std::string& file, const fwbase::Finding& finding,
+                         bool in_colour = false);
+
+}  // namespace tools
+
+#endif

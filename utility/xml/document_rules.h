@@ -1,0 +1,149 @@
+#ifndef UTILITY_XML_DOCUMENT_RULES_H
+#define UTILITY_XML_DOCUMENT_RULES_H
+
+#include "utility/text_codec.h"
+#include "utility/xml/name_table.h"
+#include "utility/xml/xml_memory.h"
+
+#include <array>
+#include <initializer_list>
+#include <unordered_map>
+#include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/framework/XMLEntityDecl.hpp>
+#include <xercesc/framework/XMLErrorReporter.hpp>
+#include <xercesc/framework/XMLNotationDecl.hpp>
+#include <xercesc/sax/InputSource.hpp>
+#include <xercesc/util/RefVectorOf.hpp>
+#include <xercesc/validators/DTD/DTDAttDef.hpp>
+#include <xercesc/validators/DTD/DTDElementDecl.hpp>
+#include <xercesc/validators/DTD/DTDEntityDecl.hpp>
+
+namespace utility {
+
+// What a document may cost. Sizes that depend on the document are per byte of its file.
+
+/// Bytes of the file.
+constexpr std::size_t kMaxFileSize = std::size_t{256} * 1024 * 1024;
+/// Elements and entity references nested in each other. The XML library saves, copies and
+/// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
+constexpr std::size_t kMaxNesting = 1000;
+/// Expansions of entities, wherever they are referenced: so many, and one for so many bytes.
+constexpr std::size_t kMaxExpansions = 20'000;
+constexpr std::size_t kBytesPerExpansion = 32;
+/// Characters read from expansions, and attribute declarations looked at for elements.
+constexpr std::size_t kMaxWork = 8'000'000;
+constexpr std::size_t kMaxWorkPerByte = 8;
+/// Bytes of memory. Elements of one letter with nothing in them take about 75 bytes per byte.
+constexpr std::size_t kMaxMemory = std::size_t{32} * 1024 * 1024;
+constexpr std::size_t kMaxMemoryPerByte = 96;
+/// Different names of elements and attributes, for the DOM's table of names has a fixed size.
+constexpr std::size_t kMaxNames = 50'000;
+/// Attributes of an element.
+constexpr std::size_t kMaxAttributes = 5'000;
+/// Declarations in the internal DTD subset; the library walks an element's for each new one.
+constexpr std::size_t kMaxDeclarations = 5'000;
+
+/// A document's name to the library. In its own characters: it would convert other ones under a
+/// lock of the whole process, which all parsers would wait for, and which a forked child could find
+/// held for ever.
+constexpr const XMLCh* kDocumentName = u"document";
+
+/// What a parser of the XML library must refuse so that a document is well-formed, whole by itself,
+/// and costs no more than it may. The parser tells of everything that its scanner reports, in the
+/// functions below, which are named after it; they throw DocumentRefused.
+///
+/// The parser scans with a NoValidation for validator, "validation if there is a DTD", no
+/// namespaces and no schema, takes its memory from the same XmlMemory, and asks is_whole() in the
+/// end.
+class DocumentRules {
+ public:
+  explicit DocumentRules(XmlMemory& memory) : m_memory(memory) {}
+  DocumentRules(const DocumentRules&) = delete;
+  DocumentRules& operator=(const DocumentRules&) = delete;
+
+  /// Begins with a document of so many bytes: the memory is watched from now on.
+  void begin(std::size_t bytes);
+
+  /// Ends watching; to be called whatever has come of the document.
+  void end() { m_memory.unwatch(); }
+
+  /// Whether an error has been reported. The scanner goes on behind some, and leaves things out.
+  bool is_damaged() const { return m_damaged; }
+
+  /// Whether the document was refused for an entity in another file.
+  bool refers_to_another_file() const { return m_refers_to_another_file; }
+
+  bool has_external_subset() const { return m_has_external_subset; }
+  bool has_declarations() const { return m_declaration_count != 0; }
+
+  /// The effective declarations of the internal DTD subset, to compare two documents.
+  const DomText& declarations() const { return m_declarations; }
+
+  bool is_in_internal_subset() const { return m_in_internal_subset; }
+
+  // XMLErrorReporter
+
+  void error(unsigned int code, const XMLCh* domain,
+             XERCES_CPP_NAMESPACE::XMLErrorReporter::ErrTypes type);
+
+  // XMLEntityHandler
+
+  /// What is read in place of something outside the file; the caller gets it to delete it.
+  XERCES_CPP_NAMESPACE::InputSource* resolve_entity();
+
+  // XMLDocumentHandler; an element without content begins and ends, as any other.
+
+  void start_element(const XERCES_CPP_NAMESPACE::XMLElementDecl& element,
+                     const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
+                     XMLSize_t attr_count);
+  void end_element() { --m_depth; }
+  void start_entity_reference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity);
+  void end_entity_reference() { --m_depth; }
+
+  // DocTypeHandler; the declarations when the parser has done with them, for they are changed.
+
+  void start_internal_subset() { m_in_internal_subset = true; }
+  void end_internal_subset() { m_in_internal_subset = false; }
+  void entity_declared(const XERCES_CPP_NAMESPACE::DTDEntityDecl& entity, bool is_parameter,
+                       bool is_ignored);
+  void element_declared(const XERCES_CPP_NAMESPACE::DTDElementDecl& element, bool is_ignored);
+  void attribute_declared(const XERCES_CPP_NAMESPACE::DTDElementDecl& element,
+                          const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored);
+  void notation_declared(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation, bool is_ignored);
+
+ private:
+  [[noreturn]] void refuse_another_file();
+  void enter();
+  void count_name(const XMLCh* name);
+  void count_element(const XERCES_CPP_NAMESPACE::XMLElementDecl& element);
+  void count_attributes(
+      const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
+      XMLSize_t attr_count);
+  void count_names_in(const XMLCh* content_model);
+  void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
+
+  XmlMemory& m_memory;
+  bool m_damaged = false;
+  bool m_refers_to_another_file = false;
+  bool m_in_internal_subset = false;
+  bool m_has_external_subset = false;
+  std::size_t m_depth = 0;
+  std::size_t m_declaration_count = 0;
+  DomText m_declarations;
+
+  NameTable m_names{kDomNames};  // of elements and attributes
+  NameTable m_elements{kElements};
+  NameTable m_declared_elements{kDeclarations, kDomDeclarations};
+  NameTable m_entities{kDeclarations, kDomDeclarations};
+  NameTable m_parameter_entities{kDeclarations};
+  NameTable m_notations{kDeclarations, kDomDeclarations};
+  std::unordered_map<const XERCES_CPP_NAMESPACE::XMLElementDecl*, NameTable> m_declared_attributes;
+
+  // Some of the elements seen, by their declarations: elements of one name share one.
+  std::array<const XERCES_CPP_NAMESPACE::XMLElementDecl*, 64> m_counted{};
+};
+
+}  // namespace utility
+
+#endif

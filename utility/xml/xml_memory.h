@@ -1,0 +1,99 @@
+#ifndef UTILITY_XML_XML_MEMORY_H
+#define UTILITY_XML_XML_MEMORY_H
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+#include <xercesc/framework/MemoryManager.hpp>
+
+namespace utility {
+
+/// Thrown by XmlMemory and DocumentParser, through the XML library, to stop parsing a document
+/// that exceeds a limit or is not whole without another file.
+struct DocumentRefused {};
+
+/// The memory of one parser and its document, or of one serializer.
+///
+/// It frees what the XML library forgets: the library loses objects when an exception passes
+/// through it, and one for each document with an external DTD subset.
+///
+/// It bounds what a hostile document can make the library do. The library's own limit counts
+/// entity references in content only; but it makes every expansion, wherever the reference
+/// stands, by allocating a reader, and all that grows in it grows here.
+class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
+ public:
+  XmlMemory() = default;
+
+  /// Frees all blocks that are left.
+  ~XmlMemory() override;
+
+  /// Starts counting for one parse: from now on DocumentRefused is thrown when more than max_bytes
+  /// are in use, when entities are expanded more than max_expansions times, and when the work
+  /// counted, in characters read from expansions, is more than max_work.
+  void watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work);
+
+  /// Ends it: there are no limits until the next watch().
+  void unwatch() { m_watching = false; }
+
+  /// Tells of a declared entity. An expansion counts as reading the longest one, since an
+  /// allocation does not tell which entity is expanded ...
+  void entity_declared(std::size_t length);
+
+  /// ... unless this says so, right after it.
+  void expansion_was_of(std::size_t length) { m_work -= m_longest_entity - length; }
+
+  /// Counts other work that the size of the document does not bound.
+  void count_work(std::size_t amount);
+
+  /// Takes bytes off what may be in use: for what the document takes elsewhere.
+  void count_bytes(std::size_t bytes);
+
+  /// Begins with the next piece of the document, a tag or a declaration, of which nothing is heard
+  /// until its end. A piece may have so many names that looking them up takes the square of their
+  /// number: DocumentRefused is thrown when it takes too many small blocks and keeps them.
+  void begin_piece() { m_small_blocks_before = m_small_blocks; }
+
+  /// For the end of the parser: from now on there is memory put by for short-lived blocks. To free
+  /// a content model the library takes memory, in a destructor: without any the process would end.
+  void begin_release() { m_releasing = true; }
+
+  void* allocate(XMLSize_t size) override;
+
+  /// Takes blocks of the default manager as well: the library gives back the text of an XPath
+  /// expression to another manager than the one that it got it from.
+  void deallocate(void* block) override;
+
+  MemoryManager* getExceptionMemoryManager() override;
+
+  /// What the parser and its document hold at present.
+  std::size_t bytes_in_use() const { return m_in_use; }
+
+ private:
+  static constexpr std::size_t kReserveSize = std::size_t{16} * 1024;
+  static constexpr std::size_t kSmallBlock = 256;  // bytes
+  static constexpr std::size_t kMaxSmallBlocks = 40'000;
+
+  void count_reader();
+  void* allocate_from_reserve(std::size_t size);
+  bool is_in_reserve(const void* block) const;
+
+  std::unordered_map<void*, std::size_t> m_blocks;  // with their sizes
+  const std::unique_ptr<char[]> m_reserve = std::make_unique<char[]>(kReserveSize);
+  std::size_t m_reserve_used = 0;    // bytes
+  std::size_t m_reserve_blocks = 0;  // in use; without any, all of it is free again
+  bool m_releasing = false;
+  bool m_watching = false;
+  std::size_t m_in_use = 0;
+  std::size_t m_max_bytes = 0;
+  std::size_t m_small_blocks = 0;
+  std::size_t m_small_blocks_before = 0;  // this piece
+  std::size_t m_readers = 0;
+  std::size_t m_max_readers = 0;
+  std::size_t m_longest_entity = 0;
+  std::size_t m_work = 0;
+  std::size_t m_max_work = 0;
+};
+
+}  // namespace utility
+
+#endif
