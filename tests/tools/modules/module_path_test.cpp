@@ -74,7 +74,7 @@ TEST(ModulePath, SearchesBesideTheProgramAndWhereModulesAreInstalled) {
   ASSERT_EQ(directories.size(), 2U);
   EXPECT_EQ(directories[0], fs::read_symlink("/proc/self/exe").parent_path());
   EXPECT_EQ(fs::path(directories[1]).filename(), "fwbase-1");
-  EXPECT_EQ(module_path("tools_support_tests"), directories[0] + "/tools_support_tests");
+  EXPECT_EQ(module_path("modules_tests"), directories[0] + "/modules_tests");
 }
 
 }  // namespace tools::test
