@@ -141,6 +141,12 @@ std::string man_page(const CLI::App& app) {
   return page;
 }
 
+bool asks_for_page(int argc, const char* const* argv) {
+  const std::string_view word = argc == 2 ? argv[1] : "";
+  return word == "--man-page" || word == "--bash-completion" || word == "--zsh-completion" ||
+         word == "--fish-completion";
+}
+
 std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv,
                                         const std::vector<Choice>& choices) {
   const std::string_view word = argc == 2 ? argv[1] : "";

@@ -21,6 +21,9 @@ namespace tools {
 std::optional<std::string> command_page(const CLI::App& app, int argc, const char* const* argv,
                                         const std::vector<Choice>& choices = {});
 
+/// True for these command lines. The pages go into packages, for everybody: they are English.
+bool asks_for_page(int argc, const char* const* argv);
+
 /// Name, synopsis, options, and the paragraphs of the footer; those that begin with "Exit status: "
 /// and "Example: " become sections of their own.
 std::string man_page(const CLI::App& app);

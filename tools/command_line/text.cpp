@@ -92,12 +92,6 @@ std::string shown_name(const std::string& name) {
   return is_plain ? name : in_quotes;
 }
 
-std::string described(ec::EC code) {
-  char number[16];
-  std::snprintf(number, sizeof number, " (0x%08x): ", code);
-  return ec::name(code) + std::string(number) + ec::text(code);
-}
-
 std::string exception_text() {
   try {
     throw;

@@ -6,8 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include <fwbase/ec.h>
-
 namespace tools {
 
 /// "a, b, c"
@@ -24,9 +22,6 @@ std::string quoted(std::string_view text);
 
 /// A name as lists show it: quoted() if it is empty or something in it must be escaped.
 std::string shown_name(const std::string& name);
-
-/// "SCRIPT_E_LOAD (0x0008000f): the script document could not be loaded"
-std::string described(ec::EC code);
 
 /// What the exception that is being handled says: "an exception: memory is low", or "an exception
 /// of unknown type". The end of a thread, by pthread_exit() or a cancellation, is none: it goes on.

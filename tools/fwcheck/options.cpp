@@ -1,12 +1,10 @@
 #include "options.h"
 
 #include <algorithm>
-#include <map>
 
 #include <CLI/CLI.hpp>
 
-#include "command_line/command_pages.h"
-#include "command_line/messages.h"
+#include "command_line/parsing.h"
 #include "command_line/text.h"
 #include "output.h"
 #include "warnings.h"
@@ -15,15 +13,16 @@ namespace fwcheck {
 
 namespace {
 
-using tools::in_users_language;
+using tools::refuse;
 
-const std::map<std::string, Format> kFormats = {
-    {"text", Format::kText}, {"json", Format::kJson}, {"sarif", Format::kSarif}};
+// Sorted, as messages list them.
+const tools::Words<Format> kFormats = {
+    {"json", Format::kJson}, {"sarif", Format::kSarif}, {"text", Format::kText}};
 
-const std::map<std::string, Print> kPrints = {{"catalogue", Print::kCatalogue},
-                                              {"template", Print::kTemplate},
-                                              {"xsd", Print::kSchema},
-                                              {"markdown", Print::kMarkdown}};
+const tools::Words<Print> kPrints = {{"catalogue", Print::kCatalogue},
+                                     {"markdown", Print::kMarkdown},
+                                     {"template", Print::kTemplate},
+                                     {"xsd", Print::kSchema}};
 
 const char* const kFooter =
     "Reads scripts and runs nothing. What is wrong goes to standard output, a line each:\n"
@@ -41,38 +40,9 @@ struct Typed {
   std::optional<std::string> print;
 };
 
-tools::ModuleArgument module_of(const std::string& text) {
-  const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
-  if (!module) {
-    throw CLI::ValidationError("--module",
-                               in_users_language({"'{1}' is not PATH[:FUNCTION][=ARGUMENT]",
-                                                  "“{1}”不是 PATH[:FUNCTION][=ARGUMENT]"},
-                                                 {text}));
-  }
-  return *module;
-}
-
-template <typename Value>
-Value one_of(const char* option, const std::string& text,
-             const std::map<std::string, Value>& known) {
-  const auto found = known.find(text);
-  if (found == known.end()) {
-    std::vector<std::string> names;
-    for (const auto& entry : known) {
-      names.push_back(entry.first);
-    }
-    throw CLI::ValidationError(option,
-                               in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
-                                                 {text, tools::joined(names)}));
-  }
-  return found->second;
-}
-
 void declare(CLI::App& app, Options& options, Typed& typed) {
-  app.name("fwcheck");
+  tools::name_command(app, "fwcheck", "-h,--help");
   app.footer(kFooter);
-  app.set_help_flag("-h,--help", "Print this help and exit");
-  app.set_version_flag("--version", "fwcheck " FWCHECK_VERSION, "Print the version and exit");
   app.add_option("SCRIPT", options.scripts, "The script files; - is standard input");
   app.add_option("--module", typed.modules,
                  "Compare with the functions of a module of the library PATH, made\n"
@@ -115,32 +85,30 @@ std::vector<tools::Choice> choices() {
 
 void interpret(const Typed& typed, Options& options) {
   for (const std::string& text : typed.modules) {
-    options.modules.push_back(module_of(text));
+    options.modules.push_back(tools::module_of("--module", text));
   }
-  options.format = one_of("--format", typed.format, kFormats);
+  options.format = tools::one_of("--format", typed.format, kFormats);
   if (typed.print) {
-    options.print = one_of("--print", *typed.print, kPrints);
+    options.print = tools::one_of("--print", *typed.print, kPrints);
   }
   for (const std::string& rule : options.ignored) {
     if (!is_warning(rule)) {
-      throw CLI::ValidationError("--ignore",
-                                 in_users_language({"'{1}' is no warning; the warnings are {2}",
-                                                    "“{1}”不是警告；警告有：{2}"},
-                                                   {rule, tools::joined(warnings())}));
+      refuse("--ignore",
+             {"'{1}' is no warning; the warnings are {2}", "“{1}”不是警告；警告有：{2}"},
+             {rule, tools::joined(warnings())});
     }
   }
   if (options.print != Print::kNothing) {
     return;
   }
   if (options.scripts.empty()) {
-    throw CLI::ValidationError("SCRIPT", in_users_language({"is required", "必须给出"}));
+    refuse("SCRIPT", {"is required", "必须给出"});
   }
   if (std::count(options.scripts.begin(), options.scripts.end(), "") != 0) {
-    throw CLI::ValidationError("SCRIPT", in_users_language({"must not be empty", "不能为空"}));
+    refuse("SCRIPT", {"must not be empty", "不能为空"});
   }
   if (std::count(options.scripts.begin(), options.scripts.end(), "-") > 1) {
-    throw CLI::ValidationError(
-        "SCRIPT", in_users_language({"standard input can be read once", "标准输入只能读一次"}));
+    refuse("SCRIPT", {"standard input can be read once", "标准输入只能读一次"});
   }
 }
 
@@ -150,22 +118,8 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Finds what is wrong with scripts, and where.");
   Typed typed;
   declare(app, options, typed);
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv, choices())) {
-    return write_out(*page) ? kClean : kNothing;
-  }
-  try {
-    app.parse(argc, argv);
-    interpret(typed, options);
-    return {};
-  } catch (const CLI::CallForHelp&) {
-    return write_out(app.help()) ? kClean : kNothing;
-  } catch (const CLI::CallForVersion&) {
-    return write_out(app.version() + "\n") ? kClean : kNothing;
-  } catch (const CLI::ParseError& error) {
-    complain_text(error.what());
-    complain({"fwcheck --help shows the options", "fwcheck --help 显示全部选项"});
-    return kNothing;
-  }
+  const auto write = [](const std::string& text) { return write_out(text) ? kClean : kNothing; };
+  return tools::parse(app, argc, argv, choices(), write, [&] { interpret(typed, options); });
 }
 
 }  // namespace fwcheck

@@ -4,9 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
-
-#include "command_line/text.h"
 
 namespace fwcheck {
 
@@ -40,15 +37,6 @@ bool write_out(const std::string& text) {
     }
   }
   return true;
-}
-
-void complain_text(const std::string& message) {
-  const std::string line = "fwcheck: " + tools::escaped(message) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
-void complain(const tools::Message& message, tools::MessageArguments arguments) {
-  complain_text(tools::in_users_language(message, arguments));
 }
 
 }  // namespace fwcheck

@@ -4,9 +4,11 @@
 
 #include <string>
 
-#include "command_line/messages.h"
+#include "command_line/command.h"
 
 namespace fwcheck {
+
+using tools::complain;
 
 enum Status : int {
   kClean = 0,
@@ -25,10 +27,6 @@ bool is_terminal();
 /// Writes `text` to standard output. A reader that has gone is none of our business; gives false,
 /// and says so on standard error, where anything else prevents it.
 bool write_out(const std::string& text);
-
-/// Writes "fwcheck: ", the message and the end of the line to standard error.
-void complain_text(const std::string& message);
-void complain(const tools::Message& message, tools::MessageArguments arguments = {});
 
 }  // namespace fwcheck
 

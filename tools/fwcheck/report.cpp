@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "command_line/parsing.h"
 #include "findings/finding_text.h"
 #include "output.h"
 
@@ -123,7 +124,7 @@ std::string Report::sarif() const {
   }
   Json driver;
   driver["name"] = "fwcheck";
-  driver["version"] = FWCHECK_VERSION;
+  driver["version"] = tools::kVersion;
   driver["rules"] = Json::array();
   for (const std::string& rule : rules) {
     driver["rules"].push_back({{"id", rule}});

@@ -6,6 +6,7 @@
 #include <fwbase/ifwbase.h>
 
 #include "command_line/error_log.h"
+#include "command_line/result_code.h"
 #include "command_line/standard_input.h"
 #include "command_line/text.h"
 #include "functions.h"
@@ -56,7 +57,7 @@ bool register_functions(const Options& options, StandIns& stand_ins) {
     modules.insert(modules.begin(), tools::kGeneralFunctions);
   }
   tools::ErrorLog errors;
-  return tools::create_modules(modules, errors, complain_text);
+  return tools::create_modules(modules, errors);
 }
 
 std::string printed(Print form) {

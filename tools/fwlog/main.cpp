@@ -3,11 +3,10 @@
 
 #include <csignal>
 #include <memory>
-#include <new>
 #include <optional>
 
 #include "call_tree.h"
-#include "command_line/standard_descriptors.h"
+#include "command_line/command.h"
 #include "delivery.h"
 #include "following.h"
 #include "interruption.h"
@@ -87,10 +86,8 @@ int run(int argc, char** argv) {
   } catch (const ClosedPipe&) {
     end_with_pipe();
   } catch (const OutputFailed&) {
-  } catch (const std::bad_alloc&) {
-    complain({"memory ran out", "内存不足"});
+    return kFailed;
   }
-  return kFailed;
 }
 
 }  // namespace
@@ -98,8 +95,5 @@ int run(int argc, char** argv) {
 }  // namespace fwlog
 
 int main(int argc, char** argv) {
-  tools::fill_closed_descriptors();
-  // Writing tells of a reader that went away, also where the parent lets the signal be ignored.
-  std::signal(SIGPIPE, SIG_IGN);
-  return fwlog::run(argc, argv);
+  return tools::run_command("fwlog", fwlog::kFailed, [=] { return fwlog::run(argc, argv); });
 }

@@ -1,13 +1,13 @@
 #include "options.h"
 
 #include <ctime>
-#include <string_view>
 
 #include <CLI/CLI.hpp>
 
 #include "command_line/command_pages.h"
-#include "command_line/messages.h"
+#include "command_line/parsing.h"
 #include "output.h"
+#include "shown_text.h"
 #include "times.h"
 
 namespace fwlog {
@@ -16,6 +16,7 @@ namespace {
 
 using tools::Language;
 using tools::Message;
+using tools::refuse;
 
 constexpr Message kFooter = {
     "Records are printed the oldest first: the backups FILE.bak.N, then FILE. Several logs come "
@@ -139,21 +140,12 @@ void Declaration::printing(Options& options, Typed& typed) {
 }
 
 void Declaration::all(Options& options, Typed& typed) {
-  m_app.name("fwlog");
+  tools::name_command(m_app, "fwlog", "--help", m_language);
   m_app.description(in_language(m_language, {"Prints the records of logs.", "打印日志的记录。"}));
   m_app.footer(in_language(m_language, kFooter));
-  m_app.set_help_flag("--help",
-                      in_language(m_language, {"Print this help and exit", "打印本帮助后退出"}));
-  m_app.set_version_flag("--version", "fwlog " FWLOG_VERSION,
-                         in_language(m_language, {"Print the version and exit", "打印版本后退出"}));
   reading(options, typed);
   filters(typed);
   printing(options, typed);
-}
-
-[[noreturn]] void refuse(const char* option, const Message& message,
-                         tools::MessageArguments arguments = {}) {
-  throw CLI::ValidationError(option, tools::in_users_language(message, arguments));
 }
 
 std::uint64_t count_of(const char* option, const std::string& text) {
@@ -165,18 +157,11 @@ std::uint64_t count_of(const char* option, const std::string& text) {
 }
 
 unsigned int levels_of(const std::string& list) {
-  unsigned int levels = 0;
-  for (const std::string& name : CLI::detail::split(list, ',')) {
-    const auto level = log_records::level_named(CLI::detail::to_lower(name));
-    if (!level) {
-      refuse("--level",
-             {"'{1}' is not one of trace, debug, warn, error, alert, dump, null",
-              "“{1}”不是 trace、debug、warn、error、alert、dump、null 之一"},
-             {name});
-    }
-    levels |= 1U << static_cast<unsigned int>(*level);
+  tools::Words<unsigned int> words;
+  for (unsigned int level = 0; level < log_records::kLevelCount; ++level) {
+    words.emplace_back(name_of(static_cast<log_records::Level>(level)), 1U << level);
   }
-  return levels;
+  return tools::bits_of("--level", list, words);
 }
 
 log_records::Time moment_of(const char* option, const std::string& text) {
@@ -208,39 +193,21 @@ std::unique_ptr<const Regex> regex_of(const char* option, const std::string& tex
   try {
     return std::make_unique<const Regex>(text);
   } catch (const BadRegex& error) {
-    refuse(option, {"'{1}': {2}", "“{1}”：{2}"}, {text, error.what()});
+    refuse(option, {"'{1}': {2}", "“{1}”：{2}"}, {shown(text), error.what()});
   }
 }
 
 log_records::Encoding encoding_of(const std::string& name) {
   using log_records::Encoding;
-  if (name == "gbk") {
-    return Encoding::kGbk;
+  const auto encoding = tools::one_of<Encoding>("--encoding", name,
+                                                {{"auto", Encoding::kAuto},
+                                                 {"gbk", Encoding::kGbk},
+                                                 {"gb18030", Encoding::kGb18030},
+                                                 {"utf-8", Encoding::kUtf8}});
+  if (encoding == Encoding::kGb18030 && !log_records::has_gb18030()) {
+    refuse("--encoding", {"this system cannot read GB18030", "本系统不能读 GB18030"});
   }
-  if (name == "gb18030") {
-    if (!log_records::has_gb18030()) {
-      refuse("--encoding", {"this system cannot read GB18030", "本系统不能读 GB18030"});
-    }
-    return Encoding::kGb18030;
-  }
-  if (name == "utf-8") {
-    return Encoding::kUtf8;
-  }
-  if (name != "auto") {
-    refuse("--encoding",
-           {"'{1}' is not one of auto, gbk, gb18030, utf-8",
-            "“{1}”不是 auto、gbk、gb18030、utf-8 之一"},
-           {name});
-  }
-  return Encoding::kAuto;
-}
-
-Form form_of(const std::string& name) {
-  if (name != "text" && name != "json" && name != "raw") {
-    refuse("--output", {"'{1}' is not one of text, json, raw", "“{1}”不是 text、json、raw 之一"},
-           {name});
-  }
-  return name == "json" ? Form::kJson : name == "raw" ? Form::kRaw : Form::kText;
+  return encoding;
 }
 
 void interpret_filters(const CLI::App& app, const Typed& typed, Filter& filter) {
@@ -283,7 +250,9 @@ void interpret(const CLI::App& app, const Typed& typed, Options& options) {
     options.filter.encoding = encoding_of(typed.encoding);
   }
   if (app.count("--output") != 0) {
-    options.form = form_of(typed.output);
+    options.form =
+        tools::one_of<Form>("--output", typed.output,
+                            {{"text", Form::kText}, {"json", Form::kJson}, {"raw", Form::kRaw}});
   }
 }
 
@@ -302,65 +271,28 @@ void check_combination(const Options& options) {
   }
 }
 
-// CLI11's own errors are English.
-std::string reason_of(const CLI::ParseError& error) {
-  const std::string_view text = error.what();
-  const std::string argument(text.substr(text.rfind(": ") == text.npos ? 0 : text.rfind(": ") + 2));
-  if (tools::users_language() == Language::kEnglish ||
-      dynamic_cast<const CLI::ValidationError*>(&error) != nullptr) {
-    return std::string(text);
-  }
-  if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-    return "不认识的参数：" + argument;
-  }
-  if (dynamic_cast<const CLI::RequiredError*>(&error) != nullptr) {
-    return "缺少 FILE";
-  }
-  return "用法错误：" + std::string(text);
-}
-
-std::optional<int> print_and_end(const std::string& text) {
+int print(const std::string& text) {
   Output out;
   out.add(text);
   out.flush();
   return kPassed;
 }
 
-// The pages are those of the package, for everybody.
-std::optional<std::string> page_of(int argc, char** argv) {
-  CLI::App app;
-  Options options;
-  Typed typed;
-  Declaration(app, Language::kEnglish).all(options, typed);
-  return tools::command_page(app, argc, argv,
-                             {{"--encoding", "auto gbk gb18030 utf-8"},
-                              {"--level", "trace debug warn error alert dump null", "", true},
-                              {"--output", "text json raw"}});
-}
-
 }  // namespace
 
 std::optional<int> parse_options(int argc, char** argv, Options& options) {
-  if (const std::optional<std::string> page = page_of(argc, argv)) {
-    return print_and_end(*page);
-  }
   CLI::App app;
   Typed typed;
-  Declaration(app, tools::users_language()).all(options, typed);
-  try {
-    app.parse(argc, argv);
-    interpret(app, typed, options);
-    check_combination(options);
-    return {};
-  } catch (const CLI::CallForHelp&) {
-    return print_and_end(app.help());
-  } catch (const CLI::CallForVersion&) {
-    return print_and_end(app.version() + "\n");
-  } catch (const CLI::ParseError& error) {
-    complain_text(reason_of(error));
-    complain({"fwlog --help shows the options", "fwlog --help 列出各选项"});
-    return kFailed;
-  }
+  Declaration(app, tools::asks_for_page(argc, argv) ? Language::kEnglish : tools::users_language())
+      .all(options, typed);
+  return tools::parse(app, argc, argv,
+                      {{"--encoding", "auto gbk gb18030 utf-8"},
+                       {"--level", "trace debug warn error alert dump null", "", true},
+                       {"--output", "text json raw"}},
+                      print, [&] {
+                        interpret(app, typed, options);
+                        check_combination(options);
+                      });
 }
 
 }  // namespace fwlog

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 
+#include "command_line/command.h"
 #include "interruption.h"
 #include "shown_text.h"
 
@@ -61,12 +61,7 @@ void Output::flush() {
 }
 
 void complain(const tools::Message& message, tools::MessageArguments arguments) {
-  complain_text(tools::in_users_language(message, arguments));
-}
-
-void complain_text(std::string_view message) {
-  const std::string line = "fwlog: " + shown(message) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
+  tools::complain_text(shown(tools::in_users_language(message, arguments)));
 }
 
 bool wants_colour() {

@@ -50,9 +50,8 @@ class Output {
   std::string m_buffer;
 };
 
-/// Writes "fwlog: ", the message and the end of the line to standard error.
+/// As tools::complain(); names of files among the arguments may be in any encoding.
 void complain(const tools::Message& message, tools::MessageArguments arguments = {});
-void complain_text(std::string_view message);
 
 /// Colours are for terminals whose user has nothing against them.
 bool wants_colour();

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "command_line/text.h"
+
 namespace fwlog {
 
 namespace {
@@ -112,21 +114,7 @@ std::string shown(std::string_view text) {
   std::string utf8;
   log_records::append_decoded(text, log_records::reading_of(text, log_records::Encoding::kAuto),
                               utf8);
-  std::string line;
-  for (std::size_t at = 0; at < utf8.size(); ++at) {
-    const auto byte = static_cast<Byte>(utf8[at]);
-    const bool is_c1 = byte == kBeginOfC1 && static_cast<Byte>(utf8[at + 1]) < 0xA0;
-    if (byte >= 0x20 && byte != 0x7F && !is_c1) {
-      line += utf8[at];
-      continue;
-    }
-    char escape[8];
-    std::snprintf(escape, sizeof escape, is_c1 ? "\\u%04x" : "\\x%02x",
-                  is_c1 ? static_cast<Byte>(utf8[at + 1]) : byte);
-    line += byte == '\n' ? "\\n" : byte == '\t' ? "\\t" : escape;
-    at += is_c1 ? 1 : 0;
-  }
-  return line;
+  return tools::escaped(utf8);
 }
 
 void add_time(const log_records::Time& time, char between, Output& out) {

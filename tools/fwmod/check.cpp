@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "command_line/command.h"
 #include "command_line/text.h"
 #include "elf_file.h"
 #include "inspection.h"
@@ -101,7 +102,7 @@ Status check(const Options& options, char** argv) {
   const Ending ending =
       run_self(argv, kInspection, memory.descriptor(), std::chrono::seconds(options.timeout));
   if (memory.report().step == Step::kStarting) {
-    complain(fault_of(memory.report(), ending, options));
+    tools::complain_text(fault_of(memory.report(), ending, options));
     return kNotChecked;
   }
   return tell(name, memory.report(), ending, options);

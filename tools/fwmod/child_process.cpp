@@ -55,7 +55,6 @@ struct Program {
     _exit(0);
   }
   setpgid(0, 0);
-  std::signal(SIGPIPE, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);

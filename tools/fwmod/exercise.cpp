@@ -5,6 +5,7 @@
 #include <map>
 #include <set>
 
+#include "command_line/result_code.h"
 #include "command_line/text.h"
 #include "process_state.h"
 

@@ -5,10 +5,12 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 
 #include "child_process.h"
+#include "command_line/result_code.h"
 #include "command_line/text.h"
 #include "exercise.h"
 #include "loading.h"
@@ -81,6 +83,7 @@ void inspect(const Options& options, Findings& findings) {
 
 void run_inspection(const Options& options) noexcept {
   prctl(PR_SET_NAME, "fwmod");
+  std::signal(SIGPIPE, SIG_DFL);  // as hosts start with it
   Report* const report = map_report(kSharedDescriptor);
   if (report == nullptr) {
     _exit(1);

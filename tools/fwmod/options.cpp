@@ -5,10 +5,9 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
-#include "command_line/command_pages.h"
-#include "command_line/text.h"
+#include "command_line/command.h"
+#include "command_line/parsing.h"
 
 namespace fwmod {
 
@@ -28,26 +27,13 @@ const char* const kFooter =
     "\n"
     "Example: fwmod --exercise ./libcounter.so:create_counter=counter.conf";
 
-void interpret(const std::string& text, Options& options) {
-  const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
-  if (!module) {
-    throw CLI::ValidationError("PATH", "'" + text + "' is not PATH[:FUNCTION][=ARGUMENT]");
-  }
-  options.module = *module;
-  if (module->argument && !options.exercise) {
-    throw CLI::ValidationError("PATH", "an ARGUMENT goes with --exercise only");
-  }
-}
-
 }  // namespace
 
 std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Checks a module library, and with --exercise its module.");
   std::string library;
-  app.name("fwmod");
+  tools::name_command(app, "fwmod", "--help");
   app.footer(kFooter);
-  app.set_help_flag("--help", "Print this help and exit");
-  app.set_version_flag("--version", "fwmod " FWMOD_VERSION, "Print the version and exit");
   app.add_option("PATH", library, "The library: PATH[:FUNCTION][=ARGUMENT]")->required();
   app.add_flag("--exercise", options.exercise,
                "Also create, initialise and release the module, and of a factory one\n"
@@ -55,35 +41,23 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   app.add_option("--timeout", options.timeout, "Kill the library's process after SECONDS (10)")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400));
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv)) {
-    return write_out(*page, kSound);
-  }
-  try {
-    app.parse(argc, argv);
-    interpret(library, options);
-    return {};
-  } catch (const CLI::CallForHelp&) {
-    return write_out(app.help(), kSound);
-  } catch (const CLI::CallForVersion&) {
-    return write_out(app.version() + "\n", kSound);
-  } catch (const CLI::ParseError& error) {
-    complain(error.what());
-    complain("fwmod --help shows the options");
-    return kNotChecked;
-  }
+  const auto write = [](const std::string& text) { return write_out(text, kSound); };
+  return tools::parse(app, argc, argv, {}, write, [&] {
+    options.module = tools::module_of("PATH", library);
+    if (options.module.argument && !options.exercise) {
+      tools::refuse("PATH",
+                    {"an ARGUMENT goes with --exercise only", "ARGUMENT 只能与 --exercise 同用"});
+    }
+  });
 }
 
 Status write_out(const std::string& text, Status status) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    complain(std::string("cannot write to standard output: ") + std::strerror(errno));
+    tools::complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
+                    {tools::reason_of(errno)});
     return kNotChecked;
   }
   return status;
-}
-
-void complain(const std::string& message) {
-  const std::string line = "fwmod: " + tools::escaped(message) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 }  // namespace fwmod

@@ -1,5 +1,4 @@
-// The command line, and what fwmod itself writes: findings to standard output, messages to standard
-// error. All UTF-8.
+// The command line, the exit status, and how findings are written.
 #ifndef FWMOD_OPTIONS_H
 #define FWMOD_OPTIONS_H
 
@@ -30,9 +29,6 @@ enum Status : int {
 /// Writes `text` to standard output at once and gives `status`; when that fails, says so and gives
 /// kNotChecked.
 Status write_out(const std::string& text, Status status);
-
-/// Writes "fwmod: ", `message`, escaped, and the end of the line to standard error.
-void complain(const std::string& message);
 
 }  // namespace fwmod
 

@@ -10,6 +10,7 @@
 #include <fwbase/ifwbase.h>
 
 #include "command_line/error_log.h"
+#include "command_line/result_code.h"
 #include "command_line/standard_input.h"
 #include "command_line/text.h"
 #include "findings/finding_text.h"
@@ -27,6 +28,7 @@ namespace fwrun {
 using tools::described;
 using tools::ErrorLog;
 using tools::joined;
+using tools::report_failure;
 
 namespace {
 
@@ -113,7 +115,7 @@ void report_load_failure(const Options& options, ec::EC code, const std::string&
   report_failure(tools::in_users_language({"cannot load '{1}'", "无法加载“{1}”"}, {options.script}),
                  code, errors);
   if (!reason.empty()) {
-    complain("  " + reason);
+    tools::complain_text("  " + reason);
   }
   std::vector<fwbase::Finding> findings = findings_of(options);
   std::erase_if(findings, [](const fwbase::Finding& one) { return !one.error; });
@@ -304,7 +306,7 @@ Status work(const Options& options, Host& host) {
   }
   std::vector<tools::ModuleArgument> modules = options.modules;
   modules.insert(modules.begin(), tools::kGeneralFunctions);
-  if (!tools::create_modules(modules, host.errors, complain)) {
+  if (!tools::create_modules(modules, host.errors)) {
     point_to_log(options);
     return kNothing;
   }

@@ -1,42 +1,37 @@
 #include "options.h"
 
 #include <charconv>
-#include <map>
 #include <string_view>
 #include <utility>
 
 #include <fwbase/irunlog.h>
 #include <CLI/CLI.hpp>
 
-#include "command_line/command_pages.h"
-#include "command_line/messages.h"
-#include "command_line/text.h"
+#include "command_line/parsing.h"
 #include "output.h"
 
 namespace fwrun {
 
-using tools::joined;
-
 namespace {
 
-using tools::in_users_language;
-
 using fwbase::IRunLog;
+using fwbase::LogOptions;
+using tools::refuse;
 
-typedef std::map<std::string, unsigned int> Bits;
-
-const Bits kLevels = {{"trace", IRunLog::TRACE},
-                      {"debug", IRunLog::DEBUG},
-                      {"warn", IRunLog::WARN},
-                      {"error", IRunLog::ERROR},
-                      {"alert", IRunLog::ALERT},
-                      {"dump", IRunLog::DUMP},
-                      {"all", 0x3F}};
+// Sorted, as messages list them.
+const tools::Words<unsigned int> kLevels = {{"alert", IRunLog::ALERT}, {"all", 0x3F},
+                                            {"debug", IRunLog::DEBUG}, {"dump", IRunLog::DUMP},
+                                            {"error", IRunLog::ERROR}, {"trace", IRunLog::TRACE},
+                                            {"warn", IRunLog::WARN}};
 constexpr unsigned int kDefaultLevels =
     IRunLog::WARN | IRunLog::ERROR | IRunLog::ALERT | IRunLog::DUMP;
 
-const Bits kDetails = {
-    {"time", IRunLog::INFO_TIME}, {"pid", IRunLog::INFO_PID}, {"tid", IRunLog::INFO_TID}};
+const tools::Words<unsigned int> kDetails = {
+    {"pid", IRunLog::INFO_PID}, {"tid", IRunLog::INFO_TID}, {"time", IRunLog::INFO_TIME}};
+
+const tools::Words<LogOptions::WhenFull> kWhenFull = {{"wait", LogOptions::kWait},
+                                                      {"drop-new", LogOptions::kDropNew},
+                                                      {"drop-below", LogOptions::kDropBelow}};
 
 const char* const kFooter =
     "Without SECTION the only one is run; of a script with several, one must be named.\n"
@@ -48,30 +43,6 @@ const char* const kFooter =
     "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
     "fwlog run.log shows the log.";
 
-const std::map<std::string, fwbase::LogOptions::WhenFull> kWhenFull = {
-    {"wait", fwbase::LogOptions::kWait},
-    {"drop-new", fwbase::LogOptions::kDropNew},
-    {"drop-below", fwbase::LogOptions::kDropBelow}};
-
-// The bits of a comma-separated list of names, in upper or lower case.
-unsigned int bits_of(const char* option, const std::string& list, const Bits& known) {
-  unsigned int bits = 0;
-  for (const std::string& name : CLI::detail::split(list, ',')) {
-    const auto found = known.find(CLI::detail::to_lower(name));
-    if (found == known.end()) {
-      std::vector<std::string> names;
-      for (const auto& entry : known) {
-        names.push_back(entry.first);
-      }
-      throw CLI::ValidationError(
-          option, in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
-                                    {name, joined(names)}));
-    }
-    bits |= found->second;
-  }
-  return bits;
-}
-
 bool looks_like_int(std::string_view text) {
   if (!text.empty() && text.front() == '-') {
     text.remove_prefix(1);
@@ -79,21 +50,26 @@ bool looks_like_int(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
 
-std::int32_t int_of(const char* option, const std::string& name, const std::string& text) {
-  std::int32_t number = 0;
+// An error when not the whole of the text is a number.
+template <typename Number>
+std::errc read_number(const std::string& text, Number& number) {
   const char* const end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return stop != end && error == std::errc() ? std::errc::invalid_argument : error;
+}
+
+std::int32_t int_of(const char* option, const std::string& name, const std::string& text) {
+  std::int32_t number = 0;
+  const std::errc error = read_number(text, number);
   if (error == std::errc::result_out_of_range) {
-    throw CLI::ValidationError(
-        option, in_users_language(
-                    {"the value of {1} does not fit in 32 bits; write {1}:string={2} for a string",
-                     "{1} 的值超出 32 位；若是字符串，请写 {1}:string={2}"},
-                    {name, text}));
+    refuse(option,
+           {"the value of {1} does not fit in 32 bits; write {1}:string={2} for a string",
+            "{1} 的值超出 32 位；若是字符串，请写 {1}:string={2}"},
+           {name, text});
   }
-  if (error != std::errc() || stop != end) {
-    throw CLI::ValidationError(option, in_users_language({"'{1}', the value of {2}, is not an int",
-                                                          "{2} 的值“{1}”不是整数"},
-                                                         {text, name}));
+  if (error != std::errc()) {
+    refuse(option, {"'{1}', the value of {2}, is not an int", "{2} 的值“{1}”不是整数"},
+           {text, name});
   }
   return number;
 }
@@ -101,26 +77,10 @@ std::int32_t int_of(const char* option, const std::string& name, const std::stri
 // A number from `least` on; nothing when the option is not given.
 template <typename Number>
 void take_number(const char* option, const std::string& text, Number least, Number& number) {
-  if (text.empty()) {
-    return;
+  if (!text.empty() && (read_number(text, number) != std::errc() || number < least)) {
+    refuse(option, {"'{1}' is not a number from {2} on", "“{1}”不是不小于 {2} 的数"},
+           {text, std::to_string(least)});
   }
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || number < least) {
-    throw CLI::ValidationError(
-        option, in_users_language({"'{1}' is not a number from {2} on", "“{1}”不是不小于 {2} 的数"},
-                                  {text, std::to_string(least)}));
-  }
-}
-
-fwbase::LogOptions::WhenFull when_full_of(const std::string& text) {
-  const auto found = kWhenFull.find(text);
-  if (found == kWhenFull.end()) {
-    throw CLI::ValidationError("--when-full",
-                               in_users_language({"'{1}' is not one of {2}", "“{1}”不在其中：{2}"},
-                                                 {text, "wait, drop-new, drop-below"}));
-  }
-  return found->second;
 }
 
 Assignment assignment_of(const char* option, const std::string& text) {
@@ -130,31 +90,19 @@ Assignment assignment_of(const char* option, const std::string& text) {
   const std::string name = left.substr(0, colon);
   const std::string type = colon == left.npos ? "" : left.substr(colon + 1);
   if (equals == text.npos || name.empty()) {
-    throw CLI::ValidationError(
-        option, in_users_language({"'{1}' is not NAME=VALUE", "“{1}”不是 NAME=VALUE"}, {text}));
+    refuse(option, {"'{1}' is not NAME=VALUE", "“{1}”不是 NAME=VALUE"}, {text});
   }
   const std::string value = text.substr(equals + 1);
   if (colon == left.npos ? looks_like_int(value) : type == "int") {
     return {name, int_of(option, name, value)};
   }
   if (colon != left.npos && type != "string") {
-    throw CLI::ValidationError(option,
-                               in_users_language({"'{1}' is not a type: NAME:int or NAME:string",
-                                                  "“{1}”不是类型：NAME:int 或 NAME:string"},
-                                                 {type}));
+    refuse(
+        option,
+        {"'{1}' is not a type: NAME:int or NAME:string", "“{1}”不是类型：NAME:int 或 NAME:string"},
+        {type});
   }
   return {name, value};
-}
-
-tools::ModuleArgument module_of(const std::string& text) {
-  const std::optional<tools::ModuleArgument> module = tools::parse_module_argument(text);
-  if (!module) {
-    throw CLI::ValidationError("--module",
-                               in_users_language({"'{1}' is not PATH[:FUNCTION][=ARGUMENT]",
-                                                  "“{1}”不是 PATH[:FUNCTION][=ARGUMENT]"},
-                                                 {text}));
-  }
-  return *module;
 }
 
 // What is typed, before its parts are looked at.
@@ -198,10 +146,8 @@ void declare_log_options(CLI::App& app, Options& options, Typed& typed) {
 }
 
 void declare(CLI::App& app, Options& options, Typed& typed) {
-  app.name("fwrun");
+  tools::name_command(app, "fwrun", "-h,--help");
   app.footer(kFooter);
-  app.set_help_flag("-h,--help", "Print this help and exit");
-  app.set_version_flag("--version", "fwrun " FWRUN_VERSION, "Print the version and exit");
   app.add_option("SCRIPT", options.script, "The script file; - is standard input");
   app.add_option("SECTION", options.sections, "Sections to run, one after the other");
 
@@ -263,41 +209,39 @@ void check_combination(const CLI::App& app) {
   for (const char* const option : {"SECTION", "--module", "--mock", "--mock-missing", "--log",
                                    "--set", "--env", "--print", "--save", "--check"}) {
     if (app.count(option) != 0 && app.count("--list") != 0) {
-      throw CLI::ValidationError(option,
-                                 in_users_language({"does not go with --list, which runs nothing",
-                                                    "不能与 --list 同用，它什么都不运行"}));
+      refuse(option,
+             {"does not go with --list, which runs nothing", "不能与 --list 同用，它什么都不运行"});
     }
   }
   for (const char* const option : {"--queue-bytes", "--when-full", "--journal"}) {
     if (app.count(option) != 0 && app.count("--queued") == 0) {
-      throw CLI::ValidationError(option,
-                                 in_users_language({"needs --queued", "需要与 --queued 同用"}));
+      refuse(option, {"needs --queued", "需要与 --queued 同用"});
     }
   }
   if (app.count("SCRIPT") == 0 && app.count("--functions") == 0) {
     throw CLI::RequiredError("SCRIPT");
   }
   if (app.count("--save") != 0 && app["SCRIPT"]->as<std::string>() == "-") {
-    throw CLI::ValidationError(
-        "--save", in_users_language({"standard input cannot be saved", "标准输入无法保存"}));
+    refuse("--save", {"standard input cannot be saved", "标准输入无法保存"});
   }
 }
 
 void interpret(const Typed& typed, Options& options) {
   options.levels =
-      typed.levels.empty() ? kDefaultLevels : bits_of("--level", typed.levels, kLevels);
-  options.details = typed.details.empty() ? 0 : bits_of("--details", typed.details, kDetails);
+      typed.levels.empty() ? kDefaultLevels : tools::bits_of("--level", typed.levels, kLevels);
+  options.details =
+      typed.details.empty() ? 0 : tools::bits_of("--details", typed.details, kDetails);
   take_number<std::size_t>("--queue-bytes", typed.queue_bytes, 1, options.log.queue_bytes);
   take_number<std::size_t>("--log-bytes", typed.log_bytes, 1, options.log.file_bytes);
   take_number("--backups", typed.backups, 0, options.log.backups);
   if (!typed.when_full.empty()) {
-    options.log.when_full = when_full_of(typed.when_full);
+    options.log.when_full = tools::one_of("--when-full", typed.when_full, kWhenFull);
   }
   if (!typed.keep_level.empty()) {
-    options.log.keep_level = bits_of("--keep-level", typed.keep_level, kLevels);
+    options.log.keep_level = tools::bits_of("--keep-level", typed.keep_level, kLevels);
   }
   for (const std::string& text : typed.modules) {
-    options.modules.push_back(module_of(text));
+    options.modules.push_back(tools::module_of("--module", text));
   }
   for (const std::string& text : typed.globals) {
     options.globals.push_back(assignment_of("--set", text));
@@ -313,23 +257,10 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   CLI::App app("Runs sections of a script.");
   Typed typed;
   declare(app, options, typed);
-  if (const std::optional<std::string> page = tools::command_page(app, argc, argv, choices())) {
-    return write_out(*page);
-  }
-  try {
-    app.parse(argc, argv);
+  return tools::parse(app, argc, argv, choices(), write_out, [&] {
     check_combination(app);
     interpret(typed, options);
-    return {};
-  } catch (const CLI::CallForHelp&) {
-    return write_out(app.help());
-  } catch (const CLI::CallForVersion&) {
-    return write_out(app.version() + "\n");
-  } catch (const CLI::ParseError& error) {
-    complain(error.what());
-    complain({"fwrun --help shows the options", "fwrun --help 显示全部选项"}, {});
-    return kNothing;
-  }
+  });
 }
 
 }  // namespace fwrun

@@ -3,8 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "command_line/text.h"
-
 namespace fwrun {
 
 bool write_text(const std::string& text) {
@@ -24,15 +22,6 @@ Status write_out(const std::string& text) {
     return kFailed;
   }
   return kDone;
-}
-
-void complain(const std::string& message) {
-  const std::string line = "fwrun: " + tools::escaped(message) + "\n";
-  std::fwrite(line.data(), 1, line.size(), stderr);
-}
-
-void complain(const tools::Message& message, tools::MessageArguments arguments) {
-  complain(tools::in_users_language(message, arguments));
 }
 
 }  // namespace fwrun

@@ -4,9 +4,11 @@
 
 #include <string>
 
-#include "command_line/messages.h"
+#include "command_line/command.h"
 
 namespace fwrun {
+
+using tools::complain;
 
 enum Status : int {
   kDone = 0,
@@ -20,10 +22,6 @@ bool write_text(const std::string& text);
 
 /// The same; says on standard error what went wrong, and gives kFailed.
 Status write_out(const std::string& text);
-
-/// Writes "fwrun: ", `message`, escaped, and the end of the line to standard error.
-void complain(const std::string& message);
-void complain(const tools::Message& message, tools::MessageArguments arguments);
 
 }  // namespace fwrun
 

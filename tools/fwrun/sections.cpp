@@ -44,7 +44,7 @@ std::optional<ec::EC> result_of(const Section& section, const Loaded& loaded,
                                                                loaded.environment);
   } catch (...) {
     progress.reset();
-    report_exception(place_of_call(loaded, section), loaded.errors);
+    tools::report_exception(place_of_call(loaded, section), loaded.errors);
     return {};
   }
 }
@@ -56,7 +56,7 @@ bool run_section(const Section& section, const Loaded& loaded, Clock::time_point
     return report_interruption(loaded, section);
   }
   if (result && ec::failed(*result)) {
-    report_failure(place_of_call(loaded, section), *result, loaded.errors);
+    tools::report_failure(place_of_call(loaded, section), *result, loaded.errors);
   }
   return result && ec::succeeded(*result);
 }
@@ -71,14 +71,6 @@ bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded
     }
   }
   return true;
-}
-
-void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors) {
-  tools::report_failure(what, code, errors, complain);
-}
-
-void report_exception(const std::string& what, tools::ErrorLog& errors) {
-  tools::report_exception(what, errors, complain);
 }
 
 }  // namespace fwrun

@@ -24,12 +24,6 @@ struct Loaded {
 /// says on standard error which call it was and why; false then.
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded);
 
-/// Says on standard error what failed with `code`, followed by the errors that were logged.
-void report_failure(const std::string& what, ec::EC code, tools::ErrorLog& errors);
-
-/// The same about what failed with the exception that is being handled.
-void report_exception(const std::string& what, tools::ErrorLog& errors);
-
 }  // namespace fwrun
 
 #endif

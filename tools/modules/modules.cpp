@@ -3,7 +3,8 @@
 
 #include <fwbase/ifwbase.h>
 
-#include "command_line/messages.h"
+#include "command_line/command.h"
+#include "command_line/result_code.h"
 #include "command_line/text.h"
 #include "modules/module_path.h"
 
@@ -21,26 +22,26 @@ std::string shown(const ModuleArgument& module) {
 }
 
 // The manager leaves a module that did not come into service to its caller.
-void dispose_of(IMM::IBase* module, const ModuleArgument& option, Complain complain) {
+void dispose_of(IMM::IBase* module, const ModuleArgument& option) {
   if (module == nullptr) {
     return;
   }
   try {
     module->release();
   } catch (...) {
-    complain(in_users_language({"{1} could not be released: {2}", "{1}无法释放：{2}"},
-                               {shown(option), exception_text()}));
+    complain({"{1} could not be released: {2}", "{1}无法释放：{2}"},
+             {shown(option), exception_text()});
   }
 }
 
-void report(const std::string& what, ErrorLog& errors, Complain complain) {
-  complain(what);
+void report(const std::string& what, ErrorLog& errors) {
+  complain_text(what);
   for (const std::string& error : errors.take_errors()) {
-    complain("  " + error);
+    complain_text("  " + error);
   }
 }
 
-bool create_module(const ModuleArgument& module, ErrorLog& errors, Complain complain) {
+bool create_module(const ModuleArgument& module, ErrorLog& errors) {
   const std::string path = module_path(module.path);
   const char* const argument = module.argument ? module.argument->c_str() : nullptr;
   const std::string failure =
@@ -51,37 +52,35 @@ bool create_module(const ModuleArgument& module, ErrorLog& errors, Complain comp
         made, path.c_str(), module.function.c_str(), const_cast<char*>(argument));
     if (ec::succeeded(created)) {
       for (const std::string& error : errors.take_errors()) {
-        complain(
-            in_users_language({"warning: {1}: {2}", "警告：{1}：{2}"}, {shown(module), error}));
+        complain({"warning: {1}: {2}", "警告：{1}：{2}"}, {shown(module), error});
       }
       return true;
     }
-    report_failure(failure, created, errors, complain);
+    report_failure(failure, created, errors);
   } catch (...) {
-    report_exception(failure, errors, complain);
+    report_exception(failure, errors);
   }
-  dispose_of(made, module, complain);
+  dispose_of(made, module);
   return false;
 }
 
 }  // namespace
 
-bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors,
-                    Complain complain) {
+bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors) {
   for (const ModuleArgument& module : modules) {
-    if (!create_module(module, errors, complain)) {
+    if (!create_module(module, errors)) {
       return false;
     }
   }
   return true;
 }
 
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors, Complain complain) {
-  report(what + ": " + described(code), errors, complain);
+void report_failure(const std::string& what, ec::EC code, ErrorLog& errors) {
+  report(what + ": " + described(code), errors);
 }
 
-void report_exception(const std::string& what, ErrorLog& errors, Complain complain) {
-  report(what + ": " + exception_text(), errors, complain);
+void report_exception(const std::string& what, ErrorLog& errors) {
+  report(what + ": " + exception_text(), errors);
 }
 
 }  // namespace tools

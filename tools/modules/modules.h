@@ -13,19 +13,15 @@ namespace tools {
 /// The module of the general functions, for create_modules().
 extern const ModuleArgument kGeneralFunctions;
 
-/// Writes a line to standard error, with the command's name in front.
-typedef void (*Complain)(const std::string& message);
-
 /// Creates the modules in their order, through the module manager. False at the first that cannot
 /// be created: which and why has been told then.
-bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors,
-                    Complain complain);
+bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors);
 
 /// Tells what failed with `code`, followed by the errors that were logged.
-void report_failure(const std::string& what, ec::EC code, ErrorLog& errors, Complain complain);
+void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
 
 /// The same about what failed with the exception that is being handled.
-void report_exception(const std::string& what, ErrorLog& errors, Complain complain);
+void report_exception(const std::string& what, ErrorLog& errors);
 
 }  // namespace tools
 

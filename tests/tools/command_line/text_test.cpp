@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "command_line/result_code.h"
 #include "tests/harness/log_capture.h"
 
 using fwbase::test::gbk;

@@ -368,7 +368,7 @@ TEST(FwlogUsage, ChineseUsersReadChineseMessages) {
   EXPECT_EQ(run_fwlog({"/none/host.log"}).err,
             "fwlog: 无法读取 /none/host.log：没有那个文件或目录\n");
   EXPECT_EQ(run_fwlog({"--foo", "x"}).err,
-            "fwlog: 不认识的参数：--foo\nfwlog: fwlog --help 列出各选项\n");
+            "fwlog: 不认识的参数：--foo\nfwlog: fwlog --help 显示全部选项\n");
   const std::string help = run_fwlog({"--help"}).out;
   EXPECT_NE(help.find("打印日志的记录。"), help.npos);
   const std::string page = run_fwlog({"--man-page"}).out;

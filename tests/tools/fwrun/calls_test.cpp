@@ -3,6 +3,7 @@
 
 #include <regex>
 
+#include "command_line/command.h"
 #include "sections.h"
 #include "tests/harness/host_function.h"
 #include "tests/harness/script_file.h"
@@ -135,7 +136,10 @@ TEST(FwrunCalls, NameAFunctionThatTheEngineDoesNotHave) {
   ASSERT_TRUE(read_script_file(file.path(), script, why)) << why;
 
   testing::internal::CaptureStderr();
-  EXPECT_FALSE(run_sections({"s"}, {"s.xml", script, watch, errors, nullptr}));
+  const auto run = [&] {
+    return run_sections({"s"}, {"s.xml", script, watch, errors, nullptr}) ? 0 : 1;
+  };
+  EXPECT_EQ(tools::run_command("fwrun", 2, run), 1);
   EXPECT_EQ(without_places(testing::internal::GetCapturedStderr()),
             "fwrun: section 's', call 2, add: SCRIPT_NO_FUNC (0x0008000d): call of a script "
             "function for which no syntax extension exists\n"

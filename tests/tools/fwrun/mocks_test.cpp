@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "command_line/text.h"
+#include "command_line/result_code.h"
 #include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"
 

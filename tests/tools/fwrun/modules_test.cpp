@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "command_line/text.h"
+#include "command_line/result_code.h"
 #include "tests/harness/matching.h"
 #include "tests/harness/script_file.h"
 #include "tests/tools/fwrun/fwrun_program.h"

@@ -1,0 +1,27 @@
+// What all commands do alike: how they start and end, and how they complain.
+#ifndef TOOLS_COMMAND_LINE_COMMAND_H
+#define TOOLS_COMMAND_LINE_COMMAND_H
+
+#include <functional>
+#include <string>
+
+#include "command_line/messages.h"
+
+namespace tools {
+
+/// The body of main(). Opens closed standard descriptors and ignores SIGPIPE, so that writing
+/// fails where the reader has gone. Returns what `work` returns. When memory runs out, a system
+/// call throws or other code ends the thread, complains and returns `failure`.
+/// name         begins every complaint
+/// other_code   what else runs in this thread, for that complaint
+int run_command(const char* name, int failure, const std::function<int()>& work,
+                const char* other_code = "a module");
+
+/// Writes the command's name, ": ", the message, escaped, and the end of the line to standard
+/// error.
+void complain(const Message& message, MessageArguments arguments = {});
+void complain_text(const std::string& message);
+
+}  // namespace tools
+
+#endif
