@@ -1,6 +1,8 @@
 // Records at ERROR are kept whatever levels the log file has.
 #include "command_line/error_log.h"
 
+#include <fwbase/ifwbase.h>
+
 #include "command_line/text.h"
 
 namespace tools {
@@ -19,12 +21,15 @@ std::string without_line_ends(std::string text) {
 
 using fwbase::IFWBase;
 
-ErrorLog::ErrorLog() : m_inner(IFWBase::instance()->runlog(this)) { ErrorLog::type(0); }
+ErrorLog::ErrorLog() : ForwardingLog(*IFWBase::instance()->runlog()) {
+  IFWBase::instance()->runlog(this);
+  ErrorLog::type(0);
+}
 
 ErrorLog::~ErrorLog() {
   if (IFWBase::instance()->runlog() == this) {
-    IFWBase::instance()->runlog(m_inner);
-    m_inner->type(m_levels);
+    IFWBase::instance()->runlog(&inner());
+    inner().type(m_levels);
   }
 }
 
@@ -33,7 +38,7 @@ void ErrorLog::type(unsigned int mask) {
     const std::lock_guard<std::mutex> guard(m_mutex);
     m_levels = mask;
   }
-  m_inner->type(mask | ERROR);
+  inner().type(mask | ERROR);
 }
 
 void ErrorLog::write(Type type, const char* message, const char* location) {
@@ -49,7 +54,7 @@ void ErrorLog::write(Type type, const char* message, const char* location) {
     }
   }
   if (to_file) {
-    m_inner->write(type, message, location);
+    inner().write(type, message, location);
   }
 }
 

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include <fwbase/ifwbase.h>
+#include "command_line/forwarding.h"
 
 namespace tools {
 
 /// Installed as the facade's run log while it lives, unless the facade is released before. Any
 /// thread may write.
-class ErrorLog : public fwbase::IRunLog {
+class ErrorLog : public ForwardingLog {
  public:
   ErrorLog();
   ~ErrorLog() override;
@@ -23,16 +23,10 @@ class ErrorLog : public fwbase::IRunLog {
   /// Only the last ones are kept when they are many.
   std::vector<std::string> take_errors();
 
-  ec::EC init() override { return m_inner->init(); }
   void type(unsigned int mask) override;
-  void info(unsigned int flags) override { m_inner->info(flags); }
-  ec::EC file(const char* path) override { return m_inner->file(path); }
-  void asynch(bool on) override { m_inner->asynch(on); }
-  void release() override { m_inner->release(); }
   void write(Type type, const char* message, const char* location) override;
 
  private:
-  fwbase::IRunLog* const m_inner;
   std::mutex m_mutex;
   unsigned int m_levels = 0;  // what goes to the log file
   std::deque<std::string> m_errors;

@@ -3,12 +3,9 @@
 #include <algorithm>
 
 #include <fwbase/check.h>
-#include <fwbase/ifwbase.h>
 
 #include "command_line/error_log.h"
-#include "command_line/result_code.h"
 #include "command_line/standard_input.h"
-#include "command_line/text.h"
 #include "functions.h"
 #include "modules/modules.h"
 #include "printing.h"
@@ -17,33 +14,6 @@
 namespace fwcheck {
 
 namespace {
-
-using fwbase::IFWBase;
-
-// Takes the library out of service, and with it all modules.
-class Library {
- public:
-  Library() = default;
-  ~Library() {
-    while (!release()) {
-    }
-  }
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
- private:
-  // False when a module threw: the next call goes on behind it.
-  static bool release() {
-    try {
-      IFWBase::instance()->release();
-      return true;
-    } catch (...) {
-      complain({"a module could not be released: {1}", "一个模块无法释放：{1}"},
-               {tools::exception_text()});
-      return false;
-    }
-  }
-};
 
 // The functions of catalogues come first: those of a module that is there count more.
 bool register_functions(const Options& options, StandIns& stand_ins) {
@@ -104,14 +74,11 @@ Status check(const Options& options) {
 }  // namespace
 
 Status run(const Options& options) {
-  const ec::EC started = IFWBase::instance()->init();
+  const bool is_started = tools::start_library();
   StandIns stand_ins;
-  const Library library;  // ends before the functions, which the engine has until it is released
-  if (ec::failed(started)) {
-    complain({"cannot start the library: {1}", "无法启动库：{1}"}, {tools::described(started)});
-    return kNothing;
-  }
-  if (!register_functions(options, stand_ins)) {
+  const tools::Library
+      library;  // ends before the functions, which the engine has until it is released
+  if (!is_started || !register_functions(options, stand_ins)) {
     return kNothing;
   }
   if (options.print != Print::kNothing) {

@@ -39,7 +39,7 @@ void RecordedLog::write(Type type, const char* message, const char* location) {
   if (type == ERROR && message != nullptr) {
     m_findings.logged(message);
   }
-  m_inner.write(type, message, location);
+  inner().write(type, message, location);
 }
 
 void RecordedScript::list(const LibrarySegments& library, Findings& findings) {
@@ -55,12 +55,12 @@ void RecordedScript::list(const LibrarySegments& library, Findings& findings) {
 
 ec::EC RecordedScript::init() {
   forget();
-  return m_inner.init();
+  return inner().init();
 }
 
 void RecordedScript::release() {
   forget();
-  m_inner.release();
+  inner().release();
 }
 
 void RecordedScript::forget() {
@@ -69,7 +69,7 @@ void RecordedScript::forget() {
 }
 
 bool RecordedScript::expand_syntax(ISyntax* syntax) {
-  const bool registered = m_inner.expand_syntax(syntax);
+  const bool registered = inner().expand_syntax(syntax);
   if (registered) {
     const std::lock_guard guard(m_mutex);
     m_functions.push_back({tools::readable(syntax->name()), syntax});

@@ -10,35 +10,30 @@
 
 #include <fwbase/ifwbase.h>
 
+#include "command_line/forwarding.h"
 #include "recorded_env.h"
 #include "recorded_modules.h"
 
 namespace fwmod {
 
 /// Passes everything on, and keeps the messages at ERROR. That level is always enabled.
-class RecordedLog final : public fwbase::IRunLog {
+class RecordedLog final : public tools::ForwardingLog {
  public:
-  RecordedLog(fwbase::IRunLog& inner, Findings& findings) : m_inner(inner), m_findings(findings) {
-    m_inner.type(ERROR);
+  RecordedLog(fwbase::IRunLog& log, Findings& findings) : ForwardingLog(log), m_findings(findings) {
+    log.type(ERROR);
   }
 
-  ec::EC init() override { return m_inner.init(); }
-  void type(unsigned int mask) override { m_inner.type(mask | ERROR); }
-  void info(unsigned int flags) override { m_inner.info(flags); }
-  ec::EC file(const char* path) override { return m_inner.file(path); }
-  void asynch(bool on) override { m_inner.asynch(on); }
-  void release() override { m_inner.release(); }
+  void type(unsigned int mask) override { inner().type(mask | ERROR); }
   void write(Type type, const char* message, const char* location) override;
 
  private:
-  fwbase::IRunLog& m_inner;
   Findings& m_findings;
 };
 
 /// Passes everything on and remembers the functions.
-class RecordedScript final : public fwbase::IScript {
+class RecordedScript final : public tools::ForwardingScript {
  public:
-  explicit RecordedScript(fwbase::IScript& inner) : m_inner(inner) {}
+  using ForwardingScript::ForwardingScript;
 
   /// Says which functions are registered, and which of them are no static objects of the library.
   void list(const LibrarySegments& library, Findings& findings);
@@ -46,25 +41,6 @@ class RecordedScript final : public fwbase::IScript {
   ec::EC init() override;
   void release() override;
   bool expand_syntax(ISyntax* syntax) override;
-  ec::EC load_script(const char* path) override { return m_inner.load_script(path); }
-  ec::EC save_script() override { return m_inner.save_script(); }
-  ec::EC execute(void* env) override { return m_inner.execute(env); }
-  ec::EC exec_scommad(const char* section, void* env) override {
-    return m_inner.exec_scommad(section, env);
-  }
-  ec::EC get_value(const char* name, VType type, void* out) const override {
-    return m_inner.get_value(name, type, out);
-  }
-  ec::EC set_value(const char* name, VType type, const void* data) override {
-    return m_inner.set_value(name, type, data);
-  }
-  ec::EC rm_value(const char* name) override { return m_inner.rm_value(name); }
-  ec::EC get_value_env(const char* name, VType type, void* out, void* env) const override {
-    return m_inner.get_value_env(name, type, out, env);
-  }
-  ec::EC set_value_env(const char* name, VType type, const void* data, void* env) override {
-    return m_inner.set_value_env(name, type, data, env);
-  }
 
  private:
   struct Function {
@@ -74,7 +50,6 @@ class RecordedScript final : public fwbase::IScript {
 
   void forget();
 
-  fwbase::IScript& m_inner;
   std::mutex m_mutex;
   std::vector<Function> m_functions;  // in the order of registration
 };

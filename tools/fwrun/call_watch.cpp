@@ -55,17 +55,19 @@ class CallWatch::Watched : public ISyntax, public fwbase::IFunctionDescription {
 };
 
 CallWatch::CallWatch(tools::ErrorLog& errors)
-    : m_inner(IFWBase::instance()->script(this)), m_errors(errors) {}
+    : ForwardingScript(*IFWBase::instance()->script()), m_errors(errors) {
+  IFWBase::instance()->script(this);
+}
 
 CallWatch::~CallWatch() {
   if (IFWBase::instance()->script() == this) {
-    IFWBase::instance()->script(m_inner);
+    IFWBase::instance()->script(&inner());
   }
 }
 
 bool CallWatch::expand_syntax(ISyntax* syntax) {
   if (syntax == nullptr || syntax->name() == nullptr) {
-    return m_inner->expand_syntax(syntax);  // which refuses it and says why
+    return inner().expand_syntax(syntax);  // which refuses it and says why
   }
   Watched* watched = nullptr;
   Watched** latest = nullptr;
@@ -77,7 +79,7 @@ bool CallWatch::expand_syntax(ISyntax* syntax) {
     FWBASE_LOG(ERROR, "no memory to watch a script function");
     return false;
   }
-  if (!m_inner->expand_syntax(watched)) {
+  if (!inner().expand_syntax(watched)) {
     return false;
   }
   const std::lock_guard<std::mutex> guard(m_mutex);

@@ -10,9 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include <fwbase/iscript.h>
-
 #include "command_line/error_log.h"
+#include "command_line/forwarding.h"
 #include "script_file.h"
 
 namespace fwrun {
@@ -22,7 +21,7 @@ namespace fwrun {
 /// that is registered, whoever registers it; the watchers count the calls that succeed. Must live
 /// until that engine is released. Any thread may use it as an engine; begin() and succeeded() are
 /// for the thread that made it.
-class CallWatch : public fwbase::IScript {
+class CallWatch : public tools::ForwardingScript {
  public:
   explicit CallWatch(tools::ErrorLog& errors);
   ~CallWatch() override;
@@ -43,28 +42,6 @@ class CallWatch : public fwbase::IScript {
 
   bool expand_syntax(ISyntax* syntax) override;
 
-  ec::EC init() override { return m_inner->init(); }
-  void release() override { m_inner->release(); }
-  ec::EC load_script(const char* path) override { return m_inner->load_script(path); }
-  ec::EC save_script() override { return m_inner->save_script(); }
-  ec::EC execute(void* env) override { return m_inner->execute(env); }
-  ec::EC exec_scommad(const char* section, void* env) override {
-    return m_inner->exec_scommad(section, env);
-  }
-  ec::EC get_value(const char* name, VType type, void* out) const override {
-    return m_inner->get_value(name, type, out);
-  }
-  ec::EC set_value(const char* name, VType type, const void* data) override {
-    return m_inner->set_value(name, type, data);
-  }
-  ec::EC rm_value(const char* name) override { return m_inner->rm_value(name); }
-  ec::EC get_value_env(const char* name, VType type, void* out, void* env) const override {
-    return m_inner->get_value_env(name, type, out, env);
-  }
-  ec::EC set_value_env(const char* name, VType type, const void* data, void* env) override {
-    return m_inner->set_value_env(name, type, data, env);
-  }
-
  private:
   class Watched;
 
@@ -73,7 +50,6 @@ class CallWatch : public fwbase::IScript {
   void explain_references(const ScriptCall& call, const std::vector<std::string>& errors) const;
   void after_call(ec::EC result);
 
-  fwbase::IScript* const m_inner;
   tools::ErrorLog& m_errors;
 
   mutable std::mutex m_mutex;  // guards the functions

@@ -35,28 +35,6 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IScript;
 
-// Takes the library out of service, and with it all modules.
-class Library {
- public:
-  Library() = default;
-  ~Library() { release(); }
-  Library(const Library&) = delete;
-  Library& operator=(const Library&) = delete;
-
-  // False when a module threw. The next call goes on behind it, so that the others end too.
-  bool release() {
-    for (bool all_ended = true;; all_ended = false) {
-      try {
-        IFWBase::instance()->release();
-        return all_ended;
-      } catch (...) {
-        complain({"a module could not be released: {1}", "一个模块无法释放：{1}"},
-                 {tools::exception_text()});
-      }
-    }
-  }
-};
-
 bool open_log(const Options& options, ErrorLog& log) {
   if (options.log_file.empty()) {
     return true;
@@ -318,11 +296,10 @@ Status work(const Options& options, Host& host) {
 Status run(Options options) {
   std::optional<tools::StandardInput> input;
   options.path = options.script == "-" ? input.emplace().path() : options.script;
-  const ec::EC started = IFWBase::instance()->init();
+  const bool is_started = tools::start_library();
   Host host;
-  Library library;  // ends before the host, which modules use until they are released
-  if (ec::failed(started)) {
-    complain({"cannot start the library: {1}", "无法启动库：{1}"}, {described(started)});
+  tools::Library library;  // ends before the host, which modules use until they are released
+  if (!is_started) {
     return kNothing;
   }
   const Status status = work(options, host);

@@ -66,6 +66,27 @@ bool create_module(const ModuleArgument& module, ErrorLog& errors) {
 
 }  // namespace
 
+bool start_library() {
+  const ec::EC started = IFWBase::instance()->init();
+  if (ec::failed(started)) {
+    complain({"cannot start the library: {1}", "无法启动库：{1}"}, {described(started)});
+  }
+  return ec::succeeded(started);
+}
+
+// After a module has thrown, the facade's next release() goes on with the module behind it.
+bool Library::release() {
+  for (bool all_released = true;; all_released = false) {
+    try {
+      IFWBase::instance()->release();
+      return all_released;
+    } catch (...) {
+      complain({"a module could not be released: {1}", "一个模块无法释放：{1}"},
+               {exception_text()});
+    }
+  }
+}
+
 bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors) {
   for (const ModuleArgument& module : modules) {
     if (!create_module(module, errors)) {

@@ -10,6 +10,22 @@
 
 namespace tools {
 
+/// Puts the library into service. When that fails, complains and returns false.
+bool start_library();
+
+/// Takes the library out of service at the end of the scope, and with it all modules.
+class Library {
+ public:
+  Library() = default;
+  ~Library() { release(); }
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  /// Does so now. Complains when a module throws, releases the others all the same, and returns
+  /// false.
+  bool release();
+};
+
 /// The module of the general functions, for create_modules().
 extern const ModuleArgument kGeneralFunctions;
 
