@@ -3,6 +3,7 @@
 
 #include <cxxabi.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -38,6 +39,24 @@ int run_command(const char* name, int failure, const std::function<int()>& work,
     std::exit(failure);
   }
   return failure;
+}
+
+bool write_text(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+    return true;
+  }
+  const int error = errno;
+  std::clearerr(stdout);
+  errno = error;
+  return false;
+}
+
+bool write_out(const std::string& text) {
+  const bool is_written = write_text(text);
+  if (!is_written) {
+    complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"}, {reason_of(errno)});
+  }
+  return is_written;
 }
 
 void complain(const Message& message, MessageArguments arguments) {

@@ -17,6 +17,13 @@ namespace tools {
 int run_command(const char* name, int failure, const std::function<int()>& work,
                 const char* other_code = "a module");
 
+/// Writes `text` to standard output at once. When that fails, returns false, with the reason in
+/// errno.
+bool write_text(const std::string& text);
+
+/// The same; complains when it fails.
+bool write_out(const std::string& text);
+
 /// Writes the command's name, ": ", the message, escaped, and the end of the line to standard
 /// error.
 void complain(const Message& message, MessageArguments arguments = {});

@@ -1,5 +1,5 @@
-// Reads the headers of ELF files. The identification and the machine lie at the same place for all
-// machines; the rest is only read when the file is for this one.
+// Reads the headers of ELF files. Up to the machine, headers of all machines are the same; what
+// stands behind it is only read when the file is for this one.
 #include "elf_file.h"
 
 #include <byteswap.h>
@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <map>
@@ -64,13 +65,6 @@ class File {
   }
 };
 
-// What the headers of all machines begin with.
-struct Beginning {
-  unsigned char ident[EI_NIDENT];
-  std::uint16_t type;
-  std::uint16_t machine;
-};
-
 constexpr unsigned char kNativeData =
     __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ ? ELFDATA2LSB : ELFDATA2MSB;
 
@@ -84,34 +78,31 @@ std::string machine_name(std::uint16_t machine) {
   return found != kNames.end() ? found->second : "machine " + std::to_string(machine);
 }
 
-// "x86-64, 64-bit"
-std::string architecture(const Beginning& file) {
-  const unsigned char data = file.ident[EI_DATA];
-  const std::uint16_t machine = data == kNativeData ? file.machine : bswap_16(file.machine);
-  std::string name = machine_name(machine);
-  name += file.ident[EI_CLASS] == ELFCLASS32   ? ", 32-bit"
-          : file.ident[EI_CLASS] == ELFCLASS64 ? ", 64-bit"
-                                               : ", of an unknown class";
-  return name + (data == ELFDATA2MSB ? ", big-endian" : "");
+// "x86-64, 64-bit". Headers of all machines are the same up to there.
+std::string architecture(const ElfW(Ehdr) & header) {
+  const unsigned char data = header.e_ident[EI_DATA];
+  const unsigned char size = header.e_ident[EI_CLASS];
+  return machine_name(data == kNativeData ? header.e_machine : bswap_16(header.e_machine)) +
+         (size == ELFCLASS32   ? ", 32-bit"
+          : size == ELFCLASS64 ? ", 64-bit"
+                               : ", of an unknown class") +
+         (data == ELFDATA2MSB ? ", big-endian" : "");
 }
 
 std::string own_architecture() {
-  Beginning own = {};
+  ElfW(Ehdr) own = {};
   File("/proc/self/exe").read(0, &own, sizeof own);
   return architecture(own);
 }
 
 std::string kind_of_type(std::uint16_t type) {
-  switch (type) {
-    case ET_REL:
-      return "not a shared object, but an object file: link it with -shared";
-    case ET_EXEC:
-      return "not a shared object, but a program";
-    case ET_CORE:
-      return "not a shared object, but a core dump";
-    default:
-      return "not a shared object: ELF type " + std::to_string(type);
-  }
+  static const std::map<std::uint16_t, const char*> kKinds = {
+      {ET_REL, ", but an object file: link it with -shared"},
+      {ET_EXEC, ", but a program"},
+      {ET_CORE, ", but a core dump"}};
+  const auto found = kKinds.find(type);
+  return "not a shared object" +
+         (found != kKinds.end() ? found->second : ": ELF type " + std::to_string(type));
 }
 
 // Where the part that begins at `offset` ends; the largest number when that is beyond all files.
@@ -135,33 +126,29 @@ std::string truncated(const File& file, std::uint64_t needed) {
 }
 
 std::string fault_of_header(const File& file) {
-  Beginning beginning = {};
+  ElfW(Ehdr) header = {};
   if (file.size() == 0) {
     return "not a shared object: the file is empty";
   }
-  if (!file.read(0, &beginning, std::min<std::uint64_t>(sizeof beginning, file.size()))) {
+  if (!file.read(0, &header, std::min<std::uint64_t>(sizeof header, file.size()))) {
     return "cannot be read";
   }
-  const char* const bytes = reinterpret_cast<const char*>(beginning.ident);
-  if (std::memcmp(bytes, ELFMAG, SELFMAG) != 0) {
-    return std::memcmp(bytes, "!<arch>", 7) == 0 ? "not a shared object, but a static library"
-                                                 : "not a shared object: no ELF header";
+  if (std::memcmp(&header, ELFMAG, SELFMAG) != 0) {
+    return std::memcmp(&header, "!<arch>", 7) == 0 ? "not a shared object, but a static library"
+                                                   : "not a shared object: no ELF header";
   }
-  if (file.size() < sizeof beginning) {
-    return truncated(file, sizeof(ElfW(Ehdr)));
-  }
-  if (architecture(beginning) != own_architecture()) {
-    return "wrong architecture: it is for " + architecture(beginning) + "; this system is " +
-           own_architecture();
-  }
-  if (beginning.type != ET_DYN) {
-    return kind_of_type(beginning.type);
-  }
-  ElfW(Ehdr) header = {};
-  if (!file.read(0, &header, sizeof header)) {
+  if (file.size() < offsetof(ElfW(Ehdr), e_version)) {
     return truncated(file, sizeof header);
   }
-  const std::uint64_t needed = needed_size(file, header);
+  if (architecture(header) != own_architecture()) {
+    return "wrong architecture: it is for " + architecture(header) + "; this system is " +
+           own_architecture();
+  }
+  if (header.e_type != ET_DYN) {
+    return kind_of_type(header.e_type);
+  }
+  const std::uint64_t needed =
+      file.size() < sizeof header ? sizeof header : needed_size(file, header);
   return needed > file.size() ? truncated(file, needed) : "";
 }
 

@@ -55,10 +55,6 @@ std::string path_of(void* handle) {
   return dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : "";
 }
 
-bool mentions_creation(const std::string& text) {
-  return strcasestr(text.c_str(), "create") != nullptr;
-}
-
 // What might have been meant, and how it is named.
 std::string similar_functions(const std::string& path, const std::string& wanted) {
   constexpr std::size_t kMost = 5;
@@ -68,7 +64,8 @@ std::string similar_functions(const std::string& path, const std::string& wanted
     if (function == wanted + "()") {
       return "; it exports " + function + " as a C++ function: declare it extern \"C\"";
     }
-    if (function == name && mentions_creation(name) && similar.size() < kMost) {
+    if (function == name && strcasestr(name.c_str(), "create") != nullptr &&
+        similar.size() < kMost) {
       similar.push_back(name);
     }
   }

@@ -3,9 +3,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstdio>
-
 #include "command_line/command.h"
 #include "command_line/parsing.h"
 
@@ -52,12 +49,7 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
 }
 
 Status write_out(const std::string& text, Status status) {
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    tools::complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
-                    {tools::reason_of(errno)});
-    return kNotChecked;
-  }
-  return status;
+  return tools::write_out(text) ? status : kNotChecked;
 }
 
 }  // namespace fwmod

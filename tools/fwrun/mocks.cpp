@@ -50,7 +50,7 @@ class Mocks::Mock : public IScript::ISyntax {
                                ? std::to_string(args[i].int_value)
                                : literal(parameter.type, args[i].string_value)));
     }
-    if (write_text(call_text(m_declared.name, arguments, result) + "\n")) {
+    if (tools::write_text(call_text(m_declared.name, arguments, result) + "\n")) {
       return ec::SCRIPT_OK;
     }
     const char* const reason = std::strerror(errno);

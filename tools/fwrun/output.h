@@ -1,4 +1,4 @@
-// What fwrun itself writes: results to standard output, messages to standard error. All UTF-8.
+// The exit status, and how results are written.
 #ifndef FWRUN_OUTPUT_H
 #define FWRUN_OUTPUT_H
 
@@ -17,11 +17,10 @@ enum Status : int {
   kInterrupted = 130
 };
 
-/// Writes `text` to standard output at once. False when that fails, with the reason in errno.
-bool write_text(const std::string& text);
-
-/// The same; says on standard error what went wrong, and gives kFailed.
-Status write_out(const std::string& text);
+/// Writes `text` to standard output at once. Complains when that fails, and returns kFailed.
+inline Status write_out(const std::string& text) {
+  return tools::write_out(text) ? kDone : kFailed;
+}
 
 }  // namespace fwrun
 
