@@ -43,19 +43,12 @@ bool copy_standard_input(int to) {
 
 }  // namespace
 
-StandardInput::StandardInput() : m_descriptor(memfd_create("script", MFD_CLOEXEC)) {
-  if (m_descriptor >= 0 && !copy_standard_input(m_descriptor)) {
-    close(m_descriptor);
-    m_descriptor = -1;
-  }
-}
+StandardInput::StandardInput()
+    : m_copy(memfd_create("script", MFD_CLOEXEC)),
+      m_is_read(m_copy.number() >= 0 && copy_standard_input(m_copy.number())) {}
 
-StandardInput::~StandardInput() {
-  if (m_descriptor >= 0) {
-    close(m_descriptor);
-  }
+std::string StandardInput::path() const {
+  return "/proc/self/fd/" + std::to_string(m_is_read ? m_copy.number() : -1);
 }
-
-std::string StandardInput::path() const { return "/proc/self/fd/" + std::to_string(m_descriptor); }
 
 }  // namespace tools

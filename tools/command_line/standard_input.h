@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "command_line/descriptor.h"
+
 namespace tools {
 
 /// A copy of standard input in memory, which goes with the object.
@@ -11,15 +13,13 @@ class StandardInput {
  public:
   /// Reads standard input to its end, or to where it is too long for a script.
   StandardInput();
-  ~StandardInput();
-  StandardInput(const StandardInput&) = delete;
-  StandardInput& operator=(const StandardInput&) = delete;
 
   /// The path of a regular file; of none where standard input cannot be read.
   std::string path() const;
 
  private:
-  int m_descriptor;
+  const Descriptor m_copy;
+  const bool m_is_read;
 };
 
 }  // namespace tools

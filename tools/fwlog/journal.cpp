@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <memory>
 #include <string_view>
 #include <vector>
 
+#include "command_line/descriptor.h"
 #include "fwbase/runlog/journal_format.h"
 #include "fwbase/runlog/journal_recovery.h"
 #include "log_files.h"
@@ -68,20 +68,17 @@ void deliver(const RecordTexts& texts, const std::string& name, Delivery& delive
 bool read_journal_of(const std::string& path, Delivery& delivery) {
   const std::string log = real_name(path);
   const std::string name = log + ".journal";
-  const int file = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-  if (file < 0) {
+  const tools::Descriptor file(
+      ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+  if (file.number() < 0) {
     const int reason = errno;
     if (reason != ENOENT && reason != ENOTDIR) {
       complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
     }
     return reason == ENOENT || reason == ENOTDIR;
   }
-  struct Closing {
-    int descriptor;
-    ~Closing() { ::close(descriptor); }
-  } const closing{file};
   JournalContent content;
-  switch (fwbase::read_journal(file, content)) {
+  switch (fwbase::read_journal(file.number(), content)) {
     case JournalState::kWhole: {
       RecordTexts texts;
       add_missing(content, log, texts);

@@ -26,24 +26,18 @@ std::string directory_of(const std::string& path) {
 }  // namespace
 
 Watch::Watch(const std::vector<std::string>& paths)
-    : m_descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+    : m_changes(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   for (const std::string& path : paths) {
     m_directories[directory_of(path)] = false;
   }
   watch_directories();
 }
 
-Watch::~Watch() {
-  if (m_descriptor >= 0) {
-    close(m_descriptor);
-  }
-}
-
 // A directory may come later.
 void Watch::watch_directories() {
   for (auto& [directory, is_watched] : m_directories) {
-    if (!is_watched && m_descriptor >= 0) {
-      is_watched = inotify_add_watch(m_descriptor, directory.c_str(),
+    if (!is_watched && m_changes.number() >= 0) {
+      is_watched = inotify_add_watch(m_changes.number(), directory.c_str(),
                                      IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_ONLYDIR) >= 0;
     }
   }
@@ -51,13 +45,13 @@ void Watch::watch_directories() {
 
 void Watch::forget_changes() {
   char changes[4096];
-  while (m_descriptor >= 0 && read(m_descriptor, changes, sizeof changes) > 0) {
+  while (m_changes.number() >= 0 && read(m_changes.number(), changes, sizeof changes) > 0) {
   }
 }
 
 void Watch::wait(milliseconds longest) {
   watch_directories();
-  pollfd waited[] = {{STDOUT_FILENO, 0, 0}, {m_descriptor, POLLIN, 0}};
+  pollfd waited[] = {{STDOUT_FILENO, 0, 0}, {m_changes.number(), POLLIN, 0}};
   poll(waited, 2, static_cast<int>(std::clamp(longest, milliseconds(0), kLongest).count()));
   if ((waited[0].revents & (POLLERR | POLLHUP)) != 0) {
     throw ClosedPipe();

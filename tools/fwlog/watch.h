@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "command_line/descriptor.h"
+
 namespace fwlog {
 
 /// Watches the directories of logs. What the system does not tell, as of a file behind a link or on
@@ -14,9 +16,6 @@ namespace fwlog {
 class Watch {
  public:
   explicit Watch(const std::vector<std::string>& paths);
-  ~Watch();
-  Watch(const Watch&) = delete;
-  Watch& operator=(const Watch&) = delete;
 
   /// Until something changes, at most so long; changes of which nobody was told yet count. Throws
   /// ClosedPipe when the reader of standard output has gone.
@@ -29,7 +28,7 @@ class Watch {
   void watch_directories();
   void forget_changes();
 
-  int m_descriptor;                           // of inotify, negative where there is none
+  tools::Descriptor m_changes;                // of inotify
   std::map<std::string, bool> m_directories;  // with whether each is watched
 };
 

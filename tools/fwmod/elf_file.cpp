@@ -16,6 +16,8 @@
 #include <cstring>
 #include <map>
 
+#include "command_line/descriptor.h"
+
 namespace fwmod {
 
 namespace {
@@ -25,18 +27,8 @@ class File {
   // Without waiting for the other end of a FIFO.
   explicit File(const std::string& path)
       : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
-        m_error(m_descriptor < 0 ? errno : 0) {
-    if (m_descriptor >= 0 && fstat(m_descriptor, &m_status) != 0) {
-      m_error = errno;
-    }
-  }
-  ~File() {
-    if (m_descriptor >= 0) {
-      close(m_descriptor);
-    }
-  }
-  File(const File&) = delete;
-  File& operator=(const File&) = delete;
+        m_error(m_descriptor.number() < 0 || fstat(m_descriptor.number(), &m_status) != 0 ? errno
+                                                                                          : 0) {}
 
   int error() const { return m_error; }
   bool is_directory() const { return S_ISDIR(m_status.st_mode); }
@@ -45,8 +37,8 @@ class File {
 
   // False when the file does not have so many bytes there.
   bool read(std::uint64_t offset, void* to, std::size_t bytes) const {
-    return has(offset, bytes) && pread(m_descriptor, to, bytes, static_cast<off_t>(offset)) ==
-                                     static_cast<ssize_t>(bytes);
+    return has(offset, bytes) && pread(m_descriptor.number(), to, bytes,
+                                       static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
   }
   // Empty when the file does not have all of them.
   template <typename Type>
@@ -56,9 +48,9 @@ class File {
   }
 
  private:
-  int m_descriptor;
-  int m_error;
+  tools::Descriptor m_descriptor;
   struct stat m_status = {};
+  int m_error;
 
   bool has(std::uint64_t offset, std::uint64_t bytes) const {
     return offset <= size() && bytes <= size() - offset;

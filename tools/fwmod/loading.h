@@ -10,21 +10,16 @@
 
 namespace fwmod {
 
-/// A scope of the calling thread in which a host's module manager holds its lock.
+/// Whether this thread is where a host's module manager holds its lock.
+inline thread_local bool holds_manager_lock = false;
+
+/// A scope where it does.
 class ManagerLock {
  public:
-  ManagerLock() { held() = true; }
-  ~ManagerLock() { held() = false; }
+  ManagerLock() { holds_manager_lock = true; }
+  ~ManagerLock() { holds_manager_lock = false; }
   ManagerLock(const ManagerLock&) = delete;
   ManagerLock& operator=(const ManagerLock&) = delete;
-
-  static bool is_held_by_this_thread() { return held(); }
-
- private:
-  static bool& held() {
-    thread_local bool is_held = false;
-    return is_held;
-  }
 };
 
 /// The segments of libraries.

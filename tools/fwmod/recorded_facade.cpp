@@ -44,10 +44,10 @@ void RecordedLog::write(Type type, const char* message, const char* location) {
 
 void RecordedScript::list(const LibrarySegments& library, Findings& findings) {
   const std::lock_guard guard(m_mutex);
-  for (const Function& function : m_functions) {
-    findings.left("script function " + tools::quoted(function.name) +
+  for (const auto& [name, object] : m_functions) {
+    findings.left("script function " + tools::quoted(name) +
                   ": only the engine's own release() takes it back; " +
-                  (library.contain(function.object)
+                  (library.contain(object)
                        ? "run no section after the module's release()"
                        : "its object may be gone by then: make it a static one"));
   }
@@ -72,7 +72,7 @@ bool RecordedScript::expand_syntax(ISyntax* syntax) {
   const bool registered = inner().expand_syntax(syntax);
   if (registered) {
     const std::lock_guard guard(m_mutex);
-    m_functions.push_back({tools::readable(syntax->name()), syntax});
+    m_functions.emplace_back(tools::readable(syntax->name()), syntax);
   }
   return registered;
 }

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fwbase/ifwbase.h>
@@ -43,15 +44,10 @@ class RecordedScript final : public tools::ForwardingScript {
   bool expand_syntax(ISyntax* syntax) override;
 
  private:
-  struct Function {
-    std::string name;
-    const void* object;
-  };
-
   void forget();
 
   std::mutex m_mutex;
-  std::vector<Function> m_functions;  // in the order of registration
+  std::vector<std::pair<std::string, const void*>> m_functions;  // in the order of registration
 };
 
 /// The library's facade, of which nothing is recorded.

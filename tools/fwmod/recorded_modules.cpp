@@ -7,7 +7,7 @@
 namespace fwmod {
 
 fwbase::IMM& RecordedModules::inner_for(const char* operation) const {
-  if (ManagerLock::is_held_by_this_thread()) {
+  if (holds_manager_lock) {
     m_findings.fault(std::string("calls the module manager's ") + operation + "() " +
                      m_findings.place() +
                      ": the manager's lock is held there, and the call runs in the middle of the "

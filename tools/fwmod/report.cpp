@@ -32,19 +32,16 @@ std::size_t fitting(std::string_view text, std::size_t room) {
 ReportMemory::ReportMemory()
     : m_descriptor(memfd_create("fwmod report", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
   // Sealed: if the library made it shorter, reading would end fwmod.
-  if (m_descriptor >= 0 && ftruncate(m_descriptor, sizeof(Report)) == 0 &&
-      fcntl(m_descriptor, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) == 0) {
-    m_report = map_report(m_descriptor);
+  if (ftruncate(descriptor(), sizeof(Report)) == 0 &&
+      fcntl(descriptor(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) == 0) {
+    m_report = map_report(descriptor());
   }
   if (m_report == nullptr) {
     throw std::system_error(errno, std::generic_category(), "no memory to share");
   }
 }
 
-ReportMemory::~ReportMemory() {
-  munmap(m_report, sizeof(Report));
-  close(m_descriptor);
-}
+ReportMemory::~ReportMemory() { munmap(m_report, sizeof(Report)); }
 
 Report* map_report(int descriptor) {
   struct stat status = {};

@@ -15,6 +15,8 @@
 
 #include <fwbase/imm.h>
 
+#include "command_line/descriptor.h"
+
 namespace fwmod {
 
 /// How far the process has come; what it was doing when it ended.
@@ -91,11 +93,11 @@ class ReportMemory {
   ReportMemory& operator=(const ReportMemory&) = delete;
 
   /// For the process that shares it.
-  int descriptor() const { return m_descriptor; }
+  int descriptor() const { return m_descriptor.number(); }
   const Report& report() const { return *m_report; }
 
  private:
-  int m_descriptor;
+  const tools::Descriptor m_descriptor;
   Report* m_report = nullptr;
 };
 

@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 
 #include <utility/element.h>
 
+#include "command_line/descriptor.h"
 #include "command_line/messages.h"
 #include "fwbase/script/document.h"
 #include "fwbase/script/reader.h"
@@ -62,13 +62,12 @@ bool read_script_file(const std::string& path, ScriptFile& file, std::string& wh
 }
 
 std::string reason_unreadable(const std::string& path) {
-  const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor < 0) {
+  const tools::Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (file.number() < 0) {
     return tools::reason_of(errno);
   }
   struct stat status {};
-  const bool is_file = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-  close(descriptor);
+  const bool is_file = fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode);
   return is_file ? "" : tools::in_users_language({"it is not a regular file", "它不是普通文件"});
 }
 

@@ -1,36 +1,18 @@
 // Input from outside the script: files and the clock.
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
 
+#include "command_line/descriptor.h"
 #include "fwstd/functions.h"
 
 namespace fwstd {
 
 namespace {
-
-class Descriptor {
- public:
-  // Not blocking: opening a pipe that nobody writes to would wait for ever.
-  explicit Descriptor(const char* path) : m_number(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (m_number >= 0) {
-      close(m_number);
-    }
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int number() const { return m_number; }
-
- private:
-  int m_number;
-};
 
 std::string cannot_read(const std::string& path, const std::string& why) {
   return "cannot read '" + path + "': " + why;
@@ -57,7 +39,8 @@ ec::EC read_file(const Call& call, const std::string& path, std::int32_t limit) 
   if (limit < 1) {
     return call.fail(ec::SCRIPT_BAD_PARAM, "the limit is %d bytes, not 1 or more", limit);
   }
-  const Descriptor file(path.c_str());
+  // Not blocking: opening a pipe that nobody writes to would wait for ever.
+  const tools::Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (file.number() < 0) {
     const int error = errno;
     return fail(call, error == ENOENT ? ec::SCRIPT_NOT_FOUND : ec::SCRIPT_BAD_PARAM,
