@@ -98,14 +98,14 @@ Status check(const Options& options, char** argv) {
       return write_out(line(name + ": " + fault), kFaulty);
     }
   }
-  const ReportMemory memory;
+  const SharedMemory<Report> report;
   const Ending ending =
-      run_self(argv, kInspection, memory.descriptor(), std::chrono::seconds(options.timeout));
-  if (memory.report().step == Step::kStarting) {
-    tools::complain_text(fault_of(memory.report(), ending, options));
+      run_self(argv, kInspection, report.descriptor(), std::chrono::seconds(options.timeout));
+  if (report->step == Step::kStarting) {
+    tools::complain_text(fault_of(*report, ending, options));
     return kNotChecked;
   }
-  return tell(name, memory.report(), ending, options);
+  return tell(name, *report, ending, options);
 }
 
 }  // namespace fwmod

@@ -3,17 +3,11 @@
 // others, while this one may have some of whoever started it.
 #include "child_process.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <ctime>
-#include <memory>
-#include <system_error>
 
 #include "process_state.h"
 
@@ -23,24 +17,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// In memory that the process in between shares with this one; zeros at first.
+// What the process in between tells this one.
 struct Outcome {
   bool is_told;
   int error;  // why there is no child, or 0
   Ending ending;
 };
-
-struct Unmap {
-  void operator()(Outcome* outcome) const { munmap(outcome, sizeof *outcome); }
-};
-
-std::unique_ptr<Outcome, Unmap> shared_outcome() {
-  void* const memory =
-      // cppcheck-suppress invalidFunctionArg  ; an anonymous mapping has no file
-      mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  return std::unique_ptr<Outcome, Unmap>(memory != MAP_FAILED ? static_cast<Outcome*>(memory)
-                                                              : nullptr);
-}
 
 struct Program {
   char** argv;
@@ -145,9 +127,9 @@ void block_signals() {
 
 Ending run_self(char** argv, const char* name, int shared, std::chrono::seconds limit) {
   const Clock::time_point deadline = Clock::now() + limit;
-  const std::unique_ptr<Outcome, Unmap> outcome = shared_outcome();
+  const SharedMemory<Outcome> outcome;
   const pid_t self = getpid();
-  const pid_t keeper = outcome != nullptr ? fork() : -1;
+  const pid_t keeper = fork();
   if (keeper < 0) {
     throw std::system_error(errno, std::generic_category(), "cannot start a process");
   }

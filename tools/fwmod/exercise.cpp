@@ -26,7 +26,8 @@ class Exercise {
   Exercise(const Library& library, IMM& manager, void* argument, Findings& findings)
       : m_library(library), m_manager(manager), m_argument(argument), m_findings(findings) {}
 
-  void run() {
+  // True when the facade's release() would run code that is gone by then, or a thread still runs.
+  bool run(RecordedFacade& facade) {
     create();
     wait_for_quiet_threads(m_threads);
     if (has_type_information(m_report.module)) {
@@ -39,11 +40,12 @@ class Exercise {
     m_findings.step(Step::kReleased);
     wait_for_quiet_threads(m_threads);
     require_descriptors();
+    const bool needs_code = facade.list(m_library.segments, m_released);
+    return list_process_state() || needs_code;
   }
 
-  const std::set<const void*>& released() const { return m_released; }
-
-  // True when a thread is still running.
+ private:
+  // True when a thread still runs.
   bool list_process_state() const {
     bool any_thread = false;
     for (const auto& [number, name] : running_threads()) {
@@ -62,7 +64,6 @@ class Exercise {
     return any_thread;
   }
 
- private:
   // Calls the module manager as a host does. What is thrown is a fault.
   template <typename Call>
   auto call(Step step, Call call) {
@@ -143,10 +144,7 @@ class Exercise {
 bool exercise(const Library& library, IMM& manager, const std::optional<std::string>& argument,
               RecordedFacade& facade, Findings& findings) {
   void* const init_argument = argument ? const_cast<char*>(argument->c_str()) : nullptr;
-  Exercise module(library, manager, init_argument, findings);
-  module.run();
-  const bool needs_code = facade.list(library.segments, module.released());
-  return module.list_process_state() || needs_code;
+  return Exercise(library, manager, init_argument, findings).run(facade);
 }
 
 }  // namespace fwmod

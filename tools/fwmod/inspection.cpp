@@ -32,13 +32,6 @@ Findings* terminating = nullptr;
   std::abort();
 }
 
-void start_facade(Findings& findings) {
-  const ec::EC started = plain_facade()->init();
-  if (ec::failed(started)) {
-    findings.fault("fwbase itself cannot start: " + tools::described(started));
-  }
-}
-
 // As a host ends: modules are unloaded, then everything else is released.
 void stop(const Library& library, Findings& findings) {
   findings.step(Step::kUnloading);
@@ -64,7 +57,10 @@ void list_processes(Findings& findings) {
 }
 
 void inspect(const Options& options, Findings& findings) {
-  start_facade(findings);
+  const ec::EC started = plain_facade()->init();
+  if (ec::failed(started)) {
+    findings.fault("fwbase itself cannot start: " + tools::described(started));
+  }
   fwbase::IMM& manager = *plain_facade()->mm();
   RecordedFacade facade(findings);
   const Library library = open_library(options.module.path, findings);
@@ -84,7 +80,7 @@ void inspect(const Options& options, Findings& findings) {
 void run_inspection(const Options& options) noexcept {
   prctl(PR_SET_NAME, "fwmod");
   std::signal(SIGPIPE, SIG_DFL);  // as hosts start with it
-  Report* const report = map_report(kSharedDescriptor);
+  Report* const report = SharedMemory<Report>::map(kSharedDescriptor);
   if (report == nullptr) {
     _exit(1);
   }

@@ -4,7 +4,6 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <strings.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -27,16 +26,12 @@ std::string before(const std::string& text, const std::string& part) {
   return text.substr(0, text.find(part));
 }
 
-std::string symbol_text(const std::string& symbol) {
-  const std::string readable = demangled(symbol.c_str());
-  return readable == symbol ? symbol : readable + " (" + symbol + ")";
-}
-
 std::string undefined_symbol(const std::string& text, const std::string& file) {
-  const std::size_t at = text.find(kUndefined);
-  const std::string symbol = before(text.substr(at + std::strlen(kUndefined)), ",");
+  const std::size_t at = text.find(kUndefined) + std::strlen(kUndefined);
+  const std::string symbol = before(text.substr(at), ",");
+  const std::string readable = demangled(symbol.c_str());
   const std::string needed_by = before(text, ": ");
-  return "undefined symbol " + symbol_text(symbol) +
+  return "undefined symbol " + readable + (readable == symbol ? "" : " (" + symbol + ")") +
          (needed_by == file ? "" : ", which " + needed_by + " needs");
 }
 
@@ -154,8 +149,7 @@ std::string loader_fault(const std::string& text, const std::string& file) {
     return "needs the library " + before(text, kNotThere) + ", which is not there";
   }
   const std::string prefix = file + ": ";
-  return "cannot be loaded: " +
-         (text.compare(0, prefix.size(), prefix) == 0 ? text.substr(prefix.size()) : text);
+  return "cannot be loaded: " + (text.starts_with(prefix) ? text.substr(prefix.size()) : text);
 }
 
 Library open_library(const std::string& path, Findings& findings) {

@@ -54,11 +54,6 @@ bool RecordedEnv::list(Findings& findings, const LibrarySegments& library,
   return any_object;
 }
 
-void RecordedEnv::forget() {
-  m_addresses.clear();
-  m_objects.clear();
-}
-
 ec::EC RecordedEnv::init() {
   const std::lock_guard guard(m_mutex);
   forget();

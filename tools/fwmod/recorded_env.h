@@ -68,7 +68,10 @@ class RecordedEnv final : public fwbase::IGlobalEnv {
   ec::EC store(const char* name, void* address, StoreAddress operation);
   ec::EC store(const char* name, const IObject* object, StoreObject operation);
   void remove(Stored& stored, const char* name, Remove operation);
-  void forget();
+  void forget() {
+    m_addresses.clear();
+    m_objects.clear();
+  }
 
   fwbase::IGlobalEnv& m_inner;
   const std::string m_name;

@@ -25,16 +25,6 @@ IFWBase* IFWBase::instance() {
 
 namespace fwmod {
 
-namespace {
-
-std::string environment_name(const void* key) {
-  char text[64];
-  std::snprintf(text, sizeof text, "the environment of key %p", key);
-  return text;
-}
-
-}  // namespace
-
 void RecordedLog::write(Type type, const char* message, const char* location) {
   if (type == ERROR && message != nullptr) {
     m_findings.logged(message);
@@ -146,9 +136,11 @@ ec::EC RecordedFacade::create_global_env(IGlobalEnv*& env, void* key) {
   IGlobalEnv* made = nullptr;
   const ec::EC result = m_inner.create_global_env(made, key);
   if (ec::succeeded(result)) {
+    char name[64];
+    std::snprintf(name, sizeof name, "the environment of key %p", key);
     const std::lock_guard guard(m_mutex);
     m_envs.erase(key);
-    env = &m_envs.try_emplace(key, *made, environment_name(key)).first->second;
+    env = &m_envs.try_emplace(key, *made, name).first->second;
   }
   return result;
 }

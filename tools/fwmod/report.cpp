@@ -1,19 +1,13 @@
-// The memory is a file without a name, which the library's process gets as a descriptor. Its
-// mapping stays when that process ends.
+// Each text goes to memory that survives the process at once.
 #include "report.h"
 
 #include <cxxabi.h>
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <memory>
-#include <system_error>
 #include <typeinfo>
 
 #include "command_line/text.h"
@@ -27,30 +21,6 @@ std::size_t fitting(std::string_view text, std::size_t room) {
     --length;
   }
   return length;
-}
-
-ReportMemory::ReportMemory()
-    : m_descriptor(memfd_create("fwmod report", MFD_CLOEXEC | MFD_ALLOW_SEALING)) {
-  // Sealed: if the library made it shorter, reading would end fwmod.
-  if (ftruncate(descriptor(), sizeof(Report)) == 0 &&
-      fcntl(descriptor(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW) == 0) {
-    m_report = map_report(descriptor());
-  }
-  if (m_report == nullptr) {
-    throw std::system_error(errno, std::generic_category(), "no memory to share");
-  }
-}
-
-ReportMemory::~ReportMemory() { munmap(m_report, sizeof(Report)); }
-
-Report* map_report(int descriptor) {
-  struct stat status = {};
-  if (fstat(descriptor, &status) != 0 || status.st_size != sizeof(Report)) {
-    return nullptr;
-  }
-  void* const mapped =
-      mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-  return mapped == MAP_FAILED ? nullptr : static_cast<Report*>(mapped);
 }
 
 std::string place(const Report& report, const std::string& function) {

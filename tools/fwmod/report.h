@@ -15,8 +15,6 @@
 
 #include <fwbase/imm.h>
 
-#include "command_line/descriptor.h"
-
 namespace fwmod {
 
 /// How far the process has come; what it was doing when it ended.
@@ -82,27 +80,6 @@ struct Report {
   Texts<256> left;   ///< what the module left behind
   Texts<16> logged;  ///< messages at ERROR
 };
-
-/// The memory of one report.
-class ReportMemory {
- public:
-  /// A new one. Throws std::system_error.
-  ReportMemory();
-  ~ReportMemory();
-  ReportMemory(const ReportMemory&) = delete;
-  ReportMemory& operator=(const ReportMemory&) = delete;
-
-  /// For the process that shares it.
-  int descriptor() const { return m_descriptor.number(); }
-  const Report& report() const { return *m_report; }
-
- private:
-  const tools::Descriptor m_descriptor;
-  Report* m_report = nullptr;
-};
-
-/// The report behind the descriptor, which may be closed then. Null when it is not one.
-Report* map_report(int descriptor);
 
 /// What ran when the process ended, such as "in init()". `function` is the creation function.
 std::string place(const Report& report, const std::string& function);

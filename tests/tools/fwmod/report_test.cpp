@@ -7,6 +7,8 @@
 
 #include <memory>
 
+#include "child_process.h"
+
 namespace fwmod::test {
 
 TEST(FwmodReport, TextIsSetOnce) {
@@ -33,22 +35,22 @@ TEST(FwmodReport, KeepsTheFirstTextsAndCountsAll) {
 }
 
 TEST(FwmodReport, IsSharedThroughItsDescriptorOnly) {
-  const ReportMemory memory;
-  Report* const shared = map_report(dup(memory.descriptor()));
+  const SharedMemory<Report> report;
+  Report* const shared = SharedMemory<Report>::map(dup(report.descriptor()));
   ASSERT_NE(shared, nullptr);
   shared->step = Step::kUnloading;
   shared->fault.add("found");
-  EXPECT_EQ(memory.report().step, Step::kUnloading);
-  EXPECT_EQ(memory.report().fault.get(), std::vector<std::string>{"found"});
-  EXPECT_EQ(map_report(-1), nullptr);
+  EXPECT_EQ(report->step, Step::kUnloading);
+  EXPECT_EQ(report->fault.get(), std::vector<std::string>{"found"});
+  EXPECT_EQ(SharedMemory<Report>::map(-1), nullptr);
   const int other = open("/dev/null", O_RDWR);
-  EXPECT_EQ(map_report(other), nullptr);
+  EXPECT_EQ(SharedMemory<Report>::map(other), nullptr);
   close(other);
 }
 
 TEST(FwmodReport, CannotBeMadeShorter) {
-  const ReportMemory memory;
-  EXPECT_NE(ftruncate(memory.descriptor(), 0), 0);
+  const SharedMemory<Report> report;
+  EXPECT_NE(ftruncate(report.descriptor(), 0), 0);
 }
 
 }  // namespace fwmod::test
