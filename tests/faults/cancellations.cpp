@@ -31,14 +31,7 @@
 #include "tests/harness/temp_dir.h"
 #include "tests/modules/journal.h"
 
-// Children have the memory of their parent, which is not released in them.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
-
 namespace fwbase::faults {
-
-void print_refused() {}
-void print_stack() {}
 
 namespace {
 
@@ -74,7 +67,7 @@ void* keep_acting(void* work) {
 /// Cancels threads that do nothing but act(), so many times, and tries check() after each.
 class Canceller {
  public:
-  Canceller(int times, unsigned int seed) : m_times(times), m_random(seed) {}
+  Canceller(int times, std::mt19937 random) : m_times(times), m_random(random) {}
 
   void cancel(const std::string& operation, const Action& act, const Action& check) {
     for (int i = 0; i < m_times; ++i) {
@@ -100,7 +93,7 @@ class Canceller {
   }
 
   const int m_times;
-  std::minstd_rand m_random;
+  std::mt19937 m_random;
 };
 
 /// The facade in service, with all of its records in a file: where each is written directly, hardly
@@ -538,11 +531,9 @@ constexpr Scenario kScenarios[] = {{"log_direct", log_direct},
                                    {"forks", forks},
                                    {"exits", exits}};
 
-int run(const Scenario& scenario, int times, unsigned int seed) {
-  std::printf("seed %u\n", seed);
-  std::fflush(stdout);
+int run(const Scenario& scenario, int times, const char* seed) {
+  Canceller canceller(times, seeded(seed));
   begin_scenario(std::string("cancellations ") + scenario.name);
-  Canceller canceller(times, seed);
   scenario.run(canceller);
   return end_scenario();
 }
@@ -558,8 +549,7 @@ int main(int argc, char** argv) {
     if (wanted == "--list") {
       std::puts(scenario.name);
     } else if (argc > 2 && wanted == scenario.name) {
-      return run(scenario, std::atoi(argv[2]),
-                 argc > 3 ? std::strtoul(argv[3], nullptr, 10) : std::random_device()());
+      return run(scenario, std::atoi(argv[2]), argc > 3 ? argv[3] : nullptr);
     }
   }
   if (wanted != "--list") {

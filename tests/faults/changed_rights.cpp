@@ -22,14 +22,7 @@
 #include "tests/harness/log_bytes.h"
 #include "tests/harness/temp_dir.h"
 
-// A child has the memory of its parent, which is not released in it.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
-
 namespace fwbase::faults {
-
-void print_refused() {}
-void print_stack() {}
 
 namespace {
 
@@ -91,20 +84,20 @@ void expect_records(const std::string& text, int first, int count) {
 class Host {
  public:
   explicit Host(const std::function<void(Host&)>& run) {
-    expect(::pipe(m_asked) == 0 && ::pipe(m_answered) == 0, "a pipe");
+    expect(::pipe(m_question_pipe) == 0 && ::pipe(m_answer_pipe) == 0, "a pipe");
     m_process = ::fork();
     if (m_process == 0) {
       run(*this);
       ::_exit(0);
     }
-    ::close(m_asked[1]);
+    ::close(m_question_pipe[1]);
   }
   ~Host() {
     int status = -1;
     expect(::waitpid(m_process, &status, 0) == m_process && status == 0, "the host failed");
-    ::close(m_asked[0]);
-    ::close(m_answered[0]);
-    ::close(m_answered[1]);
+    ::close(m_question_pipe[0]);
+    ::close(m_answer_pipe[0]);
+    ::close(m_answer_pipe[1]);
   }
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -112,15 +105,15 @@ class Host {
   // In the child: lets the parent do its part.
   void ask() {
     char byte = 0;
-    require(::write(m_asked[1], &byte, 1) == 1 && ::read(m_answered[0], &byte, 1) == 1);
+    require(::write(m_question_pipe[1], &byte, 1) == 1 && ::read(m_answer_pipe[0], &byte, 1) == 1);
   }
 
   // In the parent: does its part when the child asks for it.
   void answer(const std::function<void()>& part) {
     char byte = 0;
-    if (expect(::read(m_asked[0], &byte, 1) == 1, "the host does not ask")) {
+    if (expect(::read(m_question_pipe[0], &byte, 1) == 1, "the host does not ask")) {
       part();
-      expect(::write(m_answered[1], &byte, 1) == 1, "answering");
+      expect(::write(m_answer_pipe[1], &byte, 1) == 1, "answering");
     }
   }
 
@@ -133,8 +126,8 @@ class Host {
   }
 
  private:
-  int m_asked[2];
-  int m_answered[2];
+  int m_question_pipe[2];
+  int m_answer_pipe[2];
   pid_t m_process = -1;
 };
 

@@ -29,14 +29,7 @@
 #include "tests/faults/report.h"
 #include "tests/harness/temp_dir.h"
 
-// A child has the memory of its parent, which is not released in it.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
-
 namespace fwbase::faults {
-
-void print_refused() {}
-void print_stack() {}
 
 namespace {
 
@@ -280,10 +273,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: journal_kills plain|rotation|restarts <kills> [seed]\n");
     return 2;
   }
-  const unsigned int seed = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : std::random_device()();
-  std::printf("seed %u\n", seed);
-  std::fflush(stdout);
-  std::mt19937 random(seed);
+  std::mt19937 random = seeded(argc > 3 ? argv[3] : nullptr);
   begin_scenario("journal_kills " + name);
   run(name == "plain"      ? Variant::kPlain
       : name == "rotation" ? Variant::kRotation

@@ -19,14 +19,7 @@
 #include "tests/faults/report.h"
 #include "tests/harness/temp_dir.h"
 
-// A child has the memory of its parent, which is not released in it.
-extern "C" const char* __asan_default_options();
-extern "C" const char* __asan_default_options() { return "detect_leaks=0"; }
-
 namespace fwbase::faults {
-
-void print_refused() {}
-void print_stack() {}
 
 namespace {
 
@@ -212,10 +205,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "usage: kills saving|logging <kills> [seed]\n");
     return 2;
   }
-  const unsigned int seed = argc > 3 ? std::strtoul(argv[3], nullptr, 10) : std::random_device()();
-  std::printf("seed %u\n", seed);
-  std::fflush(stdout);
-  std::mt19937 random(seed);
+  std::mt19937 random = seeded(argc > 3 ? argv[3] : nullptr);
   begin_scenario("kills " + scenario);
   (scenario == "saving" ? saving : logging)(std::atoi(argv[2]), random);
   return end_scenario();

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
@@ -40,6 +41,14 @@ extern "C" void end_by_signal(int signal) {
 }
 
 }  // namespace
+
+std::mt19937 seeded(const char* seed) {
+  const unsigned int number =
+      seed != nullptr ? std::strtoul(seed, nullptr, 10) : std::random_device()();
+  std::printf("seed %u\n", number);
+  std::fflush(stdout);
+  return std::mt19937(number);
+}
 
 void begin_scenario(const std::string& name, unsigned int patience) {
   scenario = name;

@@ -2,9 +2,13 @@
 #ifndef FWBASE_TESTS_FAULTS_REPORT_H
 #define FWBASE_TESTS_FAULTS_REPORT_H
 
+#include <random>
 #include <string>
 
 namespace fwbase::faults {
+
+/// Random numbers that `seed` tells, or others each time when it is null. Prints the seed.
+std::mt19937 seeded(const char* seed);
 
 /// Begins a scenario of a program; what follows belongs to it. A crash, and a scenario that does
 /// not go on for `patience` seconds, end the program with a message that says where it was.
