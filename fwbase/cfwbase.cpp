@@ -45,8 +45,8 @@ ec::EC CFWBase::init() {
     m_runlog = &m_log;
     m_global_env = &m_env;
     m_mm = &m_module;
-    m_script = &m_scr;
-    m_db_ft = &m_dbft;
+    m_script = &m_script_engine;
+    m_db_ft = &m_block_factory;
   }
   ec::EC result = m_log.init();
   if (ec::succeeded(result)) {
@@ -56,18 +56,18 @@ ec::EC CFWBase::init() {
     result = m_module.init();
   }
   if (ec::succeeded(result)) {
-    result = m_scr.init();
+    result = m_script_engine.init();
   }
   if (ec::succeeded(result)) {
-    result = m_dbft.init();
+    result = m_block_factory.init();
   }
   return ec::succeeded(result) ? ec::FW_OK : result;
 }
 
 void CFWBase::release() {
-  m_dbft.release();
+  m_block_factory.release();
   m_module.release();
-  m_scr.release();
+  m_script_engine.release();
   m_env.release();
   m_log.release();
 
@@ -110,11 +110,11 @@ IGlobalEnv* CFWBase::global_env(IGlobalEnv* replacement) {
 IMM* CFWBase::mm(IMM* replacement) { return install<IMM>(m_mm, replacement, m_module); }
 
 IScript* CFWBase::script(IScript* replacement) {
-  return install<IScript>(m_script, replacement, m_scr);
+  return install<IScript>(m_script, replacement, m_script_engine);
 }
 
 IDataBlockFT* CFWBase::db_ft(IDataBlockFT* replacement) {
-  return install<IDataBlockFT>(m_db_ft, replacement, m_dbft);
+  return install<IDataBlockFT>(m_db_ft, replacement, m_block_factory);
 }
 
 ec::EC CFWBase::create_global_env(IGlobalEnv*& env, void* key) {

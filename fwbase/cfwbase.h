@@ -36,7 +36,7 @@ class CFWBase final : public IFWBase {
   IDataBlockFT* db_ft(IDataBlockFT* replacement) override;
 
   /// For what hosts ask of the built-in engine beside IScript.
-  CScript& built_in_script() { return m_scr; }
+  CScript& built_in_script() { return m_script_engine; }
 
   /// The same of the built-in log.
   CLogProcess& built_in_log() { return m_log; }
@@ -74,8 +74,8 @@ class CFWBase final : public IFWBase {
   CLogProcess m_log;
   CGlobalEnvImpl m_env{nullptr};
   CModuleManage m_module;
-  CScript m_scr;
-  CDataBlockFT m_dbft;
+  CScript m_script_engine;
+  CDataBlockFT m_block_factory;
   mutable support::RwLock m_lock;
   bool m_watches_forks FWBASE_GUARDED_BY(m_lock) = false;
   bool m_has_fork_lock = false;  // while the process forks: that m_lock was got

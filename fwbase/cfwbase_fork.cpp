@@ -60,7 +60,7 @@ void CFWBase::before_fork() {
   ::clock_gettime(CLOCK_REALTIME, &deadline);
   deadline.tv_sec += kPatience;
   m_module.lock().before_fork(deadline);
-  m_scr.lock().before_fork(deadline);
+  m_script_engine.lock().before_fork(deadline);
   m_has_fork_lock = m_lock.before_fork(deadline);
   for_each_env_lock([&](support::RwLock& lock) { lock.before_fork(deadline); });
   m_env.lock().before_fork(deadline);
@@ -72,7 +72,7 @@ void CFWBase::after_fork_in_parent() {
   m_env.lock().after_fork_in_parent();
   for_each_env_lock([](support::RwLock& lock) { lock.after_fork_in_parent(); });
   m_lock.after_fork_in_parent();
-  m_scr.lock().after_fork_in_parent();
+  m_script_engine.lock().after_fork_in_parent();
   m_module.lock().after_fork_in_parent();
 }
 
@@ -81,7 +81,7 @@ void CFWBase::after_fork_in_child() {
   m_env.lock().after_fork_in_child();
   for_each_env_lock([](support::RwLock& lock) { lock.after_fork_in_child(); });
   m_lock.after_fork_in_child();
-  m_scr.lock().after_fork_in_child();
+  m_script_engine.lock().after_fork_in_child();
   m_module.lock().after_fork_in_child();
 }
 

@@ -17,7 +17,7 @@ constexpr std::array<std::string_view, kLevelCount> kTags = {
     "[TRACE]:", "[DEBUG]:", "[WARN ]:", "[ERROR]:", "[ALERT]:", "[DUMP ]:", "[NULL ]:"};
 constexpr std::array<std::string_view, kLevelCount> kNames = {"trace", "debug", "warn", "error",
                                                               "alert", "dump",  "null"};
-constexpr std::string_view kMark = "\r\n >";
+constexpr std::string_view kMark = "\r\n >";  // between head and message
 constexpr std::string_view kDigits = "0123456789";
 
 // "Wed Oct 29 10:20:30 " is the fixed part of a time, the year follows.
