@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include <gtest/gtest.h>
 
@@ -126,12 +127,46 @@ class FwlogFollow : public testing::Test {
     fs::rename(path(), path(".bak.0"));
   }
 
+  /// Follows "a" and "b", has the file replaced by others, and expects these lines from its start.
+  void expect_told_truncation(const std::function<void()>& replace, const std::string& lines) const;
+  /// Rotates, has something made that is no log, and expects this error, once.
+  void expect_told_new_file(const std::function<void()>& make, const std::string& told) const;
+
  private:
   const TempDir m_directory;
 };
 
 std::string line(const std::string& message) { return "ERROR here: " + message + "\n"; }
 std::string error(const std::string& message) { return record("[ERROR]:", message); }
+
+void FwlogFollow::expect_told_truncation(const std::function<void()>& replace,
+                                         const std::string& lines) const {
+  write_file(path(), error("a") + error("b"));
+  Following following({path()});
+  following.expect(line("a") + line("b"));
+  replace();
+  following.expect(lines);
+  following.expect_error(
+      "fwlog: " + path() +
+      " was truncated; what was not read yet is lost, and it is read from its start\n");
+  EXPECT_EQ(following.interrupt(), 0);
+}
+
+void FwlogFollow::expect_told_new_file(const std::function<void()>& make,
+                                       const std::string& told) const {
+  write_file(path(), error("a"));
+  Following following({path()});
+  following.expect(line("a"));
+  rotate();
+  make();
+  following.expect_error("fwlog: " + told + "\n");
+  append(path(".bak.0"), error("late"));
+  following.expect(line("late"));
+  std::filesystem::remove(path());
+  write_file(path(), error("b"));
+  following.expect(line("b"));
+  EXPECT_EQ(following.interrupt(), 0);
+}
 
 }  // namespace
 
@@ -238,32 +273,22 @@ TEST_F(FwlogFollow, PrintsWhatAnotherProcessStillWritesBehindARotatedFile) {
 }
 
 TEST_F(FwlogFollow, ATruncatedLogIsToldAndReadFromItsStart) {
-  write_file(path(), error("a") + error("b"));
-  Following following({path()});
-  following.expect(line("a") + line("b"));
-  ASSERT_EQ(truncate(path().c_str(), 0), 0);
-  append(path(), error("c"));
-  following.expect(line("c"));
-  following.expect_error(
-      "fwlog: " + path() +
-      " was truncated; what was not read yet is lost, and it is read from its start\n");
-  EXPECT_EQ(following.interrupt(), 0);
+  const auto truncate_and_append = [this] {
+    ASSERT_EQ(truncate(path().c_str(), 0), 0);
+    append(path(), error("c"));
+  };
+  expect_told_truncation(truncate_and_append, line("c"));
 }
 
 TEST_F(FwlogFollow, ATruncatedLogThatHasGrownAgainIsNoticedByItsBytes) {
-  write_file(path(), error("a"));
-  Following following({path()});
-  following.expect(line("a"));
   // One write: the file is never seen shorter.
-  const int file = open(path().c_str(), O_WRONLY);
-  const std::string bytes = error("x") + error("y") + error("z");
-  ASSERT_EQ(pwrite(file, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
-  close(file);
-  following.expect(line("x") + line("y") + line("z"));
-  following.expect_error(
-      "fwlog: " + path() +
-      " was truncated; what was not read yet is lost, and it is read from its start\n");
-  EXPECT_EQ(following.interrupt(), 0);
+  const auto overwrite = [this] {
+    const int file = open(path().c_str(), O_WRONLY);
+    const std::string bytes = error("x") + error("y") + error("z");
+    EXPECT_EQ(pwrite(file, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
+    close(file);
+  };
+  expect_told_truncation(overwrite, line("x") + line("y") + line("z"));
 }
 
 TEST_F(FwlogFollow, LinesAreTheLastOfThoseThereThenWhatComes) {
@@ -326,18 +351,8 @@ TEST_F(FwlogFollow, ABackupThatCannotBeReadIsToldAndTheOthersAreFollowed) {
 }
 
 TEST_F(FwlogFollow, ANewFileThatCannotBeReadIsToldOnceAndWaitedFor) {
-  write_file(path(), error("a"));
-  Following following({path()});
-  following.expect(line("a"));
-  rotate();
-  std::filesystem::create_directory(path());
-  following.expect_error("fwlog: cannot read " + path() + ": Is a directory\n");
-  append(path(".bak.0"), error("late"));
-  following.expect(line("late"));
-  std::filesystem::remove(path());
-  write_file(path(), error("b"));
-  following.expect(line("b"));
-  EXPECT_EQ(following.interrupt(), 0);
+  expect_told_new_file([this] { std::filesystem::create_directory(path()); },
+                       "cannot read " + path() + ": Is a directory");
 }
 
 TEST_F(FwlogFollow, AFileThatCannotBeReadAtTheEndIsStatus2) {
@@ -351,18 +366,8 @@ TEST_F(FwlogFollow, AFileThatCannotBeReadAtTheEndIsStatus2) {
 }
 
 TEST_F(FwlogFollow, ANewFileThatIsAPipeIsToldOnceAndNotOpened) {
-  write_file(path(), error("a"));
-  Following following({path()});
-  following.expect(line("a"));
-  rotate();
-  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
-  following.expect_error("fwlog: cannot follow " + path() + ": not a regular file\n");
-  append(path(".bak.0"), error("late"));
-  following.expect(line("late"));
-  std::filesystem::remove(path());
-  write_file(path(), error("b"));
-  following.expect(line("b"));
-  EXPECT_EQ(following.interrupt(), 0);
+  expect_told_new_file([this] { ASSERT_EQ(mkfifo(path().c_str(), 0600), 0); },
+                       "cannot follow " + path() + ": not a regular file");
 }
 
 TEST_F(FwlogFollow, APipeIsNotWaitedFor) {
