@@ -1,3 +1,4 @@
+// A function of a catalogue stands in for one of a host: the engine knows it, and nothing calls it.
 #include "functions.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Declares the options to CLI11, which parses them and writes --help; then interprets the values.
 #include "options.h"
 
 #include <algorithm>

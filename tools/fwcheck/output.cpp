@@ -1,3 +1,4 @@
+// Modules may write to standard output, too. Results go to a descriptor of their own.
 #include "output.h"
 
 #include <fcntl.h>

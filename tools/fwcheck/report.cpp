@@ -1,3 +1,4 @@
+// Collects findings in one list and writes it at the end, in the form that was asked for.
 #include "report.h"
 
 #include <cstdlib>

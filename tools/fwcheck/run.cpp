@@ -1,3 +1,4 @@
+// Starts the library as a host does: scripts are compared with the functions that the engine has.
 #include "run.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The depth of a record is the number of calls that are open in its process.
 #include "call_tree.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Cheap conditions come first. Messages are decoded for regular expressions only.
 #include "filter.h"
 
 #include <algorithm>

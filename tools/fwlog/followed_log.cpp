@@ -1,3 +1,5 @@
+// Reads files in the order of their age. A newer file waits until the last record of each older one
+// is whole.
 #include "followed_log.h"
 
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// Reads all logs in turn, and waits for changes when none has anything new.
 #include "following.h"
 
 #include <algorithm>

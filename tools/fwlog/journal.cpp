@@ -1,3 +1,4 @@
+// Reads the journal as the next host of the log would, and leaves out what reached the log already.
 #include "journal.h"
 
 #include <fcntl.h>

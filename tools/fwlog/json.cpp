@@ -1,3 +1,4 @@
+// Members go to the output piece by piece, in the order that readers rely on.
 #include "json.h"
 
 #include "shown_text.h"

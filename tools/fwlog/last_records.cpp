@@ -1,3 +1,4 @@
+// Keeps records as bytes, and parses them again to hand them on.
 #include "last_records.h"
 
 #include <utility>

@@ -1,3 +1,5 @@
+// Each read begins with the last bytes that are known. Where they differ, the file was truncated and
+// written anew.
 #include "log_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// The C library's POSIX expressions, in a locale whose characters are those of UTF-8.
 #include "message_regex.h"
 
 #include <clocale>

@@ -1,3 +1,4 @@
+// Declares the options to CLI11 in the user's language; then interprets the values.
 #include "options.h"
 
 #include <ctime>

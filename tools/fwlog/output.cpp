@@ -1,3 +1,4 @@
+// Collects what is written, so that a record costs no system call of its own.
 #include "output.h"
 
 #include <unistd.h>

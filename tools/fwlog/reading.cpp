@@ -1,3 +1,4 @@
+// Reads each log once, from its oldest file on.
 #include "reading.h"
 
 #include <cerrno>

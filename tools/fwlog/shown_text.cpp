@@ -1,3 +1,4 @@
+// Copies plain stretches whole. A table says which bytes need a closer look.
 #include "shown_text.h"
 
 #include <array>

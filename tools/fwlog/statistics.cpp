@@ -1,3 +1,4 @@
+// Counts names as UTF-8, so that a name in two encodings has one line.
 #include "statistics.h"
 
 #include <algorithm>

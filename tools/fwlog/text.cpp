@@ -1,3 +1,4 @@
+// Writes a record piece by piece as it is decoded, and holds no text as a whole.
 #include "text.h"
 
 #include <algorithm>

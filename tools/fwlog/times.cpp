@@ -1,3 +1,4 @@
+// Takes the parts of a TIME off from the left.
 #include "times.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// The engine calls a watcher, and the watcher calls the function: each call passes here.
 #include "call_watch.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Shows the engine's catalogue in the form of --list.
 #include "functions.h"
 
 #include <fwbase/check.h>

@@ -1,3 +1,4 @@
+// From the start of the library to its end: modules, script, variables, sections, results.
 #include "host.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The handler only notes the signal.
 #include "interruption.h"
 
 #include <csignal>

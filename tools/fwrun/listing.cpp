@@ -1,3 +1,4 @@
+// One function for each kind of line.
 #include "listing.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Compares calls, declarations and functions in the order in which loading does.
 #include "load_report.h"
 
 #include "command_line/messages.h"

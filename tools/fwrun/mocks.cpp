@@ -1,3 +1,4 @@
+// A mock is made from its declaration in the script.
 #include "mocks.h"
 
 #include <cerrno>

@@ -1,3 +1,4 @@
+// Looks up each name in both tables of variables, as an int and as a string.
 #include "printing.h"
 
 #include <fwbase/ifwbase.h>

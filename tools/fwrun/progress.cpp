@@ -1,3 +1,4 @@
+// A thread of its own writes the line, so that it also shows a call that takes long.
 #include "progress.h"
 
 #include <unistd.h>

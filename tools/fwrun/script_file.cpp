@@ -1,3 +1,4 @@
+// Reads the file with the library's reader, apart from the script engine.
 #include "script_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// How many calls have succeeded tells which call failed, and its place in the file.
 #include "sections.h"
 
 #include <chrono>
