@@ -1,4 +1,4 @@
-// The name is a variable of the process, so that whatever complains need not be told it.
+// The command's name is a variable of the process: whatever complains need not know it.
 #include "command_line/command.h"
 
 #include <cxxabi.h>

@@ -9,11 +9,11 @@
 
 namespace tools {
 
-/// The body of main(). Opens closed standard descriptors and ignores SIGPIPE, so that writing
-/// fails where the reader has gone. Returns what `work` returns. When memory runs out, a system
-/// call throws or other code ends the thread, complains and returns `failure`.
+/// The body of main(): opens closed standard descriptors, ignores SIGPIPE, so that writing fails
+/// when the reader has gone, and returns what `work` returns. Complains and returns `failure` when
+/// memory runs out, a system call throws, or code that the command loaded ends the thread.
 /// name         begins every complaint
-/// other_code   what else runs in this thread, for that complaint
+/// other_code   what is blamed for the end of the thread
 int run_command(const char* name, int failure, const std::function<int()>& work,
                 const char* other_code = "a module");
 

@@ -6,7 +6,7 @@
 
 namespace tools {
 
-/// Closes the descriptor at the end of the scope, unless it is negative: then there is none.
+/// Closes its descriptor at the end of the scope. A negative number stands for none.
 class Descriptor {
  public:
   explicit Descriptor(int number) : m_number(number) {}

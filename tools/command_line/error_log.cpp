@@ -1,4 +1,4 @@
-// Records at ERROR are kept whatever levels the log file has.
+// ERROR is always enabled, so that errors are kept whatever levels the log file has.
 #include "command_line/error_log.h"
 
 #include <fwbase/ifwbase.h>

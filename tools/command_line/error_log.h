@@ -1,5 +1,5 @@
-// The run log while a command works: passes records on to the log file, and keeps the errors, so
-// that the command can say why something failed, whether or not there is a log file.
+// The run log while a command works. It keeps the errors, so that the command can say why something
+// failed, with or without a log file.
 #ifndef TOOLS_COMMAND_LINE_ERROR_LOG_H
 #define TOOLS_COMMAND_LINE_ERROR_LOG_H
 
@@ -12,15 +12,14 @@
 
 namespace tools {
 
-/// Installed as the facade's run log while it lives, unless the facade is released before. Any
-/// thread may write.
+/// Forwards records to the run log that it replaces, from its construction until its destruction or
+/// the facade's release(). Any thread may write.
 class ErrorLog : public ForwardingLog {
  public:
   ErrorLog();
   ~ErrorLog() override;
 
-  /// The messages at ERROR since the last call, as UTF-8, without the ends of lines that some have.
-  /// Only the last ones are kept when they are many.
+  /// The messages at ERROR since the last call, as UTF-8 and without line ends. Keeps the last 16.
   std::vector<std::string> take_errors();
 
   void type(unsigned int mask) override;

@@ -1,5 +1,4 @@
-// Components of the facade that forward every operation: bases for those that stand in front of
-// another one and change few.
+// Components that forward every operation to another one: bases for those that change a few.
 #ifndef TOOLS_COMMAND_LINE_FORWARDING_H
 #define TOOLS_COMMAND_LINE_FORWARDING_H
 

@@ -1,4 +1,4 @@
-// The environment alone tells the language: there is no catalogue of messages to be installed.
+// The environment alone chooses the language; no catalogue of messages has to be installed.
 #include "command_line/messages.h"
 
 #include <cerrno>

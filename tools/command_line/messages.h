@@ -1,10 +1,10 @@
-// Messages of the commands in the user's language: English, or Chinese.
+// Messages of the commands in the user's language, English or Chinese.
 //
-// A message stands where it is used, in both languages, so that neither is forgotten:
+// A message stands in both languages where it is used, so that neither is forgotten:
 //
-//   complain(tools::in_users_language({"cannot open {1}: {2}", "无法打开 {1}：{2}"}, {path, why}));
+//   tools::complain({"cannot open {1}: {2}", "无法打开 {1}：{2}"}, {path, why});
 //
-// It is UTF-8 whatever the locale, as all that the commands write.
+// Messages are UTF-8 whatever the locale, as is all that the commands write.
 #ifndef TOOLS_COMMAND_LINE_MESSAGES_H
 #define TOOLS_COMMAND_LINE_MESSAGES_H
 
@@ -16,7 +16,7 @@ namespace tools {
 
 enum class Language { kEnglish, kChinese };
 
-/// The variables of the environment that tell the language of messages. Null is not set.
+/// The environment variables that choose the language of messages. Null when not set.
 struct LanguageSettings {
   const char* lc_all = nullptr;
   const char* lc_messages = nullptr;
@@ -24,16 +24,16 @@ struct LanguageSettings {
   const char* language = nullptr;
 };
 
-/// As gettext has it: the first of LC_ALL, LC_MESSAGES and LANG that is set and not empty is the
-/// locale; where that is not C or POSIX, the first language of the list in LANGUAGE that there are
-/// messages in goes before it. The locale need not be installed.
+/// Chooses as gettext does. The locale is the first of LC_ALL, LC_MESSAGES and LANG that is set and
+/// not empty; it need not be installed. Unless it is C or POSIX, the first language of the list in
+/// LANGUAGE that has messages takes precedence.
 Language language_of(const LanguageSettings& settings);
 
-/// That of the environment.
+/// The language that the environment chooses.
 Language users_language();
 
-/// A text in both languages. {1} to {9} are the places of arguments; a message whose languages do
-/// not have the same ones is not compiled.
+/// A text in both languages. {1} to {9} are the places of arguments. A message whose languages have
+/// different places does not compile.
 class Message {
  public:
   consteval Message(const char* english, const char* chinese)
@@ -65,15 +65,15 @@ class Message {
 
 typedef std::initializer_list<std::string_view> MessageArguments;
 
-/// The text with the arguments in their places. A place without an argument stays as it is, and
-/// what arguments hold is not looked at.
+/// The text with the arguments in their places. A place without an argument stays, and places in
+/// arguments are not replaced.
 std::string in_language(Language language, const Message& message, MessageArguments arguments = {});
 
-/// The same in the language of the environment.
+/// The same in the user's language.
 std::string in_users_language(const Message& message, MessageArguments arguments = {});
 
-/// What an error number of the system means, in the user's language where it is one that files
-/// often give; else as strerror() has it.
+/// What an errno means: in the user's language for common errors of files, else as strerror() has
+/// it.
 std::string reason_of(int error_number);
 
 }  // namespace tools

@@ -1,4 +1,4 @@
-// How a command is told a module.
+// How a command line names a module.
 #ifndef TOOLS_COMMAND_LINE_MODULE_ARGUMENT_H
 #define TOOLS_COMMAND_LINE_MODULE_ARGUMENT_H
 
@@ -17,9 +17,9 @@ struct ModuleArgument {
   std::optional<std::string> argument = std::nullopt;  ///< for the module's init()
 };
 
-/// Takes the text apart. What follows the first '=' is the argument. The function stands behind the
-/// last colon of the file name: directories may have colons, and a file name with one needs a
-/// function behind it. None without a path, or with a colon and no function.
+/// Takes the text apart. The argument follows the first '='. The function follows the last colon of
+/// the file name: directories may have colons, and a file name with a colon needs a function behind
+/// it. None for a text without a path, or with a colon and no function.
 std::optional<ModuleArgument> parse_module_argument(const std::string& text);
 
 }  // namespace tools

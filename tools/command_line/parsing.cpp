@@ -1,4 +1,4 @@
-// CLI11 throws what is wrong, and what --help and --version ask for; so do the values' checks.
+// CLI11 throws for wrong usage, --help and --version, and so does refuse(): parse() catches all.
 #include "command_line/parsing.h"
 
 #include <algorithm>

@@ -26,16 +26,15 @@ void name_command(CLI::App& app, const std::string& name, const std::string& hel
                   Language language = Language::kEnglish);
 
 /// Parses the command line, then calls `interpret`, which may refuse() values. Returns the exit
-/// status when the command has nothing left to do: `write_out` has written what --help, --version
-/// or one of the pages asks for and returned that status, or the command line is wrong; then this
-/// function complains and returns 2.
+/// status when nothing is left to do: for --help, --version and the pages what `write_out` returns,
+/// and 2, after a complaint, when the command line is wrong.
 /// choices   what shells complete beside options and files
 std::optional<int> parse(CLI::App& app, int argc, const char* const* argv,
                          const std::vector<Choice>& choices,
                          const std::function<int(const std::string&)>& write_out,
                          const std::function<void()>& interpret);
 
-/// For `interpret`: the value of an option, or an argument, is wrong.
+/// For `interpret`: the value of an option or argument is wrong.
 [[noreturn]] void refuse(const std::string& option, const Message& message,
                          MessageArguments arguments = {});
 

@@ -1,6 +1,4 @@
-// Result codes of the library as messages show them.
-//
-// In a header of its own: a command that uses the rest of these texts needs no library.
+// How messages show the library's result codes. Apart from text.h: fwlog runs without the library.
 #ifndef TOOLS_COMMAND_LINE_RESULT_CODE_H
 #define TOOLS_COMMAND_LINE_RESULT_CODE_H
 

@@ -1,4 +1,4 @@
-// The copy is a file without a name; others open it by its descriptor.
+// The copy is a file without a name, which others open through its descriptor.
 #include "command_line/standard_input.h"
 
 #include <sys/mman.h>

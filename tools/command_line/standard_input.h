@@ -1,4 +1,4 @@
-// "-": standard input as a file that can be read from its start.
+// "-": standard input as a file that can be read more than once.
 #ifndef TOOLS_COMMAND_LINE_STANDARD_INPUT_H
 #define TOOLS_COMMAND_LINE_STANDARD_INPUT_H
 
@@ -8,13 +8,13 @@
 
 namespace tools {
 
-/// A copy of standard input in memory, which goes with the object.
+/// A copy of standard input in memory, for the lifetime of the object.
 class StandardInput {
  public:
-  /// Reads standard input to its end, or to where it is too long for a script.
+  /// Reads standard input to its end, or until it is too long for a script.
   StandardInput();
 
-  /// The path of a regular file; of none where standard input cannot be read.
+  /// The path of the copy. No file has this path when standard input could not be read.
   std::string path() const;
 
  private:

@@ -1,4 +1,4 @@
-// Goes through texts by characters of UTF-8; what is none is taken for GBK or shown as bytes.
+// Goes through texts character by character. Bytes that are not UTF-8 are GBK, or shown as bytes.
 #include "command_line/text.h"
 
 #include <cxxabi.h>

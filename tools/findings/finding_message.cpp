@@ -1,4 +1,4 @@
-// The library tells findings in English. Each of its messages is known here by its words.
+// The library's messages are English. This table knows each of them by its words.
 #include "findings/finding_message.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What findings say, in the user's language.
+// Messages of findings in the user's language.
 #ifndef TOOLS_FINDINGS_FINDING_MESSAGE_H
 #define TOOLS_FINDINGS_FINDING_MESSAGE_H
 
@@ -8,8 +8,8 @@
 
 namespace tools {
 
-/// A finding's message in that language. What it quotes stays as it is; so does all of it where the
-/// words are the XML library's.
+/// A finding's message in that language. What it quotes stays as it is, and so does a message of
+/// the XML library.
 std::string finding_message(Language language, const std::string& english);
 
 }  // namespace tools

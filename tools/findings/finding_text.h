@@ -1,4 +1,4 @@
-// Findings about scripts as lines of text, which editors and compilers' readers understand.
+// Findings as lines of text, in a form that editors understand.
 #ifndef TOOLS_FINDINGS_FINDING_TEXT_H
 #define TOOLS_FINDINGS_FINDING_TEXT_H
 
@@ -11,8 +11,8 @@ namespace tools {
 /// "error" or "warning"
 const char* severity(const fwbase::Finding& finding);
 
-/// "door.xml:14:9: error: "open" needs the argument "who" [missing-argument]" and the end of the
-/// line, the message in the user's language. Nothing in it acts on a terminal but the colours.
+/// "door.xml:14:9: error: "open" needs the argument "who" [missing-argument]" and a line end, with
+/// the message in the user's language. Only its colours act on a terminal.
 std::string finding_line(const std::string& file, const fwbase::Finding& finding,
                          bool in_colour = false);
 

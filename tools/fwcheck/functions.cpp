@@ -20,7 +20,7 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IScript;
 
-// On failure errno tells why.
+// Leaves the reason of a failure in errno.
 bool read_all(const std::string& file, std::string& text) {
   std::ifstream stream(file, std::ios::binary);
   try {
@@ -33,7 +33,7 @@ bool read_all(const std::string& file, std::string& text) {
 
 }  // namespace
 
-// Scripts are compared with texts in the code page of the locale.
+// Its texts are in the code page of the locale, to which the library converts scripts.
 class StandIns::StandIn : public IScript::ISyntax, public fwbase::IFunctionDescription {
  public:
   explicit StandIn(Function function)

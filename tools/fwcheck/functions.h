@@ -13,15 +13,15 @@ namespace fwcheck {
 typedef tools::CatalogueParameter Parameter;
 typedef tools::CatalogueFunction Function;
 
-/// Functions of catalogues in the place of a host's: registered with the script engine, never
-/// called. Must live until the engine is released.
+/// Functions of catalogues, which stand in for those of a host: registered with the script engine
+/// and never called. Must live until the engine is released.
 class StandIns {
  public:
   StandIns();
   ~StandIns();
 
-  /// Registers all functions of the catalogue in the file. False, and told, where it cannot be
-  /// read.
+  /// Registers all functions of the catalogue in the file. Complains when that fails, and returns
+  /// false.
   bool add(const std::string& file);
 
  private:

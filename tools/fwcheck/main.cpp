@@ -1,4 +1,4 @@
-// fwcheck: finds what is wrong with scripts, and where.
+// fwcheck: finds mistakes in scripts, with their places.
 #include <unistd.h>
 
 #include <clocale>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// Not where the caller ignores it, as for a command in the background.
+// Unless the caller ignores it, as for a command in the background.
 void end_at_interruption() {
   if (std::signal(SIGINT, [](int) { _exit(fwcheck::kInterrupted); }) == SIG_IGN) {
     std::signal(SIGINT, SIG_IGN);

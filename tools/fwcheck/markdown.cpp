@@ -1,11 +1,11 @@
-// --print markdown
+// --print markdown: texts are escaped, so that a cell shows them as they are.
 #include "printing.h"
 
 namespace fwcheck {
 
 namespace {
 
-// Text that a cell of a table shows as it is.
+// Text for a cell of a table.
 std::string cell(const std::string& text) {
   std::string shown;
   for (const char c : text) {
@@ -17,7 +17,7 @@ std::string cell(const std::string& text) {
   return shown;
 }
 
-// Text in a cell as code. Backquotes would end it, a bar the cell.
+// Code for a cell. Backquotes would end the code, and a bar the cell.
 std::string code(const std::string& text) {
   std::string shown;
   for (const char c : text) {

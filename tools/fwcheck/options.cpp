@@ -34,7 +34,7 @@ const char* const kFooter =
     "\n"
     "Example: fwcheck --module ./libdoors.so --env visitor door.xml";
 
-// What is typed, before its parts are looked at.
+// Values as typed.
 struct Typed {
   std::vector<std::string> modules;
   std::string format = "text";

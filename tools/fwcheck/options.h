@@ -1,4 +1,4 @@
-// The command line.
+// What the command line asks for: scripts, what they are compared with, and the output.
 #ifndef FWCHECK_OPTIONS_H
 #define FWCHECK_OPTIONS_H
 
@@ -26,8 +26,8 @@ struct Options {
   Print print = Print::kNothing;
 };
 
-/// Reads the command line. Gives the exit status when there is nothing left to do: --help and
-/// --version have been answered, or an error has been told.
+/// Reads the command line. Returns the exit status when nothing is left to do: --help or --version
+/// was answered, or the command line is wrong, and a complaint says why.
 std::optional<int> parse_options(int argc, char** argv, Options& options);
 
 }  // namespace fwcheck

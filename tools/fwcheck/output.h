@@ -1,4 +1,4 @@
-// What fwcheck itself writes: results to standard output, messages to standard error. All UTF-8.
+// The exit status, and how results are written.
 #ifndef FWCHECK_OUTPUT_H
 #define FWCHECK_OUTPUT_H
 
@@ -13,19 +13,19 @@ using tools::complain;
 enum Status : int {
   kClean = 0,
   kFindings = 1,
-  kNothing = 2,  ///< wrong usage, or the work could not be begun
+  kNothing = 2,  ///< wrong usage, or the check could not be started
   kInterrupted = 130
 };
 
-/// Keeps standard output for write_out() alone: what modules write to it goes to standard error.
-/// To be called once, before any module is loaded.
+/// Reserves standard output for write_out(): what modules write to it goes to standard error. To be
+/// called once, before any module is loaded.
 void take_standard_output();
 
 /// Whether results go to a terminal.
 bool is_terminal();
 
-/// Writes `text` to standard output. A reader that has gone is none of our business; gives false,
-/// and says so on standard error, where anything else prevents it.
+/// Writes `text` to standard output. A reader that has gone is no failure. Complains about any
+/// other, and returns false.
 bool write_out(const std::string& text);
 
 }  // namespace fwcheck

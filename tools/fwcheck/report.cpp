@@ -26,9 +26,9 @@ std::string dumped(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-// A path as a reference of RFC 3986.
+// A path as a URI reference (RFC 3986).
 std::string uri_of(const std::string& path) {
-  std::string uri = path.starts_with("//") ? "/." : "";  // else a host's name would follow
+  std::string uri = path.starts_with("//") ? "/." : "";  // otherwise a host name would follow
   for (const char c : path) {
     const bool is_plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
                           (c >= '0' && c <= '9') ||

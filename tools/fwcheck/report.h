@@ -19,7 +19,8 @@ class Report {
 
   void add(const std::string& file, const std::vector<fwbase::Finding>& findings);
 
-  /// Writes all; the count of text to standard error. False when that failed, which has been told.
+  /// Writes all findings, and for text their number to standard error. Complains when that fails,
+  /// and returns false.
   bool write() const;
 
   std::size_t errors() const { return m_errors; }

@@ -16,7 +16,7 @@ namespace fwcheck {
 
 namespace {
 
-// The functions of catalogues come first: those of a module that is there count more.
+// Functions of catalogues come first, so that those of modules replace them.
 bool register_functions(const Options& options, StandIns& stand_ins) {
   for (const std::string& file : options.catalogues) {
     if (!stand_ins.add(file)) {
@@ -77,8 +77,7 @@ Status check(const Options& options) {
 Status run(const Options& options) {
   const bool is_started = tools::start_library();
   StandIns stand_ins;
-  const tools::Library
-      library;  // ends before the functions, which the engine has until it is released
+  const tools::Library library;  // ends before the functions, which the engine uses until then
   if (!is_started || !register_functions(options, stand_ins)) {
     return kNothing;
   }

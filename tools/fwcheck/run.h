@@ -1,4 +1,4 @@
-// What fwcheck does once its command line is read.
+// The work of fwcheck, once its command line is read.
 #ifndef FWCHECK_RUN_H
 #define FWCHECK_RUN_H
 
@@ -7,7 +7,7 @@
 
 namespace fwcheck {
 
-/// Checks the scripts, or prints the functions, as the options say; gives the exit status.
+/// Checks the scripts or prints the functions, as the options say. Returns the exit status.
 Status run(const Options& options);
 
 }  // namespace fwcheck

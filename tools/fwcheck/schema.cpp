@@ -1,8 +1,7 @@
-// --print xsd: an XML Schema 1.0, for editors, which offer what may stand where, and for
-// validators.
+// --print xsd: an XML Schema 1.0, for validators, and for editors, which offer what fits.
 //
-// A schema of that version gives all elements of one name and parent one type: so what a "Func" and
-// its "param" may say is the sum of all functions' declarations. The arguments of a call are exact.
+// XML Schema 1.0 has one type for all elements of the same name and parent. So a "Func" and its
+// "param" may have what any function declares, while the arguments of a call are exact.
 #include <algorithm>
 #include <set>
 
@@ -145,15 +144,15 @@ struct Child {
 
 typedef std::vector<Child> Children;
 
-// All orders of more children than this would make a schema too long to be of use.
+// With all orders of more children than this the schema would be too long to be useful.
 constexpr std::size_t kMostInAllOrders = 5;
 
 bool is_ascii_name_start(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
 }
 
-// Whether an element can have the name: without a colon, which would begin another namespace. What
-// is beyond ASCII mostly can.
+// Whether an element can have the name. It has no colon, which would begin another namespace. Most
+// characters beyond ASCII are fine.
 bool is_element_name(const std::string& text) {
   const auto is_part = [](char c) {
     return is_ascii_name_start(c) || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
@@ -179,7 +178,7 @@ std::string element(const Child& child, bool must, std::size_t depth) {
          (child.tag == "ret" ? "variable" : "argument") + "\"" + occurs(must) + "/>\n";
 }
 
-// The children in any order, each once or, where it may be left out, at most once.
+// The children in any order, each once, or at most once when it is optional.
 std::string in_all_orders(const Children& children, std::size_t depth) {
   if (children.empty()) {
     return "";
@@ -199,7 +198,7 @@ std::string in_all_orders(const Children& children, std::size_t depth) {
   return text + indented(depth) + "</xs:choice>\n";
 }
 
-// As many of the children as there may be, without a look at which come twice.
+// As many children as are allowed, even if one comes twice.
 std::string in_any_number(const Children& children, std::size_t depth) {
   const auto required = static_cast<std::size_t>(
       std::count_if(children.begin(), children.end(), [](const Child& one) { return one.must; }));
@@ -211,7 +210,7 @@ std::string in_any_number(const Children& children, std::size_t depth) {
   return text + indented(depth) + "</xs:choice>\n";
 }
 
-// What a set of arguments holds. A tag that comes twice is one element.
+// The children of a set of arguments. A tag that comes twice is one element.
 Children children_of(const Function& function) {
   Children children;
   std::set<std::string> tags = {"ret"};

@@ -1,11 +1,11 @@
-// --print template
+// --print template: declarations that are ready for a script.
 #include "printing.h"
 
 namespace fwcheck {
 
 namespace {
 
-// "--" must not stand in a comment, nor a hyphen at its end.
+// A comment must not contain "--" or end in a hyphen.
 std::string comment(const std::string& text) {
   std::string shown;
   for (const char c : text) {
@@ -47,7 +47,7 @@ std::string template_text(const std::vector<Function>& functions) {
   return text + "</template>\n";
 }
 
-// Characters that XML cannot have become a question mark.
+// Characters that XML does not allow become question marks.
 std::string xml_value(const std::string& text) {
   std::string value;
   for (const char c : text) {

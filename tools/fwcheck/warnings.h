@@ -1,4 +1,4 @@
-// The rules that --ignore takes.
+// The warnings, which --ignore takes by name.
 #ifndef FWCHECK_WARNINGS_H
 #define FWCHECK_WARNINGS_H
 

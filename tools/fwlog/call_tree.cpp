@@ -13,10 +13,10 @@ using log_records::Record;
 
 namespace {
 
-// Of open calls whose returns never came; deeper trees cannot be read either.
+// Open calls of a process. Returns may be missing; a deeper tree would be unreadable anyway.
 constexpr std::size_t kMostOpen = 1000;
 
-// Where the record of a return stands: at its call, which it closes.
+// Closes the call of a return, and gives the return's depth: that of its call.
 std::size_t close_call(std::vector<std::size_t>& open, std::size_t location) {
   const auto found = std::find(open.rbegin(), open.rend(), location);
   if (found != open.rend()) {

@@ -1,4 +1,4 @@
-// --calls: the tracer's records as a tree.
+// --calls: the records of scopes as a tree.
 #ifndef FWLOG_CALL_TREE_H
 #define FWLOG_CALL_TREE_H
 
@@ -10,8 +10,8 @@
 
 namespace fwlog {
 
-/// Each process has a tree of its own; the log does not tell threads apart. A return closes the
-/// latest open call of the same function, and those within it, whose returns are not in the log. A
+/// Each process has a tree of its own; the log does not distinguish threads. A return closes the
+/// latest open call of its function, and the calls within that, whose returns are not in the log. A
 /// return without a call stands beside the calls around it.
 class CallTree : public Sink, private TextParts {
  public:

@@ -1,4 +1,4 @@
-// The way of a record from a file through the filters to where it is printed.
+// Takes records from files through the filters to where they are printed.
 #ifndef FWLOG_DELIVERY_H
 #define FWLOG_DELIVERY_H
 
@@ -27,7 +27,7 @@ class Delivery {
     }
   }
 
-  /// All that there was has been delivered.
+  /// All records that were there at the start have been delivered.
   void finish() { m_sink.finish(); }
   bool any_passed() const { return m_any_passed; }
 

@@ -1,4 +1,4 @@
-// Which records are printed.
+// The filters: which records are printed.
 #ifndef FWLOG_FILTER_H
 #define FWLOG_FILTER_H
 
@@ -14,7 +14,8 @@
 
 namespace fwlog {
 
-/// A record passes what is set. One that lacks what is asked for does not.
+/// A record passes when it meets every condition that is set. One without the field in question
+/// does not pass.
 struct Filter {
   std::optional<unsigned int> levels;  ///< bit 1 << Level for each
   std::optional<log_records::Time> since;
@@ -25,21 +26,21 @@ struct Filter {
   std::optional<std::string> source;
   std::unique_ptr<const Regex> grep;
   std::unique_ptr<const Regex> exclude;
-  bool calls = false;  ///< the tracer's records only
+  bool calls = false;  ///< records of scopes only
   log_records::Encoding encoding = log_records::Encoding::kAuto;
 
-  mutable std::string decoded;  ///< a message; kept, so that not every one takes new memory
+  mutable std::string decoded;  ///< a message; kept to reuse its memory
 
-  /// Of the record's bytes only the tag is looked at.
+  /// Looks only at the tag that the record begins with.
   bool passes_level(std::string_view bytes) const;
-  /// All but the level.
+  /// Looks at all but the level.
   bool passes(const log_records::Record& record) const;
 };
 
-/// The object as Filter has it; none for a text that is no hexadecimal number.
+/// An object in the form of Filter; none for a text that is no hexadecimal number.
 std::optional<std::string> object_of(std::string_view text);
 
-/// True for the records that scopes write when they are entered and left.
+/// True for the records that scopes write at their start and at their end.
 bool is_call(const log_records::Record& record);
 bool is_return(const log_records::Record& record);
 

@@ -18,15 +18,15 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// The last record of FILE is whole when it ends in a line feed and nothing came for so long.
+// The last record of FILE is whole when it ends in a line feed and this long nothing came.
 constexpr milliseconds kQuiet(200);
-// Likewise in a file that was rotated, into which each other process writes one record at most.
+// The same for a rotated file, into which every other process writes at most one more record.
 constexpr milliseconds kQuietBehindRotation(20);
 
-// Files that other programs keep under names of their own are not followed without end.
+// At most so many files are open: other programs may keep rotated files under their own names.
 constexpr std::size_t kMostFiles = 16;
 
-// Has no place to read again from; opening a pipe would wait for its writer.
+// Such a file cannot be read again from a place, and opening a pipe would wait for its writer.
 bool is_pipe_or_device(const std::string& path) {
   struct stat status = {};
   return path == kStandardInput ||
@@ -76,7 +76,7 @@ void FollowedLog::tell_unreadable(const std::string& name, int reason) {
   }
 }
 
-// Not at every look.
+// Not again for the same reason.
 void FollowedLog::tell_once(int reason) {
   if (reason != m_told_reason) {
     tell_unreadable(m_path, reason);
@@ -97,7 +97,7 @@ bool FollowedLog::advance() {
   return any;
 }
 
-// Reads a file to its end. False when what it holds has to wait.
+// Reads a file to its end. False when newer files have to wait for it.
 bool FollowedLog::advance_file(std::size_t index, bool& any) {
   LogFile& file = *m_files[index];
   bool is_more = true;
@@ -112,7 +112,7 @@ bool FollowedLog::advance_file(std::size_t index, bool& any) {
   return settle(index);
 }
 
-// True if there are new bytes.
+// Reads one block; true if there are new bytes.
 bool FollowedLog::read(std::size_t index) {
   LogFile& file = *m_files[index];
   const LogFile::Block block = file.read();
@@ -133,7 +133,7 @@ bool FollowedLog::read(std::size_t index) {
   return block == LogFile::Block::kBytes;
 }
 
-// What the older files have got since. False when that has to wait.
+// Reads what older files have got meanwhile. False when newer files have to wait for one.
 bool FollowedLog::read_older(std::size_t index, bool& any) {
   for (std::size_t i = 0; i < index; ++i) {
     while (!was_interrupted() && read(i)) {
@@ -147,7 +147,7 @@ bool FollowedLog::read_older(std::size_t index, bool& any) {
   return true;
 }
 
-// Delivers the last record of a file that has been read to its end when it is likely to be whole.
+// Delivers the last record of a file that has been read to its end, once it is likely to be whole.
 // False when newer files have to wait for that.
 bool FollowedLog::settle(std::size_t index) {
   LogFile& file = *m_files[index];
@@ -180,7 +180,7 @@ bool FollowedLog::settle_newest() {
     }
     deliver(file, ends_in_line_feed(file.records().rest()) ? Behind::kEnd : Behind::kPause);
   }
-  // A record that was cut off does not keep back those before it.
+  // An incomplete record does not hold back those before it.
   if (m_start_end) {
     leave_start();
   }
@@ -230,7 +230,7 @@ void FollowedLog::deliver_held() {
 void FollowedLog::find_new_files() {
   struct stat status = {};
   if (stat(m_path.c_str(), &status) != 0) {
-    return;  // between two steps of a rotation, or gone: the next one is waited for
+    return;  // between two steps of a rotation, or removed: waits for the next one
   }
   if (!m_files.empty() && m_files.back()->id() == FileId{status.st_dev, status.st_ino}) {
     return;
@@ -242,7 +242,7 @@ void FollowedLog::find_new_files() {
   }
 }
 
-// Those that are newer than all that are open.
+// Adds the files that are newer than all open ones.
 void FollowedLog::add_new_files() {
   const auto is_open = [this](const std::unique_ptr<LogFile>& file) {
     return std::any_of(m_files.begin(), m_files.end(),
@@ -270,7 +270,7 @@ void FollowedLog::add_new_files() {
   name_files();
 }
 
-// As they are called now.
+// Gives open files the names that they have now.
 void FollowedLog::name_files() {
   for (const std::unique_ptr<LogFile>& file : m_files) {
     const std::string name = name_of(m_path, file->id());
@@ -289,7 +289,7 @@ void FollowedLog::tell_gap(std::size_t new_files) const {
   }
 }
 
-// Those that no name leads to and nothing is left of.
+// Closes files that have no name and no bytes left.
 void FollowedLog::forget_old_files() {
   for (std::size_t i = 0; i + 1 < m_files.size();) {
     const bool is_done = m_files[i]->records().rest().empty();

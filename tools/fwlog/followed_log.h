@@ -1,4 +1,4 @@
-// One log that is followed through its rotations.
+// One log, followed through its rotations.
 #ifndef FWLOG_FOLLOWED_LOG_H
 #define FWLOG_FOLLOWED_LOG_H
 
@@ -16,14 +16,14 @@
 
 namespace fwlog {
 
-/// Every record of FILE and of the files that it is rotated to, once each.
+/// Delivers every record of FILE, and of the files that it becomes by rotation, exactly once.
 ///
-/// A file that was rotated stays open while a name leads to it: another process may still write a
-/// record into it, before it notices. Such a record comes before those that the same process writes
-/// into the new file: what is read of a file is held until all older files were read once more.
+/// A rotated file stays open while it has a name: another process may write one more record into it
+/// before it notices the rotation. That record precedes those that the same process writes into the
+/// new file. So records of a file are held until all older files have been read once more.
 class FollowedLog {
  public:
-  /// past_start   called once, before what is delivered was not there when following began
+  /// past_start   called once, before the first record that was not there at the start
   FollowedLog(std::string path, const Options& options, Delivery& delivery,
               std::function<void()> past_start)
       : m_path(std::move(path)),
@@ -31,21 +31,21 @@ class FollowedLog {
         m_delivery(delivery),
         m_past_start(std::move(past_start)) {}
 
-  /// Opens what is there. False when FILE cannot be followed, which is told; one that is not there
-  /// is told and waited for.
+  /// Opens the files that are there. Complains when FILE cannot be followed, and returns false. A
+  /// FILE that does not exist is reported and waited for.
   bool open();
 
-  /// False where a file that was there at the start could not be read, or FILE cannot be now, which
-  /// is told.
+  /// False, after a complaint, when a file that was there at the start could not be read, or FILE
+  /// cannot be read now.
   bool all_read() const { return m_all_read && m_told_reason == 0; }
 
-  /// Reads and delivers what has come. True if there was anything.
+  /// Reads and delivers what is new. Returns false when nothing is.
   bool advance();
 
-  /// Delivers what is held as it may go on. For the end of following.
+  /// Delivers what is held, although it may be incomplete. For the end of following.
   void deliver_held();
 
-  /// When to look again although nothing changes; none when there is no need.
+  /// When to call advance() even if nothing changes; none when there is no need.
   std::optional<Clock::time_point> deadline() const { return m_deadline; }
 
  private:
@@ -75,13 +75,13 @@ class FollowedLog {
   const std::string m_path;
   const Options& m_options;
   Delivery& m_delivery;
-  std::function<void()> m_past_start;             // empty once it was called
-  std::optional<Place> m_start_end;               // of what was there
+  std::function<void()> m_past_start;             // empty after its call
+  std::optional<Place> m_start_end;               // the end of what was there
   std::vector<std::unique_ptr<LogFile>> m_files;  // the oldest first
   std::optional<Clock::time_point> m_deadline;
-  std::optional<Clock::time_point> m_held_since;  // what newer files hold waits for an older one
+  std::optional<Clock::time_point> m_held_since;  // since when newer files wait for an older one
   bool m_all_read = true;                         // of what was there at the start
-  int m_told_reason = 0;  // why FILE cannot be read; ESPIPE for what is no regular file
+  int m_told_reason = 0;  // why FILE cannot be read; ESPIPE: no regular file
 };
 
 }  // namespace fwlog

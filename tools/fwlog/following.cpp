@@ -17,7 +17,7 @@ namespace {
 
 typedef std::vector<std::unique_ptr<FollowedLog>> Logs;
 
-// A log that is written record by record is read a hundred times a second, not for each of them.
+// A log that grows record by record is read a hundred times a second, not for each record.
 constexpr milliseconds kPause(10);
 
 bool advance(const Logs& logs) {

@@ -1,4 +1,4 @@
-// Logs as they grow: --follow.
+// --follow: logs as they grow.
 #ifndef FWLOG_FOLLOWING_H
 #define FWLOG_FOLLOWING_H
 
@@ -8,8 +8,8 @@
 
 namespace fwlog {
 
-/// Delivers the records that are there and those that come, until Ctrl-C. False when a log could
-/// not be read, which is told; returns at once when none could.
+/// Delivers the records that are there, and those that come until Ctrl-C. Complains when a log
+/// cannot be read, and then returns false: at once when no log can be read.
 bool follow_logs(const Options& options, Delivery& delivery, Output& out);
 
 }  // namespace fwlog

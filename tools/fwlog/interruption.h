@@ -1,4 +1,4 @@
-// Ctrl-C.
+// Ctrl-C while following.
 #ifndef FWLOG_INTERRUPTION_H
 #define FWLOG_INTERRUPTION_H
 
@@ -8,7 +8,7 @@ namespace fwlog {
 
 inline volatile std::sig_atomic_t interruption_came = 0;
 
-/// True once Ctrl-C was pressed while following.
+/// True after Ctrl-C.
 inline bool was_interrupted() { return interruption_came != 0; }
 
 }  // namespace fwlog

@@ -24,7 +24,7 @@ using fwbase::JournalState;
 using fwbase::JournalTimes;
 using fwbase::RecordTexts;
 
-// A journal is beside the file that a symbolic link leads to, and beside one that was removed.
+// The journal is beside the file that a symbolic link leads to, even if that file was removed.
 std::string real_name(const std::string& path) {
   const std::unique_ptr<char, void (*)(void*)> real(::realpath(path.c_str(), nullptr), ::free);
   return real ? real.get() : path;
@@ -37,7 +37,7 @@ void add(const JournalContent& content, std::size_t first, std::size_t count, Jo
   }
 }
 
-// Those of the batch under way that the log has already are left out.
+// Leaves out records of the batch under way that the log has already.
 void add_missing(const JournalContent& content, const std::string& log, RecordTexts& texts) {
   const std::size_t noted = content.noted_records();
   if (noted != 0) {

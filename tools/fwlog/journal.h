@@ -1,4 +1,4 @@
-// What the journal of a log still holds.
+// --journal: the records that only the journal of a log has.
 #ifndef FWLOG_JOURNAL_H
 #define FWLOG_JOURNAL_H
 
@@ -9,7 +9,7 @@
 namespace fwlog {
 
 /// Delivers the records of the journal beside the log at `path`, if there is one, that are not in
-/// the log yet, without changing anything. False when it cannot be read, which is told.
+/// the log yet. Changes nothing. Complains when the journal cannot be read, and returns false.
 bool read_journal_of(const std::string& path, Delivery& delivery);
 
 }  // namespace fwlog

@@ -1,4 +1,4 @@
-// --output json: an object a line.
+// --output json: one object on each line.
 #ifndef FWLOG_JSON_H
 #define FWLOG_JSON_H
 

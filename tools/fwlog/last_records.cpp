@@ -15,7 +15,7 @@ void LastRecords::take(const Found& found) {
   }
   Kept kept;
   if (m_kept.size() == m_count) {
-    // Its memory is used again, unless it held a much longer record: all would grow to the longest.
+    // Reuses its memory, but not that of a much longer record: all would grow to the longest.
     std::string& oldest = m_kept.front().bytes;
     if (oldest.capacity() <= 2 * found.raw.bytes.size() + 1024) {
       kept.bytes.swap(oldest);

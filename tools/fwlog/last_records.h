@@ -1,4 +1,4 @@
-// --lines: the last records of those that there are.
+// --lines: the last records.
 #ifndef FWLOG_LAST_RECORDS_H
 #define FWLOG_LAST_RECORDS_H
 
@@ -10,8 +10,7 @@
 
 namespace fwlog {
 
-/// Keeps the last ones, hands them on when all that there was has been taken, and passes on what
-/// comes behind that.
+/// Keeps the last records until finish(), hands them on then, and passes on what comes after that.
 class LastRecords : public Sink {
  public:
   LastRecords(std::uint64_t count, Sink& next) : m_count(count), m_next(next) {}

@@ -1,4 +1,4 @@
-// Each read begins with the last bytes that are known. Where they differ, the file was truncated and
+// Each read begins with the last known bytes. Where these differ, the file was truncated and
 // written anew.
 #include "log_file.h"
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kBlock = 256 * 1024;
 
-// When a file was changed last, on the clock that waiting uses. A change in the future is one now.
+// When a file was last changed, by the clock for waiting. A time in the future counts as now.
 Clock::time_point last_change(const struct stat& status) {
   using std::chrono::nanoseconds;
   using std::chrono::seconds;
@@ -67,8 +67,6 @@ std::unique_ptr<LogFile> LogFile::open(const std::string& name, Splitter::LookAh
                                    look_ahead);
 }
 
-// Reads the last bytes that are known once more: where they are others, the file was emptied and
-// has been written anew.
 LogFile::Block LogFile::read() {
   const auto room = m_records.room(kBlock);
   const std::size_t known = m_is_seekable ? m_known_size : 0;
@@ -96,7 +94,7 @@ LogFile::Block LogFile::read() {
   return Block::kBytes;
 }
 
-// They stand at the end of the array.
+// The bytes stand at the end of the array.
 void LogFile::keep_known(const char* block, std::size_t size) {
   const std::size_t taken = std::min(size, kKnown);
   std::memmove(m_known.data(), m_known.data() + taken, kKnown - taken);

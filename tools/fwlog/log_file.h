@@ -1,4 +1,4 @@
-// One file of a log, open.
+// One open file of a log.
 #ifndef FWLOG_LOG_FILE_H
 #define FWLOG_LOG_FILE_H
 
@@ -15,7 +15,7 @@
 
 namespace fwlog {
 
-/// Which file it is, whatever its name.
+/// Which file it is, under any name.
 struct FileId {
   dev_t device = 0;
   ino_t inode = 0;
@@ -27,7 +27,7 @@ constexpr std::string_view kStandardInput = "-";
 
 typedef std::chrono::steady_clock Clock;
 
-/// Read block by block; renamed or not, it stays the same file.
+/// A file that is read block by block. It stays the same file when it is renamed.
 class LogFile {
  public:
   enum class Block { kBytes, kEnd, kTruncated, kFailed };
@@ -45,20 +45,20 @@ class LogFile {
   FileId id() const { return m_id; }
   const std::string& name() const { return m_name; }
   void name(std::string name) { m_name = std::move(name); }
-  /// False for a pipe or a device, which has no place to read again from and no backups.
+  /// False for a pipe or a device: it cannot be read again, and has no backups.
   bool is_seekable() const { return m_is_seekable; }
 
-  /// Reads the next block into records(). kTruncated: the bytes that were read are not in the file
-  /// any more; it is read from its start again then. kFailed leaves the reason in errno.
+  /// Reads the next block into records(). kTruncated: the file no longer has the bytes that were
+  /// read; call restart(). kFailed leaves the reason in errno.
   Block read();
   log_records::Splitter& records() { return m_records; }
 
   std::uint64_t position() const { return m_position; }
-  /// When the last bytes came.
+  /// When the file grew last.
   Clock::time_point grown() const { return m_grown; }
-  /// True when no name leads to it any more.
+  /// True when it has no name any more.
   bool is_removed() const;
-  /// Read it from its start.
+  /// The next block is the first one again.
   void restart();
 
  private:

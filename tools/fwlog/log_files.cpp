@@ -1,5 +1,5 @@
-// A rotation renames the backups from the oldest on, and FILE last: a file goes to an older name
-// only. Who opens them from the newest on meets each of them, and some twice.
+// A rotation renames the backups from the oldest on, and FILE last, so each file gets an older
+// name. Opening from the newest name on therefore meets every file, and some twice.
 #include "log_files.h"
 
 #include <dirent.h>
@@ -30,8 +30,8 @@ std::string backup(const std::string& path, std::uint64_t number) {
   return path + ".bak." + std::to_string(number);
 }
 
-// FILE, and where it is a link the file that it leads to: the log's own backups are beside that
-// one. What is reached through /dev or /proc has none.
+// FILE and, if it is a link, its target, which has the backups beside it. What is reached through
+// /dev or /proc has none.
 std::vector<std::string> paths_of(const std::string& path) {
   std::vector<std::string> paths = {path};
   std::error_code error;
@@ -90,7 +90,7 @@ class Opening {
   Opening(const std::string& path, Splitter::LookAhead look_ahead)
       : m_path(path), m_look_ahead(look_ahead) {}
 
-  // Puts the file in front of those that were opened before, which are newer.
+  // Puts the file before those that are open already, which are newer.
   void open(const std::string& name) {
     std::unique_ptr<LogFile> file = LogFile::open(name, m_look_ahead);
     if (!file) {
@@ -117,7 +117,7 @@ class Opening {
 
 LogFiles open_log(const std::string& path, bool only, Splitter::LookAhead look_ahead) {
   const std::vector<std::string> names = names_of(path, only);
-  // A rotation removes the oldest backup: who has opened it before still reads it.
+  // A rotation removes the oldest backup. Opened before, it can still be read.
   std::unique_ptr<LogFile> oldest;
   if (names.size() > 1) {
     oldest = LogFile::open(names.front(), look_ahead);

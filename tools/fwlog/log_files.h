@@ -10,7 +10,7 @@
 
 namespace fwlog {
 
-/// A name that leads to no file of the log, and why.
+/// A file of the log that cannot be read, and why.
 struct Unreadable {
   std::string name;
   int reason;  ///< an errno
@@ -21,8 +21,8 @@ struct LogFiles {
   std::vector<Unreadable> unreadable;           ///< FILE also when it is not there
 };
 
-/// Opens FILE, and each FILE.bak.N that is there unless `only`. Each file once, and none is missed,
-/// when the log is rotated meanwhile.
+/// Opens FILE and, unless `only`, each FILE.bak.N that exists. Opens each file once and misses
+/// none, even if the log is rotated meanwhile.
 LogFiles open_log(const std::string& path, bool only, log_records::Splitter::LookAhead look_ahead);
 
 /// The names that the files of a log have or may have, the oldest first.

@@ -1,4 +1,4 @@
-// fwlog: reads the log.
+// fwlog: prints the records of logs.
 #include <unistd.h>
 
 #include <csignal>
@@ -32,7 +32,7 @@ void handle_interruption(bool follow) {
   sigaction(SIGINT, &action, nullptr);
 }
 
-// A reader that goes away ends the command in silence, as it does others in a pipe.
+// When the reader goes away, ends silently, as other commands in a pipe do.
 [[noreturn]] void end_with_pipe() {
   std::signal(SIGPIPE, SIG_DFL);
   kill(getpid(), SIGPIPE);

@@ -1,4 +1,4 @@
-// --grep and --exclude.
+// --grep and --exclude: regular expressions on messages.
 #ifndef FWLOG_MESSAGE_REGEX_H
 #define FWLOG_MESSAGE_REGEX_H
 
@@ -10,12 +10,12 @@
 
 namespace fwlog {
 
-/// An expression that is none, with the reason.
+/// Why a text is no expression.
 struct BadRegex : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A POSIX extended expression on characters of UTF-8, where the process's LC_CTYPE is C.UTF-8.
+/// A POSIX extended expression. It sees characters of UTF-8 after use_utf8_characters().
 class Regex {
  public:
   explicit Regex(const std::string& expression);
@@ -23,14 +23,15 @@ class Regex {
   Regex(const Regex&) = delete;
   Regex& operator=(const Regex&) = delete;
 
-  /// Throws std::bad_alloc where matching takes more memory than there is.
+  /// Throws std::bad_alloc when there is too little memory for matching.
   bool matches(std::string_view text) const;
 
  private:
   regex_t m_compiled;
 };
 
-/// Makes the characters of the process those of UTF-8. Without this expressions are on bytes.
+/// Sets the process's LC_CTYPE to C.UTF-8; otherwise expressions see bytes. False when the system
+/// lacks that locale.
 bool use_utf8_characters();
 
 }  // namespace fwlog

@@ -42,7 +42,7 @@ constexpr Message kFooter = {
     "\n"
     "例：fwlog --level error,alert --since 08:00 --follow host.log"};
 
-// What is typed, before its parts are looked at.
+// Values as typed.
 struct Typed {
   std::string lines;
   std::string levels;

@@ -1,4 +1,4 @@
-// The command line.
+// What the command line asks for: logs, filters, and the output.
 #ifndef FWLOG_OPTIONS_H
 #define FWLOG_OPTIONS_H
 
@@ -34,8 +34,8 @@ struct Options {
   }
 };
 
-/// Reads the command line. Gives the exit status when there is nothing left to do: --help and
-/// --version have been answered, or an error has been reported.
+/// Reads the command line. Returns the exit status when nothing is left to do: --help or --version
+/// was answered, or the command line is wrong, and a complaint says why.
 std::optional<int> parse_options(int argc, char** argv, Options& options);
 
 }  // namespace fwlog

@@ -53,7 +53,7 @@ void Output::add_number(std::uint64_t number) {
 }
 
 void Output::flush() {
-  // Also when it fails: what is lost is not written once more at the end.
+  // The buffer is empty even after a failure, so that nothing is written twice.
   std::string bytes;
   bytes.swap(m_buffer);
   write_all(m_descriptor, bytes);

@@ -1,4 +1,4 @@
-// What fwlog itself writes: records to standard output, messages to standard error. All UTF-8.
+// The exit status, and how records and complaints are written.
 #ifndef FWLOG_OUTPUT_H
 #define FWLOG_OUTPUT_H
 
@@ -17,13 +17,13 @@ enum Status : int {
   kInterrupted = 130
 };
 
-/// The reader of standard output has gone.
+/// Thrown when the reader of standard output has gone.
 struct ClosedPipe {};
 
-/// Standard output cannot be written; told already.
+/// Thrown, after a complaint, when standard output cannot be written.
 struct OutputFailed {};
 
-/// Standard output, or another descriptor, collected into large writes.
+/// Collects output for standard output, or another descriptor, into large writes.
 class Output {
  public:
   explicit Output(int descriptor = 1) : m_descriptor(descriptor) { m_buffer.reserve(kSize); }
@@ -38,7 +38,7 @@ class Output {
   void add(char c) { add(std::string_view(&c, 1)); }
   void add_number(std::uint64_t number);
 
-  /// Writes what is collected. Throws ClosedPipe or OutputFailed; an interruption ends it silently.
+  /// Writes what is collected. Throws ClosedPipe or OutputFailed; stops silently after Ctrl-C.
   void flush();
 
  private:
@@ -50,10 +50,10 @@ class Output {
   std::string m_buffer;
 };
 
-/// As tools::complain(); names of files among the arguments may be in any encoding.
+/// As tools::complain(), with arguments in any encoding.
 void complain(const tools::Message& message, tools::MessageArguments arguments = {});
 
-/// Colours are for terminals whose user has nothing against them.
+/// True for a terminal, unless NO_COLOR is set.
 bool wants_colour();
 
 }  // namespace fwlog

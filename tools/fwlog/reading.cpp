@@ -27,7 +27,7 @@ bool read_file(LogFile& file, Delivery& delivery) {
                {file.name(), tools::reason_of(reason)});
     }
   }
-  // What another program has cut off meanwhile is gone; there is no more to read.
+  // A file that another program truncates meanwhile has nothing more to read.
   return block != LogFile::Block::kFailed;
 }
 

@@ -1,4 +1,4 @@
-// Logs as they are now.
+// Without --follow: logs as they are now.
 #ifndef FWLOG_READING_H
 #define FWLOG_READING_H
 
@@ -7,7 +7,8 @@
 
 namespace fwlog {
 
-/// Delivers the records of all logs. False when a file could not be read, which is told.
+/// Delivers the records of all logs. Complains about files that cannot be read, and then returns
+/// false.
 bool read_logs(const Options& options, Delivery& delivery);
 
 }  // namespace fwlog

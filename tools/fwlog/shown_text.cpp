@@ -12,7 +12,7 @@ namespace {
 
 typedef unsigned char Byte;
 
-// Which bytes begin a character that is escaped, or that may.
+// For each byte, whether a character that begins with it may have to be escaped.
 typedef std::array<bool, 256> Special;
 
 constexpr Byte kBeginOfC1 = 0xC2;
@@ -38,7 +38,7 @@ constexpr Special special_in_json() {
   return special;
 }
 
-// The length of the special character that `text` begins with; 0 for what only begins like one.
+// The length of the special character that `text` begins with; 0 when it only looks like one.
 std::size_t length_of(std::string_view text) {
   if (static_cast<Byte>(text[0]) != kBeginOfC1) {
     return 1;

@@ -1,4 +1,4 @@
-// Where records go that pass the filters.
+// Where records go after the filters.
 #ifndef FWLOG_SINK_H
 #define FWLOG_SINK_H
 
@@ -9,7 +9,7 @@
 
 namespace fwlog {
 
-/// A record and where it stands. All of it lives until the call that hands it on returns.
+/// A record and its place. Valid until the call that hands it on returns.
 struct Found {
   const std::string& file;
   const log_records::RecordBytes& raw;
@@ -24,7 +24,7 @@ class Sink {
   Sink& operator=(const Sink&) = delete;
 
   virtual void take(const Found& found) = 0;
-  /// All that there was has been taken. When a log is followed more may come.
+  /// All records that were there at the start have been taken. With --follow more may come.
   virtual void finish() {}
 };
 

@@ -1,4 +1,4 @@
-// --stats: how many records there are, instead of the records.
+// --stats: numbers of records, instead of the records.
 #ifndef FWLOG_STATISTICS_H
 #define FWLOG_STATISTICS_H
 
@@ -33,7 +33,7 @@ class Statistics : public Sink {
   const log_records::Encoding m_encoding;
   Output& m_out;
   std::uint64_t m_records = 0;
-  std::array<std::uint64_t, log_records::kLevelCount + 1> m_levels{};  // the last: without a level
+  std::array<std::uint64_t, log_records::kLevelCount + 1> m_levels{};  // the last: no level
   Counts m_functions;
   Counts m_sources;
 };

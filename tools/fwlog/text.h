@@ -14,7 +14,7 @@ struct Style {
   bool colour = false;
 };
 
-/// What records in text have in common.
+/// The parts of records that all forms of text share.
 class TextParts {
  public:
   TextParts(Style style, Output& out) : m_style(style), m_out(out) {}
@@ -26,7 +26,7 @@ class TextParts {
   void add_location(std::string_view part, const log_records::Record& record);
   /// "2014-10-29 10:20:30 ERROR function: "
   void add_columns(const log_records::Record& record);
-  /// Without the line ends around it; `indent` is put before each line but the first.
+  /// Without the line ends around it. `indent` precedes each line but the first.
   void add_message(std::string_view message, std::string_view indent);
 
  protected:
@@ -37,7 +37,7 @@ class TextParts {
   Output& m_out;
 };
 
-/// "2014-10-29 10:20:30 ERROR function: message"; more lines of the message stand below, indented.
+/// "2014-10-29 10:20:30 ERROR function: message", with more lines of the message indented below.
 class TextLines : public Sink, private TextParts {
  public:
   TextLines(Style style, Output& out) : TextParts(style, out) {}
@@ -45,7 +45,7 @@ class TextLines : public Sink, private TextParts {
   void take(const Found& found) override;
 };
 
-/// --full: a line for each field.
+/// --full: one line for each field.
 class FullText : public Sink, private TextParts {
  public:
   FullText(Style style, Output& out) : TextParts(style, out) {}

@@ -20,7 +20,7 @@ Time local(std::time_t time) {
           parts.tm_hour,        parts.tm_min,     parts.tm_sec};
 }
 
-// Takes a number of so many digits off.
+// Takes off a number with this many digits.
 bool take(std::string_view& text, std::size_t digits, int& number) {
   const auto found = number_of(text.substr(0, digits));
   if (text.size() < digits || !found) {
@@ -85,7 +85,7 @@ std::optional<Time> time_of(std::string_view text, std::time_t now) {
       return {};
     }
   }
-  // The clock of the command line has no leap seconds.
+  // A leap second is no TIME.
   if (!rest.empty() || !exists(time) || time.second == 60) {
     return {};
   }

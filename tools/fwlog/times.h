@@ -1,4 +1,4 @@
-// TIME on the command line.
+// --since and --until: a TIME on the command line.
 #ifndef FWLOG_TIMES_H
 #define FWLOG_TIMES_H
 
@@ -11,7 +11,7 @@
 namespace fwlog {
 
 /// The local time that `text` means at `now`: YYYY-MM-DD, YYYY-MM-DD HH:MM[:SS], HH:MM[:SS] of
-/// today, or -N with s, min, h or d. None for another text, and for a date that does not exist.
+/// today, or -N with s, min, h or d. None for any other text or a date that does not exist.
 std::optional<log_records::Time> time_of(std::string_view text, std::time_t now);
 
 }  // namespace fwlog

@@ -1,4 +1,4 @@
-// Puts what the file, the report and the end of the process tell into words.
+// Puts the findings about the file, the report, and the end of the process into words.
 #include "check.h"
 
 #include <string.h>
@@ -56,7 +56,7 @@ std::string soundness(const Report& report, const Options& options) {
          " created, initialised and released; nothing left behind";
 }
 
-// Names and texts are those of files and libraries: none of them acts on a terminal.
+// Names and texts come from files and libraries. None of them may act on a terminal.
 std::string line(const std::string& text) { return tools::escaped(text) + "\n"; }
 
 template <typename Texts>

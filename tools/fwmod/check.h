@@ -1,4 +1,4 @@
-// The whole check of one library.
+// The whole check of one library, from its file to the result.
 #ifndef FWMOD_CHECK_H
 #define FWMOD_CHECK_H
 
@@ -6,9 +6,9 @@
 
 namespace fwmod {
 
-/// Looks at the file, has another process try the library, and writes what came of it. Throws
-/// std::system_error when there can be no such process.
-/// argv   that of main(), from which the options are: the other process has the same
+/// Examines the file, has another process try the library, and writes the result. Throws
+/// std::system_error when that process cannot be started.
+/// argv   of main(); the other process gets the same options
 Status check(const Options& options, char** argv);
 
 }  // namespace fwmod

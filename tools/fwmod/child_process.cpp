@@ -1,6 +1,6 @@
-// Three processes: this one, the child, and one in between, which ends once either of them has.
-// What the child leaves without a parent becomes a child of the one in between, which has no
-// others, while this one may have some of whoever started it.
+// There are three processes: this one, the child, and one in between, which ends after either of
+// them. It adopts what the child leaves without a parent. This process could not do that: it may
+// have other children, of the program that it was before.
 #include "child_process.h"
 
 #include <sys/prctl.h>
@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What the process in between tells this one.
+// The result, from the process in between.
 struct Outcome {
   bool is_told;
   int error;  // why there is no child, or 0
@@ -50,8 +50,8 @@ struct Program {
   _exit(0);
 }
 
-// Any signal may tell of an end: which of all it is, or who sent it, does not matter. False at the
-// deadline, and when the parent has ended.
+// Waits for any signal, whatever it is and whoever sent it: it may mean an end. False at the
+// deadline and after the end of the parent.
 bool ends_in_time(pid_t child, pid_t parent, Clock::time_point deadline) {
   sigset_t any;
   sigfillset(&any);
@@ -69,7 +69,7 @@ bool ends_in_time(pid_t child, pid_t parent, Clock::time_point deadline) {
   return false;
 }
 
-// The child is not reaped yet, so its number is still its own.
+// The child is not reaped yet, so no other process has its number.
 int kill_and_reap(pid_t child) {
   kill(child, SIGKILL);
   int status = 0;
@@ -78,8 +78,8 @@ int kill_and_reap(pid_t child) {
   return status;
 }
 
-// Children of what is killed become this process's own, and so does whatever had lost its parent
-// before: the last turn finds none that may be killed.
+// This process adopts the children of those that it kills, and has adopted what lost its parent
+// before. So the last round finds no process that it may kill.
 void kill_children() {
   for (bool any = true; any;) {
     any = false;
@@ -92,8 +92,8 @@ void kill_children() {
   }
 }
 
-// Signals are for the parent: what a terminal sends, and what a daemon tells its own parent. They
-// wake the process in between, as the ends of a child and of the parent do.
+// Signals of a terminal, and those from daemons to their parent, are not for this process. They
+// only wake it, as the ends of its child and its parent do.
 void block_signals() {
   sigset_t signals;
   sigfillset(&signals);

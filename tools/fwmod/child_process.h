@@ -1,4 +1,5 @@
-// Running a program that may crash, hang, exit or close its descriptors at any moment.
+// Runs a program that may crash, hang, exit or close its descriptors at any moment, and shares
+// memory with it.
 #ifndef FWMOD_CHILD_PROCESS_H
 #define FWMOD_CHILD_PROCESS_H
 
@@ -17,8 +18,7 @@ namespace fwmod {
 
 /// A `Data` in memory that processes share. Begins as zero bytes.
 ///
-/// It is a file without a name. Another process gets it as a descriptor, and maps it; it is there
-/// until the last of them ends.
+/// It is a file without a name, which other processes get as a descriptor. It survives any of them.
 template <typename Data>
 class SharedMemory {
  public:
@@ -37,7 +37,7 @@ class SharedMemory {
   SharedMemory(const SharedMemory&) = delete;
   SharedMemory& operator=(const SharedMemory&) = delete;
 
-  /// The data behind the descriptor, which may be closed then. Null when it has none.
+  /// Maps the data of a descriptor, which may be closed after that. Null when it has none.
   static Data* map(int descriptor) {
     struct stat status = {};
     if (fstat(descriptor, &status) != 0 || status.st_size != sizeof(Data)) {
@@ -59,21 +59,20 @@ class SharedMemory {
 
 struct Ending {
   bool timed_out;
-  int status;  ///< as waitpid() gives it
+  int status;  ///< of waitpid()
 };
 
-/// The descriptor by which the child has what its parent shares with it.
+/// The child's descriptor of the memory that its parent shares with it.
 constexpr int kSharedDescriptor = 3;
 
-/// Runs this program anew to its end, and not longer than `limit`, under the name `name` and with
-/// the other arguments of `argv`, which is that of main(). The child gets `shared` as
-/// kSharedDescriptor, nothing on standard input, and what it writes to standard output goes to
-/// standard error. It is the first of a process group of its own.
+/// Runs this program anew until it ends, at most for `limit`, under the name `name` and with the
+/// other arguments of `argv`, which is that of main(). The child gets `shared` as
+/// kSharedDescriptor. Its standard input is empty, and its standard output goes to standard error.
+/// It has a process group of its own.
 ///
-/// When it has ended, all processes that it has started, and those that they have, are killed, and
-/// their ends waited for. That is so, too, when this process is ended meanwhile, by whatever
-/// signal. Only what runs with rights that this process lacks is left. Throws std::system_error
-/// when it cannot be started or watched.
+/// Afterwards kills all processes that the child has started, and theirs, and waits for their ends.
+/// That also happens when any signal ends this process meanwhile. Only processes with rights that
+/// this one lacks survive. Throws std::system_error when the child cannot be started or watched.
 Ending run_self(char** argv, const char* name, int shared, std::chrono::seconds limit);
 
 }  // namespace fwmod

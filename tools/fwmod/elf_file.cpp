@@ -1,5 +1,5 @@
-// Reads the headers of ELF files. Up to the machine, headers of all machines are the same; what
-// stands behind it is only read when the file is for this one.
+// Reads the headers of ELF files, which are the same for all machines up to the number of the
+// machine. The rest counts only in files for this machine.
 #include "elf_file.h"
 
 #include <byteswap.h>
@@ -24,7 +24,7 @@ namespace {
 
 class File {
  public:
-  // Without waiting for the other end of a FIFO.
+  // Does not wait for the other end of a FIFO.
   explicit File(const std::string& path)
       : m_descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)),
         m_error(m_descriptor.number() < 0 || fstat(m_descriptor.number(), &m_status) != 0 ? errno
@@ -35,7 +35,7 @@ class File {
   bool is_regular() const { return S_ISREG(m_status.st_mode); }
   std::uint64_t size() const { return static_cast<std::uint64_t>(m_status.st_size); }
 
-  // False when the file does not have so many bytes there.
+  // False when the file does not have these bytes.
   bool read(std::uint64_t offset, void* to, std::size_t bytes) const {
     return has(offset, bytes) && pread(m_descriptor.number(), to, bytes,
                                        static_cast<off_t>(offset)) == static_cast<ssize_t>(bytes);
@@ -97,12 +97,12 @@ std::string kind_of_type(std::uint16_t type) {
          (found != kKinds.end() ? found->second : ": ELF type " + std::to_string(type));
 }
 
-// Where the part that begins at `offset` ends; the largest number when that is beyond all files.
+// The end of a part of the file; the largest number when it overflows.
 std::uint64_t end_of(std::uint64_t offset, std::uint64_t bytes) {
   return bytes <= UINT64_MAX - offset ? offset + bytes : UINT64_MAX;
 }
 
-// The size that the headers ask for, as far as they are there.
+// The size that the headers require, as far as they can be read.
 std::uint64_t needed_size(const File& file, const ElfW(Ehdr) & header) {
   std::uint64_t needed = end_of(header.e_phoff, std::uint64_t{header.e_phnum} * sizeof(ElfW(Phdr)));
   needed =

@@ -1,4 +1,4 @@
-// What the file of a library tells before anything of it runs.
+// Examines the file of a library before any of its code runs.
 #ifndef FWMOD_ELF_FILE_H
 #define FWMOD_ELF_FILE_H
 
@@ -7,12 +7,12 @@
 
 namespace fwmod {
 
-/// Why the file cannot be a library for this program: there is none, it cannot be read, it is not
-/// a shared object, it is for another machine, or its end is missing. Empty when none of these.
+/// Why the file cannot be a library for this program: it does not exist, cannot be read, is no
+/// shared object, is for another machine, or is truncated. Empty for a sound file.
 std::string fault_of_file(const std::string& path);
 
-/// The names of the functions that a sound file exports, as the linker knows them. None for a file
-/// without section headers.
+/// The names of the functions that a sound file exports, as the linker knows them. None when the
+/// file has no section headers.
 std::vector<std::string> exported_functions(const std::string& path);
 
 }  // namespace fwmod

@@ -1,5 +1,4 @@
-// Plays the host of the module: each call of the module manager is a step, with what is required of
-// it.
+// Plays the host of the module. Each call of the module manager is a step with requirements.
 #include "exercise.h"
 
 #include <map>
@@ -15,7 +14,7 @@ namespace {
 
 using fwbase::IMM;
 
-// An object whose class was compiled without type information has none in its table.
+// A class that was compiled without type information has none in its table.
 bool has_type_information(const IMM::IBase* module) {
   const void* const* const vtable = static_cast<const void* const*>(vtable_of(module));
   return vtable != nullptr && vtable[-1] != nullptr;
@@ -26,7 +25,7 @@ class Exercise {
   Exercise(const Library& library, IMM& manager, void* argument, Findings& findings)
       : m_library(library), m_manager(manager), m_argument(argument), m_findings(findings) {}
 
-  // True when the facade's release() would run code that is gone by then, or a thread still runs.
+  // Returns what exercise() does.
   bool run(RecordedFacade& facade) {
     create();
     wait_for_quiet_threads(m_threads);
@@ -64,7 +63,7 @@ class Exercise {
     return any_thread;
   }
 
-  // Calls the module manager as a host does. What is thrown is a fault.
+  // Calls the module manager as a host does. An exception is a fault.
   template <typename Call>
   auto call(Step step, Call call) {
     m_findings.step(step);
@@ -118,7 +117,7 @@ class Exercise {
     }
   }
 
-  // A host would lose its files.
+  // A module that closed descriptors of its host would cost it its files.
   void require_descriptors() {
     const std::map<int, std::string> now = open_descriptors();
     for (const auto& [number, target] : m_descriptors) {

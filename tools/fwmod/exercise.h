@@ -1,4 +1,4 @@
-// Creating, using and releasing the module of a library.
+// Creates, uses and releases the module of a library.
 #ifndef FWMOD_EXERCISE_H
 #define FWMOD_EXERCISE_H
 
@@ -10,12 +10,11 @@
 
 namespace fwmod {
 
-/// Has the module manager create the module, and if it is a factory a product, and destroy them
-/// again; then says what they left behind. What fails, is null or throws is a fault.
-/// manager    the library's own, of which nothing is recorded
-/// argument   for every init(); null without one
-/// True when the facade's release() would run code that is gone by then, or code of the library
-/// that still runs would go.
+/// Has the module manager create the module, and a product if it is a factory, and destroy both;
+/// then lists what they left behind. A failure, a null result or an exception is a fault. Returns
+/// whether unloading the library would pull away code that still runs, or that the facade's
+/// release() needs. manager    the real one, which records nothing argument   for every init();
+/// without one they get null
 bool exercise(const Library& library, fwbase::IMM& manager,
               const std::optional<std::string>& argument, RecordedFacade& facade,
               Findings& findings);

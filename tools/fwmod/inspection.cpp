@@ -1,4 +1,4 @@
-// From the start of a host to its end, with the library loaded in between.
+// Runs a host from its start to its end, with the library loaded in between.
 #include "inspection.h"
 
 #include <dlfcn.h>
@@ -21,7 +21,7 @@ namespace fwmod {
 
 namespace {
 
-// For exceptions that nobody catches, in whatever thread.
+// For exceptions that nothing catches, in any thread.
 Findings* terminating = nullptr;
 
 [[noreturn]] void report_uncaught() {
@@ -32,7 +32,7 @@ Findings* terminating = nullptr;
   std::abort();
 }
 
-// As a host ends: modules are unloaded, then everything else is released.
+// Ends as a host does: unloads modules, then releases everything else.
 void stop(const Library& library, Findings& findings) {
   findings.step(Step::kUnloading);
   try {
@@ -71,7 +71,7 @@ void inspect(const Options& options, Findings& findings) {
   }
   list_processes(findings);
   findings.step(Step::kDone);
-  // Without a word of the program's own exit handlers, or of the library's that are left.
+  // Without exit handlers, of this program or of the library.
   _exit(0);
 }
 

@@ -1,4 +1,4 @@
-// The process that tries a library: it plays the host, and may crash, hang or end at any moment.
+// The process that tries a library. It plays the host, and may crash, hang or end at any moment.
 #ifndef FWMOD_INSPECTION_H
 #define FWMOD_INSPECTION_H
 
@@ -6,11 +6,11 @@
 
 namespace fwmod {
 
-/// The name under which this program, with the same arguments, is such a process.
+/// The name by which this program, with the same arguments, is that process.
 constexpr char kInspection[] = "fwmod: inspection";
 
-/// Tries the library and leaves the findings in the shared report. Never returns; an exception that
-/// nothing catches is a finding.
+/// Tries the library and leaves the findings in the shared report. An exception that nothing
+/// catches is a finding.
 [[noreturn]] void run_inspection(const Options& options) noexcept;
 
 }  // namespace fwmod

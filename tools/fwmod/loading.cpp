@@ -1,5 +1,4 @@
-// Opens the library as the module manager does, and puts the loader's texts into words that tell
-// what to do.
+// Opens the library as the module manager does, and puts the loader's errors into words that help.
 #include "loading.h"
 
 #include <dlfcn.h>
@@ -35,9 +34,9 @@ std::string undefined_symbol(const std::string& text, const std::string& file) {
          (needed_by == file ? "" : ", which " + needed_by + " needs");
 }
 
-// In C++ only a library's own exceptions get here: the loader itself reports by codes.
+// The loader itself throws nothing; the library's static constructors may.
 void* open_file(const std::string& file, Findings& findings) {
-  const ManagerLock lock;  // as in the module manager, which opens libraries under its lock
+  const ManagerLock lock;  // the module manager opens libraries under its lock
   try {
     return dlopen(file.c_str(), RTLD_NOW | RTLD_GLOBAL);
   } catch (...) {
@@ -50,7 +49,7 @@ std::string path_of(void* handle) {
   return dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : "";
 }
 
-// What might have been meant, and how it is named.
+// Exported functions that may be the one that is wanted.
 std::string similar_functions(const std::string& path, const std::string& wanted) {
   constexpr std::size_t kMost = 5;
   std::vector<std::string> similar;
@@ -121,7 +120,7 @@ const void* vtable_of(const void* object) {
   return read == static_cast<ssize_t>(sizeof vtable) ? vtable : nullptr;
 }
 
-// The names are those that the module manager tries, in its order.
+// Tries the same names as the module manager, in the same order.
 std::vector<std::string> library_files(const std::string& path) {
   const std::string found = tools::module_path(path);
   const std::size_t name = found.rfind('/') + 1;  // 0 without a directory
@@ -164,7 +163,7 @@ Library open_library(const std::string& path, Findings& findings) {
     }
     const char* const error = dlerror();
     const std::string text = error != nullptr ? error : "";
-    // That a file is not there says less than what is wrong with another one.
+    // A file with another mistake says more than one that is not there.
     if (fault.empty() || text != file + kNotThere) {
       fault = loader_fault(text, file);
     }

@@ -1,4 +1,4 @@
-// Opening the library, with the reasons why that fails, and where it lies then.
+// Opens the library, says why that fails, and knows where the library lies in memory.
 #ifndef FWMOD_LOADING_H
 #define FWMOD_LOADING_H
 
@@ -22,11 +22,11 @@ class ManagerLock {
   ManagerLock& operator=(const ManagerLock&) = delete;
 };
 
-/// The segments of libraries.
+/// The segments of libraries in memory.
 class LibrarySegments {
  public:
-  /// Those of all libraries that are loaded, but for the ones that were loaded before: what is left
-  /// goes together when the library that brought the others is unloaded.
+  /// Those of all loaded libraries but the ones in `before`. They go together, when the library
+  /// that loaded the others is unloaded.
   static LibrarySegments loaded(const LibrarySegments& before = {});
 
   bool contain(const void* address) const { return find(address) != nullptr; }
@@ -43,8 +43,8 @@ class LibrarySegments {
   std::vector<Segment> m_segments;
 };
 
-/// The table of virtual functions of an object, read without trusting the pointer; null when there
-/// is nothing to read.
+/// The table of virtual functions of an object. The pointer is not trusted: null when it cannot be
+/// read.
 const void* vtable_of(const void* object);
 
 /// An open library.
@@ -54,15 +54,15 @@ struct Library {
   LibrarySegments segments;
 };
 
-/// The files that may be meant by a path, in the order in which to try them: the one that there is,
-/// or all that the loader's search path may have, without a directory.
+/// The files that a path may mean, in the order in which to try them: one that exists, or for the
+/// loader's search path every possible name, without a directory.
 std::vector<std::string> library_files(const std::string& path);
 
 /// Opens the first of the files that a path may mean, with all symbols bound at once, as a host
-/// does. A library that cannot be opened, or is without the creation function, is a fault.
+/// does. It is a fault when that fails or the creation function is missing.
 Library open_library(const std::string& path, Findings& findings);
 
-/// The fault that a text of the system's loader tells of. `file` is what was to be opened.
+/// Puts an error of the system's loader into words. `file` is what it was to open.
 std::string loader_fault(const std::string& text, const std::string& file);
 
 }  // namespace fwmod

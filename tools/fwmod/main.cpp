@@ -1,4 +1,4 @@
-// fwmod: says what is wrong with a module library, and what its module leaves behind.
+// fwmod: finds mistakes in a module library, and what its module leaves behind.
 #include <cstring>
 #include <optional>
 

@@ -1,4 +1,4 @@
-// Options are declared to CLI11, which also writes --help.
+// Declares the options to CLI11, which parses them and writes --help.
 #include "options.h"
 
 #include <CLI/CLI.hpp>

@@ -1,4 +1,4 @@
-// Read from the system's view of the process, /proc.
+// Reads all of it from /proc.
 #include "process_state.h"
 
 #include <sys/wait.h>
@@ -29,8 +29,8 @@ struct Task {
   bool is_gone() const { return state == 'Z' || state == 'X' || state == '\0'; }
 };
 
-// The entries of a directory that are named by a number. The one of the descriptor that lists them
-// is gone when they are looked at.
+// The entries of a directory whose names are numbers. The descriptor that lists them is among them,
+// but is closed by the time that the caller looks.
 std::vector<std::pair<int, fs::path>> numbered_entries(const char* directory) {
   std::vector<std::pair<int, fs::path>> entries;
   std::error_code ignored;
@@ -64,7 +64,7 @@ std::map<int, Task> tasks_in(const char* directory) {
   return tasks;
 }
 
-// For what is about to end or to block, of which the system does not tell. False at the deadline.
+// For changes that the system does not announce. False at the deadline.
 bool pause_until(Clock::time_point deadline) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1));
   return Clock::now() < deadline;
@@ -124,7 +124,7 @@ std::vector<std::string> running_orphans() {
 }
 
 void wait_for_quiet_threads(const std::map<int, std::string>& known) {
-  constexpr int kQuietReadings = 3;  // a thread may be seen between two waits
+  constexpr int kQuietReadings = 3;  // one reading may see a thread between two waits
   const auto deadline = Clock::now() + kPatience;
   int quiet = 0;
   bool any_unknown = false;

@@ -1,4 +1,4 @@
-// What a process has besides memory: threads, open descriptors, child processes.
+// What a process has beside memory: threads, open descriptors, child processes.
 #ifndef FWMOD_PROCESS_STATE_H
 #define FWMOD_PROCESS_STATE_H
 
@@ -8,25 +8,24 @@
 
 namespace fwmod {
 
-/// Threads by number, with their names; those that have ended and wait to be gone are not in it.
+/// The names of running threads, by number.
 std::map<int, std::string> running_threads();
 
-/// Open descriptors with what they refer to.
+/// What open descriptors refer to, by number.
 std::map<int, std::string> open_descriptors();
 
 /// True when a child process has not been waited for.
 bool has_child_process();
 
-/// The numbers of all children of a process, of those too that have ended and wait to be reaped.
+/// The numbers of all children of a process, including those that wait to be reaped.
 std::vector<int> children_of(int process);
 
-/// The names of processes that were started in this one and have no parent any more, such as
-/// daemons: they are children of the process that watches this one, its parent. Those that are
-/// about to end are given a second.
+/// The names of processes that this one started and that lost their parent, such as daemons: the
+/// parent of this process has adopted them. Gives those that are about to end a second.
 std::vector<std::string> running_orphans();
 
-/// Waits until all threads but `known` ones are gone or blocked, so that they have done for now
-/// what they were started for. Threads that stay busy are waited for a second.
+/// Waits until all threads but the `known` ones have ended or are blocked, so that their work is
+/// done for now. Waits a second at most.
 void wait_for_quiet_threads(const std::map<int, std::string>& known);
 
 }  // namespace fwmod

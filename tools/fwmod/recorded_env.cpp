@@ -1,5 +1,5 @@
-// The records mirror the environment's tables: to ask the environment itself for an object would
-// copy it, and so run code of the library.
+// Mirrors the environment's tables. Asking the environment for an object would copy it, and so run
+// code of the library.
 #include "recorded_env.h"
 
 #include "command_line/text.h"
@@ -10,8 +10,8 @@ namespace {
 
 using fwbase::IGlobalEnv;
 
-// Stands for an object while the environment copies it, and keeps a pointer to the copy, which is
-// what the environment stores.
+// Stands in for an object while the environment copies it, and keeps a pointer to the copy, which
+// the environment stores.
 class Copied final : public IGlobalEnv::IObject {
  public:
   explicit Copied(const IObject& object) : m_object(object) {}

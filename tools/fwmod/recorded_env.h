@@ -1,4 +1,4 @@
-// A global environment as the library sees it.
+// A global environment that records what the library stores in it.
 #ifndef FWMOD_RECORDED_ENV_H
 #define FWMOD_RECORDED_ENV_H
 
@@ -14,8 +14,8 @@
 
 namespace fwmod {
 
-/// Passes everything on and remembers the stored addresses and objects. Strings are copies of the
-/// environment's own and harm nobody.
+/// Forwards every operation, and remembers the stored addresses and objects. Strings are copies,
+/// and harmless.
 class RecordedEnv final : public fwbase::IGlobalEnv {
  public:
   /// name   such as "the default environment"
@@ -24,8 +24,8 @@ class RecordedEnv final : public fwbase::IGlobalEnv {
 
   const std::string& name() const { return m_name; }
 
-  /// Says which objects have their code in the library, and which addresses lie in it or are those
-  /// of a released module. True when there is such an object.
+  /// Lists objects whose code is in the library, and addresses in the library or of released
+  /// modules. True when there is such an object.
   bool list(Findings& findings, const LibrarySegments& library,
             const std::set<const void*>& released);
 

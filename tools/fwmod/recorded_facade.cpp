@@ -1,5 +1,5 @@
-// The facade that the library asks for is this one, and so are its components: what the library
-// does with them is recorded on the way to the real ones.
+// The library gets this facade and these components instead of the real ones, which they forward
+// to.
 #include "recorded_facade.h"
 
 #include <dlfcn.h>
@@ -152,7 +152,7 @@ IGlobalEnv* RecordedFacade::global_env(void* key) const {
 }
 
 void RecordedFacade::destroy_global_env(void* key) {
-  // Until the inner one is gone, its user may still hold the one that records.
+  // Destroyed last: until the inner one is gone, a user may hold the one that records.
   const auto removed = [&] {
     const std::lock_guard guard(m_mutex);
     return m_envs.extract(key);

@@ -1,4 +1,4 @@
-// The facade as the library sees it, with the run log and the script engine.
+// The facade, run log and script engine that the library sees. They record what it leaves in them.
 #ifndef FWMOD_RECORDED_FACADE_H
 #define FWMOD_RECORDED_FACADE_H
 
@@ -17,7 +17,7 @@
 
 namespace fwmod {
 
-/// Passes everything on, and keeps the messages at ERROR. That level is always enabled.
+/// Forwards every operation, and keeps the messages at ERROR, which is always enabled.
 class RecordedLog final : public tools::ForwardingLog {
  public:
   RecordedLog(fwbase::IRunLog& log, Findings& findings) : ForwardingLog(log), m_findings(findings) {
@@ -31,12 +31,12 @@ class RecordedLog final : public tools::ForwardingLog {
   Findings& m_findings;
 };
 
-/// Passes everything on and remembers the functions.
+/// Forwards every operation, and remembers the functions.
 class RecordedScript final : public tools::ForwardingScript {
  public:
   using ForwardingScript::ForwardingScript;
 
-  /// Says which functions are registered, and which of them are no static objects of the library.
+  /// Lists the registered functions, and says which of them are no static objects of the library.
   void list(const LibrarySegments& library, Findings& findings);
 
   ec::EC init() override;
@@ -50,27 +50,27 @@ class RecordedScript final : public tools::ForwardingScript {
   std::vector<std::pair<std::string, const void*>> m_functions;  // in the order of registration
 };
 
-/// The library's facade, of which nothing is recorded.
+/// The real facade, which records nothing.
 fwbase::IFWBase* plain_facade();
 
-/// Passes everything on to the library's facade, with components that record, and is what
-/// fwbase::IFWBase::instance() gives while it lives: the program's own definition of that function
-/// comes before the library's. So environments with a key are recorded from their creation on.
+/// Forwards to the real facade, into which it installs components that record. While it lives,
+/// fwbase::IFWBase::instance() returns it: the program's own definition of that function is found
+/// first. So it also records environments with a key, from their creation on.
 class RecordedFacade final : public fwbase::IFWBase {
  public:
-  /// The facade must be in service.
+  /// The real facade must be in service.
   explicit RecordedFacade(Findings& findings);
   ~RecordedFacade() override;
   RecordedFacade(const RecordedFacade&) = delete;
   RecordedFacade& operator=(const RecordedFacade&) = delete;
 
-  /// Says what the library left behind. True when the facade's release() would run code that is
-  /// gone by then.
+  /// Lists what the library left behind. True when the facade's release() would run code of the
+  /// library.
   bool list(const LibrarySegments& library, const std::set<const void*>& released);
 
   ec::EC init() override { refuse("init()", "start"); }
   void release() override { refuse("release()", "stop"); }
-  // Null installs the built-in component, and so the one that records.
+  // Null stands for the built-in component, and here for the one that records.
   fwbase::IRunLog* runlog() const override { return m_inner.runlog(); }
   fwbase::IRunLog* runlog(fwbase::IRunLog* replacement) override {
     return m_inner.runlog(replacement != nullptr ? replacement : &m_log);

@@ -1,5 +1,5 @@
-// A record is taken back before what it tells of: afterwards that number or address may be another
-// thread's.
+// Removes a record before its module or identifier: after that another thread may get the same
+// number or address.
 #include "recorded_modules.h"
 
 #include "command_line/text.h"

@@ -1,4 +1,4 @@
-// The module manager as the library sees it.
+// A module manager that records what the library creates with it.
 #ifndef FWMOD_RECORDED_MODULES_H
 #define FWMOD_RECORDED_MODULES_H
 
@@ -13,15 +13,14 @@
 
 namespace fwmod {
 
-/// Passes everything on and remembers what the library created and numbered. A call from within a
-/// module's init() or release(), or the like, would run in the middle of the manager's operation:
-/// it is reported instead.
+/// Forwards every operation, and remembers the modules and identifiers that the library made. A
+/// call from a module's init() or release(), where the manager's lock is held, is a fault.
 class RecordedModules final : public fwbase::IMM {
  public:
   RecordedModules(fwbase::IMM& inner, Findings& findings) : m_inner(inner), m_findings(findings) {}
 
-  /// Says which identifiers name a released module or one whose code is in the library, and which
-  /// modules are still valid.
+  /// Lists identifiers that name a released module or one whose code is in the library, and modules
+  /// that are still valid.
   void list(const LibrarySegments& library, const std::set<const void*>& released);
 
   ec::EC init() override;
@@ -52,7 +51,7 @@ class RecordedModules final : public fwbase::IMM {
  private:
   struct Numbered {
     const void* module;
-    const void* vtable;  // of when it was numbered: the module may be gone
+    const void* vtable;  // as it was then: the module may be gone
   };
 
   fwbase::IMM& inner_for(const char* operation) const;

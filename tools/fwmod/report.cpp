@@ -1,4 +1,4 @@
-// Each text goes to memory that survives the process at once.
+// Each finding goes at once to memory that survives the process.
 #include "report.h"
 
 #include <cxxabi.h>

@@ -1,4 +1,4 @@
-// What the library's process finds, in memory that it shares with fwmod.
+// The findings of the library's process, in memory that it shares with fwmod.
 #ifndef FWMOD_REPORT_H
 #define FWMOD_REPORT_H
 
@@ -17,7 +17,7 @@
 
 namespace fwmod {
 
-/// How far the process has come; what it was doing when it ended.
+/// What the process was doing when it ended.
 enum class Step : int {
   kStarting,          ///< nothing of the library has run
   kLoading,           ///< its static constructors run
@@ -31,15 +31,15 @@ enum class Step : int {
   kDone
 };
 
-/// The length of the longest part of `text` that fits and does not end within a character.
+/// The length of the longest part of `text` that fits and ends between characters.
 std::size_t fitting(std::string_view text, std::size_t room);
 
-/// The first `Most` texts of any number, each cut when it is too long.
+/// Keeps the first `Most` texts, and cuts long ones.
 // cppcheck-suppress noConstructor  ; the memory it is made in is all zeros
 template <std::size_t Most>
 class Texts {
  public:
-  /// False when it is not among the first.
+  /// False when there are `Most` already.
   bool add(std::string_view text) {
     const unsigned int index = m_count++;
     if (index < Most) {
@@ -69,11 +69,11 @@ class Texts {
   std::array<Text, Most> m_texts;
 };
 
-/// Begins as zero bytes. A library that closes descriptors or writes to them does not reach it, and
-/// what is in it survives the process. Nothing in it is trusted to end or to make sense.
+/// Begins as zero bytes. It survives the process, and a library that closes descriptors or writes
+/// to them does not reach it. Readers trust nothing in it.
 struct Report {
   std::atomic<Step> step;
-  // Set by the module manager between the creation and init(): they tell which of both ran.
+  // The module manager sets them between the creation and init().
   fwbase::IMM::IBase* module;
   fwbase::IMM::IBase* product;
   Texts<1> fault;
@@ -81,11 +81,11 @@ struct Report {
   Texts<16> logged;  ///< messages at ERROR
 };
 
-/// What ran when the process ended, such as "in init()". `function` is the creation function.
+/// What ran when the process ended, such as "in init()". `function` is that of the creation.
 std::string place(const Report& report, const std::string& function);
 
-/// How the library's process writes into the report. Any thread may; a copy of the process that the
-/// library makes with fork() writes nothing.
+/// Writes into the report, in the library's process. Any thread may use it. In a child that the
+/// library makes with fork() it does nothing.
 class Findings {
  public:
   /// function   the name of the creation function
@@ -99,12 +99,12 @@ class Findings {
   /// What runs now, such as "in init()".
   std::string place() const { return fwmod::place(m_report, m_function); }
 
-  /// The library is faulty: ends the process. Of two threads the first has its say.
+  /// Reports a fault and ends the process. Of several faults the first counts.
   [[noreturn]] void fault(const std::string& text);
-  /// Inside of a catch block: what was thrown, or the end of the thread, is a fault.
+  /// In a catch block: reports the exception, or the end of the thread, as a fault.
   [[noreturn]] void exception();
   void left(const std::string& text);
-  /// A message of the run log, in whatever encoding.
+  /// A message of the run log, in any encoding.
   void logged(const std::string& message);
 
  private:
@@ -115,11 +115,11 @@ class Findings {
   const pid_t m_process;
 };
 
-/// Inside of a catch block: the exception's type and text, such as
+/// In a catch block: the exception's type and text, such as
 /// `std::runtime_error: "no such host"`.
 std::string current_exception_text();
 
-/// A C++ name as it is written in sources; other names as they are.
+/// A C++ name as sources have it; other names as they are.
 std::string demangled(const char* name);
 
 }  // namespace fwmod

@@ -51,8 +51,8 @@ class CallWatch::Watched : public ISyntax, public fwbase::IFunctionDescription {
  private:
   CallWatch& m_watch;
   ISyntax& m_inner;
-  const fwbase::IFunctionDescription* const m_told;  // null for one that tells nothing
-  std::vector<std::string> m_tags;                   // of that
+  const fwbase::IFunctionDescription* const m_told;  // null when the function has none
+  std::vector<std::string> m_tags;                   // of the parameters then
 };
 
 CallWatch::CallWatch(tools::ErrorLog& errors)
@@ -68,7 +68,7 @@ CallWatch::~CallWatch() {
 
 bool CallWatch::expand_syntax(ISyntax* syntax) {
   if (syntax == nullptr || syntax->name() == nullptr) {
-    return inner().expand_syntax(syntax);  // which refuses it and says why
+    return inner().expand_syntax(syntax);  // which refuses it, with a record
   }
   Watched* watched = nullptr;
   Watched** latest = nullptr;
@@ -106,7 +106,7 @@ ec::EC CallWatch::call(ISyntax& function, const VValue* args, void* env, const c
   if (was_interrupted()) {
     return kInterrupted;
   }
-  // Calls for other threads, and those that a counted call makes.
+  // Calls in other threads, and those that a counted call makes, are not counted.
   if (std::this_thread::get_id() != m_thread || !m_is_counting) {
     return function.call(args, env, ret);
   }
@@ -125,8 +125,8 @@ ec::EC CallWatch::call(ISyntax& function, const VValue* args, void* env, const c
   return result;
 }
 
-// What has been logged since the last call is about the arguments of this one: the engine goes on
-// with 0 or an empty text for a variable that it does not find, which a script seldom means.
+// Errors since the last call are about the arguments of this one. For a variable that does not
+// exist the engine passes 0 or an empty text, which scripts seldom intend.
 void CallWatch::before_call(const char* function) {
   const std::vector<std::string> errors = m_errors.take_errors();
   for (const std::string& error : errors) {
@@ -139,7 +139,7 @@ void CallWatch::before_call(const char* function) {
   }
 }
 
-// A script that refers to a variable of its "Data" means another table.
+// A "ref" to a variable of "Data" looks in the wrong table.
 void CallWatch::explain_references(const ScriptCall& call,
                                    const std::vector<std::string>& errors) const {
   for (const Argument& argument : call.arguments) {

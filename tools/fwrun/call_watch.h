@@ -1,4 +1,4 @@
-// Watches which call of a section is running.
+// Follows the calls of a section as they run.
 #ifndef FWRUN_CALL_WATCH_H
 #define FWRUN_CALL_WATCH_H
 
@@ -26,14 +26,14 @@ class CallWatch : public tools::ForwardingScript {
   explicit CallWatch(tools::ErrorLog& errors);
   ~CallWatch() override;
 
-  /// The watched function that calls of `name` go to, null when there is none.
+  /// The watched function called `name`, null when there is none.
   ISyntax* find(const std::string& name) const;
 
-  /// What calls give instead of being made once Ctrl-C was pressed.
+  /// The result of each call after Ctrl-C; the function is not called.
   static constexpr ec::EC kInterrupted = (64U << 18) | 130U;
 
-  /// Starts to count for a section that this thread is about to run. The calls of sections that
-  /// its functions run in turn, and those of other threads, are not counted.
+  /// Starts counting for a section that this thread is about to run. Calls in sections that its
+  /// functions run, and calls in other threads, do not count.
   /// globals   those of the script, for messages
   void begin(const Section& section, const std::vector<Variable>& globals);
 

@@ -1,4 +1,4 @@
-// --functions: what the modules offer.
+// --functions: the functions of the modules.
 #ifndef FWRUN_FUNCTIONS_H
 #define FWRUN_FUNCTIONS_H
 
@@ -6,8 +6,8 @@
 
 namespace fwrun {
 
-/// A line for each function that is registered now, in the order of the names: its parameters, with
-/// the defaults that it tells, and what it does.
+/// A line for each registered function, sorted by name: its parameters, with their defaults, and
+/// its description.
 std::string functions_text();
 
 }  // namespace fwrun

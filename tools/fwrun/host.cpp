@@ -59,7 +59,7 @@ bool open_log(const Options& options, ErrorLog& log) {
   return true;
 }
 
-// Where more is to be found about what went wrong.
+// Says where to find more about what went wrong.
 void point_to_log(const Options& options) {
   if (options.log_file.empty()) {
     complain({"for the records of the whole run, add --log FILE --level all",
@@ -72,7 +72,7 @@ void point_to_log(const Options& options) {
   }
 }
 
-// The functions are those that the modules have registered, and the mocks.
+// Compares the script with the registered functions: those of modules, and mocks.
 std::vector<fwbase::Finding> findings_of(const Options& options) {
   fwbase::CheckOptions given;
   for (const Assignment& one : options.environment) {
@@ -88,7 +88,8 @@ void tell(const Options& options, const std::vector<fwbase::Finding>& findings) 
   }
 }
 
-// Why the engine refuses the script, all mistakes with their places, and what helps.
+// Says why the engine refuses the script, lists all mistakes with their places, and says what
+// helps.
 void report_load_failure(const Options& options, ec::EC code, const std::string& reason,
                          ErrorLog& errors) {
   report_failure(tools::in_users_language({"cannot load '{1}'", "无法加载“{1}”"}, {options.script}),
@@ -102,7 +103,7 @@ void report_load_failure(const Options& options, ec::EC code, const std::string&
   point_to_log(options);
 }
 
-// The engine stops at the first mistake; a mismatch is the reason only where it says so.
+// The engine stops at the first mistake. Only these codes mean that a call does not match.
 std::string reason_refused(ec::EC loaded, const ScriptFile& script, const CallWatch& watch) {
   const bool is_mismatch = loaded == ec::SCRIPT_NO_RULE || loaded == ec::SCRIPT_PARAM_COUNT ||
                            loaded == ec::SCRIPT_PARAM_TYPE;
@@ -226,7 +227,7 @@ Status run_and_store(const std::vector<std::string>& sections, const Options& op
   return was_interrupted() ? kInterrupted : status;
 }
 
-// A name that nothing in the script reads is mostly a slip.
+// A name that the script does not mention is most likely misspelt.
 void warn_of_unmentioned(const Options& options, const ScriptFile& script) {
   const std::set<std::string> names = names_in(script);
   for (const Assignment& one : options.globals) {
@@ -239,7 +240,7 @@ void warn_of_unmentioned(const Options& options, const ScriptFile& script) {
 }
 
 Status run_script(const Options& options, Host& host) {
-  char environment = 0;  // its address tells this environment from others
+  char environment = 0;  // its address is the key of this environment
   ScriptFile script;
   if (!load(options, script, host) || !all_known(options, script)) {
     return kNothing;
@@ -299,7 +300,7 @@ Status run(Options options) {
   options.path = options.script == "-" ? input.emplace().path() : options.script;
   const bool is_started = tools::start_library();
   Host host;
-  tools::Library library;  // ends before the host, which modules use until they are released
+  tools::Library library;  // ends before the host, which modules use until their release
   if (!is_started) {
     return kNothing;
   }

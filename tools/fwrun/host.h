@@ -1,4 +1,4 @@
-// The host that fwrun is for a script, once its command line is read.
+// The work of fwrun, once its command line is read: to be a script's host.
 #ifndef FWRUN_HOST_H
 #define FWRUN_HOST_H
 
@@ -7,7 +7,7 @@
 
 namespace fwrun {
 
-/// Lists or runs the script as the options say; gives the exit status.
+/// Lists or runs the script, as the options say. Returns the exit status.
 Status run(Options options);
 
 }  // namespace fwrun

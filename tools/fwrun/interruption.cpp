@@ -16,7 +16,7 @@ void note_interruption() {
   if (sigaction(SIGINT, nullptr, &before) != 0 || before.sa_handler == SIG_IGN) {
     return;
   }
-  // Without SA_RESTART: a function that waits in the system is woken.
+  // Without SA_RESTART, so that system calls that wait return.
   struct sigaction action {};
   action.sa_handler = [](int) { interruption_came = 1; };
   action.sa_flags = static_cast<int>(SA_RESETHAND);

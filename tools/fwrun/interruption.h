@@ -1,11 +1,11 @@
-// Ctrl-C.
+// Ctrl-C: a call that runs may end before fwrun does.
 #ifndef FWRUN_INTERRUPTION_H
 #define FWRUN_INTERRUPTION_H
 
 namespace fwrun {
 
-/// From now on the first Ctrl-C is noted, and the next one ends the process. Where the caller has
-/// Ctrl-C ignored, as for a command in the background, it stays so.
+/// From now on the first Ctrl-C is noted, and the next one ends the process. Does nothing when the
+/// caller ignores Ctrl-C, as for a command in the background.
 void note_interruption();
 
 /// Whether Ctrl-C was pressed.

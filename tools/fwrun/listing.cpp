@@ -13,7 +13,7 @@ using tools::shown_name;
 
 namespace {
 
-// The declared parameters, null for an argument that the engine ignores.
+// The declared parameter, null for an argument that the engine ignores.
 const Parameter* parameter(const Function* function, const std::string& tag) {
   if (function == nullptr) {
     return nullptr;

@@ -1,5 +1,5 @@
-// --list: what a script holds, and the form in which names, values and calls are shown. Names that
-// need it are in quotes, and nothing is shown unescaped.
+// --list: the content of a script, and how names, values and calls are shown. Names are quoted
+// where needed, and all texts are escaped.
 #ifndef FWRUN_LISTING_H
 #define FWRUN_LISTING_H
 
@@ -13,7 +13,7 @@ namespace fwrun {
 /// Sections with their calls, functions with their parameters, variables; a line for each.
 std::string listing(const ScriptFile& script);
 
-/// A value of that type as it is shown: 5 or "text".
+/// A value of that type: 5 or "text".
 std::string literal(const std::string& type, const std::string& value);
 
 /// A call on one line: name(a=1, b="text") -> result. `result` may be empty.

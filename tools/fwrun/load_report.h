@@ -1,4 +1,4 @@
-// Why a script cannot be loaded, in words that its author can act on.
+// Why a call keeps a script from loading, and what its author can do.
 #ifndef FWRUN_LOAD_REPORT_H
 #define FWRUN_LOAD_REPORT_H
 
@@ -9,8 +9,8 @@
 
 namespace fwrun {
 
-/// What is wrong with the first call that does not match its function, as the loading of the
-/// script finds it; empty when all match.
+/// What is wrong with the first call that does not match its function, in the order of loading;
+/// empty when all match.
 std::string mismatch(const ScriptFile& script, const CallWatch& provided);
 
 }  // namespace fwrun

@@ -1,4 +1,4 @@
-// fwrun: runs sections of a script with the functions of modules.
+// fwrun: runs sections of a script with functions of modules.
 #include <optional>
 
 #include "command_line/command.h"

@@ -68,7 +68,7 @@ Mocks::Mocks() = default;
 Mocks::~Mocks() = default;
 
 bool Mocks::add(const Options& options, const ScriptFile& script, const CallWatch& provided) {
-  // A name that is given twice is mocked once.
+  // A set: a name that is given twice is mocked once.
   for (const std::string& name : std::set(options.mocks.begin(), options.mocks.end())) {
     if (!add(name, options, script, provided)) {
       return false;

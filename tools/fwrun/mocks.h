@@ -1,4 +1,4 @@
-// Functions that stand in for those of modules that are not there.
+// --mock and --mock-missing: functions that stand in for those of missing modules.
 #ifndef FWRUN_MOCKS_H
 #define FWRUN_MOCKS_H
 
@@ -11,16 +11,15 @@
 
 namespace fwrun {
 
-/// The functions that --mock and --mock-missing ask for. Each has the parameters that the script
-/// declares; a call of it prints the call on one line and succeeds, and sets nothing. Must live
-/// until the engine is released.
+/// Each mock has the parameters that the script declares. A call of it prints the call on one line,
+/// succeeds, and has no result. Must live until the engine is released.
 class Mocks {
  public:
   Mocks();
   ~Mocks();
 
-  /// Registers them, before the script is loaded. False when a name is not the script's, or is
-  /// among the functions that are there; standard error says which then.
+  /// Registers them, before the script is loaded. Complains about a name that the script does not
+  /// declare or a module provides, and returns false.
   bool add(const Options& options, const ScriptFile& script, const CallWatch& provided);
 
  private:

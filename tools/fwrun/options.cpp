@@ -51,7 +51,7 @@ bool looks_like_int(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
 }
 
-// An error when not the whole of the text is a number.
+// Takes the whole text as a number.
 template <typename Number>
 std::errc read_number(const std::string& text, Number& number) {
   const char* const end = text.data() + text.size();
@@ -75,7 +75,7 @@ std::int32_t int_of(const char* option, const std::string& name, const std::stri
   return number;
 }
 
-// A number from `least` on; nothing when the option is not given.
+// A number from `least` on; does nothing when the option is not given.
 template <typename Number>
 void take_number(const char* option, const std::string& text, Number least, Number& number) {
   if (!text.empty() && (read_number(text, number) != std::errc() || number < least)) {
@@ -106,7 +106,7 @@ Assignment assignment_of(const char* option, const std::string& text) {
   return {name, value};
 }
 
-// What is typed, before its parts are looked at.
+// Values as typed.
 struct Typed {
   std::vector<std::string> modules;
   std::string levels;
@@ -194,7 +194,7 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
 }
 
-// What shells complete beside options and files. --list shows names a line each.
+// What shells complete beside options and files. --list prints a name on each line.
 std::vector<tools::Choice> choices() {
   return {
       {"--level", "trace debug warn error alert dump all", "", true},

@@ -1,4 +1,4 @@
-// The command line.
+// What the command line asks for: a script, modules, variables, and what to print.
 #ifndef FWRUN_OPTIONS_H
 #define FWRUN_OPTIONS_H
 
@@ -24,7 +24,7 @@ struct Assignment {
 
 struct Options {
   std::string script;  ///< as given; "-" is standard input
-  std::string path;    ///< where it is read from; not known to the command line
+  std::string path;    ///< where it is read from; set by run()
   std::vector<std::string> sections;
   std::vector<tools::ModuleArgument> modules;
   std::vector<std::string> mocks;  ///< names of functions
@@ -43,8 +43,8 @@ struct Options {
   bool save = false;
 };
 
-/// Reads the command line. Gives the exit status when there is nothing left to do: --help and
-/// --version have been answered, or an error has been reported.
+/// Reads the command line. Returns the exit status when nothing is left to do: --help or --version
+/// was answered, or the command line is wrong, and a complaint says why.
 std::optional<int> parse_options(int argc, char** argv, Options& options);
 
 }  // namespace fwrun

@@ -12,8 +12,8 @@ using tools::complain;
 
 enum Status : int {
   kDone = 0,
-  kFailed = 1,   ///< something failed while sections ran, or a result could not be written
-  kNothing = 2,  ///< wrong usage or a script that cannot be loaded: no section was run
+  kFailed = 1,   ///< a section failed, or a result could not be written
+  kNothing = 2,  ///< wrong usage, or nothing could be loaded: no section ran
   kInterrupted = 130
 };
 

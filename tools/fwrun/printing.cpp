@@ -15,7 +15,7 @@ using fwbase::IScript;
 
 typedef std::set<std::string> Names;
 
-// Looking up a name that is not there, or of the other type, is no error here.
+// Here it is no error that a name does not exist, or has the other type.
 class Silence {
  public:
   Silence() : m_levels(IRunLog::ms_type_sign.exchange(0)) {}

@@ -1,4 +1,4 @@
-// --print: the variables after the run.
+// --print: the variables at the end.
 #ifndef FWRUN_PRINTING_H
 #define FWRUN_PRINTING_H
 
@@ -10,11 +10,11 @@
 
 namespace fwrun {
 
-/// The global variables and those of `environment`, in the order of their names. The engine cannot
-/// list its variables: each name that the script or the command line mentions is looked up.
+/// The global variables and those of `environment`, sorted by name. The engine cannot list its
+/// variables, so each name that the script or the command line mentions is looked up.
 std::string variables_text(const ScriptFile& script, const Options& options, void* environment);
 
-/// Every string of the script: each may be the name of a variable.
+/// Every string in the script that may be the name of a variable.
 std::set<std::string> names_in(const ScriptFile& script);
 
 }  // namespace fwrun

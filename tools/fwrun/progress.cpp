@@ -22,7 +22,7 @@ constexpr char kClearLine[] = "\r\x1b[K";
 
 void write_line(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stderr); }
 
-// Signals are for the thread that runs the calls.
+// Signals go to the thread that runs the calls.
 std::thread started_without_signals(void (*body)(void*), void* argument) {
   sigset_t all;
   sigset_t before;

@@ -1,4 +1,4 @@
-// A line on the terminal that tells how far a long run has come.
+// The progress of a long run, in a line on the terminal.
 #ifndef FWRUN_PROGRESS_H
 #define FWRUN_PROGRESS_H
 
@@ -12,8 +12,8 @@
 
 namespace fwrun {
 
-/// Shows the line while it lives, from two seconds after `begin` on, where standard error is a
-/// terminal; then removes it.
+/// Shows the line from two seconds after `begin` until its destruction, if standard error is a
+/// terminal.
 class Progress {
  public:
   Progress(const Section& section, const CallWatch& watch,

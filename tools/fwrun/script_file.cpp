@@ -20,7 +20,7 @@ namespace {
 
 namespace script = fwbase::script;
 
-// This program's own use of the XML library, beside the shared library's.
+// The program's own use of the XML library, beside that of the shared library.
 class XmlPlatform {
  public:
   XmlPlatform() : m_is_started(utility::start_xml_platform()) {}

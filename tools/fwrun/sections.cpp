@@ -17,8 +17,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// The call that failed, or that an interruption ended, is the one after those that succeeded. It
-// need not have begun: the engine may have no function of its name.
+// The call that failed or was interrupted is the one after those that succeeded. It may not have
+// begun: the engine may have no function of its name.
 std::string place_of_call(const Loaded& loaded, const Section& section) {
   const std::size_t succeeded = loaded.watch.succeeded();
   if (succeeded >= section.calls.size()) {
@@ -36,7 +36,7 @@ bool report_interruption(const Loaded& loaded, const Section& section) {
   return false;
 }
 
-// What the engine gives, or nothing where a function throws, which is told.
+// What the engine returns; nothing, after a complaint, when a function throws.
 std::optional<ec::EC> result_of(const Section& section, const Loaded& loaded,
                                 Clock::time_point begin) {
   std::optional<Progress> progress(std::in_place, section, loaded.watch, begin);

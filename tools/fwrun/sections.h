@@ -11,7 +11,7 @@
 
 namespace fwrun {
 
-/// What the sections run on.
+/// What the sections run with.
 struct Loaded {
   std::string script_name;  ///< as given
   const ScriptFile& script;
@@ -20,8 +20,8 @@ struct Loaded {
   void* environment;
 };
 
-/// Runs the sections one after the other. Stops at the first call that fails, and at Ctrl-C, and
-/// says on standard error which call it was and why; false then.
+/// Runs the sections one after the other. Stops at the first call that fails, and at Ctrl-C:
+/// complains about it, with the call, and returns false.
 bool run_sections(const std::vector<std::string>& sections, const Loaded& loaded);
 
 }  // namespace fwrun

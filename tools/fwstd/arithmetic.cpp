@@ -1,4 +1,4 @@
-// Arithmetic on 32-bit integers. It is done in 64 bits, so that what does not fit is a failure.
+// Arithmetic on 32-bit integers, computed in 64 bits: a result that does not fit is a failure.
 #include <limits>
 
 #include "fwstd/functions.h"

@@ -1,4 +1,4 @@
-// Checks: each fails, and so ends its section, when what it expects does not hold.
+// Checks. Each fails, and so ends its section, when the expectation does not hold.
 #include "fwstd/functions.h"
 
 namespace fwstd {

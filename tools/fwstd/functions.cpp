@@ -1,4 +1,4 @@
-// Registration of all general functions, and what they share.
+// Registers all general functions; they share fail().
 #include "fwstd/functions.h"
 
 #include "command_line/charset.h"
@@ -7,7 +7,7 @@
 namespace fwstd {
 
 ec::EC fail(const Call& call, ec::EC code, const std::string& reason) {
-  // Values that it quotes must not end the record, or begin another.
+  // Quoted values must not end the record or begin another one.
   return call.fail(code, "%s", tools::gbk_of(tools::escaped(reason)).c_str());
 }
 

@@ -17,7 +17,8 @@ using fwbase::Function;
 using fwbase::Param;
 using fwbase::param;
 
-/// Logs why a call fails, as Call::fail() does, and returns `code`. `reason` is UTF-8.
+/// Logs why a call fails, as Call::fail() does, and returns `code`.
+/// reason   UTF-8
 ec::EC fail(const Call& call, ec::EC code, const std::string& reason);
 
 /// The functions by subject. The objects live as long as this code is loaded.
@@ -28,11 +29,11 @@ std::span<Function> output_functions();
 std::span<Function> text_functions();
 std::span<Function> variable_functions();
 
-/// Those of all subjects.
+/// The functions of all subjects.
 std::vector<Function*> all_functions();
 
-/// Registers every function with `engine`, to be done before a script is loaded. Gives the first
-/// one that the engine refuses, null when it takes them all.
+/// Registers all functions with `engine`; call it before a script is loaded. Returns the first one
+/// that the engine refuses, or null.
 Function* register_functions(fwbase::IScript& engine);
 
 }  // namespace fwstd

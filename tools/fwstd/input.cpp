@@ -18,8 +18,8 @@ std::string cannot_read(const std::string& path, const std::string& why) {
   return "cannot read '" + path + "': " + why;
 }
 
-// Appends up to `size` bytes; false, with errno set, when reading fails. The size that the file
-// system tells is of no use: for files that the kernel makes up as they are read it is 0.
+// Appends up to `size` bytes. False, with errno set, when reading fails. Does not rely on the size
+// of the file, which is 0 for files that the kernel generates.
 bool read_some(int descriptor, std::size_t size, std::string& content) {
   while (content.size() < size) {
     char buffer[4096];
@@ -39,7 +39,7 @@ ec::EC read_file(const Call& call, const std::string& path, std::int32_t limit) 
   if (limit < 1) {
     return call.fail(ec::SCRIPT_BAD_PARAM, "the limit is %d bytes, not 1 or more", limit);
   }
-  // Not blocking: opening a pipe that nobody writes to would wait for ever.
+  // Not blocking: opening a pipe would wait for its writer.
   const tools::Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   if (file.number() < 0) {
     const int error = errno;
@@ -68,7 +68,7 @@ ec::EC read_file(const Call& call, const std::string& path, std::int32_t limit) 
 ec::EC current_time(const Call& call, const std::string& format) {
   const std::time_t now = std::time(nullptr);
   std::tm local{};
-  // The blank in front tells an empty text from one that is too long, for which strftime gives 0.
+  // strftime() returns 0 for an empty text and for one that is too long. The blank tells which.
   const std::string pattern = " " + format;
   char text[1 + 256] = "";
   if (localtime_r(&now, &local) == nullptr ||

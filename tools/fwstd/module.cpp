@@ -1,4 +1,4 @@
-// The module library: creating its module makes the general functions known to scripts.
+// The module library. Its module registers the general functions, so that scripts may call them.
 #include <fwbase/module.h>
 
 #include "fwstd/functions.h"

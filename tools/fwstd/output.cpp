@@ -20,7 +20,7 @@ namespace {
 using fwbase::IFWBase;
 using fwbase::IRunLog;
 
-// Written through at once, so that it is this call that fails when the output is gone.
+// Flushes at once, so that this call fails when the output is gone.
 ec::EC print(const Call& call, const char* text) {
   if (std::printf("%s\n", text) < 0 || std::fflush(stdout) != 0) {
     const int error = errno;
@@ -45,7 +45,7 @@ std::optional<IRunLog::Type> level_named(const char* name) {
   return {};
 }
 
-// The whole text, which may be longer than what the macros write.
+// Writes the whole text, which may be longer than the macros allow.
 ec::EC log(const Call& call, const std::string& name, const std::string& text) {
   const std::optional<IRunLog::Type> level = level_named(name.c_str());
   if (!level) {

@@ -17,8 +17,8 @@ std::string concat(const std::string& a, const std::string& b, const std::string
   return a + b + c + d;
 }
 
-// Replaces {1}, {2} and {3} by the arguments after the pattern. Unlike an argument that begins or
-// ends with blanks, which loading trims, a pattern keeps the blanks inside it.
+// Replaces {1}, {2} and {3} by the arguments after the pattern. Loading trims blanks around
+// arguments, but not those inside a pattern.
 std::string format(const std::string& pattern, const std::string& first, const std::string& second,
                    const std::string& third) {
   const std::string* const texts[] = {&first, &second, &third};
@@ -106,7 +106,7 @@ ec::EC field(const Call& call, const std::string& text, std::int32_t number,
   return call.give(std::string(found));
 }
 
-// Where the value of `key` begins: behind a key at the start of a word.
+// The end of the first `key` that starts a word.
 std::size_t behind_key(std::string_view text, std::string_view key) {
   std::size_t at = text.find(key);
   while (at != text.npos && at != 0 && kBlanks.find(text[at - 1]) == kBlanks.npos) {

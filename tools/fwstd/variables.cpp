@@ -1,7 +1,7 @@
-// Setting variables, and copying them within the environment and between it and the global table.
+// Sets variables, and copies them within the environment, and between it and the global table.
 //
-// A "ref" argument of a variable that does not exist passes 0 or an empty text. The functions here
-// that take the name of a variable fail instead, so that a misspelt name is found.
+// For a variable that does not exist, a "ref" argument passes 0 or an empty text. Functions here
+// that take a variable's name fail instead, so that misspelt names are found.
 #include <fwbase/ifwbase.h>
 #include <fwbase/values.h>
 
@@ -16,7 +16,7 @@ constexpr const char* kTypeName = "int";
 template <>
 constexpr const char* kTypeName<std::string> = "string";
 
-// Says why the variable `name` of the table called `table` could not be read.
+// Fails with the reason why the variable `name` in `table` could not be read.
 template <typename Value>
 ec::EC unreadable(const Call& call, ec::EC code, const char* table, const std::string& name) {
   const std::string variable = std::string(table) + " variable '" + name + "'";

@@ -1,5 +1,5 @@
-// GBK is read by the table that the library writes its messages with, which is that of the C
-// library's iconv. GB18030, where most characters take a computation, is left to iconv.
+// Decodes GBK by the table that the library encodes its messages with, which agrees with the C
+// library's iconv. Leaves GB18030, which computes most characters, to iconv.
 #include "log_records/encoding.h"
 
 #include <iconv.h>
@@ -34,7 +34,7 @@ void enter(GbkTable& table, char16_t gbk, char16_t unicode) {
   }
 }
 
-// The library's table, the other way round. 0 where a pair is no character.
+// The inverse of the library's table. 0 where a pair is no character.
 const GbkTable& gbk_table() {
   static const GbkTable table = [] {
     GbkTable made{};
@@ -100,7 +100,7 @@ Utf8Check check_utf8(std::string_view text) {
 
 iconv_t open_gb18030() { return iconv_open("UTF-8", "GB18030"); }
 
-// Of the whole process: opening one for each message would take longer than converting it.
+// One for each thread: opening one for each message would take longer than converting it.
 iconv_t gb18030() {
   thread_local const std::unique_ptr<void, void (*)(void*)> converter(open_gb18030(), [](void* c) {
     if (c != reinterpret_cast<iconv_t>(-1)) {
@@ -218,8 +218,8 @@ bool Pieces::take_gbk_pair() {
   return true;
 }
 
-// One character of a run of UTF-8, two or more of which take three bytes or more. The run is looked
-// at once: neither the rest of one that is long enough nor a part of one that is not is again.
+// Takes one character of a run of UTF-8 in which two or more characters have three bytes or more.
+// Each run is examined once: m_run_left and m_no_run_before remember the result.
 bool Pieces::take_utf8_run() {
   if (m_run_left == 0) {
     if (m_left.data() < m_no_run_before) {
@@ -248,7 +248,7 @@ bool Pieces::take_utf8_run() {
 }
 
 void Pieces::take_gb18030() {
-  // The shortest of 1 to 4 bytes that make a character. ASCII is never here.
+  // Takes the shortest 2 or 4 bytes that make a character. ASCII does not get here.
   for (std::size_t length = 2; length <= 4 && length <= m_left.size(); length += 2) {
     char* in = const_cast<char*>(m_left.data());
     std::size_t in_left = length;

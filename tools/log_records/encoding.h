@@ -1,4 +1,4 @@
-// Logs as UTF-8. docs/encodings.md has the rule by which GBK and UTF-8 are told apart.
+// Logs as UTF-8. docs/encodings.md has the rule that distinguishes GBK from UTF-8.
 #ifndef LOG_RECORDS_ENCODING_H
 #define LOG_RECORDS_ENCODING_H
 
@@ -27,8 +27,8 @@ using tools::utf8_length;
 /// The length of the ASCII that `text` begins with.
 std::size_t ascii_length(std::string_view text);
 
-/// Gives a text piece by piece, in UTF-8 that is always valid: what is no character becomes U+FFFD,
-/// one for each byte. No piece divides a character.
+/// Decodes a text piece by piece to valid UTF-8. Each byte that is no character becomes U+FFFD. No
+/// piece divides a character.
 class Pieces {
  public:
   Pieces(std::string_view text, Reading reading);
@@ -36,7 +36,7 @@ class Pieces {
   Pieces(const Pieces&) = delete;
   Pieces& operator=(const Pieces&) = delete;
 
-  /// The next piece, which stays until the next call; false at the end.
+  /// Gets the next piece, which is valid until the next call. False at the end.
   bool next(std::string_view& piece);
 
  private:
@@ -51,13 +51,13 @@ class Pieces {
 
   std::string_view m_left;
   const Reading m_reading;
-  const char* m_no_run_before = nullptr;  // up to here no run of UTF-8 is long enough
-  std::size_t m_run_left = 0;             // bytes of such a run that are not taken yet
+  const char* m_no_run_before = nullptr;  // before this no run of UTF-8 is long enough
+  std::size_t m_run_left = 0;             // bytes of a long run that are not taken yet
   std::size_t m_size = 0;
   std::array<char, 512> m_piece;
 };
 
-/// How `text`, a message or a location, is to be read where the log has this encoding.
+/// How to read `text`, a message or a location, of a log with this encoding.
 Reading reading_of(std::string_view text, Encoding encoding);
 
 /// Appends `text` as UTF-8.

@@ -1,5 +1,5 @@
-// The grammar of docs/log_format.md, read from the left in the head, and in the location from the
-// right: only what stands at its end has a form that cannot be part of a function's signature.
+// Parses the grammar of docs/log_format.md: a head from the left, and a location from the right,
+// since only the parts at its end have forms that a function's signature cannot contain.
 #include "log_records/record.h"
 
 #include <algorithm>
@@ -20,12 +20,12 @@ constexpr std::array<std::string_view, kLevelCount> kNames = {"trace", "debug", 
 constexpr std::string_view kMark = "\r\n >";  // between head and message
 constexpr std::string_view kDigits = "0123456789";
 
-// "Wed Oct 29 10:20:30 " is the fixed part of a time, the year follows.
+// "Wed Oct 29 10:20:30 " has a fixed size; the year follows.
 constexpr std::size_t kTimeSizeWithoutYear = 20;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-// The place of a name among names of three letters that stand one behind the other, from 1.
+// The place of a name among names of three letters, from 1; 0 for another name.
 int place_in(std::string_view names, std::string_view name) {
   for (std::size_t at = 0; at < names.size(); at += 3) {
     if (names.substr(at, 3) == name) {
@@ -56,7 +56,7 @@ bool read_clock(std::string_view text, Time& time) {
   return text[2] == ':' && text[5] == ':' && time.hour >= 0 && time.minute >= 0 && time.second >= 0;
 }
 
-// Takes " pid:4711" off; a blank must follow.
+// Takes off " pid:4711"; a blank must follow.
 std::optional<std::uint64_t> take_number(std::string_view& head, std::string_view name) {
   if (!head.starts_with(name)) {
     return {};
@@ -73,7 +73,7 @@ std::optional<std::uint64_t> take_number(std::string_view& head, std::string_vie
   return number;
 }
 
-// Takes " Wed Oct 29 10:20:30 2014" off; a blank must follow.
+// Takes off " Wed Oct 29 10:20:30 2014"; a blank must follow.
 std::optional<Time> take_time(std::string_view& head) {
   if (head.size() < kTimeSizeWithoutYear + 3 || head[0] != ' ') {
     return {};
@@ -104,7 +104,7 @@ std::optional<Time> take_time(std::string_view& head) {
   return time;
 }
 
-// Takes what is behind the last blank off the end, and the blank.
+// Takes off the last word, and the blank before it.
 std::optional<std::string_view> take_last_word(std::string_view& text) {
   const std::size_t blank = text.rfind(' ');
   if (blank == text.npos) {
@@ -115,7 +115,7 @@ std::optional<std::string_view> take_last_word(std::string_view& text) {
   return word;
 }
 
-// Takes " CT:Oct 29 2014 10:20:30" off the end.
+// Takes off " CT:Oct 29 2014 10:20:30" at the end.
 std::optional<std::string_view> take_compiled(std::string_view& text) {
   const std::size_t begin = text.rfind(" CT:");
   if (begin == text.npos) {
@@ -136,7 +136,7 @@ std::optional<std::string_view> take_compiled(std::string_view& text) {
   return built;
 }
 
-// Takes " file(12)" or " file 12" off the end.
+// Takes off " file(12)" or " file 12" at the end.
 bool take_source(std::string_view& text, Place& place) {
   std::optional<std::string_view> word = take_last_word(text);
   if (!word) {
@@ -162,7 +162,7 @@ bool take_source(std::string_view& text, Place& place) {
   return true;
 }
 
-// Takes "this(0x1234) " off the begin.
+// Takes off "this(0x1234) " at the start.
 bool take_object(std::string_view& text, Place& place) {
   constexpr std::string_view kBegin = "this(0x";
   if (!text.starts_with(kBegin)) {
@@ -237,7 +237,7 @@ bool exists(const Time& time) {
     return false;
   }
   const int days = kDays[time.month - 1] + (time.month == 2 && is_leap ? 1 : 0);
-  // A leap second is a time that systems write.
+  // Systems do write leap seconds.
   return time.day >= 1 && time.day <= days && time.hour >= 0 && time.hour < 24 &&
          time.minute >= 0 && time.minute < 60 && time.second >= 0 && time.second <= 60;
 }

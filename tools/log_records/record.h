@@ -22,7 +22,7 @@ std::optional<Level> level_named(std::string_view name);
 /// The level of the tag that `bytes` begin with.
 std::optional<Level> tag_at(std::string_view bytes);
 
-/// As the record has it: the local time of the process that wrote it.
+/// Local time of the process that wrote the record.
 struct Time {
   int year = 0;
   int month = 1;  ///< from 1
@@ -34,10 +34,10 @@ struct Time {
   auto operator<=>(const Time&) const = default;
 };
 
-/// True for a day that the calendar has, and a time of the day.
+/// True when the calendar has the day, and the day has the time.
 bool exists(const Time& time);
 
-/// What a location says when it has one of the known forms.
+/// The parts of a location that has one of the known forms.
 struct Place {
   std::string_view object;  ///< hex digits
   std::string_view function;
@@ -46,14 +46,14 @@ struct Place {
   std::string_view compiled;  ///< without "CT:"
 };
 
-/// The texts are parts of the record's bytes, in their encoding.
+/// The texts are parts of the record's bytes, in the log's encoding.
 struct Record {
-  std::optional<Level> level;  ///< none: what stands before the first record of a file
-  bool has_head = false;  ///< false: the message is all that is behind the tag, if there is one
-  std::optional<std::uint64_t> pid;  ///< that of "tid" when the record has that alone
+  std::optional<Level> level;        ///< none for what precedes the first record of a file
+  bool has_head = false;             ///< false: the message is all behind the tag, if any
+  std::optional<std::uint64_t> pid;  ///< "tid" when the record has no "pid"
   std::optional<Time> time;
   std::string_view location;
-  std::optional<Place> place;  ///< none when the location has another form
+  std::optional<Place> place;  ///< none for a location of another form
   std::string_view message;    ///< without the record's line feed and one more line end
 };
 

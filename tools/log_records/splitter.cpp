@@ -1,5 +1,4 @@
-// A tag begins with a bracket, which most lines of a log have one of: memchr() looks for it faster
-// than for ends of lines, of which a record has two and more.
+// Looks for the bracket that begins a tag: most records have only one, but two or more line ends.
 #include "log_records/splitter.h"
 
 #include <algorithm>
@@ -29,7 +28,7 @@ std::span<char> Splitter::room(std::size_t size) {
     m_begin = 0;
   }
   if (m_capacity - m_end < size) {
-    // Large blocks are moved by the system without copying, and pages without bytes take no memory.
+    // The system moves large blocks without copying, and untouched pages take no memory.
     const std::size_t capacity = std::max(m_end + size, m_capacity + m_capacity / 2);
     void* const larger = std::realloc(m_bytes.get(), capacity);
     if (larger == nullptr) {
@@ -42,8 +41,8 @@ std::span<char> Splitter::room(std::size_t size) {
   return {m_bytes.get() + m_end, m_capacity - m_end};
 }
 
-// The first tag at the begin of a line in [from, to), or kNone, and then `from` is where to go on
-// when more bytes are there. A tag at `from` itself needs the end of a line before it.
+// The first tag at the start of a line in [from, to). When there is none, returns kNone and moves
+// `from` to where to continue with more bytes. A tag at `from` itself needs a line end before it.
 std::size_t Splitter::find_tag(std::size_t& from, std::size_t to) const {
   const char* const data = m_bytes.get();
   while (from < to) {
@@ -55,7 +54,7 @@ std::size_t Splitter::find_tag(std::size_t& from, std::size_t to) const {
     const auto at = static_cast<std::size_t>(static_cast<const char*>(found) - data);
     const bool begins_line = at > 0 && data[at - 1] == '\n';
     if (begins_line && m_end - at < kTagSize) {
-      from = at;  // too few bytes to tell
+      from = at;  // too few bytes to decide
       break;
     }
     if (begins_line && tag_at({data + at, kTagSize})) {
@@ -66,7 +65,7 @@ std::size_t Splitter::find_tag(std::size_t& from, std::size_t to) const {
   return kNone;
 }
 
-// Whether a mark or another tag comes first behind the tag. Both begin at the end of a line.
+// Whether a mark or another tag comes first after the tag. Both follow a line end.
 Splitter::Head Splitter::look_at_head(std::size_t tag) {
   const std::size_t blank = tag + kTagSize;
   if (m_end == blank) {

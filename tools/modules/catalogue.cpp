@@ -1,4 +1,4 @@
-// Takes JSON apart with nlohmann/json, whose exceptions stay in here.
+// Reads JSON with nlohmann/json, whose exceptions do not leave this file.
 #include "modules/catalogue.h"
 
 #include <stdexcept>

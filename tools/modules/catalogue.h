@@ -1,4 +1,4 @@
-// The functions that scripts may call, as a catalogue describes them.
+// The functions of a catalogue, which scripts may call.
 #ifndef TOOLS_MODULES_CATALOGUE_H
 #define TOOLS_MODULES_CATALOGUE_H
 
@@ -11,7 +11,7 @@ namespace tools {
 struct CatalogueParameter {
   std::string tag;
   bool is_int = false;
-  std::optional<std::string> default_value;  ///< for one that may be left out
+  std::optional<std::string> default_value;  ///< of an optional parameter
   std::string description;
 
   const char* type() const { return is_int ? "int" : "string"; }
@@ -25,7 +25,7 @@ struct CatalogueFunction {
   std::vector<CatalogueParameter> parameters;
 };
 
-/// Reads the JSON of fwbase::catalogue(). Throws std::runtime_error where it is none, with why.
+/// Reads the JSON of fwbase::catalogue(). Throws std::runtime_error, which says what is wrong.
 std::vector<CatalogueFunction> functions_of(const std::string& catalogue);
 
 }  // namespace tools

@@ -1,4 +1,4 @@
-// Where a command finds the module libraries that it is told by name.
+// Where commands find module libraries by name.
 #ifndef TOOLS_MODULES_MODULE_PATH_H
 #define TOOLS_MODULES_MODULE_PATH_H
 
@@ -7,19 +7,19 @@
 
 namespace tools {
 
-/// What to hand to the module manager for a library that the user calls `name`.
+/// The path of a module library that the user calls `name`, for the module manager.
 ///
-/// A name with a directory is handed on as it is. One without is looked for beside the program,
-/// then where the project's modules are installed; in each directory as lib<name>.so, <name>.so
-/// and <name>. The path of the first regular file is given, or the name itself when there is none:
-/// it is for the loader's search path then.
+/// A name with a directory is returned as it is. One without is looked for beside the program, then
+/// where the project's modules are installed: in each directory as lib<name>.so, <name>.so and
+/// <name>. The first regular file counts. When there is none, the name itself is returned, for the
+/// loader's search path.
 std::string module_path(const std::string& name);
 
 /// The same with the directories to search.
 std::string module_path(const std::string& name, const std::vector<std::string>& directories);
 
-/// The directory of the running program, and that of the installed modules as seen from there, so
-/// that an installation may be moved. Empty when the system does not tell where the program is.
+/// The directory of the running program, and that of the installed modules relative to it, so that
+/// an installation may be moved. Empty when the program's place is unknown.
 std::vector<std::string> module_directories();
 
 }  // namespace tools

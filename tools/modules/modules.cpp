@@ -1,4 +1,4 @@
-// Creates modules as any host does, and tells what goes wrong on the way.
+// Creates modules as any host does, and complains about what goes wrong.
 #include "modules/modules.h"
 
 #include <fwbase/ifwbase.h>

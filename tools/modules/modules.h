@@ -1,4 +1,4 @@
-// The modules that bring the functions of scripts.
+// The library's service in a command, and the modules that bring the functions of scripts.
 #ifndef TOOLS_MODULES_MODULES_H
 #define TOOLS_MODULES_MODULES_H
 
@@ -21,22 +21,22 @@ class Library {
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  /// Does so now. Complains when a module throws, releases the others all the same, and returns
-  /// false.
+  /// Does so now. Complains when a module throws, releases the others all the same, and then
+  /// returns false.
   bool release();
 };
 
 /// The module of the general functions, for create_modules().
 extern const ModuleArgument kGeneralFunctions;
 
-/// Creates the modules in their order, through the module manager. False at the first that cannot
-/// be created: which and why has been told then.
+/// Creates the modules in their order, through the module manager. Complains about the first that
+/// cannot be created, and returns false.
 bool create_modules(const std::vector<ModuleArgument>& modules, ErrorLog& errors);
 
-/// Tells what failed with `code`, followed by the errors that were logged.
+/// Complains about what failed with `code`, and lists the errors that were logged.
 void report_failure(const std::string& what, ec::EC code, ErrorLog& errors);
 
-/// The same about what failed with the exception that is being handled.
+/// The same in a catch block, about what failed with this exception.
 void report_exception(const std::string& what, ErrorLog& errors);
 
 }  // namespace tools
