@@ -72,7 +72,7 @@ void FollowedLog::tell_unreadable(const std::string& name, int reason) {
   if (reason == ESPIPE) {
     complain({"cannot follow {1}: not a regular file", "无法跟踪 {1}：不是普通文件"}, {name});
   } else {
-    complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
+    complain_unreadable(name, reason);
   }
 }
 

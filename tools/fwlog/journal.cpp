@@ -74,7 +74,7 @@ bool read_journal_of(const std::string& path, Delivery& delivery) {
   if (file.number() < 0) {
     const int reason = errno;
     if (reason != ENOENT && reason != ENOTDIR) {
-      complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
+      complain_unreadable(name, reason);
     }
     return reason == ENOENT || reason == ENOTDIR;
   }
@@ -97,7 +97,7 @@ bool read_journal_of(const std::string& path, Delivery& delivery) {
     case JournalState::kUnreadable:
       break;
   }
-  complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(errno)});
+  complain_unreadable(name, errno);
   return false;
 }
 

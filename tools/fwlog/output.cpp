@@ -24,7 +24,7 @@ void write_all(int descriptor, std::string_view bytes) {
     } else if (errno == EPIPE) {
       throw ClosedPipe();
     } else if (errno != EINTR) {
-      complain({"cannot write to standard output: {1}", "无法写到标准输出：{1}"},
+      complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
                {tools::reason_of(errno)});
       throw OutputFailed();
     } else if (was_interrupted()) {
@@ -63,6 +63,10 @@ void Output::flush() {
 
 void complain(const tools::Message& message, tools::MessageArguments arguments) {
   tools::complain_text(shown(tools::in_users_language(message, arguments)));
+}
+
+void complain_unreadable(const std::string& name, int reason) {
+  complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
 }
 
 bool wants_colour() {

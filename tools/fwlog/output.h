@@ -53,6 +53,10 @@ class Output {
 /// As tools::complain(), with arguments in any encoding.
 void complain(const tools::Message& message, tools::MessageArguments arguments = {});
 
+/// Complains that a file cannot be read.
+/// reason   an errno
+void complain_unreadable(const std::string& name, int reason);
+
 /// True for a terminal, unless NO_COLOR is set.
 bool wants_colour();
 

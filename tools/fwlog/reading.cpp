@@ -23,8 +23,7 @@ bool read_file(LogFile& file, Delivery& delivery) {
       delivery.deliver(file, record);
     }
     if (block == LogFile::Block::kFailed) {
-      complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"},
-               {file.name(), tools::reason_of(reason)});
+      complain_unreadable(file.name(), reason);
     }
   }
   // A file that another program truncates meanwhile has nothing more to read.
@@ -37,8 +36,7 @@ bool read_log(const std::string& path, const Options& options, Delivery& deliver
   for (const Unreadable& one : log.unreadable) {
     const bool is_missing_before_its_backups = one.reason == ENOENT && !log.files.empty();
     if (!is_missing_before_its_backups) {
-      complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"},
-               {one.name, tools::reason_of(one.reason)});
+      complain_unreadable(one.name, one.reason);
       all_read = false;
     }
   }

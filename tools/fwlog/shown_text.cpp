@@ -89,24 +89,13 @@ void add_shown(std::string_view utf8, std::string_view indent, Output& out) {
 void add_json(std::string_view utf8, Output& out) {
   static constexpr Special kSpecial = special_in_json();
   add_with_escapes(utf8, kSpecial, out, [&](Byte character, std::size_t) {
-    switch (character) {
-      case '"':
-        out.add("\\\"");
-        break;
-      case '\\':
-        out.add("\\\\");
-        break;
-      case '\n':
-        out.add("\\n");
-        break;
-      case '\r':
-        out.add("\\r");
-        break;
-      case '\t':
-        out.add("\\t");
-        break;
-      default:
-        add_number("\\u%04x", character, out);
+    constexpr std::string_view kWithLetter = "\"\\\n\r\t";
+    const std::size_t letter = kWithLetter.find(static_cast<char>(character));
+    if (letter == kWithLetter.npos) {
+      add_number("\\u%04x", character, out);
+    } else {
+      out.add('\\');
+      out.add("\"\\nrt"[letter]);
     }
   });
 }
