@@ -26,11 +26,11 @@ const tools::Words<Print> kPrints = {{"catalogue", Print::kCatalogue},
                                      {"xsd", Print::kSchema}};
 
 const char* const kFooter =
-    "Reads scripts and runs nothing. What is wrong goes to standard output, a line each:\n"
+    "Reads scripts and runs nothing. Prints each finding on a line of standard output:\n"
     "FILE:LINE:COLUMN: error|warning: MESSAGE [RULE]\n"
     "\n"
-    "Exit status: 0 no error, nor with --strict a warning; 1 findings;\n"
-    "2 wrong usage, or a module or a catalogue cannot be loaded.\n"
+    "Exit status: 0 no error, and with --strict no warning; 1 findings;\n"
+    "2 wrong usage, or a module or catalogue cannot be loaded.\n"
     "\n"
     "Example: fwcheck --module ./libdoors.so --env visitor door.xml";
 
@@ -46,30 +46,30 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.footer(kFooter);
   app.add_option("SCRIPT", options.scripts, "The script files; - is standard input");
   app.add_option("--module", typed.modules,
-                 "Compare with the functions of a module of the library PATH, made\n"
-                 "by FUNCTION (create_module when not given), whose init() gets\n"
-                 "ARGUMENT. Those of the library fwstd are always there")
+                 "Compare with the functions of a module, which FUNCTION (default:\n"
+                 "create_module) of the library PATH creates. ARGUMENT is for its\n"
+                 "init(). The functions of the library fwstd are always there")
       ->type_name("PATH[:FUNCTION][=ARGUMENT]")
       ->allow_extra_args(false);
   app.add_option("--catalogue", options.catalogues,
-                 "Compare with the functions of this catalogue, as --print catalogue\n"
-                 "prints it, and not with those of fwstd")
+                 "Compare with the functions of this catalogue, which --print\n"
+                 "catalogue prints, instead of those of fwstd")
       ->type_name("FILE")
       ->allow_extra_args(false);
   app.add_flag("--any-function", options.any_function,
-               "Believe what the script declares: compare with no function");
-  app.add_option("--env", options.environment, "The host sets the variable NAME in the environment")
+               "Believe what the script declares, and compare it with no function");
+  app.add_option("--env", options.environment, "The host sets the variable NAME of the environment")
       ->type_name("NAME")
       ->allow_extra_args(false);
-  app.add_option("--format", typed.format, "Of findings: text, json or sarif (default: text)")
+  app.add_option("--format", typed.format, "Print findings as text, json or sarif (default: text)")
       ->type_name("FORMAT");
   app.add_option("--ignore", options.ignored, "Leave out this warning")
       ->type_name("RULE")
       ->allow_extra_args(false);
-  app.add_flag("--strict", options.strict, "A warning is a failure, too");
+  app.add_flag("--strict", options.strict, "Treat warnings as failures");
   app.add_option("--print", typed.print,
-                 "Check nothing; print the functions as a catalogue, a template, an\n"
-                 "xsd (XML Schema) or markdown")
+                 "Check nothing; print the functions as catalogue, template, xsd (XML\n"
+                 "Schema) or markdown")
       ->type_name("FORM");
 }
 
@@ -116,7 +116,7 @@ void interpret(const Typed& typed, Options& options) {
 }  // namespace
 
 std::optional<int> parse_options(int argc, char** argv, Options& options) {
-  CLI::App app("Finds what is wrong with scripts, and where.");
+  CLI::App app("Finds mistakes in scripts, with their places.");
   Typed typed;
   declare(app, options, typed);
   const auto write = [](const std::string& text) { return write_out(text) ? kClean : kNothing; };

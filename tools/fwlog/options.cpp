@@ -20,16 +20,17 @@ using tools::Message;
 using tools::refuse;
 
 constexpr Message kFooter = {
-    "Records are printed the oldest first: the backups FILE.bak.N, then FILE. Several logs come "
-    "one\n"
-    "after the other.\n"
+    "The oldest records come first: those of the backups FILE.bak.N, then those of FILE. Several "
+    "logs\n"
+    "are printed one after the other.\n"
     "\n"
     "TIME is local: YYYY-MM-DD, YYYY-MM-DD HH:MM[:SS], HH:MM[:SS] of today, or -N with s, min, h "
-    "or d\n"
-    "for so long ago. Records without a time are not within any.\n"
+    "or\n"
+    "d, that long ago. Records without a time are in no range.\n"
     "\n"
-    "Exit status: 0 records were printed; 1 no record passed; 2 wrong usage, or a file cannot be\n"
-    "read or the output not be written; 130 after Ctrl-C, but 0 with --follow.\n"
+    "Exit status: 0 records were printed; 1 no record passed; 2 wrong usage, a file that cannot "
+    "be\n"
+    "read, or output that cannot be written; 130 after Ctrl-C, but 0 with --follow.\n"
     "\n"
     "Example: fwlog --level error,alert --since 08:00 --follow host.log",
     "先打印最早的记录：先是备份 FILE.bak.N，再是 FILE。多个日志依次打印。\n"
@@ -90,38 +91,38 @@ void Declaration::reading(Options& options, Typed& typed) {
       ->required();
   flag("--only", options.only, {"Read FILE alone, without its backups", "只读 FILE，不读它的备份"});
   flag("-f,--follow", options.follow,
-       {"Go on with the records that come, through rotations, until\ninterrupted",
+       {"Go on with new records, through rotations, until interrupted",
         "继续打印新来的记录，日志轮换后也继续，直到被中断"});
   option("-n,--lines", "N", typed.lines,
-         {"Print the last N of the records that pass; with --follow, then\nwhat comes",
+         {"Print the last N records that pass; with --follow, then new ones",
           "打印符合条件的最后 N 条记录；用 --follow 时再打印新来的"});
   option("--encoding", "auto|gbk|gb18030|utf-8", typed.encoding,
-         {"Of the log (auto when not given: GBK with pieces of UTF-8)",
+         {"The encoding of the log (default: auto, GBK with pieces of UTF-8)",
           "日志的编码（默认 auto：GBK 中夹有 UTF-8）"});
   flag("--journal", options.journal,
-       {"Print what a journal beside FILE still holds as well",
+       {"Also print what is only in a journal beside FILE",
         "也打印 FILE 旁边的 journal 中还有的记录"});
 }
 
 void Declaration::filters(Typed& typed) {
   option("--level", "LIST", typed.levels,
-         {"Print these levels: of trace,debug,warn,error,alert,dump,null",
-          "打印这些级别：trace,debug,warn,error,alert,dump,null"});
+         {"Print these levels, separated by commas: trace, debug, warn,\nerror, alert, dump, null",
+          "打印这些级别，用逗号分隔：trace、debug、warn、error、\nalert、dump、null"});
   option("--since", "TIME", typed.since,
-         {"Print what was logged at TIME or later", "打印 TIME 及以后的记录"});
+         {"Print records of TIME or later", "打印 TIME 及以后的记录"});
   option("--until", "TIME", typed.until,
-         {"Print what was logged at TIME or before", "打印 TIME 及以前的记录"});
-  option("--pid", "N", typed.pid, {"Print what process N logged", "打印进程 N 的记录"});
+         {"Print records of TIME or earlier", "打印 TIME 及以前的记录"});
+  option("--pid", "N", typed.pid, {"Print records of process N", "打印进程 N 的记录"});
   option("--object", "HEX", typed.object,
-         {"Print what is about the object at that address", "打印关于该地址的对象的记录"});
+         {"Print records about the object at this address", "打印关于该地址的对象的记录"});
   option("--function", "TEXT", typed.function,
-         {"Print what functions logged whose signature contains TEXT",
+         {"Print records of functions whose signature contains TEXT",
           "打印签名中含有 TEXT 的函数的记录"});
   option("--source", "TEXT", typed.source,
-         {"Print what was logged in source files whose path contains TEXT",
+         {"Print records of source files whose path contains TEXT",
           "打印路径中含有 TEXT 的源文件的记录"});
   option("--grep", "REGEX", typed.grep,
-         {"Print records whose message matches (POSIX extended)",
+         {"Print records whose message matches (POSIX extended expression)",
           "打印消息匹配的记录（POSIX 扩展正则表达式）"});
   option("--exclude", "REGEX", typed.exclude,
          {"Leave out records whose message matches", "不打印消息匹配的记录"});
@@ -129,14 +130,14 @@ void Declaration::filters(Typed& typed) {
 
 void Declaration::printing(Options& options, Typed& typed) {
   option("--output", "text|json|raw", typed.output,
-         {"text for people (when not given), json: an object a line, raw:\nthe bytes of the file",
+         {"text for people (default), json: one object on each line, raw:\nthe bytes of the file",
           "text 给人看（默认），json：每行一个对象，raw：文件原来的字节"});
   flag("--full", options.full, {"Print all fields of each record", "打印每条记录的所有字段"});
   flag("--calls", options.filter.calls,
-       {"Print the records of scopes, \"Call: \" and \"Ret: \", as a tree",
+       {"Print the \"Call: \" and \"Ret: \" records of scopes as a tree",
         "把 “Call: ” 和 “Ret: ” 记录打印成树"});
   flag("--stats", options.stats,
-       {"Print how many records there are by level, by function and by\nsource file",
+       {"Print the number of records by level, by function and by source\nfile",
         "打印各级别、各函数、各源文件的记录数"});
 }
 

@@ -11,13 +11,13 @@ namespace fwmod {
 namespace {
 
 const char* const kFooter =
-    "PATH without a directory is looked for beside fwmod, among the installed modules and in the\n"
-    "loader's search path. FUNCTION is the creation function, create_module when not given;\n"
-    "ARGUMENT is what --exercise hands to init() as a const char*, null when not given.\n"
+    "fwmod looks for PATH without a directory beside itself, among the installed modules and in\n"
+    "the loader's search path. FUNCTION is the creation function (default: create_module).\n"
+    "--exercise passes ARGUMENT to init() as a const char*; without ARGUMENT, null.\n"
     "\n"
-    "The library runs in a process of its own, which is killed at the end with all that it has\n"
-    "started. What it writes goes to standard error. That is no sandbox against malice: its code\n"
-    "has all rights of whoever runs fwmod.\n"
+    "The library runs in a process of its own, and what it prints goes to standard error. In the\n"
+    "end fwmod kills that process and all that it has started. This is no sandbox against malice:\n"
+    "the library has all rights of the user who runs fwmod.\n"
     "\n"
     "Exit status: 0 sound; 1 faulty; 2 wrong usage, or the check cannot be made;\n"
     "3 sound, but the module left something behind: so does every module with script functions.\n"
@@ -33,9 +33,10 @@ std::optional<int> parse_options(int argc, char** argv, Options& options) {
   app.footer(kFooter);
   app.add_option("PATH", library, "The library: PATH[:FUNCTION][=ARGUMENT]")->required();
   app.add_flag("--exercise", options.exercise,
-               "Also create, initialise and release the module, and of a factory one\n"
-               "more module, and list what is left behind");
-  app.add_option("--timeout", options.timeout, "Kill the library's process after SECONDS (10)")
+               "Also create, initialise and release the module, and one module of a\n"
+               "factory, and list what is left behind");
+  app.add_option("--timeout", options.timeout,
+                 "Kill the library's process after SECONDS (default: 10)")
       ->type_name("SECONDS")
       ->check(CLI::Range(1, 86400));
   const auto write = [](const std::string& text) { return write_out(text, kSound); };

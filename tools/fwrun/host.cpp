@@ -42,7 +42,7 @@ bool open_log(const Options& options, ErrorLog& log) {
   }
   const ec::EC configured = fwbase::log_options(options.log);
   if (ec::failed(configured)) {
-    complain({"the options of the log cannot be set: {1}", "无法设置日志的选项：{1}"},
+    complain({"cannot set the options of the log: {1}", "无法设置日志的选项：{1}"},
              {described(configured)});
     return false;
   }

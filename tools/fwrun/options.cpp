@@ -35,7 +35,7 @@ const tools::Words<LogOptions::WhenFull> kWhenFull = {{"wait", LogOptions::kWait
                                                       {"drop-below", LogOptions::kDropBelow}};
 
 const char* const kFooter =
-    "Without SECTION the only one is run; of a script with several, one must be named.\n"
+    "A script with one section needs no SECTION. Of several, name those to run.\n"
     "\n"
     "Exit status: 0 done; 1 a call failed, a result could not be saved or written, or a module\n"
     "threw as it was released;\n"
@@ -122,13 +122,12 @@ struct Typed {
 
 void declare_log_options(CLI::App& app, Options& options, Typed& typed) {
   app.add_option("--queue-bytes", typed.queue_bytes,
-                 "With --queued: the queue is full with so many bytes (16384 when\n"
-                 "not given)")
+                 "With --queued: the queue is full at N bytes (default: 16384)")
       ->type_name("N");
   app.add_option("--when-full", typed.when_full,
-                 "With --queued: let a record wait for room in the queue (when not\n"
-                 "given), or drop it, or drop it unless --keep-level has its level;\n"
-                 "the log says how many were dropped")
+                 "With --queued: let records wait for room in a full queue (default),\n"
+                 "or drop new ones, or those whose level is not in --keep-level; the\n"
+                 "log says how many were dropped")
       ->type_name("wait|drop-new|drop-below");
   app.add_option("--keep-level", typed.keep_level,
                  "With --when-full drop-below: never drop these levels")
@@ -137,12 +136,10 @@ void declare_log_options(CLI::App& app, Options& options, Typed& typed) {
                "With --queued: keep the queue in FILE.journal as well, so that no\n"
                "record is lost when the process is killed");
   app.add_option("--log-bytes", typed.log_bytes,
-                 "Begin another file when that of the log has so many bytes\n"
-                 "(10485760 when not given)")
+                 "Begin another log file at N bytes (default: 10485760)")
       ->type_name("N");
   app.add_option("--backups", typed.backups,
-                 "Keep so many files of the log, FILE.bak.N, beside it (4 when not\n"
-                 "given)")
+                 "Keep N old log files, FILE.bak.0 and so on (default: 4)")
       ->type_name("N");
 }
 
@@ -153,43 +150,43 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
   app.add_option("SECTION", options.sections, "Sections to run, one after the other");
 
   app.add_option("--module", typed.modules,
-                 "Create a module of the library PATH by FUNCTION (create_module\n"
-                 "when not given) and hand ARGUMENT to its init(). Without a\n"
-                 "directory PATH is looked for beside fwrun first. The module of\n"
-                 "the library fwstd is always created, before the others")
+                 "Create a module with FUNCTION (default: create_module) of the\n"
+                 "library PATH, and pass ARGUMENT to its init(). PATH without a\n"
+                 "directory is looked for beside fwrun first. The module of the\n"
+                 "library fwstd is always created before the others")
       ->type_name("PATH[:FUNCTION][=ARGUMENT]")
       ->allow_extra_args(false);
   app.add_option("--mock", options.mocks,
-                 "Let a function that the script declares and no module provides\n"
-                 "print its calls and succeed")
+                 "Stand in for a function that the script declares and no module\n"
+                 "provides: print its calls, which succeed")
       ->type_name("NAME")
       ->allow_extra_args(false);
   app.add_flag("--mock-missing", options.mock_missing,
-               "Mock every function that the script declares and no module\n"
-               "provides");
+               "Mock all functions that the script declares and no module provides");
   app.add_option("--log", options.log_file, "Append log records to FILE")->type_name("FILE");
   app.add_option("--level", typed.levels,
-                 "Log these levels: of trace,debug,warn,error,alert,dump, or all\n"
-                 "(all but trace and debug when not given)")
+                 "Log these levels, separated by commas: trace, debug, warn, error,\n"
+                 "alert, dump or all (default: all but trace and debug)")
       ->type_name("LIST");
-  app.add_option("--details", typed.details, "Add to each record: of time,pid,tid")
+  app.add_option("--details", typed.details,
+                 "Add these to each record, separated by commas: time, pid, tid")
       ->type_name("LIST");
-  app.add_flag("--queued", options.queued, "Let a thread of its own write the log");
+  app.add_flag("--queued", options.queued, "Write the log in a thread of its own");
   declare_log_options(app, options, typed);
   app.add_option("--set", typed.globals,
-                 "Set a global variable, an int when VALUE looks like one;\n"
-                 "NAME:int=VALUE and NAME:string=VALUE tell the type")
+                 "Set a global variable: an int when VALUE looks like one, else a\n"
+                 "string; NAME:int=VALUE and NAME:string=VALUE choose the type")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
   app.add_option("--env", typed.environment,
-                 "Set a variable of the environment that the sections run in, likewise")
+                 "Likewise, set a variable of the environment of the sections")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
   app.add_flag("--print", options.print, "Print all variables at the end");
   app.add_flag("--save", options.save,
                "Write changed global variables back into SCRIPT, unless a call failed");
   app.add_flag("--check", options.check,
-               "Check SCRIPT first, as fwcheck does, and run nothing if there is an error");
+               "Check SCRIPT first, as fwcheck does, and run nothing after an error");
   app.add_flag("--functions", options.functions, "List the functions of the modules");
   app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
 }
