@@ -45,9 +45,7 @@ bool write_text(const std::string& text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
     return true;
   }
-  const int error = errno;
-  std::clearerr(stdout);
-  errno = error;
+  std::clearerr(stdout);  // errno stays
   return false;
 }
 
