@@ -2,6 +2,7 @@
 #include "command_line/command.h"
 
 #include <cxxabi.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -12,6 +13,7 @@
 
 #include "command_line/standard_descriptors.h"
 #include "command_line/text.h"
+#include "support/uninterrupted.h"
 
 namespace tools {
 
@@ -39,6 +41,23 @@ int run_command(const char* name, int failure, const std::function<int()>& work,
     std::exit(failure);
   }
   return failure;
+}
+
+int write_all(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written =
+        support::uninterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
+    if (written < 0) {
+      return errno;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return 0;
+}
+
+bool wants_colour(int descriptor) {
+  const char* const no_colour = std::getenv("NO_COLOR");
+  return isatty(descriptor) == 1 && (no_colour == nullptr || *no_colour == '\0');
 }
 
 bool write_text(const std::string& text) {

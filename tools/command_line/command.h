@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "command_line/messages.h"
 
@@ -16,6 +17,12 @@ namespace tools {
 /// other_code   what is blamed for the end of the thread
 int run_command(const char* name, int failure, const std::function<int()>& work,
                 const char* other_code = "a module");
+
+/// Writes all bytes to a descriptor. Returns 0, or the errno of a failure.
+int write_all(int descriptor, std::string_view bytes);
+
+/// True for a terminal, unless NO_COLOR is set.
+bool wants_colour(int descriptor);
 
 /// Writes `text` to standard output at once. When that fails, returns false, with the reason in
 /// errno.

@@ -4,7 +4,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include "command_line/command.h"
+#include "support/uninterrupted.h"
 
 namespace tools {
 
@@ -13,30 +14,16 @@ namespace {
 // Beyond the limit of a script, which loading and checking refuse.
 constexpr off_t kMost = (off_t{256} << 20) + 1;
 
-bool write_all(int descriptor, const char* bytes, ssize_t size) {
-  while (size > 0) {
-    const ssize_t written = write(descriptor, bytes, static_cast<std::size_t>(size));
-    if (written < 0 && errno != EINTR) {
-      return false;
-    }
-    bytes += written > 0 ? written : 0;
-    size -= written > 0 ? written : 0;
-  }
-  return true;
-}
-
 // False when reading or writing failed.
 bool copy_standard_input(int to) {
   char buffer[65536];
   for (off_t copied = 0; copied < kMost;) {
-    const ssize_t got = read(STDIN_FILENO, buffer, sizeof buffer);
-    if (got == 0) {
-      return true;
+    const ssize_t got =
+        support::uninterrupted([&] { return read(STDIN_FILENO, buffer, sizeof buffer); });
+    if (got <= 0 || write_all(to, {buffer, static_cast<std::size_t>(got)}) != 0) {
+      return got == 0;
     }
-    if ((got < 0 && errno != EINTR) || (got > 0 && !write_all(to, buffer, got))) {
-      return false;
-    }
-    copied += got > 0 ? got : 0;
+    copied += got;
   }
   return true;
 }

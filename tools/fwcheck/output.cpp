@@ -21,23 +21,16 @@ void take_standard_output() {
   }
 }
 
-bool is_terminal() { return isatty(standard_output) != 0; }
+bool wants_colour() { return tools::wants_colour(standard_output); }
 
 bool write_out(const std::string& text) {
-  std::size_t written = 0;
-  while (written < text.size()) {
-    const ssize_t count = write(standard_output, text.data() + written, text.size() - written);
-    if (count >= 0) {
-      written += static_cast<std::size_t>(count);
-    } else if (errno == EPIPE) {
-      return true;
-    } else if (errno != EINTR) {
-      complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
-               {tools::reason_of(errno)});
-      return false;
-    }
+  const int error = tools::write_all(standard_output, text);
+  if (error == 0 || error == EPIPE) {
+    return true;
   }
-  return true;
+  complain({"cannot write to standard output: {1}", "无法写入标准输出：{1}"},
+           {tools::reason_of(error)});
+  return false;
 }
 
 }  // namespace fwcheck

@@ -21,8 +21,8 @@ enum Status : int {
 /// called once, before any module is loaded.
 void take_standard_output();
 
-/// Whether results go to a terminal.
-bool is_terminal();
+/// Whether results may have colours.
+bool wants_colour();
 
 /// Writes `text` to standard output. A reader that has gone is no failure. Complains about any
 /// other, and returns false.

@@ -1,7 +1,6 @@
 // Collects findings in one list and writes it at the end, in the form that was asked for.
 #include "report.h"
 
-#include <cstdlib>
 #include <set>
 
 #include <nlohmann/json.hpp>
@@ -16,11 +15,6 @@ namespace {
 
 using tools::severity;
 using Json = nlohmann::ordered_json;
-
-bool wants_colour() {
-  const char* const refused = std::getenv("NO_COLOR");
-  return is_terminal() && (refused == nullptr || *refused == '\0');
-}
 
 std::string dumped(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";

@@ -40,7 +40,7 @@ void handle_interruption(bool follow) {
 }
 
 std::unique_ptr<Sink> printer_of(const Options& options, Output& out) {
-  const Style style{options.filter.encoding, wants_colour()};
+  const Style style{options.filter.encoding, tools::wants_colour(STDOUT_FILENO)};
   if (options.form == Form::kJson) {
     return std::make_unique<JsonLines>(style.encoding, out);
   }

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <cstdlib>
 
 #include "command_line/command.h"
 #include "interruption.h"
@@ -67,11 +66,6 @@ void complain(const tools::Message& message, tools::MessageArguments arguments) 
 
 void complain_unreadable(const std::string& name, int reason) {
   complain({"cannot read {1}: {2}", "无法读取 {1}：{2}"}, {name, tools::reason_of(reason)});
-}
-
-bool wants_colour() {
-  const char* const no_colour = std::getenv("NO_COLOR");
-  return isatty(STDOUT_FILENO) == 1 && (no_colour == nullptr || *no_colour == '\0');
 }
 
 }  // namespace fwlog

@@ -57,9 +57,6 @@ void complain(const tools::Message& message, tools::MessageArguments arguments =
 /// reason   an errno
 void complain_unreadable(const std::string& name, int reason);
 
-/// True for a terminal, unless NO_COLOR is set.
-bool wants_colour();
-
 }  // namespace fwlog
 
 #endif
