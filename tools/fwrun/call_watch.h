@@ -20,8 +20,8 @@ namespace fwrun {
 /// Installed as the facade's script engine while it lives, unless the facade is released before.
 /// Hands everything on to the engine that was installed, with a watcher in front of each function
 /// that is registered, whoever registers it; the watchers count the calls that succeed. Must live
-/// until that engine is released. Any thread may use it as an engine; begin() and succeeded() are
-/// for the thread that made it.
+/// until that engine is released. Any thread may use it as an engine; begin(), end() and
+/// succeeded() are for the thread that made it.
 class CallWatch : public fwbase::IScript {
  public:
   explicit CallWatch(tools::ErrorLog& errors);
@@ -37,6 +37,9 @@ class CallWatch : public fwbase::IScript {
   /// its functions run in turn, and those of other threads, are not counted.
   /// globals   those of the script, for messages
   void begin(const Section& section, const std::vector<Variable>& globals);
+
+  /// The section has ended: nothing of it is needed any more.
+  void end() { m_is_counting = false; }
 
   /// How many calls of the section have succeeded. Any thread.
   std::size_t succeeded() const { return m_succeeded; }

@@ -8,6 +8,9 @@ namespace fwrun {
 /// Ctrl-C ignored, as for a command in the background, it stays so.
 void note_interruption();
 
+/// The same of SIGTERM, which is taken for Ctrl-C.
+void note_termination();
+
 /// Whether Ctrl-C was pressed.
 bool was_interrupted();
 

@@ -41,6 +41,7 @@ struct Options {
   bool check = false;
   bool print = false;
   bool save = false;
+  bool watch = false;
 };
 
 /// Reads the command line. Gives the exit status when there is nothing left to do: --help and
