@@ -21,7 +21,7 @@ namespace fwbase {
 constexpr std::size_t kJournalHeaderSize = 4096;
 
 /// "FWBJNL", 0 and the version of the format, as a number: another byte order has another one.
-constexpr std::uint64_t kJournalMagic = 0x4657424A4E4C0001;
+constexpr std::uint64_t kJournalMagic = 0x4657424A4E4C0002;
 
 /// Which times the texts of records show.
 enum class JournalTimes : std::uint64_t {

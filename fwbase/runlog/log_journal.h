@@ -87,6 +87,7 @@ class LogJournal {
   std::size_t m_capacity = 0;
   std::atomic<std::uint64_t> m_begin{0};
   std::uint64_t m_end = 0;
+  std::size_t m_at = 0;  // where in the ring the next byte goes
 };
 
 }  // namespace fwbase

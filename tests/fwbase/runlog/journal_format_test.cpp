@@ -188,7 +188,9 @@ TEST_F(JournalFormat, WhatCannotBeReadIsToldFromDamage) {
 }
 
 TEST(JournalHash, DependsOnEveryByteAndTheLength) {
-  const std::string text = "[ERROR]: here\r\n >a message of some length\n";
+  const std::string text =
+      "[ERROR]: here\r\n >a message of some length, so that there are several rounds of all lanes, "
+      "and some bytes behind them\n";
   std::vector<std::uint64_t> hashes{journal_hash(text), journal_hash(""),
                                     journal_hash(text + '\0')};
   for (std::size_t i = 0; i < text.size(); ++i) {
