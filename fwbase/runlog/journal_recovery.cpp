@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <unordered_map>
 
 #include "support/uninterrupted.h"
@@ -63,6 +65,22 @@ void find_records(const RecordTexts& batch, std::string_view content, std::vecto
   }
 }
 
+// Whatever their numbers: who wrote the journal may have kept more backups.
+std::vector<std::string> names_of(const std::string& log) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> names{log};
+  const fs::path path(log);
+  const std::string backup = path.filename().native() + ".bak.";
+  std::error_code failed;
+  for (fs::directory_iterator entry(path.has_parent_path() ? path.parent_path() : ".", failed);
+       !failed && entry != fs::directory_iterator(); entry.increment(failed)) {
+    if (entry->path().filename().native().starts_with(backup)) {
+      names.push_back(entry->path().native());
+    }
+  }
+  return names;
+}
+
 bool read_from(int descriptor, std::uint64_t offset, std::size_t limit, std::string& content) {
   constexpr std::size_t kBlock = std::size_t{256} << 10;
   content.clear();
@@ -102,11 +120,11 @@ BatchInLog find_batch(const JournalNote& note, const RecordTexts& batch, std::st
   return found;
 }
 
-bool read_noted_file(const JournalNote& note, const std::vector<std::string>& names,
-                     std::string& name, std::string& content) {
+bool read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
+                     std::string& content) {
   constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   const std::size_t limit = static_cast<std::size_t>(note.length) + kOthers;
-  for (const std::string& candidate : names) {
+  for (const std::string& candidate : names_of(log)) {
     const int descriptor =
         support::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
     if (descriptor < 0) {

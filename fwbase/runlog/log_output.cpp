@@ -330,7 +330,7 @@ bool LogOutput::complete_noted_batch(LogJournal& journal, const JournalContent& 
   if (!content.add_texts(0, content.noted_records(), note.times, batch)) {
     return false;
   }
-  if (!read_noted_file(note, m_rotation.names(), name, there)) {
+  if (!read_noted_file(note, m_rotation.path(), name, there)) {
     return true;
   }
   const BatchInLog found = find_batch(note, batch, there);

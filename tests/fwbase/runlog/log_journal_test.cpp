@@ -359,6 +359,19 @@ TEST_F(JournalTest, ABatchOfAFileThatIsABackupNowIsFoundAndCompletedThere) {
   }
 }
 
+TEST_F(JournalTest, ABatchIsFoundInABackupThatIsNotKeptAnyMore) {
+  LogOptions options;
+  options.backups = 0;
+  ASSERT_EQ(log.options(options), ec::LOG_OK);
+  write_file(path, text_of("a"));
+  const JournalNote note = note_of({"a"}, 0);
+  std::filesystem::rename(path, path + ".bak.7");
+  leave_journal({"a", "b"}, &note);
+  adopt();
+  EXPECT_EQ(read_file(path + ".bak.7"), text_of("a"));
+  EXPECT_EQ(written(), text_of("b"));
+}
+
 TEST_F(JournalTest, ABatchOfAFileThatIsGoneIsWritten) {
   write_file(path, "");
   const JournalNote note = note_of({"a"}, 0);
