@@ -143,6 +143,20 @@ std::size_t JournalContent::noted_records() const {
               : 0;
 }
 
+JournalContent JournalContent::without(const std::vector<bool>& written) const {
+  JournalContent left;
+  auto from = records.begin();
+  for (std::size_t record = 0; record < ends.size(); ++record) {
+    const auto to = records.begin() + static_cast<std::ptrdiff_t>(ends[record] - begin);
+    if (record >= written.size() || !written[record]) {
+      left.records.insert(left.records.end(), from, to);
+      left.ends.push_back(left.records.size());
+    }
+    from = to;
+  }
+  return left;
+}
+
 bool JournalContent::add_texts(std::size_t first, std::size_t count, JournalTimes times,
                                RecordTexts& texts) const {
   const std::uint64_t from = first == 0 ? begin : ends[first - 1];

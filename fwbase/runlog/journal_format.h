@@ -65,6 +65,10 @@ struct JournalContent {
   /// How many records the note is about.
   std::size_t noted_records() const;
 
+  /// The records that are left when those are taken away that are written; without a note. Throws
+  /// std::bad_alloc.
+  JournalContent without(const std::vector<bool>& written) const;
+
   /// Appends the texts of `count` records from `first` on, marked with their ends. False without
   /// memory.
   bool add_texts(std::size_t first, std::size_t count, JournalTimes times,

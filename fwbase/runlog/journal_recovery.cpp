@@ -1,13 +1,13 @@
 // The bytes of the log decide: its size alone says nothing where others append to it, too.
 #include "fwbase/runlog/journal_recovery.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
+#include <memory>
 #include <unordered_map>
 
 #include "support/uninterrupted.h"
@@ -65,17 +65,21 @@ void find_records(const RecordTexts& batch, std::string_view content, std::vecto
   }
 }
 
-// Whatever their numbers: who wrote the journal may have kept more backups.
+// Whatever their numbers: who wrote the journal may have kept more backups. Where the directory
+// cannot be listed these are the usual ones.
 std::vector<std::string> names_of(const std::string& log) {
-  namespace fs = std::filesystem;
+  const std::size_t name = log.rfind('/') + 1;  // 0 without a directory
+  const std::string directory = log.substr(0, name);
+  const std::string backup = log.substr(name) + ".bak.";
   std::vector<std::string> names{log};
-  const fs::path path(log);
-  const std::string backup = path.filename().native() + ".bak.";
-  std::error_code failed;
-  for (fs::directory_iterator entry(path.has_parent_path() ? path.parent_path() : ".", failed);
-       !failed && entry != fs::directory_iterator(); entry.increment(failed)) {
-    if (entry->path().filename().native().starts_with(backup)) {
-      names.push_back(entry->path().native());
+  for (const char* const number : {"0", "1", "2", "3"}) {
+    names.push_back(directory + backup + number);
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> opened(
+      ::opendir(directory.empty() ? "." : directory.c_str()), ::closedir);
+  while (const dirent* const entry = opened ? ::readdir(opened.get()) : nullptr) {
+    if (std::string_view(entry->d_name).starts_with(backup)) {
+      names.push_back(directory + entry->d_name);
     }
   }
   return names;

@@ -228,6 +228,27 @@ LogJournal::Adopted LogJournal::take_over(JournalContent& content) {
   return Adopted::kFailed;
 }
 
+// The file of that name may be what a process has left that was killed here.
+bool LogJournal::replace(std::unique_ptr<LogJournal>& journal, const std::vector<char>& records) {
+  std::string path = journal->m_path;
+  const std::string beside = path + ".new";
+  ::unlink(beside.c_str());
+  std::unique_ptr<LogJournal> made = make(beside, records.size());
+  if (!made) {
+    return false;
+  }
+  made->put(records.data(), records.size());
+  if (::rename(beside.c_str(), path.c_str()) != 0) {
+    const int reason = errno;
+    made->remove();
+    errno = reason;
+    return false;
+  }
+  made->m_path.swap(path);
+  journal.swap(made);
+  return true;
+}
+
 // --- Records ---
 
 void LogJournal::put(const char* record, std::size_t size) {
