@@ -1,9 +1,10 @@
 // fwrun --watch.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <utility>
 
 #include "tests/harness/running_program.h"
@@ -45,6 +46,14 @@ class FwrunWatch : public testing::Test {
   void replace(const std::string& text) const {
     write_file(path() + ".new", text);
     std::filesystem::rename(path() + ".new", path());
+  }
+
+  // By one call, so that nobody sees a part.
+  void write_into(std::size_t offset, const std::string& text) const {
+    const int file = ::open(path().c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(::pwrite(file, text.data(), text.size(), static_cast<off_t>(offset)),
+              static_cast<ssize_t>(text.size()));
+    ::close(file);
   }
 
   std::string changed() const { return "fwrun: '" + path() + "' has changed\n"; }
@@ -90,9 +99,7 @@ TEST_F(FwrunWatch, RunsAgainWhenAnotherFileTakesThePlaceOfTheScript) {
 TEST_F(FwrunWatch, RunsAgainWhenTheScriptIsWrittenInItsPlace) {
   RunningProgram program = start();
   program.expect("one\n");
-  const std::string text = printing("two");
-  std::fstream(path(), std::ios::in | std::ios::out | std::ios::binary)
-      .write(text.data(), static_cast<std::streamsize>(text.size()));
+  write_into(0, printing("two"));
   program.expect("two\n");
   program.expect_error(changed());
   EXPECT_EQ(end(program), 130);
@@ -102,9 +109,9 @@ TEST_F(FwrunWatch, AFileThatIsWrittenInStepsRunsWhenItIsWhole) {
   RunningProgram program = start();
   program.expect("one\n");
   const std::string text = printing("two");
-  write_file(path(), text.substr(0, text.size() / 2));
+  replace(text.substr(0, text.size() / 2));
   EXPECT_NE(failure(program).find("[malformed]\n"), std::string::npos);
-  std::ofstream(path(), std::ios::binary | std::ios::app) << text.substr(text.size() / 2);
+  write_into(text.size() / 2, text.substr(text.size() / 2));
   program.expect("two\n");
   program.expect_error(changed());
   EXPECT_EQ(end(program), 130);
