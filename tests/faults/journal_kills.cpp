@@ -10,6 +10,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -146,6 +147,7 @@ void kill_a_host(const std::string& path, Variant variant, int host, Told& told,
 // Another process of the same log, without a queue, until it is killed.
 pid_t start_neighbour(const std::string& path, Variant variant, Told& told) {
   const pid_t child = start_child([&] {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it would outlive a test that is ended
     const bool is_open = open_log(path, variant, false);
     told.neighbour_started = true;
     for (int number = 0; is_open; ++number) {
