@@ -44,7 +44,7 @@ say "Killing hosts"
 for scenario in saving logging; do
   "$programs/kills" "$scenario" "$kills" || failed=1
 done
-for variant in plain rotation restarts; do
+for variant in plain rotation restarts shared; do
   "$programs/journal_kills" "$variant" "$kills" || failed=1
 done
 exit "$failed"

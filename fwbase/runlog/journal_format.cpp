@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <cstring>
@@ -108,17 +109,28 @@ bool is_same(const JournalHeader& one, const JournalHeader& other) {
 
 }  // namespace
 
-// Eight bytes at a time, as FNV-1a does with one. Rotating brings the upper bits down, where the
+// As FNV-1a, but with eight bytes at a time, in four lanes: a processor multiplies for all of them
+// while one would wait for its product. Rotating brings the upper bits down, where the
 // multiplication of the next eight bytes moves them on.
 std::uint64_t journal_hash(std::string_view text) {
   constexpr std::uint64_t kPrime = 0x9E3779B97F4A7C15;
-  std::uint64_t hash = text.size() * kPrime;
-  while (!text.empty()) {
-    std::uint64_t word = 0;
-    const std::size_t size = std::min(text.size(), sizeof word);
-    std::memcpy(&word, text.data(), size);
+  const auto add = [](std::uint64_t& hash, std::uint64_t word) {
     hash = std::rotl((hash ^ word) * kPrime, 29);
-    text.remove_prefix(size);
+  };
+  std::uint64_t hash = text.size() * kPrime;
+  std::array<std::uint64_t, 4> lanes{1, 2, 3, 4};
+  std::array<std::uint64_t, 4> words;
+  for (; text.size() >= sizeof words; text.remove_prefix(sizeof words)) {
+    std::memcpy(words.data(), text.data(), sizeof words);
+    for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+      add(lanes[lane], words[lane]);
+    }
+  }
+  words = {};
+  text.copy(reinterpret_cast<char*>(words.data()), text.size());
+  for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+    add(hash, lanes[lane]);
+    add(hash, words[lane]);
   }
   return (hash ^ (hash >> 32)) * kPrime;
 }
@@ -129,6 +141,20 @@ std::size_t JournalContent::noted_records() const {
   return note ? static_cast<std::size_t>(std::upper_bound(ends.begin(), ends.end(), note->to) -
                                          ends.begin())
               : 0;
+}
+
+JournalContent JournalContent::without(const std::vector<bool>& written) const {
+  JournalContent left;
+  auto from = records.begin();
+  for (std::size_t record = 0; record < ends.size(); ++record) {
+    const auto to = records.begin() + static_cast<std::ptrdiff_t>(ends[record] - begin);
+    if (record >= written.size() || !written[record]) {
+      left.records.insert(left.records.end(), from, to);
+      left.ends.push_back(left.records.size());
+    }
+    from = to;
+  }
+  return left;
 }
 
 bool JournalContent::add_texts(std::size_t first, std::size_t count, JournalTimes times,

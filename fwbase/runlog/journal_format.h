@@ -21,7 +21,7 @@ namespace fwbase {
 constexpr std::size_t kJournalHeaderSize = 4096;
 
 /// "FWBJNL", 0 and the version of the format, as a number: another byte order has another one.
-constexpr std::uint64_t kJournalMagic = 0x4657424A4E4C0001;
+constexpr std::uint64_t kJournalMagic = 0x4657424A4E4C0002;
 
 /// Which times the texts of records show.
 enum class JournalTimes : std::uint64_t {
@@ -64,6 +64,10 @@ struct JournalContent {
 
   /// How many records the note is about.
   std::size_t noted_records() const;
+
+  /// The records that are left when those are taken away that are written; without a note. Throws
+  /// std::bad_alloc.
+  JournalContent without(const std::vector<bool>& written) const;
 
   /// Appends the texts of `count` records from `first` on, marked with their ends. False without
   /// memory.

@@ -1,11 +1,13 @@
 // The bytes of the log decide: its size alone says nothing where others append to it, too.
 #include "fwbase/runlog/journal_recovery.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <unordered_map>
 
 #include "support/uninterrupted.h"
@@ -63,6 +65,26 @@ void find_records(const RecordTexts& batch, std::string_view content, std::vecto
   }
 }
 
+// Whatever their numbers: who wrote the journal may have kept more backups. Where the directory
+// cannot be listed these are the usual ones.
+std::vector<std::string> names_of(const std::string& log) {
+  const std::size_t name = log.rfind('/') + 1;  // 0 without a directory
+  const std::string directory = log.substr(0, name);
+  const std::string backup = log.substr(name) + ".bak.";
+  std::vector<std::string> names{log};
+  for (const char* const number : {"0", "1", "2", "3"}) {
+    names.push_back(directory + backup + number);
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> opened(
+      ::opendir(directory.empty() ? "." : directory.c_str()), ::closedir);
+  while (const dirent* const entry = opened ? ::readdir(opened.get()) : nullptr) {
+    if (std::string_view(entry->d_name).starts_with(backup)) {
+      names.push_back(directory + entry->d_name);
+    }
+  }
+  return names;
+}
+
 bool read_from(int descriptor, std::uint64_t offset, std::size_t limit, std::string& content) {
   constexpr std::size_t kBlock = std::size_t{256} << 10;
   content.clear();
@@ -102,11 +124,11 @@ BatchInLog find_batch(const JournalNote& note, const RecordTexts& batch, std::st
   return found;
 }
 
-bool read_noted_file(const JournalNote& note, const std::vector<std::string>& names,
-                     std::string& name, std::string& content) {
+bool read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
+                     std::string& content) {
   constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   const std::size_t limit = static_cast<std::size_t>(note.length) + kOthers;
-  for (const std::string& candidate : names) {
+  for (const std::string& candidate : names_of(log)) {
     const int descriptor =
         support::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
     if (descriptor < 0) {

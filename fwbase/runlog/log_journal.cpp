@@ -228,13 +228,35 @@ LogJournal::Adopted LogJournal::take_over(JournalContent& content) {
   return Adopted::kFailed;
 }
 
+// The file of that name may be what a process has left that was killed here.
+bool LogJournal::replace(std::unique_ptr<LogJournal>& journal, const std::vector<char>& records) {
+  std::string path = journal->m_path;
+  const std::string beside = path + ".new";
+  ::unlink(beside.c_str());
+  std::unique_ptr<LogJournal> made = make(beside, records.size());
+  if (!made) {
+    return false;
+  }
+  made->put(records.data(), records.size());
+  if (::rename(beside.c_str(), path.c_str()) != 0) {
+    const int reason = errno;
+    made->remove();
+    errno = reason;
+    return false;
+  }
+  made->m_path.swap(path);
+  journal.swap(made);
+  return true;
+}
+
 // --- Records ---
 
 void LogJournal::put(const char* record, std::size_t size) {
-  const std::size_t at = m_end % m_capacity;
-  const std::size_t first = std::min(size, m_capacity - at);
-  std::memcpy(m_ring + at, record, first);
+  const std::size_t first = std::min(size, m_capacity - m_at);
+  std::memcpy(m_ring + m_at, record, first);
   std::memcpy(m_ring, record + first, size - first);
+  m_at += size;
+  m_at -= m_at >= m_capacity ? m_capacity : 0;
   m_end += size;
   store(m_header->end, m_end);
 }
@@ -242,7 +264,9 @@ void LogJournal::put(const char* record, std::size_t size) {
 // While nothing is in it, it does not matter where a byte of a certain number stands.
 bool LogJournal::grow(std::size_t size) {
   const std::size_t capacity = whole_pages(size);
-  return capacity >= size && reserve(capacity) && map_ring(capacity);
+  const bool has_grown = capacity >= size && reserve(capacity) && map_ring(capacity);
+  m_at = m_end % m_capacity;
+  return has_grown;
 }
 
 // --- Batches ---

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "fwbase/runlog/journal_format.h"
 
@@ -34,6 +35,11 @@ class LogJournal {
   /// new records. Throws std::bad_alloc; then nothing changed.
   static Adopted adopt(const std::string& path, std::unique_ptr<LogJournal>& journal,
                        JournalContent& content);
+
+  /// Puts a journal with these packed records, and no note, in the place of one that was adopted,
+  /// in one step. False where that fails: nothing changed, and errno says why. Throws
+  /// std::bad_alloc, likewise.
+  static bool replace(std::unique_ptr<LogJournal>& journal, const std::vector<char>& records);
 
   /// Leaves the file alone.
   ~LogJournal();
@@ -80,13 +86,14 @@ class LogJournal {
   bool begin_file(std::size_t capacity);
   Adopted take_over(JournalContent& content);
 
-  const std::string m_path;
+  std::string m_path;
   const int m_descriptor;
   JournalHeader* m_header = nullptr;
   char* m_ring = nullptr;
   std::size_t m_capacity = 0;
   std::atomic<std::uint64_t> m_begin{0};
   std::uint64_t m_end = 0;
+  std::size_t m_at = 0;  // where in the ring the next byte goes
 };
 
 }  // namespace fwbase

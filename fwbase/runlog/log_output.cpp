@@ -145,10 +145,10 @@ void LogOutput::put_into_file(const RecordTexts& texts, const Journaled* journal
 }
 
 // As put_into_file(), up to a record that cannot be written.
-bool LogOutput::put_whole(const RecordTexts& texts, const Journaled* journaled) {
+bool LogOutput::put_whole(const RecordTexts& texts, const Journaled& journaled) {
   for (std::size_t next = 0; next < texts.count();) {
     const LogFile::Appended appended =
-        m_file ? put_next(texts, next, journaled) : LogFile::Appended{0, false};
+        m_file ? put_next(texts, next, &journaled) : LogFile::Appended{0, false};
     if (!appended.written) {
       return false;
     }
@@ -277,7 +277,7 @@ LogJournal::Adopted LogOutput::adopt_journal() {
       std::unique_ptr<LogJournal> journal;
       JournalContent content;
       adopted = LogJournal::adopt(m_rotation.journal(), journal, content);
-      if (adopted == LogJournal::Adopted::kTaken && recover(*journal, content)) {
+      if (adopted == LogJournal::Adopted::kTaken && recover(journal, content)) {
         journal->remove();
       } else if (adopted == LogJournal::Adopted::kTaken) {
         adopted = LogJournal::Adopted::kFailed;
@@ -299,20 +299,20 @@ LogJournal::Adopted LogOutput::adopt_journal() {
 }
 
 // Each step leaves the journal so that a process that is killed here is recovered from as well.
-bool LogOutput::recover(LogJournal& journal, const JournalContent& content) {
+bool LogOutput::recover(std::unique_ptr<LogJournal>& journal, JournalContent& content) {
   if (content.note && !complete_noted_batch(journal, content)) {
     return false;
   }
   constexpr std::size_t kAtOnce = 256;
   RecordTexts texts;
-  const auto begin = std::upper_bound(content.ends.begin(), content.ends.end(), journal.begin());
+  const auto begin = std::upper_bound(content.ends.begin(), content.ends.end(), journal->begin());
   const std::size_t noted = content.noted_records();
   for (auto next = static_cast<std::size_t>(begin - content.ends.begin());
        next < content.ends.size();) {
     const bool is_noted = next < noted;
     const std::size_t count = std::min(kAtOnce, (is_noted ? noted : content.ends.size()) - next);
-    const Journaled journaled{journal, is_noted ? content.note->times : JournalTimes::kStored};
-    if (!content.add_texts(next, count, journaled.times, texts) || !put_whole(texts, &journaled)) {
+    const Journaled journaled{*journal, is_noted ? content.note->times : JournalTimes::kStored};
+    if (!content.add_texts(next, count, journaled.times, texts) || !put_whole(texts, journaled)) {
       return false;
     }
     texts.clear();
@@ -321,30 +321,34 @@ bool LogOutput::recover(LogJournal& journal, const JournalContent& content) {
   return true;
 }
 
-// Afterwards the records of the batch are all in the log, or none is.
-bool LogOutput::complete_noted_batch(LogJournal& journal, const JournalContent& content) {
-  const JournalNote& note = *content.note;
+// Afterwards no record that the journal still has is in the log. Where those of the batch that are
+// missing lie between others, they go into a journal without these: no note could tell of them.
+bool LogOutput::complete_noted_batch(std::unique_ptr<LogJournal>& journal,
+                                     JournalContent& content) {
+  const JournalNote note = *content.note;
   RecordTexts batch;
   std::string name;
   std::string there;
   if (!content.add_texts(0, content.noted_records(), note.times, batch)) {
     return false;
   }
-  if (!read_noted_file(note, m_rotation.names(), name, there)) {
+  if (!read_noted_file(note, m_rotation.path(), name, there)) {
     return true;
   }
   const BatchInLog found = find_batch(note, batch, there);
+  const auto written = std::count(found.written.begin(), found.written.end(), true);
   if (found.begun != 0) {
     const auto rest = std::string_view(batch.bytes()).substr(found.begun);
     if (!complete_file(name, rest)) {
       return false;
     }
-  } else if (std::find(found.written.begin(), found.written.end(), true) == found.written.end()) {
+  } else if (written == 0) {
     return true;
-  } else if (!put_missing(content, found.written)) {
-    return false;
+  } else if (written != static_cast<std::ptrdiff_t>(found.written.size())) {
+    content = content.without(found.written);
+    return LogJournal::replace(journal, content.records);
   }
-  journal.done(note.to);
+  journal->done(note.to);
   return true;
 }
 
@@ -354,16 +358,6 @@ bool LogOutput::complete_file(const std::string& name, std::string_view rest) {
   RecordTexts text;
   return is_open && text.add(rest) &&
          (name == m_rotation.path() ? *m_file : backup).append(text, 0, 1).written;
-}
-
-bool LogOutput::put_missing(const JournalContent& content, const std::vector<bool>& written) {
-  RecordTexts missing;
-  for (std::size_t record = 0; record < written.size(); ++record) {
-    if (!written[record] && !content.add_texts(record, 1, content.note->times, missing)) {
-      return false;
-    }
-  }
-  return put_whole(missing, nullptr);
 }
 
 void LogOutput::report_journal(std::string_view message, std::string_view reason) {

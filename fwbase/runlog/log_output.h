@@ -75,15 +75,14 @@ class LogOutput {
   LogFile::Appended put_next(const RecordTexts& texts, std::size_t next, const Journaled* journaled)
       FWBASE_REQUIRES(m_lock);
   void put_into_file(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
-  bool put_whole(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
+  bool put_whole(const RecordTexts& texts, const Journaled& journaled) FWBASE_REQUIRES(m_lock);
   void note(const RecordTexts& texts, std::size_t first, std::size_t count,
             const Journaled& journaled) FWBASE_REQUIRES(m_lock);
 
   LogJournal::Adopted adopt_journal() FWBASE_REQUIRES(m_lock);
-  bool recover(LogJournal& journal, const JournalContent& content) FWBASE_REQUIRES(m_lock);
-  bool complete_noted_batch(LogJournal& journal, const JournalContent& content)
+  bool recover(std::unique_ptr<LogJournal>& journal, JournalContent& content)
       FWBASE_REQUIRES(m_lock);
-  bool put_missing(const JournalContent& content, const std::vector<bool>& written)
+  bool complete_noted_batch(std::unique_ptr<LogJournal>& journal, JournalContent& content)
       FWBASE_REQUIRES(m_lock);
   bool complete_file(const std::string& name, std::string_view rest) FWBASE_REQUIRES(m_lock);
   bool report(std::string_view message, std::string_view reason, LocationText& location)

@@ -46,16 +46,16 @@ void LogQueue::push(const LogRecord& record) {
   MutexGuard lock(m_mutex);
   bool is_large = false;
   std::uint64_t begin = journal_begin();
-  Appended appended = is_full(is_large) ? Appended::kLater : append(record);
-  while (appended == Appended::kLater || appended == Appended::kLargeLater) {
+  Appended appended = append(record, is_large);
+  while (appended != Appended::kYes && appended != Appended::kNever) {
     if (drops(record.type)) {
       ++m_dropped.queue_full;
       return;
     }
-    is_large = is_large || appended == Appended::kLargeLater;
-    wait_for_room(lock, is_large, begin);
+    is_large = is_large || appended == Appended::kLargerThanJournal;
+    wait_for_room(lock, is_large, appended != Appended::kQueueFull, begin);
     begin = journal_begin();
-    appended = is_full(is_large) ? Appended::kLater : append(record);
+    appended = append(record, is_large);
   }
   if (wants_writer()) {
     m_writer = Writer::kAwake;
@@ -69,7 +69,10 @@ bool LogQueue::drops(IRunLog::Type level) const {
          (m_options.when_full == LogOptions::kDropBelow && (level & m_options.keep_level) == 0);
 }
 
-LogQueue::Appended LogQueue::append(const LogRecord& record) {
+LogQueue::Appended LogQueue::append(const LogRecord& record, bool is_large) {
+  if (is_full(is_large)) {
+    return Appended::kQueueFull;
+  }
   const std::size_t before = m_records.size();
   try {
     pack_record(record, m_records);
@@ -90,7 +93,7 @@ LogQueue::Appended LogQueue::keep(std::size_t from) {
   const std::size_t size = m_records.size() - from;
   if (size > m_journal->capacity()) {
     if (!m_journal->is_empty()) {
-      return Appended::kLargeLater;
+      return Appended::kLargerThanJournal;
     }
     if (!m_journal->grow(size)) {
       ++m_dropped.no_room;
@@ -98,20 +101,23 @@ LogQueue::Appended LogQueue::keep(std::size_t from) {
     }
   }
   if (!m_journal->has_room(size)) {
-    return Appended::kLater;
+    return Appended::kJournalFull;
   }
   m_journal->put(m_records.data() + from, size);
   return Appended::kYes;
 }
 
-// The writer tells only those who wait that there is room in the journal: that may have come since
-// the producer looked. A thread may be cancelled while it waits, and the writer or others may be
-// waiting for it.
-void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, std::uint64_t seen_begin) {
+// Who waits for the queue is told by take(), and who waits for the journal by the writer, without
+// the mutex where nobody does: room may have come since the producer looked. A thread may be
+// cancelled while it waits, and the writer or others may be waiting for it.
+void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, bool for_journal,
+                             std::uint64_t seen_begin) {
   struct Waiting {
     LogQueue& queue;
     const bool for_large;
+    const bool for_journal;
     ~Waiting() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+      queue.m_waiting_for_journal -= for_journal ? 1 : 0;
       if (for_large) {
         --queue.m_large_waiting;
         queue.m_room.notify_all();
@@ -120,10 +126,11 @@ void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, std::uint64_t see
         queue.m_filled.notify_one();
       }
     }
-  } const waiting{*this, for_large};
+  } const waiting{*this, for_large, for_journal};
   ++m_waiting;
+  m_waiting_for_journal += for_journal ? 1 : 0;
   m_large_waiting += for_large ? 1 : 0;
-  if (journal_begin() == seen_begin) {
+  if (!for_journal || journal_begin() == seen_begin) {
     lock.wait(m_room);
   }
 }
@@ -153,7 +160,7 @@ LogQueue::Dropped LogQueue::take_dropped() {
 }
 
 void LogQueue::journal_has_room() {
-  if (m_waiting != 0) {
+  if (m_waiting_for_journal != 0) {
     const MutexGuard lock(m_mutex);
     m_room.notify_all();
   }

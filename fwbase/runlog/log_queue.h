@@ -72,7 +72,8 @@ class LogQueue {
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
-  enum class Appended { kYes, kLater, kLargeLater, kNever };
+  /// Or what a record waits for.
+  enum class Appended { kYes, kQueueFull, kJournalFull, kLargerThanJournal, kNever };
 
   void set_open(bool open);
   bool is_full(bool for_large) const FWBASE_REQUIRES(m_mutex) {
@@ -80,13 +81,13 @@ class LogQueue {
            (m_large_waiting != 0 && !for_large);
   }
   bool drops(IRunLog::Type level) const FWBASE_REQUIRES(m_mutex);
-  Appended append(const LogRecord& record) FWBASE_REQUIRES(m_mutex);
+  Appended append(const LogRecord& record, bool is_large) FWBASE_REQUIRES(m_mutex);
   Appended keep(std::size_t from) FWBASE_REQUIRES(m_mutex);
   std::uint64_t journal_begin() const FWBASE_REQUIRES(m_mutex) {
     return m_journal != nullptr ? m_journal->begin() : 0;
   }
-  void wait_for_room(support::MutexGuard& lock, bool for_large, std::uint64_t seen_begin)
-      FWBASE_REQUIRES(m_mutex);
+  void wait_for_room(support::MutexGuard& lock, bool for_large, bool for_journal,
+                     std::uint64_t seen_begin) FWBASE_REQUIRES(m_mutex);
   bool is_idle() const FWBASE_REQUIRES(m_mutex) {
     return m_records.empty() && m_dropped.no_room == 0;
   }
@@ -103,7 +104,8 @@ class LogQueue {
   LogJournal* m_journal FWBASE_GUARDED_BY(m_mutex) = nullptr;
   std::vector<char> m_records FWBASE_GUARDED_BY(m_mutex);
   Dropped m_dropped FWBASE_GUARDED_BY(m_mutex);
-  std::atomic<unsigned int> m_waiting{0};                       // producers; changed under m_mutex
+  unsigned int m_waiting FWBASE_GUARDED_BY(m_mutex) = 0;        // producers
+  std::atomic<unsigned int> m_waiting_for_journal{0};           // of them; changed under m_mutex
   unsigned int m_large_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // those with large records
   Writer m_writer FWBASE_GUARDED_BY(m_mutex) = Writer::kAwake;
   bool m_open FWBASE_GUARDED_BY(m_mutex) = true;

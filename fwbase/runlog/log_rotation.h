@@ -63,9 +63,6 @@ class LogRotation {
   /// Whether it is a regular file of the log's own: what is rotated, and may have a journal.
   bool rotates() const { return m_rotates; }
 
-  /// The name of the file, and those of its backups.
-  const std::vector<std::string>& names() const { return m_names; }
-
   /// The name that a journal of the log has.
   const std::string& journal() const { return m_journal; }
 

@@ -1,14 +1,16 @@
-// Hosts with a journal that are killed: journal_kills plain|rotation|restarts <kills> [seed]
+// Hosts with a journal that are killed: journal_kills plain|rotation|restarts|shared <kills> [seed]
 //
 // Eight threads of a child process log in queued mode until SIGKILL comes, after a random time. The
 // next host of the log writes what was left. In the end every record whose write() had returned has
 // to be in the log once and whole, in the order of its thread. Logs are on the disk of TMPDIR and
-// on that of /dev/shm in turn.
+// on that of /dev/shm in turn. Where another process writes to the same log, and rotates it, too, a
+// record that was cut off stays so, and is there once more.
 #include <fwbase/fwbase.h>
 #include <fwbase/log_options.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -19,6 +21,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <new>
 #include <random>
 #include <string>
@@ -41,13 +44,16 @@ constexpr int kMostHosts = 3;
 constexpr int kRecords = 4000;    // of a thread
 constexpr int kLongest = 20'000;  // how long a host works at most, in microseconds
 
+constexpr int kNeighbour = kMostHosts;  // as a host
+
 constexpr int kBackups = 400;  // more than there will be
 
-enum class Variant { kPlain, kRotation, kRestarts };
+enum class Variant { kPlain, kRotation, kRestarts, kShared };
 
 // What the hosts tell, in memory that outlives them.
 struct Told {
   std::atomic<bool> started{false};
+  std::atomic<bool> neighbour_started{false};
   std::array<std::array<std::atomic<int>, kThreads>, kMostHosts> returned{};  // calls of write()
 };
 
@@ -85,10 +91,10 @@ void log_in_threads(int host, Told& told) {
   threads.front().join();
 }
 
-bool open_log(const std::string& path, Variant variant) {
+bool open_log(const std::string& path, Variant variant, bool has_journal = true) {
   LogOptions options;
-  options.journal = true;
-  if (variant == Variant::kRotation) {
+  options.journal = has_journal;
+  if (variant == Variant::kRotation || variant == Variant::kShared) {
     options.file_bytes = 50'000;
     options.backups = kBackups;
   }
@@ -131,6 +137,30 @@ void kill_a_host(const std::string& path, Variant variant, int host, Told& told,
   count_fault();
 }
 
+// Another process of the same log, without a queue, until it is killed.
+pid_t start_neighbour(const std::string& path, Variant variant, Told& told) {
+  const pid_t child = start_child([&] {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // it would outlive a test that is ended
+    const bool is_open = open_log(path, variant, false);
+    told.neighbour_started = true;
+    for (int number = 0; is_open; ++number) {
+      IFWBase::instance()->runlog()->write(IRunLog::WARN, message_of(kNeighbour, 0, number).c_str(),
+                                           "here");
+      const timespec time = {0, 20'000};
+      ::nanosleep(&time, nullptr);
+    }
+  });
+  while (!told.neighbour_started) {
+    std::this_thread::yield();
+  }
+  return child;
+}
+
+void end(pid_t child) {
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+}
+
 // A host that only opens the log.
 void recover(const std::string& path, Variant variant) {
   const pid_t child = start_child([&] {
@@ -160,7 +190,7 @@ class Records {
   // What is not as it was written counts as one torn record.
   Records(std::string_view text, Totals& totals) {
     while (!text.empty()) {
-      if (!take(text, totals)) {
+      if (!take(text)) {
         ++totals.torn;
         const std::size_t next = text.find("\n[WARN ]:", 1);
         text.remove_prefix(next != text.npos ? next + 1 : text.size());
@@ -172,16 +202,24 @@ class Records {
   void compare(const Told& told, int hosts, Totals& totals) const {
     for (int host = 0; host < hosts; ++host) {
       for (int thread = 0; thread < kThreads; ++thread) {
-        const int returned = told.returned[host][thread];
-        totals.returned += returned;
-        totals.lost += std::max(returned - m_next[host][thread], 0);
-        expect(m_next[host][thread] <= returned + 1, "a record that was never written");
+        const std::vector<int>& times = m_times[host][thread];
+        const auto returned = static_cast<std::size_t>(told.returned[host][thread]);
+        totals.returned += static_cast<long>(returned);
+        for (std::size_t number = 0; number < std::max(returned, times.size()); ++number) {
+          const int count = number < times.size() ? times[number] : 0;
+          totals.lost += count == 0 ? 1 : 0;
+          totals.twice += count > 1 ? 1 : 0;
+        }
+        expect(times.size() <= returned + 1, "a record that was never written");
       }
     }
   }
 
+  /// Those of each host behind those of the one before, and those of a thread as it wrote them.
+  bool are_in_order() const { return m_in_order; }
+
  private:
-  bool take(std::string_view& text, Totals& totals) {
+  bool take(std::string_view& text) {
     constexpr std::string_view kHead = "[WARN ]: here\r\n >";
     int numbers[3] = {-1, -1, -1};
     std::string_view left = text;
@@ -194,7 +232,7 @@ class Records {
       left.remove_prefix(std::min(left.size(), static_cast<std::size_t>(end - left.data()) + 1));
     }
     const auto [host, thread, number] = numbers;
-    if (host < 0 || host >= kMostHosts || thread < 0 || thread >= kThreads || number < 0) {
+    if (host < 0 || host > kNeighbour || thread < 0 || thread >= kThreads || number < 0) {
       return false;
     }
     const std::string whole = std::string(kHead) + message_of(host, thread, number) + "\n";
@@ -202,30 +240,34 @@ class Records {
       return false;
     }
     text.remove_prefix(whole.size());
-    count(host, thread, number, totals);
+    count(host, thread, number);
     return true;
   }
 
-  void count(int host, int thread, int number, Totals& totals) {
-    expect(host >= m_host, "a record of a host stands behind those of the next one");
+  void count(int host, int thread, int number) {
+    std::vector<int>& times = m_times[host][thread];
+    const auto place = static_cast<std::size_t>(number);
+    m_in_order = m_in_order && host >= m_host && place >= times.size();
     m_host = host;
-    int& next = m_next[host][thread];
-    totals.twice += number < next ? 1 : 0;
-    totals.lost += std::max(number - next, 0);
-    next = std::max(next, number + 1);
+    times.resize(std::max(times.size(), place + 1));
+    ++times[place];
   }
 
   int m_host = 0;
-  std::array<std::array<int, kThreads>, kMostHosts> m_next{};
+  bool m_in_order = true;
+  std::array<std::array<std::vector<int>, kThreads>, kNeighbour + 1> m_times;
 };
 
-void check(const std::string& path, const Told& told, int hosts, Totals& totals) {
+void check(const std::string& path, Variant variant, const Told& told, int hosts, Totals& totals) {
   const Totals before = totals;
   const std::string text = whole_log(path);
-  Records(text, totals).compare(told, hosts, totals);
+  const Records records(text, totals);
+  records.compare(told, hosts, totals);
+  const bool is_alone = variant != Variant::kShared;
   expect(totals.lost == before.lost, "a record is lost");
   expect(totals.twice == before.twice, "a record is there twice");
-  expect(totals.torn == before.torn, "a record is torn, or none of the log's own");
+  expect(!is_alone || records.are_in_order(), "records are not in their order");
+  expect(!is_alone || totals.torn == before.torn, "a record is torn, or none of the log's own");
 }
 
 Told* new_told() {
@@ -238,7 +280,8 @@ Told* new_told() {
 void run(Variant variant, long kills, std::mt19937& random) {
   const char* const usual = ::getenv("TMPDIR");
   const std::string disks[] = {usual != nullptr ? usual : "/tmp", "/dev/shm"};
-  const int hosts = variant == Variant::kRestarts ? kMostHosts : 1;
+  const bool is_shared = variant == Variant::kShared;
+  const int hosts = variant == Variant::kRestarts || is_shared ? kMostHosts : 1;
   Totals totals;
   for (long round = 0; totals.kills < kills; ++round) {
     begin_step("write", "round " + std::to_string(round));
@@ -249,11 +292,15 @@ void run(Variant variant, long kills, std::mt19937& random) {
     if (!expect(told != nullptr, "shared memory")) {
       return;
     }
+    const pid_t neighbour = is_shared ? start_neighbour(path, variant, *told) : 0;
     for (int host = 0; host < hosts; ++host, ++totals.kills) {
       kill_a_host(path, variant, host, *told, random);
     }
     recover(path, variant);
-    check(path, *told, hosts, totals);
+    if (is_shared) {
+      end(neighbour);
+    }
+    check(path, variant, *told, hosts, totals);
     ::munmap(told, sizeof(Told));
   }
   std::printf(
@@ -267,17 +314,17 @@ void run(Variant variant, long kills, std::mt19937& random) {
 
 int main(int argc, char** argv) {
   using namespace fwbase::faults;
-  const std::string name = argc > 2 ? argv[1] : "";
-  const bool is_known = name == "plain" || name == "rotation" || name == "restarts";
-  if (!is_known) {
-    std::fprintf(stderr, "usage: journal_kills plain|rotation|restarts <kills> [seed]\n");
+  const std::map<std::string, Variant> variants = {{"plain", Variant::kPlain},
+                                                   {"rotation", Variant::kRotation},
+                                                   {"restarts", Variant::kRestarts},
+                                                   {"shared", Variant::kShared}};
+  const auto variant = variants.find(argc > 2 ? argv[1] : "");
+  if (variant == variants.end()) {
+    std::fprintf(stderr, "usage: journal_kills plain|rotation|restarts|shared <kills> [seed]\n");
     return 2;
   }
   std::mt19937 random = seeded(argc > 3 ? argv[3] : nullptr);
-  begin_scenario("journal_kills " + name);
-  run(name == "plain"      ? Variant::kPlain
-      : name == "rotation" ? Variant::kRotation
-                           : Variant::kRestarts,
-      std::atol(argv[2]), random);
+  begin_scenario("journal_kills " + variant->first);
+  run(variant->second, std::atol(argv[2]), random);
   return end_scenario();
 }

@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
+#include "command_line/file_watch.h"
 #include "followed_log.h"
 #include "interruption.h"
-#include "watch.h"
 
 namespace fwlog {
 
@@ -49,7 +49,7 @@ bool follow_logs(const Options& options, Delivery& delivery, Output& out) {
       delivery.finish();
     }
   };
-  Watch watch(options.files);
+  tools::FileWatch watch(options.files);
   Logs logs;
   for (const std::string& path : options.files) {
     auto log = std::make_unique<FollowedLog>(path, options, delivery, past_start);
@@ -63,9 +63,9 @@ bool follow_logs(const Options& options, Delivery& delivery, Output& out) {
     const bool any = advance(logs);
     out.flush();
     if (any) {
-      Watch::pause(kPause);
-    } else {
-      watch.wait(until_deadline(logs));
+      tools::FileWatch::pause(kPause);
+    } else if (!watch.wait(until_deadline(logs))) {
+      throw ClosedPipe();
     }
   }
   for (const std::unique_ptr<FollowedLog>& log : logs) {

@@ -12,7 +12,6 @@
 #include "command_line/descriptor.h"
 #include "fwbase/runlog/journal_format.h"
 #include "fwbase/runlog/journal_recovery.h"
-#include "log_files.h"
 #include "output.h"
 
 namespace fwlog {
@@ -45,7 +44,7 @@ void add_missing(const JournalContent& content, const std::string& log, RecordTe
     add(content, 0, noted, content.note->times, batch);
     std::string name;
     std::string there;
-    fwbase::read_noted_file(*content.note, names_of(log, false), name, there);
+    fwbase::read_noted_file(*content.note, log, name, there);
     const std::vector<bool> written = fwbase::find_batch(*content.note, batch, there).written;
     for (std::size_t record = 0; record < noted; ++record) {
       if (!written[record]) {

@@ -62,9 +62,7 @@ void add_numbers(const std::string& path, Numbers& numbers) {
   }
 }
 
-}  // namespace
-
-// The oldest first.
+// Those that the files of a log have or may have, the oldest first.
 std::vector<std::string> names_of(const std::string& path, bool only) {
   std::vector<std::string> names;
   if (!only && path != kStandardInput) {
@@ -82,8 +80,6 @@ std::vector<std::string> names_of(const std::string& path, bool only) {
   names.push_back(path);
   return names;
 }
-
-namespace {
 
 class Opening {
  public:

@@ -25,9 +25,6 @@ struct LogFiles {
 /// none, even if the log is rotated meanwhile.
 LogFiles open_log(const std::string& path, bool only, log_records::Splitter::LookAhead look_ahead);
 
-/// The names that the files of a log have or may have, the oldest first.
-std::vector<std::string> names_of(const std::string& path, bool only);
-
 /// The name that leads to this file now: FILE or a backup, or "".
 std::string name_of(const std::string& path, FileId id);
 

@@ -16,11 +16,10 @@
 
 namespace fwrun {
 
-/// Installed as the facade's script engine while it lives, unless the facade is released before.
-/// Hands everything on to the engine that was installed, with a watcher in front of each function
-/// that is registered, whoever registers it; the watchers count the calls that succeed. Must live
-/// until that engine is released. Any thread may use it as an engine; begin() and succeeded() are
-/// for the thread that made it.
+/// Stands in front of the script engine, from its construction until its destruction or the
+/// facade's release(). Forwards every operation, puts a watcher in front of each function that
+/// anybody registers, and counts the calls that succeed. Must live until the engine is released.
+/// Any thread may use it as an engine; begin() and end() are for the thread that made it.
 class CallWatch : public tools::ForwardingScript {
  public:
   explicit CallWatch(tools::ErrorLog& errors);
@@ -36,6 +35,9 @@ class CallWatch : public tools::ForwardingScript {
   /// functions run, and calls in other threads, do not count.
   /// globals   those of the script, for messages
   void begin(const Section& section, const std::vector<Variable>& globals);
+
+  /// The section has ended: nothing of it is needed any more.
+  void end() { m_is_counting = false; }
 
   /// How many calls of the section have succeeded. Any thread.
   std::size_t succeeded() const { return m_succeeded; }

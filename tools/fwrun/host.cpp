@@ -9,6 +9,7 @@
 
 #include <fwbase/check.h>
 #include <fwbase/ifwbase.h>
+#include <fwbase/reload.h>
 
 #include "command_line/error_log.h"
 #include "command_line/result_code.h"
@@ -22,6 +23,7 @@
 #include "mocks.h"
 #include "modules/modules.h"
 #include "printing.h"
+#include "script_watch.h"
 #include "sections.h"
 
 namespace fwrun {
@@ -125,20 +127,25 @@ bool check(const Options& options) {
                       [](const fwbase::Finding& one) { return one.error; });
 }
 
-bool load(const Options& options, ScriptFile& script, Host& host) {
+enum class Way { kLoad, kReload };
+
+// False, after a complaint, when nothing is loaded; `script` is that of the file all the same.
+bool load(Way way, const Options& options, ScriptFile& script, Host& host) {
   std::string why = reason_unreadable(options.path);
   if (!why.empty()) {
     report_load_failure(options, ec::SCRIPT_E_LOAD, why, host.errors);
     return false;
   }
   const bool is_read = read_script_file(options.path, script, why);
-  if (is_read && !host.mocks.add(options, script, host.watch)) {
+  if (is_read && way == Way::kLoad && !host.mocks.add(options, script, host.watch)) {
     return false;
   }
   if (options.check && !check(options)) {
     return false;
   }
-  const ec::EC loaded = IFWBase::instance()->script()->load_script(options.path.c_str());
+  const ec::EC loaded = way == Way::kLoad
+                            ? IFWBase::instance()->script()->load_script(options.path.c_str())
+                            : fwbase::reload_script(options.path.c_str());
   if (ec::succeeded(loaded) && is_read) {
     return true;
   }
@@ -239,32 +246,75 @@ void warn_of_unmentioned(const Options& options, const ScriptFile& script) {
   }
 }
 
-Status run_script(const Options& options, Host& host) {
-  char environment = 0;  // its address is the key of this environment
-  ScriptFile script;
-  if (!load(options, script, host) || !all_known(options, script)) {
+// The sections to run. Of several they must be named; a script without any is listed.
+Status choose_sections(const Options& options, const ScriptFile& script,
+                       std::vector<std::string>& sections) {
+  if (!all_known(options, script)) {
     return kNothing;
   }
-  std::vector<std::string> sections = options.sections;
+  sections = options.sections;
   if (sections.empty() && script.sections.size() == 1) {
     sections = names_of(script.sections);
   }
-  if (sections.empty() && script.sections.size() > 1) {
+  if (!sections.empty()) {
+    return kDone;
+  }
+  if (script.sections.size() > 1) {
     complain({"'{1}' has several sections; name those to run: {2}",
               "“{1}”有多个节；请指明要运行的：{2}"},
              {options.script, joined(names_of(script.sections))});
   }
-  if (sections.empty()) {
-    const Status written = write_out(listing(script));
-    return script.sections.size() > 1 ? kNothing : written;
+  const Status written = write_out(listing(script));
+  return script.sections.size() > 1 ? kNothing : written;
+}
+
+// Runs nothing when the file has a mistake: then the script before it stays loaded.
+void run_again(const Options& options, Host& host, void* environment) {
+  ScriptFile script;
+  std::vector<std::string> sections;
+  complain({"'{1}' has changed", "“{1}”已修改"}, {options.script});
+  if (!load(Way::kReload, options, script, host)) {
+    complain({"what was loaded before stays; waiting for the next change of '{1}'",
+              "之前加载的内容保持不变；等待“{1}”的下一次修改"},
+             {options.script});
+  } else if (choose_sections(options, script, sections) == kDone) {
+    run_and_store(sections, options,
+                  {options.script, script, host.watch, host.errors, environment});
+  }
+}
+
+Status run_script(const Options& options, Host& host) {
+  char environment = 0;  // its address is the key of this environment
+  std::optional<ScriptWatch> changes;
+  if (options.watch) {
+    changes.emplace(options.path);
+  }
+  ScriptFile script;
+  if (!load(Way::kLoad, options, script, host)) {
+    return kNothing;
+  }
+  std::vector<std::string> sections;
+  const Status chosen = choose_sections(options, script, sections);
+  if (chosen != kDone || (sections.empty() && !options.watch)) {
+    return chosen;
   }
   warn_of_unmentioned(options, script);
   if (!set_variables(options, host.errors, &environment)) {
     return kNothing;
   }
   note_interruption();
-  return run_and_store(sections, options,
-                       {options.script, script, host.watch, host.errors, &environment});
+  if (options.watch) {
+    note_termination();
+  }
+  const Status status = run_and_store(
+      sections, options, {options.script, script, host.watch, host.errors, &environment});
+  if (!changes) {
+    return status;
+  }
+  while (changes->wait_for_change()) {
+    run_again(options, host, &environment);
+  }
+  return was_interrupted() ? kInterrupted : kFailed;
 }
 
 Status list_script(const Options& options) {

@@ -9,19 +9,23 @@ namespace {
 
 volatile std::sig_atomic_t interruption_came = 0;
 
-}  // namespace
-
-void note_interruption() {
+void note(int signal) {
   struct sigaction before {};
-  if (sigaction(SIGINT, nullptr, &before) != 0 || before.sa_handler == SIG_IGN) {
+  if (sigaction(signal, nullptr, &before) != 0 || before.sa_handler == SIG_IGN) {
     return;
   }
   // Without SA_RESTART, so that system calls that wait return.
   struct sigaction action {};
   action.sa_handler = [](int) { interruption_came = 1; };
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
+  sigaction(signal, &action, nullptr);
 }
+
+}  // namespace
+
+void note_interruption() { note(SIGINT); }
+
+void note_termination() { note(SIGTERM); }
 
 bool was_interrupted() { return interruption_came != 0; }
 

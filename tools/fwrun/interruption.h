@@ -8,6 +8,9 @@ namespace fwrun {
 /// caller ignores Ctrl-C, as for a command in the background.
 void note_interruption();
 
+/// The same for SIGTERM, which counts as Ctrl-C.
+void note_termination();
+
 /// Whether Ctrl-C was pressed.
 bool was_interrupted();
 

@@ -39,7 +39,8 @@ const char* const kFooter =
     "\n"
     "Exit status: 0 done; 1 a call failed, a result could not be saved or written, or a module\n"
     "threw as it was released;\n"
-    "2 wrong usage, or a module or the script cannot be loaded: nothing was run.\n"
+    "2 wrong usage, or a module or the script cannot be loaded: nothing was run;\n"
+    "130 interrupted.\n"
     "\n"
     "Example: fwrun --log run.log --level warn,error --set limit=80 --save script.xml check\n"
     "fwlog run.log shows the log.";
@@ -187,6 +188,10 @@ void declare(CLI::App& app, Options& options, Typed& typed) {
                "Write changed global variables back into SCRIPT, unless a call failed");
   app.add_flag("--check", options.check,
                "Check SCRIPT first, as fwcheck does, and run nothing after an error");
+  app.add_flag("--watch", options.watch,
+               "Then wait, and run the sections again whenever SCRIPT changes,\n"
+               "until Ctrl-C or SIGTERM; variables keep their values, and a file\n"
+               "with a mistake changes nothing");
   app.add_flag("--functions", options.functions, "List the functions of the modules");
   app.add_flag("--list", options.list, "List sections, functions and variables, and run nothing");
 }
@@ -211,6 +216,12 @@ void check_combination(const CLI::App& app) {
              {"does not go with --list, which runs nothing", "不能与 --list 同用，它什么都不运行"});
     }
   }
+  for (const char* const option : {"--list", "--functions", "--print", "--save"}) {
+    if (app.count(option) != 0 && app.count("--watch") != 0) {
+      refuse(option, {"does not go with --watch, which ends with an interruption only",
+                      "不能与 --watch 同用，它只因中断而结束"});
+    }
+  }
   for (const char* const option : {"--queue-bytes", "--when-full", "--journal"}) {
     if (app.count(option) != 0 && app.count("--queued") == 0) {
       refuse(option, {"needs --queued", "需要与 --queued 同用"});
@@ -219,8 +230,12 @@ void check_combination(const CLI::App& app) {
   if (app.count("SCRIPT") == 0 && app.count("--functions") == 0) {
     throw CLI::RequiredError("SCRIPT");
   }
-  if (app.count("--save") != 0 && app["SCRIPT"]->as<std::string>() == "-") {
+  const bool is_input = app.count("SCRIPT") != 0 && app["SCRIPT"]->as<std::string>() == "-";
+  if (app.count("--save") != 0 && is_input) {
     refuse("--save", {"standard input cannot be saved", "标准输入无法保存"});
+  }
+  if (app.count("--watch") != 0 && is_input) {
+    refuse("--watch", {"standard input does not change", "标准输入不会改变"});
   }
 }
 

@@ -41,6 +41,7 @@ struct Options {
   bool check = false;
   bool print = false;
   bool save = false;
+  bool watch = false;
 };
 
 /// Reads the command line. Returns the exit status when nothing is left to do: --help or --version

@@ -53,6 +53,7 @@ std::optional<ec::EC> result_of(const Section& section, const Loaded& loaded,
 bool run_section(const Section& section, const Loaded& loaded, Clock::time_point begin) {
   loaded.watch.begin(section, loaded.script.variables);
   const std::optional<ec::EC> result = result_of(section, loaded, begin);
+  loaded.watch.end();
   if (was_interrupted()) {
     return report_interruption(loaded, section);
   }

@@ -86,6 +86,20 @@ TEST_F(JournalFormat, RecordsComeBackInTheirOrder) {
   EXPECT_FALSE(content.note);
 }
 
+TEST_F(JournalFormat, WhatIsWrittenCanBeTakenAway) {
+  start_at(1000);
+  for (const char* const message : {"a", "bb", "ccc", "dddd"}) {
+    add(message);
+  }
+  note_to(ends[2]);
+  ASSERT_EQ(read(), JournalState::kWhole);
+  content = content.without({true, false, true});
+  EXPECT_EQ(content.begin, 0u);
+  EXPECT_FALSE(content.note);
+  EXPECT_EQ(content.ends.back(), content.records.size());
+  EXPECT_EQ(texts(JournalTimes::kNone), "[ERROR]: here\r\n >bb\n[ERROR]: here\r\n >dddd\n");
+}
+
 TEST_F(JournalFormat, ARecordThatGoesOnAtTheBeginOfTheRingIsOne) {
   for (std::uint64_t back = 0; back < 30; ++back) {
     ends.clear();
@@ -188,7 +202,9 @@ TEST_F(JournalFormat, WhatCannotBeReadIsToldFromDamage) {
 }
 
 TEST(JournalHash, DependsOnEveryByteAndTheLength) {
-  const std::string text = "[ERROR]: here\r\n >a message of some length\n";
+  const std::string text =
+      "[ERROR]: here\r\n >a message of some length, so that there are several rounds of all lanes, "
+      "and some bytes behind them\n";
   std::vector<std::uint64_t> hashes{journal_hash(text), journal_hash(""),
                                     journal_hash(text + '\0')};
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -100,10 +100,10 @@ TEST_F(EqualRecords, CountAsOftenAsTheyStandThere) {
 TEST(NotedFile, IsFoundByItsInodeUnderWhateverName) {
   const TempDir dir;
   write_file(dir.path("log"), "new");
-  write_file(dir.path("log.bak.0"), "before|batch");
-  std::filesystem::create_symlink("log.bak.0", dir.path("log.bak.1"));
+  write_file(dir.path("log.bak.12"), "before|batch");
+  std::filesystem::create_symlink("log.bak.12", dir.path("log.bak.1"));
   struct stat status;
-  ASSERT_EQ(::stat(dir.path("log.bak.0").c_str(), &status), 0);
+  ASSERT_EQ(::stat(dir.path("log.bak.12").c_str(), &status), 0);
   JournalNote note;
   note.device = status.st_dev;
   note.inode = status.st_ino;
@@ -111,14 +111,18 @@ TEST(NotedFile, IsFoundByItsInodeUnderWhateverName) {
   note.length = 5;
   std::string name;
   std::string content;
-  const std::vector<std::string> names{dir.path("none"), dir.path("log.bak.1"),
-                                       dir.path("log.bak.0"), dir.path("log")};
-  ASSERT_TRUE(read_noted_file(note, names, name, content));
-  EXPECT_EQ(name, dir.path("log.bak.0"));
+  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
+  EXPECT_EQ(name, dir.path("log.bak.12"));
   EXPECT_EQ(content, "batch");
   note.offset = 100;
-  ASSERT_TRUE(read_noted_file(note, names, name, content));
+  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
   EXPECT_EQ(content, "");
   ++note.device;
-  EXPECT_FALSE(read_noted_file(note, names, name, content));
+  EXPECT_FALSE(read_noted_file(note, dir.path("log"), name, content));
+  --note.device;
+  std::filesystem::rename(dir.path("log.bak.12"), dir.path("log"));
+  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
+  EXPECT_EQ(name, dir.path("log"));
+  std::filesystem::rename(dir.path("log"), dir.path("other.bak.0"));
+  EXPECT_FALSE(read_noted_file(note, dir.path("log"), name, content));
 }

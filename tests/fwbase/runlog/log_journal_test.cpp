@@ -345,6 +345,29 @@ TEST_F(JournalTest, AmongTheRecordsOfOthersThoseThatAreMissingAreWritten) {
   EXPECT_EQ(written(), text_of("b") + text_of("other") + text_of("a") + text_of("c"));
 }
 
+// Another process writes to the file as well, and has rotated it since.
+TEST_F(JournalTest, ARecoveryThatComesToAnEndAmongMissingRecordsDoublesNone) {
+  const std::string others = text_of("b") + text_of("other");
+  write_file(path, others);
+  const JournalNote note = note_of({"a", "b", "c"}, 0);
+  std::filesystem::rename(path, path + ".bak.0");
+  const std::string old = std::string(20000, '-') + "\n";
+  write_file(path, old);
+  leave_journal({"a", "b", "c", "d"}, &note);
+  write_file(journal + ".new", "of a process that was killed");
+  {
+    const FileSizeLimit limit(old.size() + text_of("a").size() + 1);
+    adopt();
+    EXPECT_EQ(written(), old + text_of("a"));
+    EXPECT_TRUE(exists(journal));
+  }
+  adopt();
+  EXPECT_EQ(written(), old + text_of("a") + text_of("c") + text_of("d"));
+  EXPECT_EQ(read_file(path + ".bak.0"), others);
+  EXPECT_FALSE(exists(journal));
+  EXPECT_FALSE(exists(journal + ".new"));
+}
+
 TEST_F(JournalTest, ABatchOfAFileThatIsABackupNowIsFoundAndCompletedThere) {
   for (const bool whole : {true, false}) {
     const std::string text = text_of("a") + text_of("b");
@@ -357,6 +380,19 @@ TEST_F(JournalTest, ABatchOfAFileThatIsABackupNowIsFoundAndCompletedThere) {
     EXPECT_EQ(written(), text_of("c"));
     write_file(path, "");
   }
+}
+
+TEST_F(JournalTest, ABatchIsFoundInABackupThatIsNotKeptAnyMore) {
+  LogOptions options;
+  options.backups = 0;
+  ASSERT_EQ(log.options(options), ec::LOG_OK);
+  write_file(path, text_of("a"));
+  const JournalNote note = note_of({"a"}, 0);
+  std::filesystem::rename(path, path + ".bak.7");
+  leave_journal({"a", "b"}, &note);
+  adopt();
+  EXPECT_EQ(read_file(path + ".bak.7"), text_of("a"));
+  EXPECT_EQ(written(), text_of("b"));
 }
 
 TEST_F(JournalTest, ABatchOfAFileThatIsGoneIsWritten) {
@@ -392,26 +428,31 @@ TEST_F(JournalTest, WithoutRoomInTheLogItIsKeptForTheNextFile) {
   EXPECT_EQ(written(), text_of("a") + text_of("b"));
 }
 
-TEST_F(JournalTest, WithoutMemoryNothingIsLost) {
-  for (int n = 1;; ++n) {
-    leave_journal({"a", "b"});
-    write_file(path, "");
-    bool has_failed = false;
-    {
-      const FailingNew memory(n, FailingNew::ANY);
-      EXPECT_TRUE(ec::succeeded(log.file(path.c_str())) || memory.has_failed());
-      has_failed = memory.has_failed();
+TEST_F(JournalTest, WithoutMemoryNothingIsLostOrDoubled) {
+  const auto expect_whole = [&](const std::vector<std::string>& messages, const JournalNote* note,
+                                const std::string& expected) {
+    bool has_failed = true;
+    for (int n = 1; has_failed && !HasFailure(); ++n) {
+      leave_journal(messages, note);
+      write_file(path, "");
+      {
+        const FailingNew memory(n, FailingNew::ANY);
+        EXPECT_TRUE(ec::succeeded(log.file(path.c_str())) || memory.has_failed());
+        has_failed = memory.has_failed();
+      }
+      adopt();
+      std::string text = written();
+      take_report(text,
+                  GBK(".journal文件中的记录未能全部写入,保留该文件: error=Cannot allocate memory"));
+      EXPECT_EQ(text, expected) << n;
+      EXPECT_FALSE(exists(journal));
     }
-    adopt();
-    std::string text = written();
-    take_report(text,
-                GBK(".journal文件中的记录未能全部写入,保留该文件: error=Cannot allocate memory"));
-    ASSERT_EQ(text, text_of("a") + text_of("b")) << n;
-    ASSERT_FALSE(exists(journal));
-    if (!has_failed) {
-      break;
-    }
-  }
+  };
+  expect_whole({"a", "b"}, nullptr, text_of("a") + text_of("b"));
+  write_file(path, text_of("b") + text_of("other"));
+  const JournalNote note = note_of({"a", "b", "c"}, 0);
+  std::filesystem::rename(path, path + ".bak.5");
+  expect_whole({"a", "b", "c", "d"}, &note, text_of("a") + text_of("c") + text_of("d"));
 }
 
 // --- What is not trusted ---

@@ -1,17 +1,17 @@
 // fwlog --follow. Rotations with the library's own log are in rotations.cpp.
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <utility>
 
 #include <gtest/gtest.h>
 
+#include "tests/harness/running_program.h"
 #include "tests/harness/temp_dir.h"
 #include "tests/tools/fwlog/fwlog_program.h"
 
@@ -26,90 +26,16 @@ void append(const std::string& path, const std::string& bytes) {
 }
 
 // fwlog --follow, and what it has written.
-class Following {
+class Following : public fwbase::test::RunningProgram {
  public:
-  explicit Following(std::vector<std::string> arguments) {
-    int out[2];
-    int err[2];
-    if (pipe(out) != 0 || pipe(err) != 0) {
-      throw std::runtime_error("no pipe");
-    }
-    m_child = fork();
-    if (m_child == 0) {
-      dup2(out[1], STDOUT_FILENO);
-      dup2(err[1], STDERR_FILENO);
-      for (const int end : {out[0], out[1], err[0], err[1]}) {
-        close(end);
-      }
-      arguments.insert(arguments.begin(), {FWLOG_PROGRAM, "--follow"});
-      std::vector<char*> argv;
-      for (std::string& argument : arguments) {
-        argv.push_back(argument.data());
-      }
-      argv.push_back(nullptr);
-      execv(argv[0], argv.data());
-      _exit(127);
-    }
-    close(out[1]);
-    close(err[1]);
-    m_out = out[0];
-    m_err = err[0];
-  }
-  ~Following() {
-    if (m_child > 0) {
-      kill(m_child, SIGKILL);
-      waitpid(m_child, nullptr, 0);
-    }
-    close_out();
-    close(m_err);
-  }
-  Following(const Following&) = delete;
-  Following& operator=(const Following&) = delete;
-
-  /// Reads until as much was written as `text` is long, and compares it.
-  void expect(const std::string& text) { EXPECT_EQ(read_from(m_out, text.size()), text); }
-  void expect_error(const std::string& text) { EXPECT_EQ(read_from(m_err, text.size()), text); }
-
-  /// Neither reads nor writes in between.
-  void stop() {
-    kill(m_child, SIGSTOP);
-    waitpid(m_child, nullptr, WUNTRACED);
-  }
-  void go_on() { kill(m_child, SIGCONT); }
-
-  /// Ctrl-C: gives the exit status. Nothing more may have been written.
-  int interrupt() {
-    kill(m_child, SIGINT);
-    EXPECT_EQ(read_from(m_out, 1000), "");
-    EXPECT_EQ(read_from(m_err, 1000), "");
-    return wait();
-  }
-  int wait() {
-    int status = 0;
-    waitpid(m_child, &status, 0);
-    m_child = 0;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-  void close_out() {
-    if (m_out >= 0) {
-      close(m_out);
-    }
-    m_out = -1;
-  }
+  explicit Following(std::vector<std::string> arguments)
+      : RunningProgram(command(std::move(arguments))) {}
 
  private:
-  static std::string read_from(int descriptor, std::size_t size) {
-    std::string text;
-    char c = 0;
-    while (text.size() < size && read(descriptor, &c, 1) == 1) {
-      text += c;
-    }
-    return text;
+  static std::vector<std::string> command(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {FWLOG_PROGRAM, "--follow"});
+    return arguments;
   }
-
-  pid_t m_child = 0;
-  int m_out = -1;
-  int m_err = -1;
 };
 
 class FwlogFollow : public testing::Test {

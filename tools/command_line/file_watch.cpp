@@ -1,4 +1,5 @@
-#include "watch.h"
+// Watches directories, since a file may be replaced by another one, by inotify where it exists.
+#include "command_line/file_watch.h"
 
 #include <poll.h>
 #include <sys/inotify.h>
@@ -8,9 +9,7 @@
 #include <algorithm>
 #include <ctime>
 
-#include "output.h"
-
-namespace fwlog {
+namespace tools {
 
 using std::chrono::milliseconds;
 
@@ -25,7 +24,7 @@ std::string directory_of(const std::string& path) {
 
 }  // namespace
 
-Watch::Watch(const std::vector<std::string>& paths)
+FileWatch::FileWatch(const std::vector<std::string>& paths)
     : m_changes(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
   for (const std::string& path : paths) {
     m_directories[directory_of(path)] = false;
@@ -34,7 +33,7 @@ Watch::Watch(const std::vector<std::string>& paths)
 }
 
 // A directory may come later.
-void Watch::watch_directories() {
+void FileWatch::watch_directories() {
   for (auto& [directory, is_watched] : m_directories) {
     if (!is_watched && m_changes.number() >= 0) {
       is_watched = inotify_add_watch(m_changes.number(), directory.c_str(),
@@ -43,25 +42,23 @@ void Watch::watch_directories() {
   }
 }
 
-void Watch::forget_changes() {
+void FileWatch::forget_changes() {
   char changes[4096];
   while (m_changes.number() >= 0 && read(m_changes.number(), changes, sizeof changes) > 0) {
   }
 }
 
-void Watch::wait(milliseconds longest) {
+bool FileWatch::wait(milliseconds longest) {
   watch_directories();
   pollfd waited[] = {{STDOUT_FILENO, 0, 0}, {m_changes.number(), POLLIN, 0}};
   poll(waited, 2, static_cast<int>(std::clamp(longest, milliseconds(0), kLongest).count()));
-  if ((waited[0].revents & (POLLERR | POLLHUP)) != 0) {
-    throw ClosedPipe();
-  }
   forget_changes();
+  return (waited[0].revents & (POLLERR | POLLHUP)) == 0;
 }
 
-void Watch::pause(milliseconds time) {
+void FileWatch::pause(milliseconds time) {
   const timespec span{0, std::chrono::nanoseconds(time).count()};
   nanosleep(&span, nullptr);
 }
 
-}  // namespace fwlog
+}  // namespace tools
