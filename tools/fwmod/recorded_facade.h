@@ -3,7 +3,6 @@
 #define FWMOD_RECORDED_FACADE_H
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 
 #include "recorded_env.h"
 #include "recorded_modules.h"
+#include "support/mutex.h"
 
 namespace fwmod {
 
@@ -75,8 +75,8 @@ class RecordedScript final : public fwbase::IScript {
   void forget();
 
   fwbase::IScript& m_inner;
-  std::mutex m_mutex;
-  std::vector<Function> m_functions;  // in the order of registration
+  support::Mutex m_mutex;
+  std::vector<Function> m_functions FWBASE_GUARDED_BY(m_mutex);  // in the order of registration
 };
 
 /// The library's facade, of which nothing is recorded.
@@ -135,8 +135,8 @@ class RecordedFacade final : public fwbase::IFWBase {
   RecordedEnv m_env;
   RecordedModules m_modules;
   RecordedScript m_script;
-  mutable std::mutex m_mutex;
-  mutable std::map<void*, RecordedEnv> m_envs;
+  mutable support::Mutex m_mutex;
+  mutable std::map<void*, RecordedEnv> m_envs FWBASE_GUARDED_BY(m_mutex);
 };
 
 }  // namespace fwmod
