@@ -5,6 +5,8 @@
 #include <new>
 
 #include "fwbase/runlog/runlog.h"
+#include "support/lock_list.h"
+#include "utility/text_codec.h"
 
 namespace fwbase {
 
@@ -13,13 +15,17 @@ using support::WriteGuard;
 
 namespace {
 
+// From then on, a child that the host forks can use the facade. Without memory for that, the next
+// init() tries again.
+void watch_forks() { support::ListedLock::watch_forks(&utility::prepare_conversions); }
+
 // Holds the facade for the whole process. Its storage is never given back, since other threads of
 // the host may log while the process exits; what the exit needs is that no queued record is lost
 // and that the writer thread is not left waiting.
 class ProcessFacade {
  public:
   // cppcheck-suppress uninitMemberVar  ; the storage becomes the facade
-  ProcessFacade() : m_facade(new (m_storage) CFWBase) { m_facade->watch_forks(); }
+  ProcessFacade() : m_facade(new (m_storage) CFWBase) { watch_forks(); }
   ~ProcessFacade() { m_facade->finish_log(); }
   ProcessFacade(const ProcessFacade&) = delete;
   ProcessFacade& operator=(const ProcessFacade&) = delete;

@@ -45,22 +45,11 @@ class CFWBase final : public IFWBase {
   /// facade stays usable, for threads that are still running and destructors that come later.
   void finish_log();
 
-  /// For the start of the process: from then on, a child that the host forks can use the facade.
-  /// Without memory for that, the next init() tries again.
-  void watch_forks();
-
-  // cfwbase_fork.cpp, called by fork() in the thread that forks
-  void before_fork();
-  void after_fork_in_parent();
-  void after_fork_in_child();
-
  private:
   template <typename Component>
   Component* install(std::atomic<Component*>& installed, Component* replacement,
                      Component& built_in);
   bool insert_env(void* key, CGlobalEnvImpl* env);
-  template <typename Visit>
-  void for_each_env_lock(Visit visit) FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
   // Written under the lock. Read without it: a component asks for the run log while it holds its
   // own lock, and release() holds this lock while it waits for the locks of environments.
@@ -76,9 +65,7 @@ class CFWBase final : public IFWBase {
   CModuleManage m_module;
   CScript m_script_engine;
   CDataBlockFT m_block_factory;
-  mutable support::RwLock m_lock;
-  bool m_watches_forks FWBASE_GUARDED_BY(m_lock) = false;
-  bool m_has_fork_lock = false;  // while the process forks: that m_lock was got
+  mutable support::RwLock m_lock{support::LockRank::kFacade};
 };
 
 }  // namespace fwbase

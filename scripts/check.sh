@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # usage: ./dev check
 #
-# Checks sources and scripts without changing anything: the layout, cppcheck, shellcheck.
+# Checks sources and scripts without changing anything: the layout, cppcheck, locks, shellcheck.
 . scripts/lib/common.sh
 
 test_sources() { git ls-files -- 'tests/*.cpp' 'bench/*.cpp' 'fuzz/*.cpp'; }
@@ -20,5 +20,10 @@ sources | xargs clang-format --dry-run --Werror
 say "Checking sources with cppcheck"
 product_sources | run_cppcheck --enable=warning,style,performance,portability
 test_sources | run_cppcheck --enable=warning,portability
+say "Looking for locks that Clang does not check"
+if git grep -nE 'std::(mutex|[a-z]+_mutex|lock_guard|unique_lock|scoped_lock)\b' -- \
+  fwbase utility support tools ':!support/*mutex.h'; then
+  die "support/mutex.h has one that it checks"
+fi
 say "Checking scripts"
 scripts | xargs shellcheck -x

@@ -39,7 +39,9 @@ bool RwLock::acquire_write() {
   bool taken = false;
   bool again = true;
   while (again) {
-    wait_for_marks();
+    if ((m_marks & kAll) != kIgnored) {
+      wait_for_marks();
+    }
     taken = m_mutex.acquire_write() == 0;
     // A reader that had not seen this writer may have let marks count meanwhile.
     again = taken && (m_marks & kAll) != kIgnored;
@@ -56,7 +58,7 @@ bool RwLock::acquire_write() {
 
 // The system's lock is not held: until the marks are gone, it is open to readers that one of the
 // marked threads may be waiting for. Each writer waits for itself: another may have begun just now.
-void RwLock::wait_for_marks() {
+[[gnu::noinline]] void RwLock::wait_for_marks() {  // seldom called
   unsigned int marks = m_marks;
   if ((marks & kAll) == kCount && m_marks.compare_exchange_strong(marks, marks + kCount)) {
     marks += kCount;
@@ -68,40 +70,30 @@ void RwLock::wait_for_marks() {
 }
 
 // --- Forks ---
-//
-// The child has one thread, a copy of that which forked. Locks that other threads held would stay
-// locked in it for ever, so each is made anew. Giving back is not enough even for the thread's own
-// hold: the system tells a writer by its thread id, which is another one in the child.
 
-bool RwLock::before_fork(const timespec& deadline) {
+bool RwLock::take(const timespec& deadline) {
   pthread_rwlock_t& lock = const_cast<ACE_rwlock_t&>(m_mutex.lock());
-  switch (pthread_rwlock_timedrdlock(&lock, &deadline)) {
-    case 0:
-      m_fork = Fork::kHeld;
-      return true;
-    case EDEADLK:
-      m_fork = Fork::kHeldForWritingBefore;
-      return true;
-    default:
-      m_fork = Fork::kNotHeld;
-      return false;
-  }
+  const int result = ::pthread_rwlock_timedrdlock(&lock, &deadline);
+  m_written_by_fork = result == EDEADLK;
+  return result == 0 || m_written_by_fork;
 }
 
-void RwLock::after_fork_in_parent() {
-  if (m_fork == Fork::kHeld) {
+void RwLock::give_back() {
+  if (!m_written_by_fork) {
     m_mutex.release();
   }
 }
 
-// Given back first, for the tools that keep account of what a thread holds.
-void RwLock::after_fork_in_child() {
-  if (m_fork != Fork::kNotHeld) {
+// Giving back is not enough even for the thread's own hold: the system tells a writer by its thread
+// id, which is another one in the child. It is for the tools that keep account of what a thread
+// holds.
+void RwLock::make_anew(bool taken) {
+  if (taken) {
     m_mutex.release();
   }
   new (&m_mutex) ACE_RW_Thread_Mutex;
   m_writers = 0;
-  if (m_fork == Fork::kHeldForWritingBefore) {
+  if (m_written_by_fork) {
     m_mutex.acquire_write();
   }
 }

@@ -13,7 +13,9 @@
 
 #include <atomic>
 #include <ctime>
+#include <utility>
 
+#include "support/lock_list.h"
 #include "support/reader_marks.h"
 #include "support/thread_safety.h"
 
@@ -21,11 +23,12 @@ namespace support {
 
 /// A thread may hold it for reading several times at once. Threads that wait for writing do not
 /// keep readers away.
-class FWBASE_CAPABILITY RwLock {
+class FWBASE_CAPABILITY RwLock final : public ListedLock {
  public:
-  RwLock() = default;
-  RwLock(const RwLock&) = delete;
-  RwLock& operator=(const RwLock&) = delete;
+  explicit RwLock(LockRank rank, InChild in_child = {}) : ListedLock(rank, std::move(in_child)) {
+    join();
+  }
+  ~RwLock() { leave(); }
 
   /// How a thread holds the lock for reading.
   struct Read {
@@ -54,17 +57,7 @@ class FWBASE_CAPABILITY RwLock {
   bool acquire_write() FWBASE_ACQUIRE();
   void release_write() FWBASE_RELEASE() { m_mutex.release(); }
 
-  /// Around fork(), in the thread that forks. No other thread changes what the lock guards while
-  /// the process is copied, and the child's copy of the lock is free, or held by the thread that
-  /// forked as it was before. Says whether the lock was got until the deadline (CLOCK_REALTIME):
-  /// a thread that keeps it longer must not keep the host from forking.
-  bool before_fork(const timespec& deadline);
-  void after_fork_in_parent();
-  void after_fork_in_child();
-
  private:
-  enum class Fork { kNotHeld, kHeld, kHeldForWritingBefore };
-
   /// Whether a mark holds the lock. A thread that holds m_mutex for reading lets marks count, a
   /// writer ends that, waits for those that are there, and lets them be ignored: then it may take
   /// m_mutex. The upper bits count the rounds, so that no writer ends a later one than it saw.
@@ -85,11 +78,15 @@ class FWBASE_CAPABILITY RwLock {
   void let_marks_count();
   void wait_for_marks();
 
+  bool take(const timespec& deadline) override;
+  void give_back() override;
+  void make_anew(bool taken) override;
+
   std::atomic<unsigned int> m_marks{kIgnored};
   std::atomic<int> m_reads{0};    // by the system's lock, since the last write
   std::atomic<int> m_writers{0};  // those that wait
   ACE_RW_Thread_Mutex m_mutex;
-  Fork m_fork = Fork::kNotHeld;  // changed by one thread at a time: that which forks
+  bool m_written_by_fork = false;  // the thread that forks held it for writing before
 };
 
 /// Holds the lock for reading.

@@ -8,7 +8,7 @@
 #define FWBASE_THREAD_ANNOTATION(attribute)
 #endif
 
-#define FWBASE_CAPABILITY FWBASE_THREAD_ANNOTATION(capability("rwlock"))
+#define FWBASE_CAPABILITY FWBASE_THREAD_ANNOTATION(capability("lock"))
 #define FWBASE_SCOPED_CAPABILITY FWBASE_THREAD_ANNOTATION(scoped_lockable)
 #define FWBASE_GUARDED_BY(lock) FWBASE_THREAD_ANNOTATION(guarded_by(lock))
 #define FWBASE_REQUIRES(lock) FWBASE_THREAD_ANNOTATION(requires_capability(lock))

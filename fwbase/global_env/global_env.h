@@ -18,7 +18,10 @@ namespace fwbase {
 class CGlobalEnvImpl final : public IGlobalEnv {
  public:
   /// parent   where look-ups go on after a miss; null for none. Not owned.
-  explicit CGlobalEnvImpl(IGlobalEnv* parent) : m_parent(parent) {}
+  explicit CGlobalEnvImpl(IGlobalEnv* parent)
+      : m_parent(parent),
+        m_lock(parent != nullptr ? support::LockRank::kEnvironment
+                                 : support::LockRank::kRootEnvironment) {}
 
   ec::EC init() override;
   void release() override;
@@ -40,9 +43,6 @@ class CGlobalEnvImpl final : public IGlobalEnv {
   ec::EC get_obj(const char* name, IObject** object) override;
   ec::EC mod_obj(const char* name, const IObject* object) override;
   void rm_obj(const char* name) override;
-
-  /// For the facade, when the process forks.
-  support::RwLock& lock() { return m_lock; }
 
  private:
   // Both kinds of table look a name up without making a string of it.

@@ -36,9 +36,6 @@ class CModuleManage final : public IMM {
   void destroy_mid(unsigned int id) override;
   IBase* query_mid(unsigned int id) const override;
 
-  /// For the facade, when the process forks.
-  support::RwLock& lock() { return m_lock; }
-
  private:
   /// How a module was made that no factory made; "NULL" for one made by a function given directly.
   struct ModuleInfo {
@@ -66,7 +63,7 @@ class CModuleManage final : public IMM {
   Libraries m_libraries FWBASE_GUARDED_BY(m_lock);  // failed ones included
   std::map<std::uint32_t, IBase*> m_mids FWBASE_GUARDED_BY(m_lock);
   std::uint32_t m_last_auto_mid FWBASE_GUARDED_BY(m_lock) = kLastReservedMid;
-  mutable support::RwLock m_lock;
+  mutable support::RwLock m_lock{support::LockRank::kModules};
 };
 
 }  // namespace fwbase

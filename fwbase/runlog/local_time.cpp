@@ -61,6 +61,10 @@ LocalTime& local_time() {
   return of_process;
 }
 
+// Made while the library is loaded: made later, a fork at that moment would leave the child waiting
+// for it for ever.
+[[maybe_unused]] static const LocalTime& made_early = local_time();
+
 bool LocalTime::break_down(std::time_t time, std::tm& local) {
   const sys_seconds utc{seconds(time)};
   if (utc < kFirst || utc >= kLast) {
@@ -68,7 +72,7 @@ bool LocalTime::break_down(std::time_t time, std::tm& local) {
   }
   const support::MutexGuard guard(m_mutex);
   refresh();
-  const sys_seconds at = utc + seconds(m_zone.offset(time));
+  const sys_seconds at = utc + seconds(m_zone.rules.offset(time));
   const auto day = std::chrono::floor<days>(at);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss<seconds> clock(at - day);
@@ -87,8 +91,8 @@ void LocalTime::refresh() noexcept {
   const support::CancellationBlock no_cancellation;
   try {
     const char* const tz = std::getenv("TZ");
-    const bool same = tz != nullptr ? m_tz == tz : !m_tz;
-    if (!m_known || !same) {
+    const bool same = tz != nullptr ? m_zone.tz == tz : !m_zone.tz;
+    if (!m_zone.known || !same) {
       take_name(tz);
     }
     read_file();
@@ -98,36 +102,37 @@ void LocalTime::refresh() noexcept {
 
 // What TZ says without a file. A colon before it has no meaning.
 void LocalTime::take_name(const char* tz) {
-  m_known = false;
-  m_tz = tz != nullptr ? std::optional<std::string>(tz) : std::nullopt;
+  m_zone.known = false;
+  m_zone.tz = tz != nullptr ? std::optional<std::string>(tz) : std::nullopt;
   std::string_view name = tz != nullptr ? tz : kSystemZone;
   name.remove_prefix(name.starts_with(':') ? 1 : 0);
-  m_path = path_of(name);
-  m_status = {};
+  m_zone.path = path_of(name);
+  m_zone.status = {};
   const auto rules = YearlyRules::read(name);
-  m_zone = rules ? TimeZone(*rules) : TimeZone();
-  m_known = true;
+  m_zone.rules = rules ? TimeZone(*rules) : TimeZone();
+  m_zone.known = true;
 }
 
 void LocalTime::read_file() {
   struct stat status;
-  if (m_path.empty() || ::stat(m_path.c_str(), &status) != 0 || is_same_file(status, m_status)) {
+  if (m_zone.path.empty() || ::stat(m_zone.path.c_str(), &status) != 0 ||
+      is_same_file(status, m_zone.status)) {
     return;
   }
   std::string content;
-  if (support::read_file(m_path, kMaxFileSize, content) != support::ReadResult::kOk) {
+  if (support::read_file(m_zone.path, kMaxFileSize, content) != support::ReadResult::kOk) {
     return;
   }
   if (auto zone = TimeZone::read_file(content)) {
-    m_zone = std::move(*zone);
-    m_status = status;
+    m_zone.rules = std::move(*zone);
+    m_zone.status = status;
   }
 }
 
 // A zone that another thread was reading is read anew.
-void LocalTime::after_fork_in_child() {
-  if (!m_mutex.after_fork_in_child()) {
-    new (this) LocalTime;
+void LocalTime::in_child(bool whole) {
+  if (!whole) {
+    new (&m_zone) Zone;
   }
 }
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "fwbase/runlog/time_zone.h"
-#include "support/fork_mutex.h"
+#include "support/mutex.h"
 
 namespace fwbase {
 
@@ -25,22 +25,24 @@ class LocalTime {
   /// changed root directory, leaves the rules that are known. False for a time beyond the calendar.
   bool break_down(std::time_t time, std::tm& local);
 
-  /// Around fork(), in the thread that forks.
-  void before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
-  void after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
-  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
-
  private:
   void refresh() noexcept FWBASE_REQUIRES(m_mutex);
   void take_name(const char* tz) FWBASE_REQUIRES(m_mutex);
   void read_file() FWBASE_REQUIRES(m_mutex);
 
-  support::ForkMutex m_mutex;
-  std::optional<std::string> m_tz FWBASE_GUARDED_BY(m_mutex);  // the variable's value
-  std::string m_path FWBASE_GUARDED_BY(m_mutex);         // of the zone's file; empty: it has none
-  struct stat m_status FWBASE_GUARDED_BY(m_mutex) = {};  // of the file that was read
-  bool m_known FWBASE_GUARDED_BY(m_mutex) = false;       // the zone is that of m_tz
-  TimeZone m_zone FWBASE_GUARDED_BY(m_mutex);
+  void in_child(bool whole) FWBASE_NO_THREAD_SAFETY_ANALYSIS;
+
+  struct Zone {
+    std::optional<std::string> tz;  // the variable's value
+    std::string path;               // of the zone's file; empty: it has none
+    struct stat status = {};        // of the file that was read
+    bool known = false;             // the rules are those of tz
+    TimeZone rules;
+  };
+
+  support::RankedMutex m_mutex{support::LockRank::kLocalTime,
+                               [this](bool whole) { in_child(whole); }};
+  Zone m_zone FWBASE_GUARDED_BY(m_mutex);
 };
 
 /// That of this process. Never destroyed: threads may log while the process ends.

@@ -367,8 +367,7 @@ void LogOutput::report_journal(std::string_view message, std::string_view reason
 
 // --- Forks ---
 
-void LogOutput::after_fork_in_child() {
-  m_lock.after_fork_in_child();
+void LogOutput::in_child() {
   if (m_file) {
     m_file->part_from_parent();
   }

@@ -65,11 +65,6 @@ class LogOutput {
   /// The journal, if there is one, gets a note of each batch, and all of the records as done.
   void write(const RecordTexts& texts, const Journaled* journaled = nullptr);
 
-  /// Around fork(), in the thread that forks.
-  void before_fork(const timespec& deadline) { m_lock.before_fork(deadline); }
-  void after_fork_in_parent() { m_lock.after_fork_in_parent(); }
-  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
-
  private:
   void put(const RecordTexts& texts, const Journaled* journaled) FWBASE_REQUIRES(m_lock);
   LogFile::Appended put_next(const RecordTexts& texts, std::size_t next, const Journaled* journaled)
@@ -96,8 +91,10 @@ class LogOutput {
   /// To be called by whoever has changed the output.
   void publish() FWBASE_REQUIRES(m_lock);
 
+  void in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
+
   PublishedState& m_state;
-  support::RwLock m_lock;
+  support::RwLock m_lock{support::LockRank::kLogOutput, [this](bool) { in_child(); }};
   bool m_standard_output FWBASE_GUARDED_BY(m_lock) = false;
   std::unique_ptr<LogFile> m_file FWBASE_GUARDED_BY(m_lock);
   LogRotation m_rotation FWBASE_GUARDED_BY(m_lock);

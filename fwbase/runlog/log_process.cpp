@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 
-#include "fwbase/runlog/local_time.h"
 #include "support/cancellation_block.h"
 
 namespace fwbase {
@@ -203,29 +203,11 @@ bool CLogProcess::write_in_service(Type type, const char* message, const char* l
 
 // --- Forks ---
 
-void CLogProcess::before_fork(const timespec& deadline) {
-  m_gate.before_fork(deadline);
-  m_output.before_fork(deadline);
-  m_queue.before_fork(deadline);
-  local_time().before_fork(deadline);
-}
-
-void CLogProcess::after_fork_in_parent() {
-  local_time().after_fork_in_parent();
-  m_queue.after_fork_in_parent();
-  m_output.after_fork_in_parent();
-  m_gate.after_fork_in_parent();
-}
-
-// A standstill of the parent's, and what its queue and its journal hold, are not the child's.
-void CLogProcess::after_fork_in_child() {
-  local_time().after_fork_in_child();
+// The child has no writer thread. A standstill and a journal of the parent's are not its own: it
+// writes in the caller's thread, until init() gives it a writer of its own.
+void CLogProcess::in_child() {
   m_journal.reset();
-  m_queue.after_fork_in_child();
-  m_output.after_fork_in_child();
-  m_gate.after_fork_in_child();
-  m_lifecycle.after_fork_in_child();
-  m_writer.after_fork_in_child();
+  new (&m_writer) LogWriter(m_state, m_queue, m_output);
   m_state.change([](LogState& state) {
     state.direct_only = true;
     state.standstill = false;

@@ -3,7 +3,6 @@
 #define FWBASE_RUNLOG_LOG_PROCESS_H
 
 #include <atomic>
-#include <ctime>
 #include <memory>
 
 #include <fwbase/irunlog.h>
@@ -13,7 +12,7 @@
 #include "fwbase/runlog/log_queue.h"
 #include "fwbase/runlog/log_state.h"
 #include "fwbase/runlog/log_writer.h"
-#include "support/fork_mutex.h"
+#include "support/mutex.h"
 #include "support/rw_lock.h"
 
 namespace fwbase {
@@ -48,12 +47,6 @@ class CLogProcess final : public IRunLog {
   /// log stays usable; records are written in the caller's thread from then on.
   void finish();
 
-  /// For the facade, when the process forks. The child has no writer thread, and the queue belongs
-  /// to the parent: it writes in the caller's thread, until init() gives it a writer of its own.
-  void before_fork(const timespec& deadline);
-  void after_fork_in_parent();
-  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
-
  private:
   class Standstill;
   class Pause;
@@ -61,18 +54,19 @@ class CLogProcess final : public IRunLog {
   void start_journal() FWBASE_REQUIRES(m_gate);
   void end_journal() FWBASE_REQUIRES(m_gate);
   bool write_in_service(Type type, const char* message, const char* location);
+  void in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
   // In lines of their own: the state and the gate are looked at for each record, and the output and
   // the queue are changed for each.
   PublishedState m_state;
-  support::RwLock m_gate;
+  support::RwLock m_gate{support::LockRank::kLogGate};
   alignas(64) LogOutput m_output{m_state};
   alignas(64) LogQueue m_queue;
   LogWriter m_writer FWBASE_GUARDED_BY(m_gate){m_state, m_queue, m_output};
   bool m_finished FWBASE_GUARDED_BY(m_gate) = false;
   std::unique_ptr<LogJournal> m_journal FWBASE_GUARDED_BY(m_gate);
   std::atomic<bool> m_wants_journal{false};
-  support::ForkMutex m_lifecycle;
+  support::RankedMutex m_lifecycle{support::LockRank::kLogLifecycle, [this](bool) { in_child(); }};
 };
 
 }  // namespace fwbase

@@ -170,7 +170,7 @@ void LogQueue::wait_for_records(MutexGuard& lock) {
   for (int naps = 0; is_idle() && !has_ended(); ++naps) {
     if (naps < kNaps) {
       m_writer = Writer::kNapping;
-      lock.wait_for(m_filled, kNap);
+      lock.wait_until(m_filled, std::chrono::steady_clock::now() + kNap);
     } else {
       m_writer = Writer::kAsleep;
       lock.wait(m_filled);
@@ -188,15 +188,22 @@ void LogQueue::set_open(bool open) {
 
 // --- Forks ---
 
-// Threads of the parent may be waiting, and the child has only copies of what they wait for: all is
-// made anew.
-void LogQueue::after_fork_in_child() {
-  if (m_mutex.after_fork_in_child()) {
+// What was queued is the parent's, and so is the writer. Threads of the parent may be waiting: the
+// child has copies of what they wait for, and makes them anew. What another thread was changing is
+// not given back.
+void LogQueue::in_child(bool whole) {
+  if (whole) {
     std::vector<char>().swap(m_records);
   }
-  const LogOptions options = m_options;
-  new (this) LogQueue;
-  m_options = options;
+  new (&m_records) std::vector<char>;
+  new (&m_room) std::condition_variable;
+  new (&m_filled) std::condition_variable;
+  m_journal = nullptr;
+  m_dropped = {};
+  m_waiting = 0;
+  m_large_waiting = 0;
+  m_writer = Writer::kAwake;
+  m_open = true;
 }
 
 }  // namespace fwbase

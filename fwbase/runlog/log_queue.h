@@ -13,7 +13,7 @@
 
 #include "fwbase/runlog/log_journal.h"
 #include "fwbase/runlog/log_record.h"
-#include "support/fork_mutex.h"
+#include "support/mutex.h"
 
 namespace fwbase {
 
@@ -63,12 +63,6 @@ class LogQueue {
   void close() { set_open(false); }
   void open() { set_open(true); }
 
-  /// Around fork(), in the thread that forks. The child's queue is an empty one. Records that
-  /// another thread was queueing when the deadline (CLOCK_REALTIME) had passed are not given back.
-  void before_fork(const timespec& deadline) { m_mutex.before_fork(deadline); }
-  void after_fork_in_parent() { m_mutex.after_fork_in_parent(); }
-  void after_fork_in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
-
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
@@ -97,7 +91,10 @@ class LogQueue {
   bool wants_writer() FWBASE_REQUIRES(m_mutex);
   void wait_for_records(support::MutexGuard& lock) FWBASE_REQUIRES(m_mutex);
 
-  support::ForkMutex m_mutex;
+  void in_child(bool whole) FWBASE_NO_THREAD_SAFETY_ANALYSIS;
+
+  support::RankedMutex m_mutex{support::LockRank::kLogQueue,
+                               [this](bool whole) { in_child(whole); }};
   std::condition_variable m_room;    // for producers
   std::condition_variable m_filled;  // for the writer
   LogOptions m_options FWBASE_GUARDED_BY(m_mutex);

@@ -32,12 +32,6 @@ class LogWriter {
   /// While it does not run: the journal that the queue has from now on, or null.
   void journal(LogJournal* journal) { m_journal = journal; }
 
-  /// In a forked child: the thread and the journal are the parent's.
-  void after_fork_in_child() {
-    m_runs = false;
-    m_journal = nullptr;
-  }
-
  private:
   void write_queued();
   void write_packed(const std::vector<char>& packed, RecordTexts& texts);

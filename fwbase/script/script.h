@@ -75,9 +75,6 @@ class CScript : public IScript {
   /// A copy of what loading compares declarations with.
   script::Signatures signatures() const;
 
-  /// For the facade, when the process forks.
-  support::RwLock& lock() { return m_lock; }
-
  private:
   class Loaded;
   class Run;
@@ -131,7 +128,7 @@ class CScript : public IScript {
   ec::EC make_var_element(const std::string& name, const script::Value& value,
                           utility::CElement& var) FWBASE_REQUIRES(m_lock);
 
-  mutable support::RwLock m_lock;
+  mutable support::RwLock m_lock{support::LockRank::kScript};
 
   // What the host registered; the objects are the host's. Both counts change with the lock held
   // for writing, and are read without it.

@@ -44,4 +44,6 @@ run_tests() {
 
 sources() { git ls-files -- '*.h' '*.cpp'; }
 
-product_sources() { git ls-files -- 'fwbase/*.cpp' 'utility/*.cpp' 'tools/*.cpp' 'examples/*.cpp'; }
+product_sources() {
+  git ls-files -- 'fwbase/*.cpp' 'utility/*.cpp' 'support/*.cpp' 'tools/*.cpp' 'examples/*.cpp'
+}

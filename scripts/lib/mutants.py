@@ -110,7 +110,8 @@ def mistakes(line):
 
 def sources(excluded):
     names = subprocess.run(["git", "ls-files", "fwbase/*.cpp", "fwbase/*.h", "utility/*.cpp",
-                            "utility/*.h", "tools/*.cpp", "tools/*.h"],
+                            "utility/*.h", "support/*.cpp", "support/*.h", "tools/*.cpp",
+                            "tools/*.h"],
                            capture_output=True, check=True, text=True).stdout.split()
     return [n for n in names if not any(n.startswith(e + "/") for e in excluded)]
 
@@ -180,11 +181,11 @@ def draw(seed, count, excluded):
 def tests_of(folder):
     """The targets that have the tests of a folder of sources, and the labels that these have."""
     if folder.startswith("utility"):
-        return ["fwbase_tests"], "^utility$"
+        return ["fwbase_tests"], "^utility(/.*)?$"
     if folder in ("fwbase", "fwbase/runlog") or folder.startswith("fwbase/include"):
         label = "fwbase/runlog" if folder == "fwbase/runlog" else "fwbase"
         return ["fwbase_tests", "tests/host/all"], f"^({label}|host)$"
-    if folder.startswith("fwbase"):
+    if folder.startswith("fwbase") or folder == "support":
         return ["fwbase_tests"], f"^{folder}$"
     while not pathlib.Path("tests", folder).is_dir():
         folder = str(pathlib.PurePath(folder).parent)

@@ -1,5 +1,6 @@
 #include "support/rw_lock.h"
 
+#include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <ctime>
+#include <list>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -15,13 +17,15 @@
 #include "tests/harness/in_threads.h"
 
 using fwbase::test::in_threads;
-using support::ReaderMarks;
+using support::LockRank;
 using support::ReadGuard;
 using support::RwLock;
 using support::WriteGuard;
 using support::WriteRelease;
 
 namespace {
+
+constexpr LockRank kRank = LockRank::kEnvironment;
 
 // More reads than it takes until marks count.
 void read_often(RwLock& lock) {
@@ -31,12 +35,14 @@ void read_often(RwLock& lock) {
 }
 
 // Says whether another thread may read at this moment.
-bool can_be_read(RwLock& lock) {
+bool can_be_read(support::ListedLock& lock) {
   bool taken = false;
   std::thread([&] {
     const timespec now = {};
-    taken = lock.before_fork(now);
-    lock.after_fork_in_parent();
+    taken = lock.take(now);
+    if (taken) {
+      lock.give_back();
+    }
   }).join();
   return taken;
 }
@@ -63,7 +69,7 @@ class Writer {
 }  // namespace
 
 TEST(RwLock, AGuardThatGotNothingGivesNothingBack) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
-  RwLock lock;
+  RwLock lock(kRank);
   {
     const WriteGuard outer(lock);
     errno = 0;
@@ -76,7 +82,7 @@ TEST(RwLock, AGuardThatGotNothingGivesNothingBack) FWBASE_NO_THREAD_SAFETY_ANALY
 }
 
 TEST(RwLock, WriteReleaseLetsReadersIn) {
-  RwLock lock;
+  RwLock lock(kRank);
   const WriteGuard writer(lock);
   EXPECT_FALSE(can_be_read(lock));
   {
@@ -88,7 +94,7 @@ TEST(RwLock, WriteReleaseLetsReadersIn) {
 
 TEST(RwLock, AReaderReadsAgainWhileAWriterWaits) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
   for (const bool marked : {false, true}) {
-    RwLock lock;
+    RwLock lock(kRank);
     if (marked) {
       read_often(lock);
     }
@@ -103,7 +109,7 @@ TEST(RwLock, AReaderReadsAgainWhileAWriterWaits) FWBASE_NO_THREAD_SAFETY_ANALYSI
 }
 
 TEST(RwLock, OtherReadersGetTheLockWhileAWriterWaits) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
-  RwLock lock;
+  RwLock lock(kRank);
   read_often(lock);
   std::optional<ReadGuard> reader(std::in_place, lock);
   Writer writer(lock);
@@ -113,7 +119,10 @@ TEST(RwLock, OtherReadersGetTheLockWhileAWriterWaits) FWBASE_NO_THREAD_SAFETY_AN
 }
 
 TEST(RwLock, AThreadReadsMoreLocksThanItHasMarks) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
-  std::vector<RwLock> locks(12);
+  std::list<RwLock> locks;
+  for (int i = 0; i < 12; ++i) {
+    locks.emplace_back(kRank);
+  }
   for (RwLock& lock : locks) {
     read_often(lock);
   }
@@ -133,7 +142,7 @@ TEST(RwLock, AThreadReadsMoreLocksThanItHasMarks) FWBASE_NO_THREAD_SAFETY_ANALYS
 
 // Two numbers that writers change together, and threads that come and go.
 TEST(RwLock, ReadersSeeWholeWrites) {
-  RwLock lock;
+  RwLock lock(kRank);
   long first = 0;
   long second = 0;
   constexpr int kRounds = 20;
@@ -160,7 +169,7 @@ TEST(RwLock, ReadersSeeWholeWrites) {
 }
 
 TEST(RwLock, AForkedChildWritesWhatAnotherThreadWasReading) {
-  RwLock lock;
+  RwLock lock(kRank);
   read_often(lock);
   std::atomic<bool> reads{false};
   std::atomic<bool> done{false};
@@ -172,16 +181,12 @@ TEST(RwLock, AForkedChildWritesWhatAnotherThreadWasReading) {
   while (!reads) {
     std::this_thread::yield();
   }
-  const timespec now = {};
-  lock.before_fork(now);
+  fwbase::IFWBase::instance();  // watches forks
   const pid_t child = ::fork();
   if (child == 0) {
-    ReaderMarks::remove_those_of_others();
-    lock.after_fork_in_child();
     const WriteGuard guard(lock);
     ::_exit(7);
   }
-  lock.after_fork_in_parent();
   int status = 0;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(WEXITSTATUS(status), 7);

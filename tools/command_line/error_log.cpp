@@ -35,7 +35,7 @@ ErrorLog::~ErrorLog() {
 
 void ErrorLog::type(unsigned int mask) {
   {
-    const std::lock_guard<std::mutex> guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_levels = mask;
   }
   inner().type(mask | ERROR);
@@ -44,7 +44,7 @@ void ErrorLog::type(unsigned int mask) {
 void ErrorLog::write(Type type, const char* message, const char* location) {
   bool to_file = false;
   {
-    const std::lock_guard<std::mutex> guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     to_file = (m_levels & type) != 0;
     if (type == ERROR && message != nullptr) {
       m_errors.emplace_back(message);
@@ -61,7 +61,7 @@ void ErrorLog::write(Type type, const char* message, const char* location) {
 std::vector<std::string> ErrorLog::take_errors() {
   std::deque<std::string> taken;
   {
-    const std::lock_guard<std::mutex> guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     taken.swap(m_errors);
   }
   std::vector<std::string> errors;

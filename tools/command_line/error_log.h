@@ -4,11 +4,11 @@
 #define TOOLS_COMMAND_LINE_ERROR_LOG_H
 
 #include <deque>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "command_line/forwarding.h"
+#include "support/mutex.h"
 
 namespace tools {
 
@@ -26,9 +26,9 @@ class ErrorLog : public ForwardingLog {
   void write(Type type, const char* message, const char* location) override;
 
  private:
-  std::mutex m_mutex;
-  unsigned int m_levels = 0;  // what goes to the log file
-  std::deque<std::string> m_errors;
+  support::Mutex m_mutex;
+  unsigned int m_levels FWBASE_GUARDED_BY(m_mutex) = 0;  // what goes to the log file
+  std::deque<std::string> m_errors FWBASE_GUARDED_BY(m_mutex);
 };
 
 }  // namespace tools

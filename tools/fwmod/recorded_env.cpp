@@ -31,7 +31,7 @@ class Copied final : public IGlobalEnv::IObject {
 
 bool RecordedEnv::list(Findings& findings, const LibrarySegments& library,
                        const std::set<const void*>& released) {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   const auto left = [&](const char* kind, const std::string& name, const char* why) {
     findings.left(kind + tools::quoted(tools::readable(name)) + " in " + m_name + ": " + why +
                   "; remove it in release()");
@@ -55,19 +55,19 @@ bool RecordedEnv::list(Findings& findings, const LibrarySegments& library,
 }
 
 ec::EC RecordedEnv::init() {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   forget();
   return m_inner.init();
 }
 
 void RecordedEnv::release() {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   forget();
   m_inner.release();
 }
 
 ec::EC RecordedEnv::store(const char* name, void* address, StoreAddress operation) {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   const ec::EC result = (m_inner.*operation)(name, address);
   if (ec::succeeded(result)) {
     m_addresses[name] = address;
@@ -79,7 +79,7 @@ ec::EC RecordedEnv::store(const char* name, const IObject* object, StoreObject o
   if (object == nullptr) {
     return (m_inner.*operation)(name, object);
   }
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   const Copied copied(*object);
   const ec::EC result = (m_inner.*operation)(name, &copied);
   if (ec::succeeded(result)) {
@@ -90,16 +90,16 @@ ec::EC RecordedEnv::store(const char* name, const IObject* object, StoreObject o
 
 ec::EC RecordedEnv::mod_obj(const char* name, const IObject* object) {
   if (name != nullptr && object != nullptr) {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_objects.erase(name);  // released, whether the copying succeeds or not
   }
   return store(name, object, &IGlobalEnv::mod_obj);
 }
 
-void RecordedEnv::remove(Stored& stored, const char* name, Remove operation) {
-  const std::lock_guard guard(m_mutex);
+void RecordedEnv::remove(Stored RecordedEnv::*stored, const char* name, Remove operation) {
+  const support::MutexGuard guard(m_mutex);
   if (name != nullptr) {
-    stored.erase(name);
+    (this->*stored).erase(name);
   }
   (m_inner.*operation)(name);
 }

@@ -3,7 +3,6 @@
 #define FWMOD_RECORDED_ENV_H
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -11,6 +10,7 @@
 #include <fwbase/iglobal_env.h>
 
 #include "loading.h"
+#include "support/mutex.h"
 
 namespace fwmod {
 
@@ -49,7 +49,9 @@ class RecordedEnv final : public fwbase::IGlobalEnv {
   ec::EC mod_addr(const char* name, void* val) override {
     return store(name, val, &IGlobalEnv::mod_addr);
   }
-  void rm_addr(const char* name) override { remove(m_addresses, name, &IGlobalEnv::rm_addr); }
+  void rm_addr(const char* name) override {
+    remove(&RecordedEnv::m_addresses, name, &IGlobalEnv::rm_addr);
+  }
   ec::EC insert_obj(const char* name, const IObject* object) override {
     return store(name, object, &IGlobalEnv::insert_obj);
   }
@@ -57,7 +59,9 @@ class RecordedEnv final : public fwbase::IGlobalEnv {
     return m_inner.get_obj(name, object);
   }
   ec::EC mod_obj(const char* name, const IObject* object) override;
-  void rm_obj(const char* name) override { remove(m_objects, name, &IGlobalEnv::rm_obj); }
+  void rm_obj(const char* name) override {
+    remove(&RecordedEnv::m_objects, name, &IGlobalEnv::rm_obj);
+  }
 
  private:
   typedef std::map<std::string, const void*> Stored;
@@ -67,17 +71,17 @@ class RecordedEnv final : public fwbase::IGlobalEnv {
 
   ec::EC store(const char* name, void* address, StoreAddress operation);
   ec::EC store(const char* name, const IObject* object, StoreObject operation);
-  void remove(Stored& stored, const char* name, Remove operation);
-  void forget() {
+  void remove(Stored RecordedEnv::*stored, const char* name, Remove operation);
+  void forget() FWBASE_REQUIRES(m_mutex) {
     m_addresses.clear();
     m_objects.clear();
   }
 
   fwbase::IGlobalEnv& m_inner;
   const std::string m_name;
-  std::mutex m_mutex;  // held while something is stored: the records follow the tables
-  Stored m_addresses;
-  Stored m_objects;  // the stored copies
+  support::Mutex m_mutex;  // held while something is stored: the records follow the tables
+  Stored m_addresses FWBASE_GUARDED_BY(m_mutex);
+  Stored m_objects FWBASE_GUARDED_BY(m_mutex);  // the stored copies
 };
 
 }  // namespace fwmod

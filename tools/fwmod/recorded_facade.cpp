@@ -33,7 +33,7 @@ void RecordedLog::write(Type type, const char* message, const char* location) {
 }
 
 void RecordedScript::list(const LibrarySegments& library, Findings& findings) {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   for (const auto& [name, object] : m_functions) {
     findings.left("script function " + tools::quoted(name) +
                   ": only the engine's own release() takes it back; " +
@@ -54,14 +54,14 @@ void RecordedScript::release() {
 }
 
 void RecordedScript::forget() {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   m_functions.clear();
 }
 
 bool RecordedScript::expand_syntax(ISyntax* syntax) {
   const bool registered = inner().expand_syntax(syntax);
   if (registered) {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_functions.emplace_back(tools::readable(syntax->name()), syntax);
   }
   return registered;
@@ -95,7 +95,7 @@ bool RecordedFacade::list(const LibrarySegments& library, const std::set<const v
   m_script.list(library, m_findings);
   bool any_object = m_env.list(m_findings, library, released);
   {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     for (auto& [key, env] : m_envs) {
       any_object = env.list(m_findings, library, released) || any_object;
       m_findings.left(env.name() +
@@ -138,7 +138,7 @@ ec::EC RecordedFacade::create_global_env(IGlobalEnv*& env, void* key) {
   if (ec::succeeded(result)) {
     char name[64];
     std::snprintf(name, sizeof name, "the environment of key %p", key);
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_envs.erase(key);
     env = &m_envs.try_emplace(key, *made, name).first->second;
   }
@@ -146,7 +146,7 @@ ec::EC RecordedFacade::create_global_env(IGlobalEnv*& env, void* key) {
 }
 
 IGlobalEnv* RecordedFacade::global_env(void* key) const {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   const auto found = m_envs.find(key);
   return found != m_envs.end() ? &found->second : m_inner.global_env(key);
 }
@@ -154,7 +154,7 @@ IGlobalEnv* RecordedFacade::global_env(void* key) const {
 void RecordedFacade::destroy_global_env(void* key) {
   // Destroyed last: until the inner one is gone, a user may hold the one that records.
   const auto removed = [&] {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     return m_envs.extract(key);
   }();
   m_inner.destroy_global_env(key);

@@ -3,7 +3,6 @@
 #define FWMOD_RECORDED_FACADE_H
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "command_line/forwarding.h"
 #include "recorded_env.h"
 #include "recorded_modules.h"
+#include "support/mutex.h"
 
 namespace fwmod {
 
@@ -46,8 +46,9 @@ class RecordedScript final : public tools::ForwardingScript {
  private:
   void forget();
 
-  std::mutex m_mutex;
-  std::vector<std::pair<std::string, const void*>> m_functions;  // in the order of registration
+  support::Mutex m_mutex;
+  std::vector<std::pair<std::string, const void*>> m_functions
+      FWBASE_GUARDED_BY(m_mutex);  // in the order of registration
 };
 
 /// The real facade, which records nothing.
@@ -106,8 +107,8 @@ class RecordedFacade final : public fwbase::IFWBase {
   RecordedEnv m_env;
   RecordedModules m_modules;
   RecordedScript m_script;
-  mutable std::mutex m_mutex;
-  mutable std::map<void*, RecordedEnv> m_envs;
+  mutable support::Mutex m_mutex;
+  mutable std::map<void*, RecordedEnv> m_envs FWBASE_GUARDED_BY(m_mutex);
 };
 
 }  // namespace fwmod

@@ -17,7 +17,7 @@ fwbase::IMM& RecordedModules::inner_for(const char* operation) const {
 }
 
 void RecordedModules::list(const LibrarySegments& library, const std::set<const void*>& released) {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   for (const auto& [id, numbered] : m_numbers) {
     const bool is_released = released.contains(numbered.module);
     if (is_released || library.contain(numbered.vtable)) {
@@ -35,7 +35,7 @@ void RecordedModules::list(const LibrarySegments& library, const std::set<const 
 }
 
 void RecordedModules::forget() {
-  const std::lock_guard guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   m_modules.clear();
   m_numbers.clear();
 }
@@ -54,7 +54,7 @@ void RecordedModules::release() {
 
 ec::EC RecordedModules::remember(ec::EC result, IBase* module, const std::string& origin) {
   if (ec::succeeded(result)) {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_modules.emplace(module, origin);
   }
   return result;
@@ -69,7 +69,7 @@ ec::EC RecordedModules::create_module(IBase*& out, const char* path, const char*
 bool RecordedModules::destroy_module(IBase* m) {
   fwbase::IMM& inner = inner_for("destroy_module");
   {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_modules.erase(m);
   }
   return inner.destroy_module(m);
@@ -77,7 +77,7 @@ bool RecordedModules::destroy_module(IBase* m) {
 
 bool RecordedModules::remember_number(bool created, unsigned int id, IBase* module) {
   if (created) {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_numbers[id] = {module, vtable_of(module)};
   }
   return created;
@@ -86,7 +86,7 @@ bool RecordedModules::remember_number(bool created, unsigned int id, IBase* modu
 void RecordedModules::destroy_mid(unsigned int id) {
   fwbase::IMM& inner = inner_for("destroy_mid");
   {
-    const std::lock_guard guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_numbers.erase(id);
   }
   inner.destroy_mid(id);

@@ -3,13 +3,13 @@
 #define FWMOD_RECORDED_MODULES_H
 
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 
 #include <fwbase/imm.h>
 
 #include "loading.h"
+#include "support/mutex.h"
 
 namespace fwmod {
 
@@ -61,9 +61,9 @@ class RecordedModules final : public fwbase::IMM {
 
   fwbase::IMM& m_inner;
   Findings& m_findings;
-  std::mutex m_mutex;
-  std::map<const void*, std::string> m_modules;  // with what made them
-  std::map<unsigned int, Numbered> m_numbers;
+  support::Mutex m_mutex;
+  std::map<const void*, std::string> m_modules FWBASE_GUARDED_BY(m_mutex);  // with what made them
+  std::map<unsigned int, Numbered> m_numbers FWBASE_GUARDED_BY(m_mutex);
 };
 
 }  // namespace fwmod

@@ -73,7 +73,7 @@ bool CallWatch::expand_syntax(ISyntax* syntax) {
   Watched* watched = nullptr;
   Watched** latest = nullptr;
   try {
-    const std::lock_guard<std::mutex> guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     watched = m_functions.emplace_back(std::make_unique<Watched>(*this, *syntax)).get();
     latest = &m_latest[syntax->name()];
   } catch (const std::bad_alloc&) {
@@ -83,13 +83,13 @@ bool CallWatch::expand_syntax(ISyntax* syntax) {
   if (!inner().expand_syntax(watched)) {
     return false;
   }
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   *latest = watched;
   return true;
 }
 
 fwbase::IScript::ISyntax* CallWatch::find(const std::string& name) const {
-  const std::lock_guard<std::mutex> guard(m_mutex);
+  const support::MutexGuard guard(m_mutex);
   const auto found = m_latest.find(name);
   return found != m_latest.end() ? found->second : nullptr;
 }

@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <unordered_map>
@@ -13,6 +12,7 @@
 #include "command_line/error_log.h"
 #include "command_line/forwarding.h"
 #include "script_file.h"
+#include "support/mutex.h"
 
 namespace fwrun {
 
@@ -54,9 +54,10 @@ class CallWatch : public tools::ForwardingScript {
 
   tools::ErrorLog& m_errors;
 
-  mutable std::mutex m_mutex;  // guards the functions
-  std::vector<std::unique_ptr<Watched>> m_functions;
-  std::unordered_map<std::string, Watched*> m_latest;  // of each name; null when refused
+  mutable support::Mutex m_mutex;
+  std::vector<std::unique_ptr<Watched>> m_functions FWBASE_GUARDED_BY(m_mutex);
+  /// Of each name; null when refused.
+  std::unordered_map<std::string, Watched*> m_latest FWBASE_GUARDED_BY(m_mutex);
 
   const std::thread::id m_thread = std::this_thread::get_id();  // what follows is for it alone
   bool m_is_counting = false;

@@ -48,16 +48,23 @@ Progress::~Progress() {
     return;
   }
   {
-    const std::lock_guard<std::mutex> guard(m_mutex);
+    const support::MutexGuard guard(m_mutex);
     m_ends = true;
   }
   m_wakes.notify_one();
   m_thread.join();
 }
 
+bool Progress::ends_before(Clock::time_point time, support::MutexGuard& lock) {
+  while (!m_ends && Clock::now() < time) {
+    lock.wait_until(m_wakes, time);
+  }
+  return m_ends;
+}
+
 void Progress::show() {
-  std::unique_lock<std::mutex> lock(m_mutex);
-  if (m_wakes.wait_until(lock, m_begin + kQuiet, [this] { return m_ends; })) {
+  support::MutexGuard lock(m_mutex);
+  if (ends_before(m_begin + kQuiet, lock)) {
     return;
   }
   do {
@@ -70,7 +77,7 @@ void Progress::show() {
                                    std::to_string(m_section.calls.size()),
                                    tools::escaped(m_section.calls[succeeded].function)}));
     }
-  } while (!m_wakes.wait_for(lock, kBetween, [this] { return m_ends; }));
+  } while (!ends_before(Clock::now() + kBetween, lock));
   write_line(kClearLine);
 }
 

@@ -4,11 +4,11 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 
 #include "call_watch.h"
 #include "script_file.h"
+#include "support/mutex.h"
 
 namespace fwrun {
 
@@ -24,13 +24,15 @@ class Progress {
 
  private:
   void show();
+  bool ends_before(std::chrono::steady_clock::time_point time, support::MutexGuard& lock)
+      FWBASE_REQUIRES(m_mutex);
 
   const Section& m_section;
   const CallWatch& m_watch;
   const std::chrono::steady_clock::time_point m_begin;
-  std::mutex m_mutex;
+  support::Mutex m_mutex;
   std::condition_variable m_wakes;
-  bool m_ends = false;  // guarded by the mutex
+  bool m_ends FWBASE_GUARDED_BY(m_mutex) = false;
   std::thread m_thread;
 };
 

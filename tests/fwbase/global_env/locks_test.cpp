@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "fwbase/global_env/global_env.h"
 #include "tests/harness/log_capture.h"
@@ -19,9 +20,19 @@ struct Object : IGlobalEnv::IObject {
   void release() override {}
 };
 
+/// Does something when the environment copies it, which holds its lock for writing then.
+struct Acting : Object {
+  explicit Acting(std::function<void()> act) : m_act(std::move(act)) {}
+  IObject* clone() const override {
+    m_act();
+    return Object::clone();
+  }
+  const std::function<void()> m_act;
+};
+
 }  // namespace
 
-TEST(GlobalEnvLock, EveryOperationTakesIt) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
+TEST(GlobalEnvLock, EveryOperationTakesIt) {
   const test::LogCapture log(0);
   CGlobalEnvImpl env(nullptr);
   Object object;
@@ -50,10 +61,12 @@ TEST(GlobalEnvLock, EveryOperationTakesIt) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
       {"init", [&] { env.init(); }},
       {"release", [&] { env.release(); }},
   };
-  const support::WriteGuard guard(env.lock());
-  for (const auto& operation : kOperations) {
-    errno = 0;
-    operation.call();
-    EXPECT_EQ(errno, EDEADLK) << operation.name;
-  }
+  const Acting in_the_middle([&] {
+    for (const auto& operation : kOperations) {
+      errno = 0;
+      operation.call();
+      EXPECT_EQ(errno, EDEADLK) << operation.name;
+    }
+  });
+  EXPECT_EQ(env.insert_obj("acting", &in_the_middle), ec::GENV_OK);
 }

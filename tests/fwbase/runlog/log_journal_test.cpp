@@ -2,6 +2,7 @@
 #include "fwbase/runlog/log_journal.h"
 
 #include <fcntl.h>
+#include <fwbase/ifwbase.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -582,13 +583,9 @@ TEST_F(JournalTest, OneThatAnotherProcessOwnsIsLeftAloneAndTheSecondSaysSoWhereI
 TEST_F(JournalTest, AForkedChildLeavesThatOfItsParentAlone) {
   start();
   log.asynch(true);
-  timespec deadline;
-  ::clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += 10;
-  log.before_fork(deadline);
+  IFWBase::instance();  // watches forks
   const pid_t child = ::fork();
   if (child == 0) {
-    log.after_fork_in_child();
     write("child");
     bool good = ec::succeeded(log.init()) && ec::succeeded(log.file(path.c_str()));
     log.asynch(true);  // the journal is its parent's
@@ -597,7 +594,6 @@ TEST_F(JournalTest, AForkedChildLeavesThatOfItsParentAlone) {
     good = good && exists(journal);
     ::_exit(good ? 0 : 1);
   }
-  log.after_fork_in_parent();
   int status = -1;
   ASSERT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);

@@ -1,4 +1,5 @@
 // The options of the log, from log_options() to what is in its files.
+#include <fwbase/ifwbase.h>
 #include <fwbase/log_options.h>
 
 #include <gtest/gtest.h>
@@ -136,13 +137,9 @@ TEST_F(LogOptionsTest, AForkedChildKeepsThem) {
   options.when_full = LogOptions::kDropNew;
   options.file_bytes = 1000;
   ASSERT_EQ(log.options(options), ec::LOG_OK);
-  timespec deadline;
-  ::clock_gettime(CLOCK_REALTIME, &deadline);
-  ++deadline.tv_sec;
-  log.before_fork(deadline);
+  IFWBase::instance();  // watches forks
   const pid_t child = ::fork();
   if (child == 0) {
-    log.after_fork_in_child();
     log.asynch(true);
     const LogOptions others;
     bool kept = log.options(others) == ec::LOG_BAD_PARAM;
@@ -160,7 +157,6 @@ TEST_F(LogOptionsTest, AForkedChildKeepsThem) {
     kept = kept && std::filesystem::file_size(path) < 10000 * text_of("x").size();
     ::_exit(kept ? 0 : 1);
   }
-  log.after_fork_in_parent();
   int status = -1;
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);

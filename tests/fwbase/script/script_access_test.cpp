@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "fwbase/runlog/runlog.h"
@@ -100,9 +101,13 @@ TEST_F(ScriptAccess, NullArgumentsOfAWriteAreToldWithBothPointers) {
 }
 
 TEST_F(ScriptAccess, AnUnknownTypeIsRefusedWithoutTheLock) {
-  const support::WriteGuard guard(engine.lock());  // set_value would wait for ever
-  EXPECT_EQ(engine.set_value("x", static_cast<IScript::VType>(2), &number), ec::SCRIPT_BAD_PARAM);
-  EXPECT_EQ(engine.set_value("x", static_cast<IScript::VType>(-1), &number), ec::SCRIPT_BAD_PARAM);
+  test::while_written(engine, [&] {
+    errno = 0;
+    EXPECT_EQ(engine.set_value("x", static_cast<IScript::VType>(2), &number), ec::SCRIPT_BAD_PARAM);
+    EXPECT_EQ(engine.set_value("x", static_cast<IScript::VType>(-1), &number),
+              ec::SCRIPT_BAD_PARAM);
+    EXPECT_EQ(errno, 0);  // EDEADLK from the lock
+  });
   EXPECT_EQ(log.records(), (std::vector{record(IRunLog::ERROR, "value type error:2"),
                                         record(IRunLog::ERROR, "value type error:-1")}));
 }

@@ -3,6 +3,7 @@
 #ifndef FWBASE_TESTS_FWBASE_SCRIPT_SCRIPT_ENGINE_H
 #define FWBASE_TESTS_FWBASE_SCRIPT_SCRIPT_ENGINE_H
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -18,6 +19,24 @@
 namespace fwbase::test {
 
 constexpr IScript::VType kUnknownType = static_cast<IScript::VType>(7);
+
+/// Runs the body while the engine holds its lock for writing: in the middle of registering a
+/// function, which is given up then.
+inline void while_written(CScript& engine, const std::function<void()>& body) {
+  struct GivenUp {};
+  struct Function : HostFunction {
+    explicit Function(const std::function<void()>& body) : HostFunction("f"), m_body(body) {}
+    const char* name() override {
+      m_body();
+      throw GivenUp();
+    }
+    const std::function<void()>& m_body;
+  } function(body);
+  try {
+    engine.expand_syntax(&function);
+  } catch (const GivenUp&) {
+  }
+}
 
 /// Initialised when made, released when it goes.
 class ScriptEngine : public CScript {

@@ -392,13 +392,17 @@ TEST_F(ScriptExec, ARunTakesNoLockThatExcludesReaders) {
   load("<section name='s'><both><n><ref>i</ref></n><s><ref>t</ref></s></both><none/></section>");
   engine.set_env("i", 1, &env_a);
   engine.set_env("t", "text", &env_a);
-  const support::ReadGuard guard(engine.lock());
-  std::thread([&] {
-    EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
-    std::int32_t number = 0;
-    EXPECT_EQ(engine.get_value_env("i", VT_INT, &number, &env_a), ec::SCRIPT_OK);
-  }).join();
-  EXPECT_EQ(both.calls(), Texts{"both(1,'text')"});
+  int visited = 0;
+  engine.visit_functions([&](const auto&...) {  // the lock is held for reading
+    ++visited;
+    std::thread([&] {
+      EXPECT_EQ(engine.exec_scommad("s", &env_a), ec::SCRIPT_OK);
+      std::int32_t number = 0;
+      EXPECT_EQ(engine.get_value_env("i", VT_INT, &number, &env_a), ec::SCRIPT_OK);
+    }).join();
+  });
+  EXPECT_GT(visited, 0);
+  EXPECT_EQ(both.calls(), Texts(visited, "both(1,'text')"));
 }
 
 TEST_F(ScriptExec, CallsWithoutReferencesNeedNoLockOnceTheirFunctionsAreFound) {
@@ -409,9 +413,10 @@ TEST_F(ScriptExec, CallsWithoutReferencesNeedNoLockOnceTheirFunctionsAreFound) {
   std::barrier<> done(2);
   none.set_body([&](const IScript::VValue*, void*, const char*) {
     writer = std::thread([&] {
-      const support::WriteGuard guard(engine.lock());
-      meeting.arrive_and_wait();
-      done.arrive_and_wait();
+      test::while_written(engine, [&] {
+        meeting.arrive_and_wait();
+        done.arrive_and_wait();
+      });
     });
     meeting.arrive_and_wait();  // the lock is taken for writing: the run goes on
     return ec::SCRIPT_OK;
