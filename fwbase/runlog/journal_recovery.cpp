@@ -7,7 +7,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <new>
 #include <unordered_map>
 
 #include "support/uninterrupted.h"
@@ -65,8 +67,13 @@ void find_records(const RecordTexts& batch, std::string_view content, std::vecto
   }
 }
 
-// Whatever their numbers: who wrote the journal may have kept more backups. Where the directory
-// cannot be listed these are the usual ones.
+// Of an attempt to open something: it may well be there.
+bool says_nothing(int reason) {
+  return reason == EMFILE || reason == ENFILE || reason == ENOMEM || reason == EIO;
+}
+
+// Whatever their numbers: who wrote the journal may have kept more backups. Where the directory may
+// not be listed these are the usual ones.
 std::vector<std::string> names_of(const std::string& log) {
   const std::size_t name = log.rfind('/') + 1;  // 0 without a directory
   const std::string directory = log.substr(0, name);
@@ -77,6 +84,9 @@ std::vector<std::string> names_of(const std::string& log) {
   }
   const std::unique_ptr<DIR, int (*)(DIR*)> opened(
       ::opendir(directory.empty() ? "." : directory.c_str()), ::closedir);
+  if (!opened && errno == ENOMEM) {
+    throw std::bad_alloc();
+  }
   while (const dirent* const entry = opened ? ::readdir(opened.get()) : nullptr) {
     if (std::string_view(entry->d_name).starts_with(backup)) {
       names.push_back(directory + entry->d_name);
@@ -124,29 +134,40 @@ BatchInLog find_batch(const JournalNote& note, const RecordTexts& batch, std::st
   return found;
 }
 
-bool read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
-                     std::string& content) {
+NotedFile read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
+                          std::string& content) {
   constexpr int kFlags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
   const std::size_t limit = static_cast<std::size_t>(note.length) + kOthers;
   for (const std::string& candidate : names_of(log)) {
     const int descriptor =
         support::uninterrupted([&] { return ::open(candidate.c_str(), kFlags); });
+    if (descriptor < 0 && says_nothing(errno)) {
+      return NotedFile::kUnknown;
+    }
     if (descriptor < 0) {
       continue;
     }
     struct Closing {
       int file;
-      ~Closing() { ::close(file); }
+      ~Closing() {
+        const int reason = errno;
+        ::close(file);
+        errno = reason;
+      }
     } const closing{descriptor};
     struct stat status;
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-        status.st_dev == note.device && status.st_ino == note.inode &&
-        read_from(descriptor, note.offset, limit, content)) {
+        status.st_dev == note.device && status.st_ino == note.inode) {
+      std::string read;
+      if (!read_from(descriptor, note.offset, limit, read)) {
+        return NotedFile::kUnknown;
+      }
+      content.swap(read);
       name = candidate;
-      return true;
+      return NotedFile::kFound;
     }
   }
-  return false;
+  return NotedFile::kGone;
 }
 
 }  // namespace fwbase

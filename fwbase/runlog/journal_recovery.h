@@ -25,12 +25,18 @@ struct BatchInLog {
 /// Throws std::bad_alloc.
 BatchInLog find_batch(const JournalNote& note, const RecordTexts& batch, std::string_view content);
 
+enum class NotedFile {
+  kFound,
+  kGone,    ///< no name leads to it
+  kUnknown  ///< it cannot be looked for, or read; errno says why
+};
+
 /// The name that leads to the file that the note is about, of the log's and of those that begin as
 /// its backups do; and what the file has from the note's offset on: more than the batch only as far
-/// as others have written meanwhile, and not more than some mebibytes of that. False when no name
-/// does. Throws std::bad_alloc.
-bool read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
-                     std::string& content);
+/// as others have written meanwhile, and not more than some mebibytes of that. Both are left alone
+/// where it is not found. Throws std::bad_alloc.
+NotedFile read_noted_file(const JournalNote& note, const std::string& log, std::string& name,
+                          std::string& content);
 
 }  // namespace fwbase
 

@@ -332,8 +332,9 @@ bool LogOutput::complete_noted_batch(std::unique_ptr<LogJournal>& journal,
   if (!content.add_texts(0, content.noted_records(), note.times, batch)) {
     return false;
   }
-  if (!read_noted_file(note, m_rotation.path(), name, there)) {
-    return true;
+  const NotedFile file = read_noted_file(note, m_rotation.path(), name, there);
+  if (file != NotedFile::kFound) {
+    return file == NotedFile::kGone;
   }
   const BatchInLog found = find_batch(note, batch, there);
   const auto written = std::count(found.written.begin(), found.written.end(), true);

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "tests/harness/no_descriptors.h"
 #include "tests/harness/temp_dir.h"
 
 using namespace fwbase;
@@ -111,18 +113,30 @@ TEST(NotedFile, IsFoundByItsInodeUnderWhateverName) {
   note.length = 5;
   std::string name;
   std::string content;
-  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
+  ASSERT_EQ(read_noted_file(note, dir.path("log"), name, content), NotedFile::kFound);
   EXPECT_EQ(name, dir.path("log.bak.12"));
   EXPECT_EQ(content, "batch");
   note.offset = 100;
-  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
+  ASSERT_EQ(read_noted_file(note, dir.path("log"), name, content), NotedFile::kFound);
   EXPECT_EQ(content, "");
   ++note.device;
-  EXPECT_FALSE(read_noted_file(note, dir.path("log"), name, content));
+  EXPECT_EQ(read_noted_file(note, dir.path("log"), name, content), NotedFile::kGone);
   --note.device;
   std::filesystem::rename(dir.path("log.bak.12"), dir.path("log"));
-  ASSERT_TRUE(read_noted_file(note, dir.path("log"), name, content));
+  ASSERT_EQ(read_noted_file(note, dir.path("log"), name, content), NotedFile::kFound);
   EXPECT_EQ(name, dir.path("log"));
   std::filesystem::rename(dir.path("log"), dir.path("other.bak.0"));
-  EXPECT_FALSE(read_noted_file(note, dir.path("log"), name, content));
+  EXPECT_EQ(read_noted_file(note, dir.path("log"), name, content), NotedFile::kGone);
 }
+
+#if FWBASE_TEST_CAN_TAKE_ALL_DESCRIPTORS
+TEST(NotedFile, IsUnknownWhereItCannotBeLookedFor) {
+  const TempDir dir;
+  write_file(dir.path("log"), "batch");
+  std::string name;
+  std::string content;
+  const NoDescriptors none;
+  EXPECT_EQ(read_noted_file({}, dir.path("log"), name, content), NotedFile::kUnknown);
+  EXPECT_EQ(errno, EMFILE);
+}
+#endif
