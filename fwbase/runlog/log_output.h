@@ -2,7 +2,6 @@
 #ifndef FWBASE_RUNLOG_LOG_OUTPUT_H
 #define FWBASE_RUNLOG_LOG_OUTPUT_H
 
-#include <ctime>
 #include <memory>
 #include <string>
 #include <string_view>

@@ -6,7 +6,6 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <vector>
 
 #include <fwbase/log_options.h>
