@@ -39,7 +39,14 @@ class alignas(64) ReaderMarks {
       return nullptr;
     }
     Mark& mark = m_marks[m_count++];
-    mark.exchange(lock);  // before the lock is looked at: its writer looks the other way round
+    // The mark must be seen before this thread looks at the lock: its writer looks the other way
+    // round. The writer makes sure of that where the system helps it to.
+    if (s_writers_fence) {
+      mark.store(lock, std::memory_order_relaxed);
+      std::atomic_signal_fence(std::memory_order_seq_cst);
+    } else {
+      mark.exchange(lock);
+    }
     return &mark;
   }
   void remove_last() { m_marks[--m_count].store(nullptr, std::memory_order_release); }
@@ -47,6 +54,7 @@ class alignas(64) ReaderMarks {
  private:
   class ThreadEnd;
 
+  static void fence_all_threads();
   static ReaderMarks* claim();
   static ReaderMarks* claim_unused();
   static void give_back(void* marks);
@@ -54,6 +62,7 @@ class alignas(64) ReaderMarks {
   [[gnu::tls_model("initial-exec")]] static thread_local constinit ReaderMarks* t_marks;
   static std::atomic<ReaderMarks*> s_first;
   static const ThreadEnd s_thread_end;
+  static const bool s_writers_fence;
 
   std::array<Mark, 5> m_marks{};
   ReaderMarks* m_next = nullptr;  // in a list that never loses one

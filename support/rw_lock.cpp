@@ -35,30 +35,49 @@ void RwLock::let_marks_count() {
 }
 
 bool RwLock::acquire_write() {
-  ++m_writers;
-  bool taken = false;
-  bool again = true;
-  while (again) {
-    if ((m_marks & kAll) != kIgnored) {
-      wait_for_marks();
-    }
-    taken = m_mutex.acquire_write() == 0;
-    // A reader that had not seen this writer may have let marks count meanwhile.
-    again = taken && (m_marks & kAll) != kIgnored;
-    if (again) {
-      m_mutex.release();
-    }
-  }
-  --m_writers;
+  const bool taken = acquire_write_at_once() || wait_to_write();
   if (taken) {
-    m_reads = 0;
+    m_reads.store(0, std::memory_order_relaxed);
   }
   return taken;
 }
 
+// Where no mark counts, a writer that need not wait is seen by no reader.
+bool RwLock::acquire_write_at_once() {
+  if ((m_marks & kAll) != kIgnored) {
+    return false;
+  }
+  const int reason = errno;
+  if (m_mutex.tryacquire_write() != 0) {
+    errno = reason;
+    return false;
+  }
+  return !has_lost_to_marks();
+}
+
+bool RwLock::wait_to_write() {
+  ++m_writers;
+  bool taken = false;
+  do {
+    wait_for_marks();
+    taken = m_mutex.acquire_write() == 0;
+  } while (taken && has_lost_to_marks());
+  --m_writers;
+  return taken;
+}
+
+// A reader that had not seen this writer may have let marks count meanwhile.
+bool RwLock::has_lost_to_marks() {
+  if ((m_marks & kAll) == kIgnored) {
+    return false;
+  }
+  m_mutex.release();
+  return true;
+}
+
 // The system's lock is not held: until the marks are gone, it is open to readers that one of the
 // marked threads may be waiting for. Each writer waits for itself: another may have begun just now.
-[[gnu::noinline]] void RwLock::wait_for_marks() {  // seldom called
+void RwLock::wait_for_marks() {
   unsigned int marks = m_marks;
   if ((marks & kAll) == kCount && m_marks.compare_exchange_strong(marks, marks + kCount)) {
     marks += kCount;

@@ -74,6 +74,9 @@ class FWBASE_CAPABILITY RwLock final : public ListedLock {
     marks.remove_last();
     return false;
   }
+  bool acquire_write_at_once();
+  bool wait_to_write();
+  bool has_lost_to_marks();
   Read acquire_read_by_system();
   void let_marks_count();
   void wait_for_marks();

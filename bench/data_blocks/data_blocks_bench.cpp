@@ -61,7 +61,7 @@ std::vector<Group> groups(const Options& options) {
            {row<through_data_block>("fwbase", Role::kOurs, count),
             row<copied_twice>("two memcpy", Role::kFloor, count),
             row<through_message_block>(kMessageBlock, Role::kPeer, count)},
-           {{"fwbase", kMessageBlock, 1.3}}}};
+           {{"fwbase", kMessageBlock, 1.15}}}};
 }
 
 }  // namespace

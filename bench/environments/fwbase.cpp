@@ -9,13 +9,20 @@ namespace {
 
 class Environment : public Registry {
  public:
-  Environment() { require(facade().create_global_env(m_environment, this)); }
+  explicit Environment(bool with_parent) : m_with_parent(with_parent) {
+    require(facade().create_global_env(m_environment, this));
+    if (with_parent) {  // with nothing of a former one
+      facade().global_env()->release();
+      require(facade().global_env()->init());
+    }
+  }
   ~Environment() override { facade().destroy_global_env(this); }
   Environment(const Environment&) = delete;
   Environment& operator=(const Environment&) = delete;
 
   void add(const char* name, const char* value) override {
-    require(m_environment->insert_str(name, value));
+    IGlobalEnv* const filled = m_with_parent ? facade().global_env() : m_environment;
+    require(filled->insert_str(name, value));
   }
 
   void look_up(const std::vector<const char*>& names, std::size_t first, long count) override {
@@ -29,11 +36,14 @@ class Environment : public Registry {
  private:
   static IFWBase& facade() { return *IFWBase::instance(); }
 
+  const bool m_with_parent;
   IGlobalEnv* m_environment = nullptr;
 };
 
 }  // namespace
 
-std::unique_ptr<Registry> make_environment() { return std::make_unique<Environment>(); }
+std::unique_ptr<Registry> make_environment(bool with_parent) {
+  return std::make_unique<Environment>(with_parent);
+}
 
 }  // namespace fwbase::bench

@@ -24,16 +24,18 @@ class Registry {
 struct RegistryKind {
   std::string name;
   Role role;
-  std::unique_ptr<Registry> (*make)();
+  std::unique_ptr<Registry> (*make)(bool with_parent);
 };
 
-/// The library's environments.
-std::unique_ptr<Registry> make_environment();
+// With a parent, that has all strings, and each look-up goes on there.
+
+/// The library's environments. The parent is the default one.
+std::unique_ptr<Registry> make_environment(bool with_parent);
 /// The standard library's maps behind a std::shared_mutex, looked up without a copy of the name.
-std::unique_ptr<Registry> make_locked_map();
-std::unique_ptr<Registry> make_locked_unordered_map();
+std::unique_ptr<Registry> make_locked_map(bool with_parent);
+std::unique_ptr<Registry> make_locked_unordered_map(bool with_parent);
 /// A std::unordered_map that only one thread may change: what finding a string costs.
-std::unique_ptr<Registry> make_unordered_map();
+std::unique_ptr<Registry> make_unordered_map(bool with_parent);
 
 }  // namespace fwbase::bench
 

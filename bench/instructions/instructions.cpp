@@ -36,7 +36,7 @@ void count(const char* name, int operations, const std::function<void()>& work) 
 template <typename Kind>
 const Kind& ours(const std::vector<Kind>& kinds) {
   for (const Kind& kind : kinds) {
-    if (kind.name == "fwbase") {
+    if (kind.role == Role::kOurs) {
       return kind;
     }
   }
@@ -52,7 +52,7 @@ void count_log(const char* name, Mode mode, int records) {
 void count_look_up() {
   constexpr int kNames = 1000;
   const Facade facade;
-  const auto environment = make_environment();
+  const auto environment = make_environment(false);
   std::vector<std::string> texts;
   for (int i = 0; i < kNames; ++i) {
     texts.push_back("session." + std::to_string(i) + ".address");

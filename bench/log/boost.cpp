@@ -76,7 +76,7 @@ class Boost : public Logger {
     for (int number = first; number < first + count; ++number) {
       BOOST_LOG_SEV(m_source, severity_level::warning)
           << "this(0xb0000000) " << __PRETTY_FUNCTION__ << ' ' << __FILE__ << '(' << __LINE__
-          << ") " BENCH_COMPILED "\r\n >" BENCH_MESSAGE_BEGIN << number << BENCH_MESSAGE_END;
+          << ") " BENCH_COMPILED "\r\n >" << BENCH_STREAMED(number);
     }
   }
 

@@ -46,7 +46,8 @@ class Floor : public Logger {
     return std::snprintf(record, room,
                          "[%s]: this(0x%x) %s %s(%d) " BENCH_COMPILED "\r\n >" BENCH_PRINTF_MESSAGE
                          "\n",
-                         "WARN ", 0xb0000000u, __PRETTY_FUNCTION__, __FILE__, __LINE__, number);
+                         "WARN ", 0xb0000000u, __PRETTY_FUNCTION__, __FILE__, __LINE__, number,
+                         peer_of(number), milliseconds_of(number));
   }
 
   // The text of the time is made once, as it changes once in a second, and the process id is kept.
@@ -56,7 +57,8 @@ class Floor : public Logger {
         record, room,
         "[%s]: pid:%d tid:%d Wed Oct 29 10:20:30 2014 this(0x%x) %s %s(%d) " BENCH_COMPILED
         "\r\n >" BENCH_PRINTF_MESSAGE "\n",
-        "WARN ", m_pid, m_pid, 0xb0000000u, __PRETTY_FUNCTION__, __FILE__, __LINE__, number);
+        "WARN ", m_pid, m_pid, 0xb0000000u, __PRETTY_FUNCTION__, __FILE__, __LINE__, number,
+        peer_of(number), milliseconds_of(number));
   }
 
   const bool m_details;

@@ -1,10 +1,9 @@
-// The run log, by the macro of the library's own code and by that of its hosts.
+// The run log, by the macro of its hosts and by the calls that one without the macro makes.
 #include <fwbase/log_options.h>
 #include <fwbase/module.h>
 
 #include "bench/facade.h"
 #include "bench/log/logger.h"
-#include "fwbase/runlog/runlog.h"
 
 namespace fwbase::bench {
 
@@ -32,22 +31,29 @@ class RunLog : public Logger {
   Facade m_facade;
 };
 
-class OwnRecords : public RunLog {
- public:
-  using RunLog::RunLog;
-  void log(int first, int count) override {
-    for (int number = first; number < first + count; ++number) {
-      RUN_LOG(WARN, BENCH_PRINTF_MESSAGE, number);
-    }
-  }
-};
-
 class HostRecords : public RunLog {
  public:
   using RunLog::RunLog;
   void log(int first, int count) override {
     for (int number = first; number < first + count; ++number) {
-      FWBASE_LOG(WARN, BENCH_PRINTF_MESSAGE, number);
+      FWBASE_LOG(WARN, BENCH_PRINTF_MESSAGE, number, peer_of(number), milliseconds_of(number));
+    }
+  }
+};
+
+class FormattedRecords : public RunLog {
+ public:
+  using RunLog::RunLog;
+  void log(int first, int count) override {
+    for (int number = first; number < first + count; ++number) {
+      if ((IRunLog::ms_type_sign.load(std::memory_order_relaxed) & IRunLog::WARN) != 0) {
+        const std::unique_ptr<char[]> message(IRunLog::FormatStr(
+            BENCH_PRINTF_MESSAGE, number, peer_of(number), milliseconds_of(number)));
+        const std::unique_ptr<char[]> location(
+            IRunLog::FormatStr("this(0x%x) %s %s(%d) CT:%s %s", 0xb0000000U, __PRETTY_FUNCTION__,
+                               __FILE__, __LINE__, __DATE__, __TIME__));
+        IFWBase::instance()->runlog()->write(IRunLog::WARN, message.get(), location.get());
+      }
     }
   }
 };
@@ -57,8 +63,8 @@ std::unique_ptr<Logger> make(Mode mode, const std::string& file) {
   return std::make_unique<Records>(mode, file);
 }
 
-const RegisterLogger own("fwbase", Role::kOurs, make<OwnRecords>);
-const RegisterLogger host("fwbase, FWBASE_LOG", Role::kOurs, make<HostRecords>);
+const RegisterLogger host(kHostRecords, Role::kOurs, make<HostRecords>);
+const RegisterLogger formatted(kFormattedRecords, Role::kOurs, make<FormattedRecords>);
 
 }  // namespace
 

@@ -6,10 +6,9 @@
 #include "bench/log/logger.h"
 
 // What follows the stream of any of glog's macros.
-#define BENCH_GLOG_RECORD(number)                                                            \
-  "[WARN ]: this(0xb0000000) " << __PRETTY_FUNCTION__ << ' ' << __FILE__ << '(' << __LINE__  \
-                               << ") " BENCH_COMPILED "\r\n >" BENCH_MESSAGE_BEGIN << number \
-                               << BENCH_MESSAGE_END
+#define BENCH_GLOG_RECORD(number)                                                           \
+  "[WARN ]: this(0xb0000000) " << __PRETTY_FUNCTION__ << ' ' << __FILE__ << '(' << __LINE__ \
+                               << ") " BENCH_COMPILED "\r\n >" << BENCH_STREAMED(number)
 
 namespace fwbase::bench {
 

@@ -37,7 +37,8 @@ class Log4cplus : public Logger {
 
   void log(int first, int count) override {
     for (int number = first; number < first + count; ++number) {
-      LOG4CPLUS_WARN_FMT(m_logger, BENCH_PRINTF_MESSAGE, number);
+      LOG4CPLUS_WARN_FMT(m_logger, BENCH_PRINTF_MESSAGE, number, peer_of(number),
+                         milliseconds_of(number));
     }
   }
 

@@ -1,11 +1,13 @@
 // What the loggers under test have in common: each writes records of the same kind to a file.
 //
 // A record is what the library's own code writes, about 216 bytes: a level, where the record comes
-// from (object, function, file, line, date), and a message with a number in it.
+// from (object, function, file, line, date), and a message with an int, a string and a double.
 #ifndef FWBASE_BENCH_LOG_LOGGER_H
 #define FWBASE_BENCH_LOG_LOGGER_H
 
 #include <functional>
+#include <iomanip>
+#include <ios>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,6 +48,10 @@ class Logger {
   virtual void finish() {}
 };
 
+/// Our own.
+constexpr const char* kHostRecords = "fwbase, FWBASE_LOG";
+constexpr const char* kFormattedRecords = "fwbase, FormatStr twice, write";
+
 /// Makes a logger that writes to a new file, or gives null for a mode that it does not have.
 using MakeLogger = std::function<std::unique_ptr<Logger>(Mode mode, const std::string& file)>;
 
@@ -54,6 +60,10 @@ struct LoggerKind {
   Role role;
   MakeLogger make;
 };
+
+/// What the message of a record with this number has beside the number.
+inline const char* peer_of(int number) { return number % 2 == 0 ? "gateway" : "terminal"; }
+inline double milliseconds_of(int number) { return 0.001 * number; }
 
 /// All that are built in, in no particular order.
 inline std::vector<LoggerKind>& logger_kinds() {
@@ -70,11 +80,17 @@ struct RegisterLogger {
 
 }  // namespace fwbase::bench
 
-/// The message of all records and what it needs, in printf's notation and with "{}".
-#define BENCH_MESSAGE_BEGIN "session "
-#define BENCH_MESSAGE_END ": 64 bytes received, checked and handed to its worker"
-#define BENCH_PRINTF_MESSAGE BENCH_MESSAGE_BEGIN "%d" BENCH_MESSAGE_END
-#define BENCH_BRACES_MESSAGE BENCH_MESSAGE_BEGIN "{}" BENCH_MESSAGE_END
+/// The message of all records, as a format with these conversions.
+#define BENCH_MESSAGE(int_, string_, double_) \
+  "session " int_ ": 64 bytes of " string_ " received and handed over, ms: " double_
+#define BENCH_PRINTF_MESSAGE BENCH_MESSAGE("%d", "%s", "%.3f")
+#define BENCH_BRACES_MESSAGE BENCH_MESSAGE("{}", "{}", "{:.3f}")
+
+/// The same for a stream, with the digits of its numbers set.
+#define BENCH_STREAMED(number)                                                          \
+  "session " << (number) << ": 64 bytes of " << ::fwbase::bench::peer_of(number)        \
+             << " received and handed over, ms: " << std::fixed << std::setprecision(3) \
+             << ::fwbase::bench::milliseconds_of(number)
 
 /// When the source file was compiled, as the library's records have it.
 #define BENCH_COMPILED "CT:" __DATE__ " " __TIME__

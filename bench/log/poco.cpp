@@ -33,7 +33,8 @@ class PocoLogger : public Logger {
   void log(int first, int count) override {
     for (int number = first; number < first + count; ++number) {
       keep(number);  // else the level, a plain int, is tested once for all
-      poco_warning_f1(*m_logger, std::string(BENCH_MESSAGE_BEGIN "%d" BENCH_MESSAGE_END), number);
+      poco_warning_f3(*m_logger, std::string(BENCH_PRINTF_MESSAGE), number,
+                      std::string(peer_of(number)), milliseconds_of(number));
     }
   }
 

@@ -30,7 +30,8 @@ class Spdlog : public Logger {
   void log(int first, int count) override {
     for (int number = first; number < first + count; ++number) {
       m_logger->log(spdlog::source_loc{__FILE__, __LINE__, __PRETTY_FUNCTION__},
-                    spdlog::level::warn, BENCH_BRACES_MESSAGE, number);
+                    spdlog::level::warn, BENCH_BRACES_MESSAGE, number, peer_of(number),
+                    milliseconds_of(number));
     }
   }
 

@@ -1,8 +1,4 @@
 // What reading a log with fwlog costs, beside the commands that do less.
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -13,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/command.h"
 #include "bench/harness.h"
 #include "tests/harness/log_capture.h"
 #include "tests/harness/temp_dir.h"
@@ -22,28 +19,6 @@ namespace fwbase::bench {
 namespace {
 
 constexpr std::size_t kMebibyte = 1024 * 1024;
-
-pid_t start(const std::string& command) {
-  const pid_t child = fork();
-  if (child == 0) {
-    execl("/bin/sh", "sh", "-c", ("exec " + command).c_str(), nullptr);
-    _exit(127);
-  }
-  return child;
-}
-
-// Of the processor.
-double seconds_until_end(pid_t child) {
-  int status = 0;
-  rusage usage{};
-  if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) || WEXITSTATUS(status) > 1) {
-    throw std::runtime_error("a command failed");
-  }
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
 
 // The peak, in MiB. That of wait4() is the benchmark's own, which the command begins as a copy of.
 double memory_until_end(pid_t child) {

@@ -1,6 +1,7 @@
 // Storage and positions of a data block are those of its message block.
 #include "fwbase/data_block/data_block.h"
 
+#include "fwbase/data_block/storage.h"
 #include "fwbase/runlog/runlog.h"
 
 namespace fwbase {
@@ -14,12 +15,21 @@ ec::EC CDataBlock::init(unsigned int size) {
   if (size > kLargeSize) {
     RUN_LOG(WARN, "分配较大DataBlock: %d(B)", size);
   }
-  m_block = new_message_block(size);
-  if (!m_block) {
+  // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): the storage gives its memory back to its allocator
+  StoragePtr storage = new_storage(size);
+  if (!storage) {
     RUN_LOG(ERROR, "new ACE_Message_Block( %d ) 失败.", size);
     return ec::DB_NO_MEMORY;
   }
+  m_block.emplace(storage.release());
   return ec::DB_OK;
+}
+
+// As the release of a message block of its own: what its user hung behind it goes first.
+CDataBlock::~CDataBlock() {
+  if (m_block && m_block->cont() != nullptr) {
+    m_block->cont()->release();
+  }
 }
 
 void CDataBlock::release() {
@@ -48,7 +58,7 @@ ec::EC CDataBlock::copy(const char* buf, unsigned int n) {
 
 std::size_t CDataBlock::data_len() const { return m_block->length(); }
 std::size_t CDataBlock::buffer_len() const { return m_block->size(); }
-void* CDataBlock::real() { return m_block.get(); }
+void* CDataBlock::real() { return &*m_block; }
 int CDataBlock::type() const { return m_type; }
 void CDataBlock::type(int tag) { m_type = tag; }
 

@@ -4,12 +4,16 @@
 
 #include <fwbase/idata_block.h>
 
-#include "fwbase/data_block/message_block.h"
+#include <ace/Message_Block.h>
+
+#include <optional>
 
 namespace fwbase {
 
 class CDataBlock final : public IDataBlock {
  public:
+  ~CDataBlock() override;
+
   /// Sets the block up with a buffer of `size` bytes, before anything else is called.
   /// DB_NO_MEMORY: it has none; all that may be done with it is to delete it.
   ec::EC init(unsigned int size);
@@ -27,7 +31,7 @@ class CDataBlock final : public IDataBlock {
   void type(int tag) override;
 
  private:
-  MessagePtr m_block;
+  std::optional<ACE_Message_Block> m_block;  // none until init()
   int m_type = 0;
 };
 

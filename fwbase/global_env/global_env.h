@@ -11,6 +11,7 @@
 
 #include <fwbase/iglobal_env.h>
 
+#include "support/name_hash.h"
 #include "support/rw_lock.h"
 
 namespace fwbase {
@@ -46,17 +47,8 @@ class CGlobalEnvImpl final : public IGlobalEnv {
 
  private:
   // Both kinds of table look a name up without making a string of it.
-
-  // Not noexcept: the tables then keep the hash codes, so that few names are compared or hashed
-  // again.
-  struct NameHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view name) const {
-      return std::hash<std::string_view>()(name);
-    }
-  };
   template <typename Value>
-  using Table = std::unordered_map<std::string, Value, NameHash, std::equal_to<>>;
+  using Table = std::unordered_map<std::string, Value, support::NameHash, std::equal_to<>>;
 
   // Objects are kept, and released, in the order of the bytes of their names.
   using ObjectTable = std::map<std::string, IObject*, std::less<>>;

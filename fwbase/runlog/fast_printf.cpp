@@ -99,6 +99,47 @@ bool read_directive(const char*& at, Directive& how) {
   return how.width <= kMostDigits && how.precision <= kMostDigits;
 }
 
+__extension__ typedef unsigned __int128 Wide;
+
+constexpr std::uint64_t kPowersOfTen[] = {1,      10,      100,      1000,      10000,
+                                          100000, 1000000, 10000000, 100000000, 1000000000};
+
+// The number of units of 10^-precision, rounded to the nearest, to the even one from half-way. It
+// is exact: a double below 1e9 is less than 2^53 of some power of two.
+std::uint64_t units_of(double number, std::uint64_t power) {
+  constexpr int kMantissaBits = 53;
+  constexpr int kProductBits = kMantissaBits + 30;
+  int exponent = 0;
+  const double fraction = std::frexp(number, &exponent);
+  const int shift = kMantissaBits - exponent;
+  if (shift > kProductBits + 1) {
+    return 0;
+  }
+  const auto mantissa = static_cast<std::uint64_t>(fraction * 0x1p53);
+  const Wide product = static_cast<Wide>(mantissa) * power;
+  const Wide half = static_cast<Wide>(1) << (shift - 1);
+  const Wide rest = product & (2 * half - 1);
+  const auto units = static_cast<std::uint64_t>(product >> shift);
+  return rest > half || (rest == half && units % 2 != 0) ? units + 1 : units;
+}
+
+// As "%.*f" prints a number below 1e9, for a precision up to 9. Gives the end.
+char* print_units(char* at, double number, int precision) {
+  const std::uint64_t power = kPowersOfTen[precision];
+  const std::uint64_t units = units_of(std::abs(number), power);
+  if (std::signbit(number)) {
+    *at++ = '-';
+  }
+  at = std::to_chars(at, at + 24, units / power).ptr;
+  if (precision > 0) {
+    // A one in front keeps the zeros that the digits begin with.
+    char* const point = at;
+    at = std::to_chars(at, at + 24, units % power + power).ptr;
+    *point = '.';
+  }
+  return at;
+}
+
 template <typename Number>
 std::string_view digits_of(Number number, char (&room)[24], int base) {
   const char* const end = std::to_chars(room, room + sizeof room, number, base).ptr;
@@ -237,9 +278,11 @@ bool Printer::convert_double(const Directive& how) {
   }
   char digits[2 * kMostDigits];
   const int precision = how.precision < 0 ? kUsualPrecision : how.precision;
-  const char* const end =
-      std::to_chars(digits, digits + sizeof digits, number, std::chars_format::fixed, precision)
-          .ptr;
+  const bool has_few_digits = std::abs(number) < 1e9 && precision <= 9;
+  const char* const end = has_few_digits ? print_units(digits, number, precision)
+                                         : std::to_chars(digits, digits + sizeof digits, number,
+                                                         std::chars_format::fixed, precision)
+                                               .ptr;
   return put_number({digits, static_cast<std::size_t>(end - digits)}, how);
 }
 

@@ -13,7 +13,7 @@ namespace fwbase {
 /// not know the format, or the text does not fit: then vsnprintf is to be asked, and `text` is
 /// lost.
 ///
-/// It knows %d %i %u %x %X, also for l, ll and z, %c, %s, %.Ns, %.*s, %p, %f, %.Nf and %%, with a
+/// It knows %d %i %u %x %X, also for l, ll and z, %s, %.Ns, %.*s, %p, %f, %.Nf and %%, with a
 /// width and the flags "-" and "0". A number with a point is left to vsnprintf where the locale has
 /// another point, or the thread rounds otherwise than to the nearest.
 std::optional<std::size_t> fast_printf(char* text, std::size_t room, const char* format,

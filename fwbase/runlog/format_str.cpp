@@ -12,13 +12,14 @@ namespace {
 constexpr int kLimit = 1022;  // characters
 }  // namespace
 
-void format_text(FormattedText& text, const char* format, std::va_list args) {
+std::size_t format_text(FormattedText& text, const char* format, std::va_list args) {
   if (const auto size = fast_printf(text, kLimit, format, args)) {
-    std::memset(text + *size, 0, sizeof text - *size);
-    return;
+    text[*size] = '\0';
+    return *size;
   }
   std::memset(text, 0, sizeof text);
   std::vsnprintf(text, kLimit + 1, format, args);
+  return std::strlen(text);
 }
 
 char* IRunLog::FormatStr(const char* format, ...) {
@@ -29,8 +30,9 @@ char* IRunLog::FormatStr(const char* format, ...) {
   if (text != nullptr) {
     std::va_list args;
     va_start(args, format);
-    format_text(*reinterpret_cast<FormattedText*>(text), format, args);
+    const std::size_t size = format_text(*reinterpret_cast<FormattedText*>(text), format, args);
     va_end(args);
+    std::memset(text + size, 0, sizeof(FormattedText) - size);
   }
   return text;
 }

@@ -225,7 +225,7 @@ bool LogOutput::rotate() {
 
 void LogOutput::report_failed_rotation(std::string_view message, std::string_view reason) {
   if (!m_failure_reported) {
-    LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+    LocationText location({this, __PRETTY_FUNCTION__, FWBASE_PLACE});
     m_failure_reported = report(message, reason, location);
   }
 }
@@ -362,7 +362,7 @@ bool LogOutput::complete_file(const std::string& name, std::string_view rest) {
 }
 
 void LogOutput::report_journal(std::string_view message, std::string_view reason) {
-  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+  LocationText location({this, __PRETTY_FUNCTION__, FWBASE_PLACE});
   report(message, reason, location);
 }
 

@@ -100,7 +100,7 @@ void LogWriter::report_dropped(const LogQueue::Dropped& dropped) {
 void LogWriter::report_dropped(const char* reason, std::uint64_t count) {
   BoundedText message;
   message.add(reason).add(GBK(",丢弃了")).add_number(count, 10).add(GBK("条记录"));
-  LocationText location({this, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__});
+  LocationText location({this, __PRETTY_FUNCTION__, FWBASE_PLACE});
   m_output.write(
       new_record(m_state.read().details, IRunLog::ERROR, message.text(), location.text()));
 }

@@ -7,6 +7,7 @@
 #define FWBASE_RUNLOG_RUNLOG_H
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
@@ -21,10 +22,7 @@ namespace fwbase {
 struct CallSite {
   const void* object;
   const char* function;
-  const char* file;
-  int line;
-  const char* date;
-  const char* time;
+  const char* place;  ///< FWBASE_PLACE
 };
 
 inline bool enabled(IRunLog::Type level) {
@@ -45,8 +43,9 @@ std::uint32_t addr32(Result (*function)(Args...)) {
 /// A formatted text: what IRunLog::FormatStr allocates.
 using FormattedText = char[1024];
 
-/// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and zeros behind them.
-void format_text(FormattedText& text, const char* format, std::va_list args);
+/// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and a zero behind them.
+/// Gives their number.
+std::size_t format_text(FormattedText& text, const char* format, std::va_list args);
 
 /// "this(0x%x) %s %s(%d) CT:%s %s"
 class LocationText {
@@ -90,19 +89,18 @@ class ScopeTrace {
 #define RUN_LOG_FIRST_OF(first, ...) first
 
 /// Logs for the object given, which may be null.
-#define RUN_LOG_AT(object, level, ...)                                               \
-  do {                                                                               \
-    if (::fwbase::enabled(::fwbase::IRunLog::level)) {                               \
-      static_assert(::fwbase::is_message_format(RUN_LOG_FIRST(__VA_ARGS__)),         \
-                    "a conversion that add_message does not know");                  \
-      static constexpr auto runlog_text =                                            \
-          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>( \
-              RUN_LOG_FIRST(__VA_ARGS__));                                           \
-      ::fwbase::write_record(                                                        \
-          ::fwbase::IRunLog::level,                                                  \
-          {object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, __TIME__},     \
-          runlog_text.bytes, __VA_ARGS__);                                           \
-    }                                                                                \
+#define RUN_LOG_AT(object, level, ...)                                                       \
+  do {                                                                                       \
+    if (::fwbase::enabled(::fwbase::IRunLog::level)) {                                       \
+      static_assert(::fwbase::is_message_format(RUN_LOG_FIRST(__VA_ARGS__)),                 \
+                    "a conversion that add_message does not know");                          \
+      static constexpr auto runlog_text =                                                    \
+          ::fwbase::gbk::encode<::fwbase::gbk::size_of(RUN_LOG_FIRST(__VA_ARGS__))>(         \
+              RUN_LOG_FIRST(__VA_ARGS__));                                                   \
+      ::fwbase::write_record(::fwbase::IRunLog::level,                                       \
+                             {object, __PRETTY_FUNCTION__, FWBASE_PLACE}, runlog_text.bytes, \
+                             __VA_ARGS__);                                                   \
+    }                                                                                        \
   } while (false)
 
 /// Logs for `this`.

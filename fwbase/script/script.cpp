@@ -141,7 +141,7 @@ ec::EC CScript::get_value(const char* name, VType type, void* out) const {
   }
   try {
     const ReadGuard guard(m_lock);
-    return report(m_values.global().get(name, type, out), name, type, nullptr);
+    return result_of(m_values.global().get(name, type, out), name, type, nullptr);
   } catch (const std::bad_alloc&) {
     RUN_LOG(ERROR, "申请内存失败");
     return ec::SCRIPT_NO_MEMORY;
@@ -189,7 +189,7 @@ ec::EC CScript::get_value_env(const char* name, VType type, void* out, void* env
   }
   try {
     const ReadGuard guard(m_lock);
-    return report(m_values.get(name, type, out, env), name, type, env);
+    return result_of(m_values.get(name, type, out, env), name, type, env);
   } catch (const std::bad_alloc&) {
     RUN_LOG(ERROR, "申请内存失败");
     return ec::SCRIPT_NO_MEMORY;
@@ -232,8 +232,6 @@ ec::EC CScript::drop_environment(void* env) {
 
 ec::EC CScript::report(Access access, const char* name, VType type, const void* env) const {
   switch (access) {
-    case Access::kOk:
-      return ec::SCRIPT_OK;
     case Access::kNoTable:
       RUN_LOG(ERROR, "没有改环境对应的符号表, env[0x%x]", addr32(env));
       return ec::SCRIPT_NOT_FOUND;
@@ -243,6 +241,7 @@ ec::EC CScript::report(Access access, const char* name, VType type, const void* 
     case Access::kOtherType:
       RUN_LOG(ERROR, "变量:(%s)类型不匹配", name);
       return ec::SCRIPT_BAD_PARAM;
+    case Access::kOk:
     case Access::kNoValue:
       break;
   }

@@ -90,6 +90,9 @@ class CScript : public IScript {
   /// The same for all of the values.
   template <typename Table>
   void log_unknown_values(const Table& values) const;
+  ec::EC result_of(script::Access access, const char* name, VType type, const void* env) const {
+    return access == script::Access::kOk ? ec::SCRIPT_OK : report(access, name, type, env);
+  }
   /// Logs why a variable could not be read, and gives the code for it.
   ec::EC report(script::Access access, const char* name, VType type, const void* env) const;
 

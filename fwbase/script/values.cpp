@@ -26,7 +26,7 @@ IScript::VType ValueTable::set(std::string_view name, IScript::VType type, const
   const auto found = m_values.find(name);
   if (found != m_values.end()) {
     value.is_of_file = found->second.is_of_file;
-    std::swap(found->second, value);
+    std::swap(found.value(), value);
     return value.type;
   }
   m_values.emplace(name, std::move(value));
@@ -37,30 +37,23 @@ void ValueTable::bring(std::string_view name, Value value) {
   value.is_of_file = true;
   const auto found = m_values.find(name);
   if (found != m_values.end()) {
-    found->second = std::move(value);
+    found.value() = std::move(value);
   } else {
     m_values.emplace(name, std::move(value));
   }
 }
 
-// With room for all of them, moving them over takes no memory.
 void ValueTable::replace_brought(NamedValues& brought) {
-  m_values.reserve(m_values.size() + brought.size());
-  std::erase_if(m_values, [&](const auto& variable) {
-    return variable.second.is_of_file && !brought.contains(variable.first);
-  });
-  while (!brought.empty()) {
-    auto variable = brought.extract(brought.begin());
-    variable.mapped().is_of_file = true;
-    const auto found = m_values.find(variable.key());
-    if (found == m_values.end()) {
-      m_values.insert(std::move(variable));
-    } else if (found->second.type != variable.mapped().type) {
-      found->second = std::move(variable.mapped());
-    } else {
-      found->second.is_of_file = true;
+  for (const auto& [name, value] : m_values) {
+    const auto found = brought.find(name);
+    if (found == brought.end() && !value.is_of_file) {
+      brought.emplace(name, value);
+    } else if (found != brought.end() && found->second.type == value.type) {
+      found.value() = value;
+      found.value().is_of_file = true;
     }
   }
+  m_values.swap(brought);
 }
 
 Access ValueTable::get(std::string_view name, IScript::VType type, void* out) const {
@@ -95,8 +88,8 @@ bool ValueTable::remove(std::string_view name) {
   return true;
 }
 
-std::vector<const std::pair<const std::string, Value>*> ValueTable::sorted() const {
-  std::vector<const std::pair<const std::string, Value>*> all;
+std::vector<const std::pair<std::string, Value>*> ValueTable::sorted() const {
+  std::vector<const std::pair<std::string, Value>*> all;
   all.reserve(m_values.size());
   for (const auto& variable : m_values) {
     all.push_back(&variable);
@@ -110,7 +103,7 @@ IScript::VType Values::set(std::string_view name, IScript::VType type, const voi
                            void* env) {
   const auto found = m_environments.find(env);
   if (found != m_environments.end()) {
-    return found->second.set(name, type, data);
+    return found.value().set(name, type, data);
   }
   ValueTable table;
   const IScript::VType before = table.set(name, type, data);
@@ -119,8 +112,13 @@ IScript::VType Values::set(std::string_view name, IScript::VType type, const voi
 }
 
 std::optional<ValueTable> Values::take(void* env) {
-  auto taken = m_environments.extract(env);
-  return taken.empty() ? std::nullopt : std::optional(std::move(taken.mapped()));
+  const auto found = m_environments.find(env);
+  if (found == m_environments.end()) {
+    return std::nullopt;
+  }
+  std::optional<ValueTable> taken(std::move(found.value()));
+  m_environments.erase(found);
+  return taken;
 }
 
 Access Values::get(std::string_view name, IScript::VType type, void* out, void* env) const {

@@ -2,15 +2,19 @@
 #ifndef FWBASE_SCRIPT_VALUES_H
 #define FWBASE_SCRIPT_VALUES_H
 
+#include <tsl/robin_map.h>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "fwbase/script/program.h"
+#include "support/name_hash.h"
 
 namespace fwbase::script {
 
@@ -36,17 +40,9 @@ enum class Access {
   kNoValue  ///< the type is neither of the two, so that there is nothing to read
 };
 
-/// Hashes and compares names without making strings of them.
-struct NameHash {
-  using is_transparent = void;
-  std::size_t operator()(std::string_view name) const {
-    return std::hash<std::string_view>()(name);
-  }
-};
-template <typename Thing>
-using ByName = std::unordered_map<std::string, Thing, NameHash, std::equal_to<>>;
-
-using NamedValues = ByName<Value>;
+/// Lies in one piece of memory, with the hashes of the names: a look-up touches little of it.
+using NamedValues = tsl::robin_map<std::string, Value, support::NameHash, std::equal_to<>,
+                                   std::allocator<std::pair<std::string, Value>>, true>;
 
 /// Variables by name. Not synchronised.
 class ValueTable {
@@ -61,7 +57,8 @@ class ValueTable {
   void bring(std::string_view name, Value value);
 
   /// Puts the variables of one file in the place of those of all files. A variable keeps its value
-  /// where its type stays; those that no file has brought stay. Takes them out of `brought`.
+  /// where its type stays; those that no file has brought stay. `brought` has the former table
+  /// then. Throws std::bad_alloc; this table has not changed then.
   void replace_brought(NamedValues& brought);
 
   /// Reads a variable into the caller's int or string, which stays as it is on failure.
@@ -77,7 +74,7 @@ class ValueTable {
   std::vector<IScript::VType> unknown_types() const;
 
   /// All of them, by their names' bytes. Valid until the table changes.
-  std::vector<const std::pair<const std::string, Value>*> sorted() const;
+  std::vector<const std::pair<std::string, Value>*> sorted() const;
 
  private:
   NamedValues m_values;
@@ -107,7 +104,7 @@ class Values {
 
  private:
   ValueTable m_global;
-  std::unordered_map<void*, ValueTable> m_environments;
+  tsl::robin_map<void*, ValueTable, support::AddressHash> m_environments;
 };
 
 }  // namespace fwbase::script

@@ -2,11 +2,11 @@
 # The Debian packages that each kind of work needs, and how they are installed. Sourced.
 
 run_packages=(g++ cmake ninja-build pkg-config libace-dev libxerces-c-dev libcli11-dev
-  nlohmann-json3-dev)
+  libxxhash-dev nlohmann-json3-dev robin-map-dev)
 test_packages=("${run_packages[@]}" libgtest-dev locales dpkg-dev file lnav rsyslog libxml2-utils vim
   zsh fish)
 peer_packages=(libspdlog-dev libgoogle-glog-dev liblog4cplus-dev libboost-log-dev libpoco-dev
-  liblua5.4-dev libpugixml-dev)
+  liblua5.4-dev lua5.4 libpugixml-dev)
 fuzz_packages=("${run_packages[@]}" clang llvm)
 package_packages=("${run_packages[@]}" dpkg-dev file lintian)
 abi_packages=("${test_packages[@]}" abigail-tools)

@@ -14,6 +14,11 @@
 #pragma push_macro("DEBUG")
 #undef DEBUG
 
+/// Where a record is written, "file(line) CT:date time": a text that is made while compiling.
+#define FWBASE_PLACE __FILE__ "(" FWBASE_PLACE_LINE(__LINE__) ") CT:" __DATE__ " " __TIME__
+#define FWBASE_PLACE_LINE(line) FWBASE_PLACE_TEXT(line)
+#define FWBASE_PLACE_TEXT(text) #text
+
 namespace fwbase {
 
 /// The log that all components of a process share, reached as IFWBase::instance()->runlog().

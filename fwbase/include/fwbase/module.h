@@ -71,12 +71,11 @@
 // What the macros above are made of.
 
 /// A record of a level of host_log, if that is enabled.
-#define FWBASE_LOG_RECORD(object, level, ...)                                                     \
-  do {                                                                                            \
-    if (::fwbase::host_log::enabled(level)) {                                                     \
-      ::fwbase::host_log::write(level, object, __PRETTY_FUNCTION__, __FILE__, __LINE__, __DATE__, \
-                                __TIME__, __VA_ARGS__);                                           \
-    }                                                                                             \
+#define FWBASE_LOG_RECORD(object, level, ...)                                                      \
+  do {                                                                                             \
+    if (::fwbase::host_log::enabled(level)) {                                                      \
+      ::fwbase::host_log::write_at(level, object, __PRETTY_FUNCTION__, FWBASE_PLACE, __VA_ARGS__); \
+    }                                                                                              \
   } while (false)
 
 /// Lets `line` be a number when it becomes a part of a name.
@@ -117,6 +116,12 @@ inline bool enabled(IRunLog::Type level) {
 FWBASE_API void write(IRunLog::Type level, const void* object, const char* function,
                       const char* file, int line, const char* date, const char* time,
                       const char* format, ...) __attribute__((format(printf, 8, 9)));
+
+/// The same with what the compiler knows in one text.
+/// place   "file(line) CT:date time", see FWBASE_PLACE
+FWBASE_API void write_at(IRunLog::Type level, const void* object, const char* function,
+                         const char* place, const char* format, ...)
+    __attribute__((format(printf, 5, 6)));
 
 }  // namespace host_log
 }  // namespace fwbase

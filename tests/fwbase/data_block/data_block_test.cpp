@@ -132,6 +132,15 @@ TEST_F(DataBlock, TheStorageLivesUntilItsLastReference) {
   other->release();
 }
 
+TEST_F(DataBlock, AContinuationEndsWithTheBlock) {
+  ACE_Message_Block continuation(8);
+  static_cast<ACE_Message_Block*>(block->real())->cont(continuation.duplicate());
+  EXPECT_EQ(continuation.reference_count(), 2);
+  block->release();
+  block = nullptr;
+  EXPECT_EQ(continuation.reference_count(), 1);
+}
+
 TEST_F(DataBlock, SetUpAndReleaseAreTracedWithTheirTexts) {
   LogCapture log(IRunLog::TRACE);
   IDataBlock* traced = nullptr;
