@@ -10,7 +10,7 @@
 
 namespace fwbase {
 
-/// One problem of a script.
+/// One finding about a script: an error or a warning.
 struct Finding {
   bool error;        ///< the script does not load; else a warning: it loads
   int line;          ///< from 1
@@ -29,7 +29,7 @@ struct CheckOptions {
   std::vector<std::string> environment;
 };
 
-/// Finds all problems of a script in one pass, ordered by line, column and rule. The check imitates
+/// Finds all mistakes of a script in one pass, ordered by line, column and rule. The check imitates
 /// a load into an empty engine that has the functions of the facade's built-in engine: it finds an
 /// error if and only if that load would fail, and the code of one of the errors is the code of that
 /// load. As for loading, the code page is that of the calling thread's locale.

@@ -285,7 +285,7 @@ struct Form {
   template <std::size_t... Is, typename Body, typename... First>
   static ec::EC run(Indexes<Is...>, Body& body, const Call& call, const IScript::VValue* args,
                     const First&... first) {
-    (void)args;  // not looked at without parameters
+    (void)args;  // unused without parameters
     return Result<typename std::decay<Return>::type>::of(
         call, [&]() -> Return { return body(first..., Argument<Types>::of(args[Is])...); });
   }

@@ -25,9 +25,9 @@ namespace fwbase {
 /// Code page: names and texts of the script file are converted to the code page of the calling
 ///   thread's locale. Text that the code page cannot express makes the load fail.
 /// Threads:   every operation may be called from any thread, and from a running host function; one
-///   reader-writer lock guards the engine. Runs, loads and all other operations go on side by side:
-///   a run works on what was loaded when it began, and takes the lock only for moments, for reading
-///   (see exec_scommad()). Only release() requires that no section runs (see there).
+///   reader-writer lock guards the engine. Runs, loads and all other operations proceed side by
+///   side: a run works on what was loaded when it began, and takes the lock only for moments, for
+///   reading (see exec_scommad()). Only release() requires that no section runs (see there).
 /// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise. When
 ///   memory runs out, the code is SCRIPT_NO_MEMORY (in the parser SCRIPT_E_LOAD, while writing the
 ///   file SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
@@ -161,9 +161,9 @@ struct FWBASE_API IScript {
   ///                         load there is a document, and saving drops the variables that were not
   ///                         read
   ///   SCRIPT_NO_PROCESS     the document has no process with an empty name; not logged
-  ///   SCRIPT_E_REMOVE, SCRIPT_E_CREATE_NODE, SCRIPT_E_SET_ATTR, SCRIPT_E_INSERT_NODE the document
-  ///                         cannot be changed; SCRIPT_E_SET_ATTR also for a name or a string that
-  ///                         is not valid text in the code page
+  ///   SCRIPT_E_REMOVE, SCRIPT_E_CREATE_NODE, SCRIPT_E_SET_ATTR, SCRIPT_E_INSERT_NODE
+  ///                         the document cannot be changed; SCRIPT_E_SET_ATTR also for a name or a
+  ///                         string that is not valid text in the code page
   ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot
   ///                         express, such as a control character
   ///   SCRIPT_NO_MEMORY      memory ran out

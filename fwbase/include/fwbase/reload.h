@@ -13,7 +13,7 @@ namespace fwbase {
 /// Replaces everything that the facade's built-in engine has from files with the content of one
 /// script file. The file is read and checked first, and takes effect in one step.
 /// path      the file; save_script() writes it from then on
-/// findings  receives all problems of the file, as check_script() reports them; after a success,
+/// findings  receives all findings about the file, as check_script() reports them; after a success,
 ///           the warnings. Emptied first. May be null. Stays the caller's.
 ///
 /// What changes, and what does not:
