@@ -39,6 +39,7 @@ struct CheckOptions {
 /// for loading. Any thread. Takes the engine's lock for reading while it reads the functions.
 /// Throws std::bad_alloc.
 FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path);
+/// The same with other assumptions than the defaults of CheckOptions.
 FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path,
                                                               const CheckOptions& options);
 

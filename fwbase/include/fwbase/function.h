@@ -74,11 +74,13 @@ inline const IFunctionDescription* description_of(IScript::ISyntax& function) {
 /// One parameter of a Function, made by param(). Texts are copied.
 class Param {
  public:
+  /// For param() only.
   Param(const char* tag, const char* description) : m_tag(tag), m_description(description) {}
 
   /// The same parameter with a default for calls that omit it: a number for a parameter that the
   /// body takes as std::int32_t, a text for any other.
   Param or_else(std::int32_t value) const { return with(std::to_string(value)); }
+  /// The same for a text.
   Param or_else(const std::string& value) const { return with(value); }
   /// Whatever else might pass for a number or a text.
   template <typename Value>
@@ -86,10 +88,10 @@ class Param {
       std::is_arithmetic<Value>::value || std::is_same<Value, std::nullptr_t>::value, Param>::type
   or_else(Value value) const = delete;
 
-  const std::string& tag() const { return m_tag; }
-  const std::string& description() const { return m_description; }
-  bool has_default() const { return m_has_default; }
-  const std::string& default_text() const { return m_default; }
+  const std::string& tag() const { return m_tag; }                  ///< as given to param()
+  const std::string& description() const { return m_description; }  ///< as given to param()
+  bool has_default() const { return m_has_default; }                ///< after or_else()
+  const std::string& default_text() const { return m_default; }     ///< of or_else(), as text
 
  private:
   Param with(const std::string& value) const {
@@ -136,6 +138,7 @@ class Call {
   /// installed in the facade. Without ret() the result is dropped, which is a success. Returns what
   /// IScript::set_value_env() does; SCRIPT_E_PARAM without an engine.
   FWBASE_NODISCARD ec::EC give(std::int32_t value) const { return store(IScript::VT_INT, &value); }
+  /// The same for a text.
   FWBASE_NODISCARD ec::EC give(const std::string& value) const {
     return store(IScript::VT_STRING, &value);
   }
@@ -338,6 +341,13 @@ struct FormOf<Return (Class::*)(Types...) const noexcept> : Taken<Return, Types.
 /// The {} of a function without parameters.
 struct NoParams {};
 
+/// A body for `Count` parameters.
+template <std::size_t Count, typename Body>
+struct Built {
+  static_assert(Count == FormOf<Body>::kCount,
+                "a Function's body takes one argument for each of its parameters");
+};
+
 }  // namespace function_body
 
 /// A function that scripts may call: an IScript::ISyntax that describes itself.
@@ -366,13 +376,14 @@ class Function : public IScript::ISyntax, public IFunctionDescription {
   Function(const char* name, const char* description, const Param (&params)[Count], Body body,
            const char* file = __builtin_FILE(), int line = __builtin_LINE())
       : Function(name, description, std::vector<Param>(params, params + Count),
-                 Built<Count, Body>(), std::move(body), file, line) {}
+                 function_body::Built<Count, Body>(), std::move(body), file, line) {}
 
+  /// The same for a function without parameters.
   template <typename Body>
   Function(const char* name, const char* description, function_body::NoParams, Body body,
            const char* file = __builtin_FILE(), int line = __builtin_LINE())
-      : Function(name, description, std::vector<Param>(), Built<0, Body>(), std::move(body), file,
-                 line) {}
+      : Function(name, description, std::vector<Param>(), function_body::Built<0, Body>(),
+                 std::move(body), file, line) {}
 
   Function(const Function&) = delete;
   Function& operator=(const Function&) = delete;
@@ -405,15 +416,8 @@ class Function : public IScript::ISyntax, public IFunctionDescription {
 
  private:
   template <std::size_t Count, typename Body>
-  struct Built {
-    typedef function_body::FormOf<Body> Form;
-    static_assert(Count == Form::kCount,
-                  "a Function's body takes one argument for each of its parameters");
-  };
-
-  template <std::size_t Count, typename Body>
-  Function(const char* name, const char* description, std::vector<Param> params, Built<Count, Body>,
-           Body body, const char* file, int line)
+  Function(const char* name, const char* description, std::vector<Param> params,
+           function_body::Built<Count, Body>, Body body, const char* file, int line)
       : m_name(name),
         m_description(description),
         m_params(std::move(params)),

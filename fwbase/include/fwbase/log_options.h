@@ -21,7 +21,7 @@ struct LogOptions {
     kDropNew,   ///< drops its record
     kDropBelow  ///< waits if the level is in keep_level, else drops its record
   };
-  WhenFull when_full = kWait;
+  WhenFull when_full = kWait;  ///< used in queued mode only
 
   /// For kDropBelow: IRunLog::Type bits of the levels that are never dropped.
   unsigned int keep_level = 0;

@@ -23,23 +23,29 @@ namespace fwbase {
 
 /// Reads a global variable: IScript::get_value(). On failure `value` stays as it was.
 FWBASE_NODISCARD FWBASE_API ec::EC get(const char* name, std::int32_t& value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC get(const char* name, std::string& value);
 
 /// Creates a global variable, or replaces one together with its type: IScript::set_value().
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, std::int32_t value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, const std::string& value);
+/// The same for a string.
 /// value   SCRIPT_E_PARAM when it is null
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, const char* value);
 
 /// Reads a variable of an environment: IScript::get_value_env(), and SCRIPT_E_PARAM when name is
 /// null.
 FWBASE_NODISCARD FWBASE_API ec::EC get_env(void* env, const char* name, std::int32_t& value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC get_env(void* env, const char* name, std::string& value);
 
 /// Creates or replaces a variable of an environment: IScript::set_value_env(), and SCRIPT_E_PARAM
 /// when name is null.
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, std::int32_t value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const std::string& value);
+/// The same for a string.
 /// value   SCRIPT_E_PARAM when it is null
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const char* value);
 
