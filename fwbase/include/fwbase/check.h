@@ -29,10 +29,10 @@ struct CheckOptions {
   std::vector<std::string> environment;
 };
 
-/// Finds all mistakes of a script in one pass, ordered by line, column and rule. The check imitates
-/// a load into an empty engine that has the functions of the facade's built-in engine: it finds an
-/// error if and only if that load would fail, and the code of one of the errors is the code of that
-/// load. As for loading, the code page is that of the calling thread's locale.
+/// Finds all errors and warnings of a script in one pass, ordered by line, column and rule. The
+/// check imitates a load into an empty engine that has the functions of the facade's built-in
+/// engine: it finds an error if and only if that load would fail, and the code of one of the errors
+/// is the code of that load. As for loading, the code page is that of the calling thread's locale.
 ///
 /// Loads and changes nothing, and logs nothing, not even at TRACE. Null and "" give the finding
 /// "unreadable" with SCRIPT_E_PARAM. Without IFWBase::init() every script is "unreadable", as it is
@@ -53,7 +53,8 @@ FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path,
 /// Ordered by name; UTF-8; the same text for the same functions. Functions that do not describe
 /// themselves (see IFunctionDescription) have the tags "arg1", "arg2" and so on. The module is the
 /// path of the library or program that contains the function. Any thread. Takes the engine's lock
-/// for reading, and calls the functions under that lock. Throws std::bad_alloc.
+/// for reading, and asks the functions for their descriptions under that lock. Throws
+/// std::bad_alloc.
 FWBASE_NODISCARD FWBASE_API std::string catalogue();
 
 }  // namespace fwbase

@@ -60,7 +60,8 @@ struct FWBASE_API IFWBase {
   /// Releases the built-in data block factory, module manager, script engine, default global
   /// environment and run log, in this order; then, holding the lock for writing, sets all installed
   /// components to none and releases and deletes each keyed environment, in ascending order of the
-  /// keys. init() may be called afterwards. When nothing is left to release, a call does nothing.
+  /// keys. init() may be called afterwards. A call with nothing to release is harmless: it only
+  /// disables the log's levels and leaves no component installed.
   ///
   /// Modules are unloaded before environments are emptied. A module that stored an object whose
   /// code is in the module must remove that object in its IMM::IBase::release().

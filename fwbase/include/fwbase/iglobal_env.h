@@ -27,9 +27,9 @@ namespace fwbase {
 ///          operation that returns a code logs this, gives GENV_BAD_PARAM and changes nothing.
 /// Hosts:   clone() and release() of stored objects are called under the lock. They must not call
 ///          the same environment, nor the module manager: its modules use environments in their
-///          init() and release(), which take the two locks in the opposite order. An exception from
-///          them reaches the caller, with the lock given back and the tables sound; each operation
-///          says what is stored then.
+///          init() and release(), under the manager's lock, so the two locks would be taken in
+///          opposite orders. An exception from clone() or release() reaches the caller, with the
+///          lock given back and the tables sound; each operation says what is stored then.
 /// Trace:   init(), release() and the object operations trace their entry and exit.
 struct FWBASE_API IGlobalEnv {
   /// An object that a host stores by name. The environment stores copies only.
@@ -146,7 +146,8 @@ struct FWBASE_API IGlobalEnv {
   ///   GENV_ADDR_NOT_FOUND  no such address here, whatever the parents have
   FWBASE_RESULT virtual ec::EC mod_addr(const char* name, void* val) = 0;
 
-  /// Removes an address of this environment. Null and unknown names are ignored, without a record.
+  /// Removes an address of this environment. A null name, and a name that this environment does not
+  /// have, are ignored, without a record.
   virtual void rm_addr(const char* name) = 0;
 
   /// Stores a copy of an object under a new name.
@@ -186,8 +187,9 @@ struct FWBASE_API IGlobalEnv {
   /// When release() or clone() throws, the name is gone as well.
   FWBASE_RESULT virtual ec::EC mod_obj(const char* name, const IObject* object) = 0;
 
-  /// Calls release() on an object of this environment and removes it; recorded at DEBUG. Null and
-  /// unknown names are logged at WARN. When release() throws, the object is still removed.
+  /// Calls release() on an object of this environment and removes it; recorded at DEBUG. A null
+  /// name, and a name that this environment does not have, are logged at WARN. When release()
+  /// throws, the object is still removed.
   virtual void rm_obj(const char* name) = 0;
 
   /// Destroys the environment with its tables. Stored objects are not released: call release()

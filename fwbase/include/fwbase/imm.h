@@ -89,8 +89,9 @@ struct FWBASE_API IMM {
   /// arg     for the module's init().
   ///
   /// Returns
-  ///   MM_OK            created and initialised; or the function gave a module that is still valid
-  ///                    (init() is not called again). Both are logged at DEBUG
+  ///   MM_OK            created and initialised; or the function gave a module that a function made
+  ///                    before and that is still valid (init() is not called again). Both are
+  ///                    logged at DEBUG
   ///   MM_BAD_PARAM     path or fname is null, the library cannot be opened, or it has no such
   ///                    function. The loader's reason is logged each time
   ///   MM_LOAD_FAILED   no memory for the library object; nothing is kept
@@ -114,8 +115,8 @@ struct FWBASE_API IMM {
   /// arg       for the module's init().
   ///
   /// Returns
-  ///   MM_OK              created and initialised; or create() gave a module that is still valid
-  ///                      (init() is not called again)
+  ///   MM_OK              created and initialised; or create() gave a module that a factory made
+  ///                      before and that is still valid (init() is not called again)
   ///   MM_BAD_PARAM       factory is null
   ///   MM_BAD_FACTORY     factory is not a valid module
   ///   MM_FACTORY_FAILED  create() gave null (out is null then), or no memory to remember a module

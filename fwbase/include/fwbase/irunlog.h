@@ -18,8 +18,8 @@ namespace fwbase {
 
 /// The log that all components of a process share, reached as IFWBase::instance()->runlog().
 ///
-/// How to use it: init(), file(), type(), then info() and asynch() if wanted; any number of
-/// write(); release(). The facade's init() and release() call those of the built-in log.
+/// How to use it: init(), file(), type(), then info() and asynch() if wanted; write() any number of
+/// times; release(). The facade's init() and release() call those of the built-in log.
 ///
 /// One record is, byte for byte:
 ///
@@ -27,20 +27,21 @@ namespace fwbase {
 ///
 /// The tag is that of the level ("[TRACE]:", "[DEBUG]:", "[WARN ]:", "[ERROR]:", "[ALERT]:",
 /// "[DUMP ]:", and "[NULL ]:" for every other value). info() chooses " pid:", " tid:" and the time;
-/// a blank separates each from the next field. The first line end before "\r\n >" is deleted: the
-/// time brings it; without a time, the location loses its first line end, if it has one. Messages
-/// pass unchanged. The library's own messages are GBK. Names and paths in them show their control
-/// characters ("\n", "\x1b"), except the tab, so that none of them can look like a record.
+/// a blank separates each from the next field. Of the line ends before "\r\n >", the first one is
+/// deleted: with a time, that is the line end of the time's own text; without a time, it is the
+/// first one of the location, if the location has any. Messages pass unchanged. The library's own
+/// messages are GBK. Names and paths in them show their control characters ("\n", "\x1b"), except
+/// the tab, so that none of them can look like a record.
 ///
 /// When a record brings the log file to 10 MiB (10,485,760 bytes), the file becomes <file>.bak.0
 /// and a new file begins; earlier backups become .bak.1 to .bak.3, and the oldest is lost. When
 /// several processes write to one file, one of them rotates it and the others continue in the new
 /// file. Only a regular file that still has its name is rotated, never one reached through /dev
 /// (except /dev/shm) or /proc. When a rotation fails, for lack of descriptors, space or
-/// permissions, or because a foreign file has taken the name, nothing is lost: the log stays in its
-/// present file, says so in one record at ERROR, whatever levels are enabled, and retries whenever
-/// the file has grown by another 64 KiB. When the file was removed, the log makes a new one at 10
-/// MiB. When its directory is gone, the log is silent from then on until file() succeeds.
+/// permissions, or because another program's file has the name, nothing is lost: the log stays in
+/// its present file, says so in one record at ERROR, whatever levels are enabled, and retries
+/// whenever the file has grown by another 64 KiB. When the file was removed, the log makes a new
+/// one at 10 MiB. When its directory is gone, the log is silent from then on until file() succeeds.
 ///
 /// Threads   every operation may be called from any thread. One reader-writer lock guards the
 ///           output: records never interleave, and a rotation never splits a record. Settings take
@@ -93,10 +94,10 @@ struct FWBASE_API IRunLog {
   /// Brings the log into service: direct mode, no level, no details, output to standard output.
   /// Then starts the writer thread, with all signals blocked, for queued mode.
   ///
-  /// Nothing is written before a first file() has succeeded. After that, each init() makes standard
-  /// output the output until file() is called again. An init() without a release() before it first
-  /// writes what is queued to the previous output, then closes the file and replaces the writer
-  /// thread.
+  /// Nothing is written before a first file() has succeeded. From then on, each init() makes
+  /// standard output the output until file() succeeds again. An init() without a release() before
+  /// it first writes what is queued to the previous output, then closes the file and replaces the
+  /// writer thread.
   ///
   /// Returns
   ///   LOG_OK             in service
@@ -110,8 +111,8 @@ struct FWBASE_API IRunLog {
   virtual void type(unsigned int mask) = 0;
 
   /// Sets the details that records have, as INFO_ bits. Takes no lock. The writer thread tests
-  /// INFO_TIME again when it writes queued records: set it before asynch(true), or records that are
-  /// queued at that moment get a wrong time.
+  /// INFO_TIME again when it writes queued records. So set it before asynch(true): records that are
+  /// queued when INFO_TIME is switched on get a wrong time (1970).
   virtual void info(unsigned int flags) = 0;
 
   /// Opens the log file, for appending, and makes it the output.
@@ -134,8 +135,8 @@ struct FWBASE_API IRunLog {
   FWBASE_RESULT virtual ec::EC file(const char* path) = 0;
 
   /// Chooses queued mode (true), in which the writer thread writes the records, or direct mode, in
-  /// which write() does. Takes no lock. When log_options() wants a journal, it waits for init() and
-  /// release() and until what is queued is written, and makes or removes the journal.
+  /// which write() does. Takes no lock, unless log_options() wants a journal: then it waits for
+  /// init() and release() and until what is queued is written, and makes or removes the journal.
   ///
   /// Queued records are written in the order in which they were queued, as a rule within a
   /// millisecond. Records that are queued when direct mode is chosen are still written, maybe after
@@ -149,9 +150,9 @@ struct FWBASE_API IRunLog {
   ///
   /// All records that are queued, and those of threads that wait in write() for room in the queue
   /// or for the output, are written before the closing record. release() waits while the output
-  /// takes nothing, such as a FIFO that nobody reads. A write() that has not come so far, or begins
-  /// while release() runs, is either written before the closing record, or waits and then counts as
-  /// begun after release().
+  /// takes nothing, such as a FIFO that nobody reads. A write() that has not come so far, or that
+  /// begins while release() runs, either has its record written before the closing record, or waits
+  /// and then counts as begun after release().
   ///
   /// Once the file is closed, another release() writes nothing. init() may follow. Takes the lock
   /// for writing.

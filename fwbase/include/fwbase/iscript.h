@@ -24,10 +24,10 @@ namespace fwbase {
 ///   characters) for VT_STRING. Data is copied in and out; the engine keeps no pointer to it.
 /// Code page: names and texts of the script file are converted to the code page of the calling
 ///   thread's locale. Text that the code page cannot express makes the load fail.
-/// Threads:   every operation may be called from any thread, and from a running host function; one
-///   reader-writer lock guards the engine. Runs, loads and all other operations proceed side by
-///   side: a run works on what was loaded when it began, and takes the lock only for moments, for
-///   reading (see exec_scommad()). Only release() requires that no section runs (see there).
+/// Threads:   every operation may be called from any thread; one reader-writer lock guards the
+///   engine. Runs proceed side by side, and beside loads and all other operations: a run works on
+///   what was loaded when it began, and takes the lock only for moments, for reading (see
+///   exec_scommad()). Only init() and release() require that no section runs (see there).
 /// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise. When
 ///   memory runs out, the code is SCRIPT_NO_MEMORY (in the parser SCRIPT_E_LOAD, while writing the
 ///   file SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
@@ -83,10 +83,13 @@ struct FWBASE_API IScript {
   /// sections, and the signatures of functions stay. Calls of a function that was registered before
   /// end with SCRIPT_NO_FUNC until the function is registered again.
   ///
+  /// No section may be running. A section that runs nevertheless ends with SCRIPT_NO_FUNC at its
+  /// next call, unless that function has been registered again.
+  ///
   /// Returns SCRIPT_OK, or SCRIPT_NO_MEMORY: then call init() again when there is memory. In one
-  /// place, while the converter for the code page is made, memory must not run out: afterwards the
-  /// XML platform can neither be started nor ended, and each later call in the process gives
-  /// SCRIPT_NO_MEMORY. Traced. Takes the lock for writing.
+  /// place, while the converter for the code page is made, memory must not run out: if it
+  /// does, the XML platform can neither be started nor ended, and each later init() in the process
+  /// gives SCRIPT_NO_MEMORY. Traced. Takes the lock for writing.
   FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Empties the engine: functions, variables of all tables, sections, the document and its path;
@@ -193,8 +196,8 @@ struct FWBASE_API IScript {
   /// What earlier calls did is not undone.
   ///
   /// Takes the lock for reading, for a moment: to begin, to look up a function, and for a call with
-  /// variables among its arguments. Functions may use every operation except release(), and may run
-  /// sections. All threads that run sections may call a function at the same time.
+  /// variables among its arguments. Functions may use every operation except init() and release(),
+  /// and may run sections. All threads that run sections may call a function at the same time.
   FWBASE_RESULT virtual ec::EC exec_scommad(const char* section, void* env) = 0;
 
   /// Reads a global variable into *out.

@@ -12,8 +12,8 @@
 #include <fwbase/irunlog.h>
 
 /// Exports the creation function of a module library: `extern "C" create_module`, which makes a
-/// `Class` with new. Write it at namespace level, outside all namespaces, in one source file of the
-/// library; `Class` may be in any namespace, including an unnamed one.
+/// `Class` with new. Write it outside all namespaces, in one source file of the library; `Class`
+/// may be in any namespace, including an unnamed one.
 ///
 ///   class Counter : public fwbase::IMM::IBase {
 ///    public:

@@ -21,10 +21,10 @@ namespace fwbase {
 ///                               section finishes as it began; runs that begin from now on,
 ///                               including nested runs, find the new sections.
 ///   registered functions        stay
-///   global variables            A variable of the file keeps its present value if its type stays
-///                               the same; otherwise it gets the file's value. A variable that came
-///                               from an earlier file and is not in this one is removed, whoever
-///                               has set it since. A variable that came from no file stays.
+///   global variables            A variable of the file keeps its present value if it has one of
+///                               the same type; otherwise it gets the file's value. A variable that
+///                               came from an earlier file and is not in this one is removed,
+///                               whoever has set it since. A variable that came from no file stays.
 ///   variables of environments   stay
 /// When nothing is loaded, the file is loaded.
 ///

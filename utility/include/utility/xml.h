@@ -19,8 +19,8 @@ struct XmlTexts;
 ///
 /// Use: xercesc::XMLPlatformUtils::Initialize() must have been called (the script engine's init()
 ///   does). Then load(), work, release(). The destructor does not free the document: call release()
-///   before. After the last XMLPlatformUtils::Terminate() only release() may be called on a loaded
-///   object. Not copyable.
+///   before. After the last XMLPlatformUtils::Terminate() a loaded object may only be released and
+///   destroyed. Not copyable.
 /// Threads: not synchronised. Different objects are independent. Even search_element() and the
 ///   XPath operations need exclusive use of their document, since they use its memory.
 /// Strings: as in CElement; paths are taken byte by byte.
