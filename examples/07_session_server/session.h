@@ -24,9 +24,8 @@ class Server;
 /// with Server::give_back()) orders the accesses of the former owner before those of the next one.
 ///
 /// A session is a module: the server creates it with the module manager, through a factory that
-/// keeps the objects of ended sessions for later ones. The script variables of an environment live
-/// as long as the engine, so memory stays bounded only if few addresses serve as environments and
-/// are reused.
+/// keeps the objects of ended sessions for later ones. The session's global environment and script
+/// variables end with it, so a later session at its address finds nothing of them.
 class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Event_Handler {
  public:
   /// What the session needs next.
@@ -47,8 +46,8 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
 
   explicit Session(bool& usable);
 
-  // A module's life. init() makes the session's global environment, release() destroys it and
-  // closes the connection.
+  // A module's life. init() makes the session's global environment. release() destroys it, drops
+  // the session's script variables and closes the connection.
   ec::EC init(void* connection) override;
   void release() override;
 
