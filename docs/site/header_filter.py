@@ -150,8 +150,17 @@ def with_result_codes(source):
     return helper.sub(lambda found: "\n" * found[0].count("\n"), source)
 
 
+def without_internals(source):
+    """Without the namespace of templates that find out what the body of a Function takes: hosts
+    have no use for it, and Doxygen takes its recursive templates for an endless inheritance."""
+    internal = re.compile(
+        r"(?:///[^\n]*\n)+namespace function_body \{.*?\n\}  // namespace function_body", re.S
+    )
+    return internal.sub(lambda found: "\n" * found[0].count("\n"), source)
+
+
 def filtered(source):
-    lines = with_result_codes(without_guard(source)).split("\n")
+    lines = without_internals(with_result_codes(without_guard(source))).split("\n")
     at = 0
     while at < len(lines):
         comment = COMMENT.match(lines[at])

@@ -8,7 +8,7 @@
 using fwbase::IFWBase;
 using fwbase::IRunLog;
 
-// Stands for something that takes long to put together.
+// Stands for something that takes long to make.
 std::string snapshot() {
   std::puts("taking a snapshot");
   return "queue 3/16";
@@ -22,19 +22,19 @@ class Feed {
     FWBASE_TRACE("drop");  // at TRACE, a record now and one when the function ends
     FWBASE_LOG(WARN, "line %d dropped: %s", line, reason);
 
-    // As long as the level is off, nothing behind it is evaluated: no snapshot is taken.
+    // While the level is off, the arguments are not evaluated: no snapshot is taken.
     FWBASE_LOG(DUMP, "%s", snapshot().c_str());
   }
 };
 
 int main() {
-  // The facade is the one entry of the library. init() brings its components into service, the log
-  // among them; they log nothing yet.
+  // The facade is the library's single entry point. init() brings its components into service, also
+  // the log; they log nothing yet.
   IFWBase* const fw = IFWBase::instance();
   if (ec::failed(fw->init())) return 1;
 
-  // Where records go. A file is appended to; when it reaches 10 MiB it becomes host.log.bak.0, the
-  // older ones move on to .bak.3, and the oldest is deleted.
+  // Where records go. The log appends to the file. At 10 MiB the file becomes host.log.bak.0, the
+  // older backups move on to .bak.3, and the oldest one is deleted.
   IRunLog* const log = fw->runlog();
   const ec::EC opened = log->file("host.log");
   if (ec::failed(opened)) {
@@ -42,18 +42,18 @@ int main() {
     return 1;
   }
 
-  // Which records are written, as a mask of levels; they are bits, not steps.
+  // Which records are written, as a mask of levels: levels are bits, not steps.
   log->type(IRunLog::WARN | IRunLog::ERROR | IRunLog::ALERT);
 
-  // What each record starts with. Without this it is the level alone.
+  // What each record starts with. Without this it is only the level.
   log->info(IRunLog::INFO_PID | IRunLog::INFO_TIME);
 
-  // In the direct mode that a log starts in, a record is in the file when the call returns.
+  // A log starts in direct mode: a record is in the file when the call returns.
   Feed feed;
   feed.drop(7, "too long");
 
   // In queued mode a thread of the library writes. Nothing is lost: a caller waits while the queue
-  // is full, and what is queued at the end is written then.
+  // is full, and release() writes what is still queued.
   log->asynch(true);
 
   // All levels, from here on.
@@ -61,10 +61,10 @@ int main() {
             IRunLog::DUMP);
   feed.drop(8, "not UTF-8");
 
-  // Functions that are no members say what the record is about, or nothing.
+  // Functions that are not members name the object of the record, or none.
   log->type(IRunLog::ERROR | IRunLog::ALERT);
   FWBASE_LOG_AT(nullptr, ALERT, "%d lines dropped", 2);
 
-  // Ends every component; the log comes last, and with it the last records reach the file.
+  // Ends every component; the log comes last, so the last records still reach the file.
   fw->release();
 }

@@ -21,7 +21,7 @@ IScript* engine() { return IFWBase::instance()->script(); }
 // Adds to a global variable of the script. These are shared by all runs, and saved.
 //
 // The types of the parameters are those of the arguments: the engine compares the script's
-// declaration with them at loading. A "Call" may stand in front of them.
+// declaration with them at loading. A "Call" may precede them.
 ec::EC count(const Call& call, const char* counter, std::int32_t step) {
   std::int32_t value = 0;
   const ec::EC found = fwbase::get(counter, value);
@@ -30,7 +30,7 @@ ec::EC count(const Call& call, const char* counter, std::int32_t step) {
 
   value += step;
   const ec::EC set = fwbase::set(counter, value);
-  // A result is a variable of the run's environment, by the name that the script chose in "ret".
+  // A result is a variable of the run's environment; the script chose its name in "ret".
   return ec::succeeded(set) ? call.give(value) : set;
 }
 
@@ -39,8 +39,8 @@ void report(const char* what, ec::EC result) {
 }
 
 ec::EC visit(const char* name) {
-  // An environment is any address: here that of a variable. It is the key of a table of variables,
-  // of its own for each guest, and nothing in it is saved.
+  // An environment is any address: here that of a variable. It is the key of a table of variables.
+  // Each guest has its own table, and nothing in it is saved.
   const std::string guest = name;
   void* const env = const_cast<std::string*>(&guest);
   const ec::EC set = fwbase::set_env(env, "guest", guest);
@@ -54,8 +54,8 @@ int main() {
   if (ec::failed(fw->init())) return 1;
 
   // Name, description, parameters, and a body: a function, or a lambda whose result is the
-  // function's. The engine keeps pointers to them: they live until release(). They are registered
-  // before the script is loaded, because loading checks every call.
+  // function's result. The engine keeps pointers to the functions, so they live until release().
+  // They are registered before the script is loaded, because loading checks every call.
   Function functions[] = {
       {"count",
        "Adds to a counter.",
@@ -78,7 +78,7 @@ int main() {
   if (ec::succeeded(result)) result = visit("Ann");
   if (ec::succeeded(result)) result = visit("Bob");
 
-  // A function that fails ends its section; the engine goes on.
+  // A function that fails ends its section; the engine stays usable.
   if (ec::succeeded(result)) report("lapse", engine()->exec_scommad("lapse", nullptr));
 
   // Writes the global variables into the file that was loaded.

@@ -1,4 +1,4 @@
-// 03: a host that creates a module of a library, by path.
+// 03: a host that creates a module from a library, by path.
 //
 // usage: module_host PATH [GREETING]
 #include <fwbase/fwbase.h>
@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     } else {
       std::printf("%s: %s\n", ec::name(created), ec::text(created));
     }
-    // The manager did not take a module whose init() failed: it is the host's to end.
+    // The manager does not keep a module whose init() failed: the host must end it.
     if (module != nullptr) module->release();
     fw->release();
     return 1;

@@ -33,8 +33,8 @@ class Line : public IMM::IBase {
   std::string m_peer;
 };
 
-// A factory is a module, too: it is created and destroyed by the module manager. Its operations are
-// called under the manager's lock, one at a time, and need none of their own.
+// A factory is a module, too: the module manager creates and destroys it. Its operations are called
+// under the manager's lock, one at a time, and need no lock of their own.
 class LinePool : public IMM::IFactory {
  public:
   ec::EC init(void* arg) override {
@@ -69,7 +69,7 @@ class LinePool : public IMM::IFactory {
 
 }  // namespace
 
-// A creation function by a name of one's own. A library would export it; here the host calls it.
+// A creation function with a name of its own. A library would export it; here the host passes it.
 FWBASE_MODULE_AS(LinePool, create_line_pool)
 
 int main() {
@@ -91,18 +91,18 @@ int main() {
   const ec::EC refused = mm->create_module(to_eve, pool, eve);
   std::printf("line to Eve: %s: %s\n", ec::name(refused), ec::text(refused));
 
-  // A destroyed module goes back to its factory, by release() and the factory's destroy(); so the
-  // next one gets line 1.
+  // A destroyed module goes back to its factory, through release() and the factory's destroy(); so
+  // the next module gets line 1.
   mm->destroy_module(to_ann);
   mm->create_module(to_eve, pool, eve);
 
-  // Numbers for modules: chosen, or given out from 65,537 on.
+  // Numbers for modules: chosen by the host, or handed out from 65,537 on.
   mm->create_mid(7, to_bob);
   const unsigned int eves = mm->auto_create_mid(to_eve);
   std::printf("7 is line %d, %u is line %d\n", static_cast<Line*>(mm->query_mid(7))->number(), eves,
               static_cast<Line*>(mm->query_mid(eves))->number());
 
-  // A number does not go with its module: take it back first, or it leads to nothing.
+  // A number stays when its module goes: take it back first, or it leads to nothing.
   mm->destroy_mid(7);
   mm->destroy_module(to_bob);
   std::printf("7 is %s\n", mm->query_mid(7) == nullptr ? "free" : "taken");

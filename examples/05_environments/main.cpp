@@ -25,7 +25,7 @@ class Basket : public IGlobalEnv::IObject {
   std::string m_things;
 };
 
-// The copy that get_obj() gives is the caller's, who ends it with release().
+// The copy that get_obj() gives belongs to the caller, who ends it with release().
 struct Release {
   void operator()(IGlobalEnv::IObject* object) const { object->release(); }
 };
@@ -41,9 +41,10 @@ struct Session {
   const char* user;
 };
 
-// What a request looks up, it looks up in the environment of its session.
+// A request looks up its values in the environment of its session.
 void show(const Session& session) {
-  // The key of an environment is an address, and nothing more; whoever has none gets the default.
+  // The key of an environment is just an address; a key without an environment gives the default
+  // one.
   IGlobalEnv* const env =
       IFWBase::instance()->global_env(const_cast<void*>(static_cast<const void*>(&session)));
   const Copy basket = basket_of(*env);
@@ -52,7 +53,7 @@ void show(const Session& session) {
               basket ? basket->describe() : "none");
 }
 
-// Script variables of a session have its address as their key, too.
+// A session's address is also the key of its script variables.
 void show_visits(Session& session) {
   std::int32_t visits = 0;
   const ec::EC result = fwbase::get_env(&session, "visits", visits);
@@ -74,14 +75,15 @@ int main() {
   if (ec::failed(fw->create_global_env(anns, &ann))) return 1;
   if (ec::failed(fw->create_global_env(bobs, &bob))) return 1;
 
-  // A session may have a name that the default environment has, too: it hides that one.
+  // A session may have a name that the default environment also has: it hides the default one's
+  // value.
   anns->insert_str("currency", "USD");
 
-  // A name that only the default environment has is found, but changed there only.
+  // A name that only the default environment has is found, but can be changed only there.
   const ec::EC refused = bobs->mod_str("tax", "0 %");
   std::printf("tax for Bob: %s: %s\n", ec::name(refused), ec::text(refused));
 
-  // The environment stores a copy; ours remains ours, and changes nothing there.
+  // The environment stores a copy; our object stays ours, and its changes have no effect there.
   Basket basket;
   basket.put("apples");
   anns->insert_obj("basket", &basket);
@@ -102,14 +104,14 @@ int main() {
   if (ec::failed(fwbase::set_env(&ann, "visits", 3))) return 1;
   show_visits(ann);
 
-  // The end of a session: its environment releases its objects and is deleted. Whoever asks for it
-  // after that gets the default environment. Its script variables go as well: another session may
-  // come to have this address.
+  // The end of a session: its environment releases its objects and is deleted. A look-up of its key
+  // then gives the default environment. Its script variables go as well: another session may get
+  // this address.
   fw->destroy_global_env(&ann);
   if (ec::failed(fwbase::drop_environment(&ann))) return 1;
   show(ann);
   show_visits(ann);
 
-  // Ends the environment of Bob, too.
+  // Ends Bob's environment, too.
   fw->release();
 }

@@ -23,9 +23,9 @@ struct Release {
 };
 using Block = std::unique_ptr<IDataBlock, Release>;
 
-// Blocks are not synchronised. The mutex orders what two threads do with one: what was written
-// before push() is there after pop(). (Code that works with ACE would queue what real() gives, an
-// ACE_Message_Block*.)
+// Blocks are not synchronised. The mutex orders what two threads do with a block: what was written
+// before push() can be read after pop(). (Code that works with ACE would queue the result of
+// real(), an ACE_Message_Block*.)
 class Queue {
  public:
   void push(Block block) {
@@ -45,7 +45,7 @@ class Queue {
   }
 
  private:
-  static constexpr std::size_t kLimit = 2;  // a producer that is faster waits
+  static constexpr std::size_t kLimit = 2;  // a faster producer waits
 
   std::mutex m_mutex;
   std::condition_variable m_changed;
@@ -55,7 +55,7 @@ class Queue {
 // The tag of a block is the user's. Here it says what the block is.
 enum Tag : int { kWords = 1, kLastWords = 2 };
 
-// None, when there is no memory.
+// Gives null when memory runs out.
 Block make_block() {
   IDataBlock* made = nullptr;
   // On failure `made` must not be looked at.
@@ -64,7 +64,7 @@ Block make_block() {
   return Block(made);
 }
 
-// The bytes left behind the write position, as long as nothing was read.
+// The bytes left after the write position, as long as nothing was read.
 std::size_t room(const IDataBlock& block) { return block.buffer_len() - block.data_len(); }
 
 // A word is its length in one byte, then its characters.
@@ -72,12 +72,13 @@ void put(IDataBlock& block, const std::string& word) {
   // Write at the write position and move it ...
   *block.wr_ptr() = static_cast<char>(word.size());
   block.wr_ptr(1);
-  // ... or let copy() do both. It copies all or nothing and gives DB_OK all the same, so callers
-  // look at the room before.
+  // ... or let copy() do both. It copies all or nothing and gives DB_OK in both cases, so callers
+  // check the space before.
   block.copy(word.data(), static_cast<unsigned int>(word.size()));
 }
 
-// Packs words into blocks, as many as fit. The queue's last block is tagged so, or is none.
+// Packs words into blocks, as many as fit. The last block in the queue is tagged as such, or is
+// null.
 void produce(Queue& queue) {
   Block block = make_block();
   for (const std::string word : {"data", "goes", "from", "thread", "to", "thread", "unharmed"}) {
@@ -92,7 +93,7 @@ void produce(Queue& queue) {
   queue.push(std::move(block));
 }
 
-// Reads at the read position and moves it. data_len() is what lies between the positions.
+// Reads at the read position and moves it. data_len() is the distance between the positions.
 std::string take(IDataBlock& block) {
   const auto length = static_cast<unsigned char>(*block.rd_ptr());
   block.rd_ptr(1);

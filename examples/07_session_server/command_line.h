@@ -9,13 +9,13 @@ namespace session_server {
 
 class CommandLine {
  public:
-  /// Declare options; names are given with their "--". The targets hold the defaults.
+  /// Declare options; names include their "--". The targets hold the defaults.
   void text(const std::string& name, std::string& target);
   void number(const std::string& name, int& target, int least, int most);
   void flag(const std::string& name, bool& target);
 
-  /// Reads the arguments behind the program's name. Returns an empty string, or one line that says
-  /// what is wrong with them.
+  /// Reads the arguments after the program's name. Returns an empty string, or one line that says
+  /// what is wrong with the arguments.
   std::string parse(int argc, const char* const* argv);
 
  private:

@@ -10,8 +10,8 @@ constexpr unsigned char kC1Lead = 0xC2;  ///< in UTF-8, of U+0080 to U+00BF
 
 bool is_c1(unsigned char byte) { return byte >= 0x80 && byte < 0xA0; }
 
-/// Whether this byte of a text in UTF-8 is a control character, or belongs to one. From 0x80 to
-/// 0x9F it is the rest of some other character, unless it follows 0xC2 or stands alone.
+/// Whether this byte of a UTF-8 text is a control character or part of one. A byte from 0x80 to
+/// 0x9F is the rest of another character, unless it follows 0xC2 or stands alone.
 bool is_control(unsigned char before, unsigned char byte, unsigned char after) {
   return byte < 0x20 || byte == 0x7F || (byte == kC1Lead && is_c1(after)) ||
          (is_c1(byte) && (before < 0x80 || before == kC1Lead));

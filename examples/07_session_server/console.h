@@ -6,8 +6,8 @@
 
 namespace session_server {
 
-/// Writes "PROGRAM: MESSAGE" as one line to standard error. The message may quote others, and a
-/// terminal acts on control characters: they are shown as \x1b.
+/// Writes "PROGRAM: MESSAGE" as one line to standard error. The message may quote foreign text, and
+/// a terminal acts on control characters: so they are shown as \x1b.
 void complain(const char* program, const std::string& message);
 
 }  // namespace session_server

@@ -1,5 +1,5 @@
-// What a script function sees of the session that it runs for: all that the server and the module
-// library know of each other.
+// A script function's view of its session: all that the server and the module library know of each
+// other.
 #ifndef SESSION_SERVER_ISESSION_H
 #define SESSION_SERVER_ISESSION_H
 
@@ -8,20 +8,20 @@
 namespace session_server {
 
 /// One connection. Its address, as ISession*, is the key of the session's global environment and
-/// its script environment. So a script function gets it as `env`:
+/// its script environment. So a script function gets the session as `env`:
 ///
 ///   auto* session = static_cast<ISession*>(env);
 ///
-/// Threads: a session is served by one thread at a time; its functions need no lock.
+/// Threads: one thread at a time serves a session, so its functions need no lock.
 struct ISession {
   /// 1 for the first session of this run of the server.
   virtual unsigned long long number() const = 0;
 
-  /// Sends a line to the client, which is added the line end. False when what the client has not
-  /// taken yet leaves no room; nothing is sent then.
+  /// Sends a line to the client and adds the line end. False when replies that the client has not
+  /// taken yet leave no room; nothing is sent then.
   virtual bool reply(const std::string& line) = 0;
 
-  /// Ends the session after the present line; lines that the client sent behind it are not read.
+  /// Ends the session after the present line; lines that the client sent after it are not read.
   virtual void quit() = 0;
 
   /// How many values the session holds. For the module's use; 0 when the session begins.

@@ -95,7 +95,8 @@ int failed(const std::string& what, ec::EC code, const Options& options) {
   return failed(what + ": " + ec::text(code) + "; see the log, " + options.log);
 }
 
-/// For all threads, before there is a second one: the server reads them from a descriptor.
+/// Blocks the signals for all threads, before a second one starts: the server reads them from a
+/// descriptor.
 void block_signals() {
   sigset_t signals;
   ::sigemptyset(&signals);
@@ -103,11 +104,11 @@ void block_signals() {
   ::sigaddset(&signals, SIGINT);
   ::sigaddset(&signals, SIGHUP);
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  ::signal(SIGPIPE, SIG_IGN);  // for whoever reads standard output
+  ::signal(SIGPIPE, SIG_IGN);  // in case the reader of standard output is gone
 }
 
-/// Each session takes a descriptor. Where the limit cannot be raised far enough, there are fewer
-/// sessions, unless their number was asked for.
+/// Each session takes a descriptor. When the limit cannot be raised far enough, the server has
+/// fewer sessions, unless the command line sets their number.
 std::string raise_descriptor_limit(Options& options) {
   constexpr rlim_t kOthers = Server::kOtherHandles;
   int& sessions = options.server.max_sessions;
@@ -137,8 +138,8 @@ std::string raise_descriptor_limit(Options& options) {
 
 IMM::IBase* create_session_pool() { return new session_server::SessionPool; }
 
-/// Opens the log, for records of trouble and, if wanted, of each line; a thread of its own writes
-/// them, so that no session waits for the disk.
+/// Opens the log, for records of trouble and, if wanted, of each line. The log's writer thread
+/// writes them, so that no session waits for the disk.
 bool open_log(const Options& options) {
   IRunLog* const log = IFWBase::instance()->runlog();
   fwbase::LogOptions settings;
@@ -194,12 +195,12 @@ int run(Options& options) {
   ec::EC result =
       facade->mm()->create_module(module, options.module.c_str(), "create_module", nullptr);
   if (ec::failed(result)) {
-    if (module != nullptr) {  // its init() has failed: the manager does not know it
+    if (module != nullptr) {  // its init() failed: the manager does not know it
       module->release();
     }
     return failed("cannot load the module " + options.module, result, options);
   }
-  // Behind the module: the script is checked against the functions that there are.
+  // After the module: loading checks the script against the registered functions.
   result = facade->script()->load_script(options.script.c_str());
   if (ec::failed(result)) {
     return failed("cannot load the script " + options.script, result, options);

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the session server under load, and checks what it promises:
-#   - every reply is right and in order, in 1,000 sessions at the same time (the load program looks);
+#   - every reply is right and in order, in 1,000 sessions at once (the load program checks this);
 #   - a second run of the same load takes no more memory than the first, within 2 %;
 #   - SIGTERM in the middle of the load ends the server with status 0, and then the counters that it
 #     has saved, the replies that have come and the records in the log are the same number.

@@ -39,7 +39,7 @@ std::string with_reason(const std::string& what) { return what + ": " + std::str
 
 }  // namespace
 
-// The reactor on epoll: the ones on select() end at 1,024 handles.
+// The reactor uses epoll: reactors on select() end at 1,024 handles.
 Server::Server(const Settings& settings, IMM::IFactory& sessions, std::string script)
     : m_settings(settings),
       m_factory(sessions),
@@ -92,8 +92,8 @@ std::string Server::listen() {
   return m_listening ? "" : with_reason("cannot register the listening socket");
 }
 
-// Signals come through a descriptor, so they are handled like any other event and not in the
-// middle of some function.
+// Signals come through a descriptor, so they are handled like any other event, not in the middle of
+// a function.
 std::string Server::take_signals() {
   sigset_t signals;
   ::sigemptyset(&signals);
@@ -151,7 +151,7 @@ void Server::take_signal() {
   }
 }
 
-// Sections that run finish as they began. Counters keep their values, and so do sessions.
+// Running sections finish as they began. Counters and sessions keep their values.
 void Server::reload() const {
   std::vector<fwbase::Finding> findings;
   const ec::EC result = fwbase::reload_script(m_script.c_str(), &findings);
@@ -189,7 +189,7 @@ bool Server::accept_client() {
     return false;
   }
   client.enable(ACE_NONBLOCK);
-  int on = 1;  // a reply does not wait until the one before is acknowledged
+  int on = 1;  // a reply does not wait for the acknowledgement of the previous one
   client.set_option(IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
   open(client.get_handle());
   return true;
@@ -296,8 +296,8 @@ int Server::handle_timeout(const ACE_Time_Value&, const void*) {
   return 0;
 }
 
-// A client that sends no line for too long makes room for others. One that takes nothing of its
-// replies for too long loses them, and so does one that does not close its end of a session that
+// A client that sends no line for too long makes room for others. A client that takes none of its
+// replies for too long loses them; so does a client that does not close its end of a session that
 // is over.
 void Server::end_overdue(Sessions::value_type& entry) {
   Session& session = *entry.first;
@@ -339,7 +339,7 @@ void Server::close(Session& session) {
   listen_again();
 }
 
-// Sessions that wait for input end now. Those with a worker, and those with output, find out.
+// Sessions that wait for input end now. Sessions with a worker or with output find out later.
 void Server::stop() {
   if (m_stopping) {
     return;

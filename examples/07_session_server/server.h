@@ -1,4 +1,4 @@
-// The reactor's side: connections come, wait and go; signals end it all.
+// The reactor's part: connections come, wait and go; signals end the server.
 #ifndef SESSION_SERVER_SERVER_H
 #define SESSION_SERVER_SERVER_H
 
@@ -23,13 +23,13 @@ namespace session_server {
 
 /// Serves sessions on the loopback interface until SIGTERM or SIGINT. SIGHUP reloads the script.
 ///
-/// One thread runs the reactor; it alone registers and removes handlers, accepts, and creates and
-/// destroys sessions. Workers do all that concerns the lines of a session. A session that is ready
-/// is removed from the reactor and passed to the workers; when a worker gives it back, it is
-/// registered for what it waits for.
+/// One thread runs the reactor. Only this thread registers and removes handlers, accepts, and
+/// creates and destroys sessions. Workers do everything that concerns the lines of a session. A
+/// session that is ready is removed from the reactor and passed to the workers. When a worker gives
+/// a session back, the session is registered for the event that it waits for.
 class Server : public ACE_Event_Handler {
  public:
-  /// Descriptors that are no sessions: the log, the reactor's own, standard streams, inherited
+  /// Descriptors that are not sessions: the log, the reactor's own, standard streams, inherited
   /// ones.
   static constexpr int kOtherHandles = 256;
 
@@ -46,16 +46,16 @@ class Server : public ACE_Event_Handler {
   Server(const Settings& settings, fwbase::IMM::IFactory& sessions, std::string script);
   ~Server() override;
 
-  /// Listens, starts the workers, and takes SIGTERM, SIGINT and SIGHUP, which all threads must have
-  /// blocked. Returns an empty string, or what failed.
+  /// Listens, starts the workers, and handles SIGTERM, SIGINT and SIGHUP, which all threads must
+  /// have blocked. Returns an empty string, or what failed.
   std::string start();
 
   /// The port that start() listens on.
   unsigned short port() const { return m_port; }
 
   /// Returns after a signal, when all lines that were read by then are answered and all sessions
-  /// are closed. False, with the reason in the log and all sessions dropped, when it can no longer
-  /// wait for events.
+  /// are closed. False, with the reason in the log and all sessions dropped, when the server can no
+  /// longer wait for events.
   bool run();
 
   /// True from the signal on. Any thread.

@@ -29,17 +29,17 @@ constexpr unsigned int kMaxLine = 4096;
 /// One line, its line end included.
 constexpr unsigned int kInputSize = kMaxLine + 2;
 
-/// Room for the answers to several lines. The largest block that the factory does not warn of.
+/// Room for the answers to several lines. The largest block that the factory does not warn about.
 constexpr unsigned int kOutputSize = 10240;
 
 /// A line is answered when there is room for an answer of this length: the line itself, as the
-/// longest command sends it back, and what the script puts around it.
+/// longest command sends it back, and the text that the script adds.
 constexpr unsigned int kAnswerSize = kMaxLine + 128;
 
-/// So many lines of one session, then it is the next session's turn.
+/// After this many lines of one session, it is the next session's turn.
 constexpr int kLinesPerTurn = 16;
 
-/// How much of what a client sends to a session that is over is read in one go.
+/// How many bytes are read at once from a client whose session is over.
 constexpr std::size_t kDiscardSize = 16384;
 
 constexpr const char* kTooLong = "line is longer than 4096 bytes";
@@ -47,7 +47,7 @@ constexpr const char* kZeroByte = "line contains a zero byte";
 
 bool try_again() { return errno == EAGAIN || errno == EWOULDBLOCK; }
 
-/// Calls a socket function again as long as signals interrupt it.
+/// Repeats a socket function while signals interrupt it.
 template <class Call>
 ssize_t uninterrupted(Call call) {
   ssize_t result;
@@ -89,13 +89,13 @@ ec::EC Session::init(void* connection) {
   return IFWBase::instance()->create_global_env(environment, env());
 }
 
-// A later session may have this address: it begins without what this one has stored.
+// A later session may have this address: it must begin without the values of this one.
 void Session::release() {
   IFWBase::instance()->destroy_global_env(env());
   static_cast<void>(fwbase::drop_environment(env()));  // it may have set no variable
   ::close(m_handle);
   m_handle = ACE_INVALID_HANDLE;
-  reactor(nullptr);  // which may be gone when this object is used again, or destroyed
+  reactor(nullptr);  // it may be gone when this object is reused or destroyed
 }
 
 IMM::IBase* SessionPool::create() {
@@ -148,8 +148,8 @@ Session::Wait Session::work() {
   return Wait::kNothing;
 }
 
-// A client that does not take its replies is not read from either, so that what is kept for it
-// never exceeds the two blocks.
+// The server does not read from a client that does not take its replies, so the data kept for a
+// client never exceeds the two blocks.
 Session::Wait Session::serve() {
   const bool reading = !m_input_ended && !m_expired && !m_server->stopping();
   if (!m_failed && !m_lines_left && reading) {
@@ -186,8 +186,8 @@ Session::Wait Session::flush() {
   return linger();
 }
 
-// To close a connection while there is something to read resets it, and the client may lose
-// replies that are on their way. So all is read, and the client closes first.
+// Closing a connection with unread input resets it, and the client may lose replies on their way.
+// So the server reads everything, and the client closes first.
 Session::Wait Session::linger() {
   char discarded[kDiscardSize];
   while (!m_failed && !m_input_ended) {
@@ -210,13 +210,13 @@ void Session::receive() {
   if (count > 0) {
     m_input->wr_ptr(static_cast<int>(count));
   } else if (count == 0) {
-    m_input_ended = true;  // a line without its end is none
+    m_input_ended = true;  // a line without its end is not a line
   } else if (!try_again()) {
-    m_failed = true;  // the client is gone, which is nothing to log
+    m_failed = true;  // the client is gone, which needs no record
   }
 }
 
-// True when lines may be left: it was long enough, or there is no room for the next answer.
+// True when lines may be left: the turn is over, or the next answer has no room.
 bool Session::answer_lines() {
   for (int count = 0; count < kLinesPerTurn && room_for_answer(); ++count) {
     std::string line;
@@ -259,7 +259,7 @@ Session::Line Session::next_line(std::string& line, const char*& refusal) {
   if (line.size() > kMaxLine) {
     refusal = kTooLong;
   } else if (line.find('\0') != std::string::npos) {
-    refusal = kZeroByte;  // texts of the script end there
+    refusal = kZeroByte;  // texts of the script would end there
   }
   return refusal == nullptr ? Line::kComplete : Line::kRefused;
 }
@@ -329,7 +329,7 @@ void Session::clear(IDataBlock& block) {
   move_to_front(block);
 }
 
-/// Makes all free room of a block lie behind its data.
+/// Moves the data of a block to its start, so that all free space comes after the data.
 void Session::move_to_front(IDataBlock& block) {
   char* const front = static_cast<ACE_Message_Block*>(block.real())->base();
   const std::ptrdiff_t distance = block.rd_ptr() - front;

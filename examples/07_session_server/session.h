@@ -1,4 +1,4 @@
-// One connection: the lines that come in, the script that answers them, the replies that go out.
+// One connection: its incoming lines, the script that answers them, and its outgoing replies.
 #ifndef SESSION_SERVER_SESSION_H
 #define SESSION_SERVER_SESSION_H
 
@@ -18,23 +18,22 @@ namespace session_server {
 
 class Server;
 
-/// A session has one owner at a time, so it has no lock: either the reactor's thread, while the
-/// session waits for its client, or the worker that has taken it from the queue. That is also what
-/// keeps the lines of one session in order. Passing it on (through the queue of the workers, and
-/// by Server::give_back()) orders what one thread did before what the next one does.
+/// A session has one owner at a time, so it needs no lock: either the reactor's thread, while the
+/// session waits for its client, or the worker that has taken it from the queue. This also keeps
+/// the lines of one session in order. Passing a session on (through the queue of the workers, and
+/// with Server::give_back()) orders the accesses of the former owner before those of the next one.
 ///
-/// It is a module: the server creates it with the module manager, by a factory that keeps the
-/// objects of ended sessions for later ones. The script variables of an environment live as long
-/// as the engine, so memory stays bounded only if the addresses that serve as environments are
-/// few, and used again.
+/// A session is a module: the server creates it with the module manager, through a factory that
+/// keeps the objects of ended sessions for later ones. The session's global environment and script
+/// variables end with it, so a later session at its address finds nothing of them.
 class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Event_Handler {
  public:
   /// What the session needs next.
   enum class Wait {
-    kTurn,       ///< nothing: lines are left for a worker
+    kTurn,       ///< a worker: lines are left
     kInput,      ///< something to read
-    kOutput,     ///< room for what the client has not taken yet
-    kPeerClose,  ///< the client's end of the connection; all is sent
+    kOutput,     ///< that the client takes more of its replies
+    kPeerClose,  ///< that the client closes its end; all is sent
     kNothing     ///< it is over
   };
 
@@ -47,29 +46,29 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
 
   explicit Session(bool& usable);
 
-  // A module's life. init() makes the session's global environment, release() destroys it and
-  // closes the connection.
+  // A module's life. init() makes the session's global environment. release() destroys it, drops
+  // the session's script variables and closes the connection.
   ec::EC init(void* connection) override;
   void release() override;
 
-  /// Goes on as far as possible without waiting; a worker calls it.
+  /// Continues as far as possible without waiting; a worker calls it.
   Wait work();
 
-  /// When the client's last line was answered, or the session began. The reactor's thread, as
-  /// owner, like the next two.
+  /// When the client's last line was answered, or the session began. For the reactor's thread, as
+  /// owner, like the next two operations.
   std::chrono::steady_clock::time_point last_line() const { return m_last_line; }
 
-  /// Has work() end the session as if its client had sent all that it wants to.
+  /// Makes work() end the session as if its client had sent its last line.
   void end_input() { m_expired = true; }
 
-  /// Has work() end the session without sending anything more.
+  /// Makes work() end the session without sending anything more.
   void drop() { m_failed = true; }
 
   /// The key of the session's environments.
   void* env() { return static_cast<ISession*>(this); }
 
-  /// The message that stands for the session in the queue of the workers. It has no size, so the
-  /// queue never counts as full, and it is made once, so queueing needs no memory.
+  /// The message that represents the session in the queue of the workers. The message has no size,
+  /// so the queue never counts as full, and it is made once, so queueing needs no memory.
   ACE_Message_Block* ticket() { return &m_ticket; }
   static Session* of_ticket(const ACE_Message_Block* ticket) {
     return reinterpret_cast<Session*>(ticket->base());
@@ -80,7 +79,7 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
   bool reply(const std::string& line) override;
   void quit() override { m_quitting = true; }
 
-  // ACE_Event_Handler: the connection is ready, or broken. Both are for a worker to find out.
+  // ACE_Event_Handler: the connection is ready, or broken. A worker finds out which.
   ACE_HANDLE get_handle() const override { return m_handle; }
   int handle_input(ACE_HANDLE) override;
   int handle_output(ACE_HANDLE) override;
@@ -112,7 +111,7 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
   bool m_quitting = false;     ///< no more lines
   bool m_expired = false;      ///< nothing more is read
   bool m_input_ended = false;  ///< the client has closed its side
-  bool m_failed = false;       ///< the connection is of no use any more
+  bool m_failed = false;       ///< the connection is no longer usable
 
   struct Release {
     void operator()(fwbase::IDataBlock* block) const { block->release(); }
@@ -122,13 +121,12 @@ class Session final : public fwbase::IMM::IBase, public ISession, public ACE_Eve
   static void clear(fwbase::IDataBlock& block);
   static void move_to_front(fwbase::IDataBlock& block);
 
-  const Block m_input;   ///< what was read and belongs to no line yet
-  const Block m_output;  ///< what the client has not taken yet
+  const Block m_input;   ///< text that was read and belongs to no complete line yet
+  const Block m_output;  ///< replies that the client has not taken yet
   ACE_Message_Block m_ticket;
 };
 
-/// Makes sessions, and keeps those that have ended for later ones. The module manager calls it
-/// under its lock.
+/// Makes sessions, and keeps ended sessions for reuse. The module manager calls it under its lock.
 class SessionPool final : public fwbase::IMM::IFactory {
  public:
   ec::EC init(void*) override { return ec::MM_OK; }

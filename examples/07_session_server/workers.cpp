@@ -11,7 +11,7 @@ namespace session_server {
 void Workers::stop() {
   msg_queue()->deactivate();
   wait();
-  // The tickets left are parts of their sessions, and the queue would free them.
+  // Tickets that are left belong to their sessions, but the queue would free them.
   msg_queue()->activate();
   for (ACE_Message_Block* ticket = nullptr; !msg_queue()->is_empty();) {
     getq(ticket);
@@ -25,7 +25,7 @@ int Workers::svc() {
     Session& session = *Session::of_ticket(ticket);
     const Session::Wait wait = work(session);
     if (wait == Session::Wait::kTurn) {
-      take(session);  // behind those that have waited meanwhile
+      take(session);  // after those that have waited meanwhile
     } else {
       m_server.give_back(session, wait);
     }
@@ -33,7 +33,7 @@ int Workers::svc() {
   return 0;
 }
 
-// What throws, such as a script function for want of memory, ends its session and no other one.
+// An exception, such as that of a script function without memory, ends only its own session.
 Session::Wait Workers::work(Session& session) {
   try {
     return session.work();

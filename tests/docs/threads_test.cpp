@@ -8,6 +8,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "tests/docs/markdown.h"
 #include "tests/harness/host_function.h"
@@ -335,6 +336,21 @@ class ThreadsPage : public testing::Test {
     in_callback = nullptr;
     return runs;
   }
+
+  /// Registers functions without parameters, and loads a section "s" that calls each once.
+  static void load_section(const std::vector<HostFunction*>& functions) {
+    std::string declarations;
+    std::string calls;
+    for (HostFunction* const function : functions) {
+      EXPECT_TRUE(facade()->script()->expand_syntax(function));
+      declarations += "<Func name='" + std::string(function->name()) + "'/>";
+      calls += "<" + std::string(function->name()) + "/>";
+    }
+    const ScriptFile script("<korvid><template>" + declarations +
+                            "</template><Process name=''><Exec>" + "<section name='s'>" + calls +
+                            "</section></Exec></Process></korvid>");
+    EXPECT_EQ(facade()->script()->load_script(script.path()), ec::SCRIPT_OK);
+  }
 };
 
 }  // namespace
@@ -414,4 +430,23 @@ TEST_F(ThreadsPage, TheGettersGiveNullWhenKeyedEnvironmentsAreReleased) {
   facade()->release();
   in_callback = nullptr;
   EXPECT_EQ(runs, 1);
+}
+
+TEST_F(ThreadsPage, ASectionThatRunsDuringInitEndsAtItsNextCall) {
+  HostFunction first("first", {}, [](auto...) { return facade()->script()->init(); });
+  HostFunction second("second");
+  load_section({&first, &second});
+  EXPECT_EQ(facade()->script()->exec_scommad("s", nullptr), ec::SCRIPT_NO_FUNC);
+  EXPECT_TRUE(second.calls().empty());
+}
+
+TEST_F(ThreadsPage, ASectionThatRunsDuringReleaseEndsWhenItsFunctionReturns) {
+  HostFunction first("first", {}, [](auto...) {
+    facade()->script()->release();
+    return ec::SCRIPT_OK;
+  });
+  HostFunction second("second");
+  load_section({&first, &second});
+  EXPECT_EQ(facade()->script()->exec_scommad("s", nullptr), ec::SCRIPT_E_SECTION);
+  EXPECT_TRUE(second.calls().empty());
 }

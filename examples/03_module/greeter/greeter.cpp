@@ -1,4 +1,4 @@
-// The module: publishes an IGreeter as long as it is in service.
+// The module: publishes an IGreeter while it is in service.
 #include "greeter.h"
 
 #include <fwbase/module.h>
@@ -24,8 +24,8 @@ class Greeter : public fwbase::IMM::IBase, public IGreeter {
     return m_published ? ec::MM_OK : published;
   }
 
-  // Takes back what init() did, and is the end of this object. The code may be unloaded next.
-  // Whoever created the module calls it after a failed init(), too.
+  // Undoes what init() did, and ends this object. The code may be unloaded next. After a failed
+  // init(), the creator of the module calls release(), too.
   void release() override {
     if (m_published) environment()->rm_addr(kGreeterAddress);
     delete this;

@@ -52,7 +52,7 @@ std::string Client::connect(int port) {
 
 // --- The dialogue ---
 
-/// Different for every session of every load, so that a value of another one would show.
+/// Different for every session of every load, so that a value of another session would show.
 std::string Client::value(int number) const {
   return "v" + std::to_string(::getpid()) + '-' + std::to_string(m_number) + '-' +
          std::to_string(number);
@@ -63,7 +63,7 @@ std::string Client::line(int number) const {
     return "quit";
   }
   if (number == 1) {
-    return "get mine";  // which nobody has set: not even the session before
+    return "get mine";  // which nobody has set, not even the previous session
   }
   switch (number % 4) {
     case kSet:
@@ -169,7 +169,7 @@ void Client::take(const std::string& reply) {
                                : m_answered < m_added ? reply_to(m_answered + 1)
                                                       : std::string("nothing");
   if (reply != expected) {
-    if (m_problem.empty()) {  // the first one says most
+    if (m_problem.empty()) {  // the first problem says most
       m_problem = "session " + std::to_string(m_number) + " expects '" + expected + "', not '" +
                   reply + "'";
     }

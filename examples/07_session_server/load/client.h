@@ -1,4 +1,4 @@
-// One client of the load program: what it sends, and what must come back.
+// One client of the load program: the lines that it sends, and the replies that must come back.
 #ifndef SESSION_SERVER_CLIENT_H
 #define SESSION_SERVER_CLIENT_H
 
@@ -10,8 +10,8 @@
 namespace session_server {
 
 /// A connection with a known dialogue: the greeting, `lines` lines with one reply each, and "quit"
-/// when asked to. Every reply is compared with the one that must come, so order counts as well.
-/// All clients set and get values of one name, and no value occurs twice.
+/// when asked to. Every reply is compared with the expected one, so the order counts as well. All
+/// clients set and get values of the same name, and no value occurs twice.
 class Client {
  public:
   using Clock = std::chrono::steady_clock;
@@ -21,7 +21,7 @@ class Client {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  /// Connects, and waits until that is done. Returns an empty string or what failed.
+  /// Connects, and waits until the connection is made. Returns an empty string or what failed.
   std::string connect(int port);
 
   /// Lets the client send: `pipeline` lines at first, then one for each reply.
@@ -29,7 +29,7 @@ class Client {
   /// Sends "quit", the last line.
   void quit();
 
-  /// Reads what has come and sends what there is to send.
+  /// Reads what has arrived, and sends what is ready to send.
   void work();
 
   int handle() const { return m_handle; }
@@ -38,7 +38,7 @@ class Client {
   bool wants_to_send() const { return !m_closed && !m_broken && !m_out.empty(); }
   /// The server has closed the connection, or sent a wrong reply.
   bool closed() const { return m_closed; }
-  /// It ended by a reset: replies may have been lost.
+  /// A reset ended the connection: replies may have been lost.
   bool reset() const { return m_reset; }
   /// Replies to lines that came and were right, "quit" included.
   int replies() const { return m_replies; }

@@ -1,5 +1,5 @@
 // The load program: opens all sessions, then sends lines in all of them at once, checks every
-// reply, and tells how fast they came.
+// reply, and reports how fast the replies came.
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/resource.h>
@@ -79,7 +79,7 @@ class Load {
   Load(const Load&) = delete;
   Load& operator=(const Load&) = delete;
 
-  /// Throws std::runtime_error when something else than a reply is wrong.
+  /// Throws std::runtime_error when anything other than a reply is wrong.
   void run();
 
   /// Prints figures; false when a reply was wrong or is missing.
@@ -137,7 +137,8 @@ void Load::connect() {
   }
 }
 
-// A client that is done stays so, or has met its end, so each is looked at until then only.
+// A client that is done stays done, and one that has ended stays ended, so each is checked only
+// until then.
 void Load::wait_until(const std::function<bool(const Client&)>& done) {
   std::size_t first_waiting = 0;
   std::vector<epoll_event> events(256);
@@ -220,8 +221,8 @@ bool Load::report() const {
   return wrong == 0 && unanswered == 0 && resets == 0;
 }
 
-/// Each session takes a descriptor; a few are open anyway. Returns an empty string, or what is
-/// wrong.
+/// Each session takes a descriptor; a few descriptors are open anyway. Returns an empty string, or
+/// what is wrong.
 std::string raise_descriptor_limit(int sessions) {
   const rlim_t needed = static_cast<rlim_t>(sessions) + 16;
   rlimit limit;

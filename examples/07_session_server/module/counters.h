@@ -1,4 +1,4 @@
-// The counters that scripts count in, and that a clean stop saves in the script file.
+// The counters of the scripts, which a clean stop saves in the script file.
 #ifndef SESSION_SERVER_COUNTERS_H
 #define SESSION_SERVER_COUNTERS_H
 
@@ -12,20 +12,20 @@
 
 namespace session_server {
 
-/// Counts on behalf of all threads at once.
+/// Counts for all threads at once.
 ///
 /// The values live here, not in the script engine: get_value() followed by set_value() is two
-/// steps, and two threads that count at the same moment would both read the old value, so that one
-/// of them counts for nothing. The engine's global variables are where a counter begins and where
-/// store() puts it.
+/// steps. Two threads that count at the same moment would both read the old value, and one count
+/// would be lost. A counter begins with the engine's global variable, and store() writes it back
+/// there.
 ///
-/// As text, of type "string": an int variable has 32 bits, which the bytes of a busy day exceed.
+/// The variables are strings: an int variable has 32 bits, which the bytes of a busy day exceed.
 class Counters {
  public:
-  /// Adds to a counter. A new one begins at the value of the global variable of that name.
+  /// Adds to a counter. A new counter begins at the value of the global variable of that name.
   void add(const char* name, std::uint64_t by);
 
-  /// Writes each counter into the global variable of its name. The first failure ends it.
+  /// Writes each counter to the global variable of its name. The first failure ends this.
   ec::EC store();
 
  private:

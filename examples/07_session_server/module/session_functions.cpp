@@ -1,7 +1,7 @@
 // The module of the session server: the functions that its script calls.
 //
-// A function that refuses what the client asked for says why in the variable "reason" and fails.
-// That ends the section; run() then runs the section that tells the client.
+// A function that refuses a client's request says why in the variable "reason" and fails. This ends
+// the section; run() then runs the section that tells the client.
 #include <cctype>
 #include <cstdint>
 #include <string>
@@ -25,14 +25,14 @@ using fwbase::IMM;
 using fwbase::IScript;
 using fwbase::param;
 
-/// Bounds what one client can make the server keep.
+/// Bounds what the server keeps for one client.
 constexpr int kMaxValues = 16;
 
-/// The result of a function that has set "reason". Any number of one's own will do, as long as
-/// bit 31 is clear: the facilities from 0x1000 on are not the library's.
+/// The result of a function that has set "reason". Any number outside the library's own will do if
+/// bit 31 is clear: the library does not use the facilities from 0x1000 on.
 constexpr ec::EC kRefused = 0x40000001u;
 
-/// How scripts' names for values are kept apart from other strings of an environment.
+/// Keeps the scripts' names for values apart from other strings of an environment.
 const std::string kValuePrefix = "value ";
 
 IScript* script() { return IFWBase::instance()->script(); }
@@ -51,7 +51,7 @@ std::int32_t add(std::int32_t a, std::int32_t b) {
 
 std::int32_t length(const std::string& text) { return static_cast<std::int32_t>(text.size()); }
 
-/// The first word of a text, and what follows the one blank behind it.
+/// The first word of a text, and what follows the one blank after it.
 std::pair<std::string, std::string> split(const std::string& text) {
   const std::size_t end = text.find(' ');
   return end == std::string::npos ? std::make_pair(text, std::string())
@@ -72,8 +72,8 @@ std::string upper(const std::string& text) {
 
 // --- Values of a session, in its global environment ---
 
-/// The session's value of that name, or what the default environment has: a miss goes on there.
-/// Both are the same empty string, by its address, when there is none.
+/// The session's value of that name, or that of the default environment, where a miss continues.
+/// When neither has one, both look-ups give the same empty string, at the same address.
 ec::EC fetch(const Call& call, const std::string& name) {
   const std::string& value =
       IFWBase::instance()->global_env(call.env())->get_str((kValuePrefix + name).c_str());
@@ -90,7 +90,7 @@ ec::EC store(const Call& call, const std::string& name, const char* value) {
   }
   const std::string key = kValuePrefix + name;
   IGlobalEnv* const own = IFWBase::instance()->global_env(env);
-  // What both find at one address is the default environment's, or nothing at all.
+  // A value that both find at one address is the default environment's, or missing.
   if (&own->get_str(key.c_str()) != &IFWBase::instance()->global_env()->get_str(key.c_str())) {
     return own->mod_str(key.c_str(), value);
   }
@@ -114,15 +114,15 @@ ec::EC reply(const Call& call, const std::string& status, std::int32_t number,
 
 void quit(const Call& call) { static_cast<ISession*>(call.env())->quit(); }
 
-// At DUMP, which the server enables when it is asked to. No text of the client's: it could pass
-// for a record.
+// At DUMP, which the server enables on request. Without text of the client, which could look like a
+// record.
 void record(const Call& call, const char* event, std::int32_t number) {
   const auto* const session = static_cast<ISession*>(call.env());
   FWBASE_LOG_AT(session, DUMP, "session %llu: %s %d", session->number(), event, number);
 }
 
-/// Runs the section "KIND NAME"; when there is none, or when one of its calls fails, another one.
-/// Scripts have no conditions: this is how they choose.
+/// Runs the section "KIND NAME"; if that does not exist or one of its calls fails, runs another
+/// section. Scripts have no conditions, so they choose in this way.
 ec::EC run(const Call& call, const std::string& kind, const std::string& name,
            const char* otherwise) {
   const std::string section = kind + ' ' + name;
@@ -138,8 +138,7 @@ ec::EC run(const Call& call, const std::string& kind, const std::string& name,
   return script()->exec_scommad(otherwise, call.env());
 }
 
-/// For all sessions, by the one module: its functions and their counters live as long as the
-/// library.
+/// For all sessions: the module's functions and their counters live as long as the library.
 Counters counters;
 
 void count(const char* name, std::int32_t by) {

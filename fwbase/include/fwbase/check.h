@@ -1,4 +1,4 @@
-// What is wrong with a script, and where, without loading it; and what scripts may call.
+// Checks a script without loading it, and lists the functions that scripts may call.
 #ifndef FWBASE_CHECK_H
 #define FWBASE_CHECK_H
 
@@ -10,7 +10,7 @@
 
 namespace fwbase {
 
-/// One thing that is wrong with a script.
+/// One finding about a script: an error or a warning.
 struct Finding {
   bool error;        ///< the script does not load; else a warning: it loads
   int line;          ///< from 1
@@ -20,39 +20,40 @@ struct Finding {
   ec::EC code;          ///< what loading gives for an error; 0 for a warning
 };
 
-/// What a check takes for granted.
+/// What a check assumes.
 struct CheckOptions {
-  /// Believe what the script's own "Func" elements declare, and compare it with no function.
+  /// Accept the script's own "Func" elements without comparing them with registered functions.
   bool any_function = false;
 
-  /// Variables that the host sets in the environments that it runs sections in.
+  /// Variables that the host sets in the environments of its runs.
   std::vector<std::string> environment;
 };
 
-/// Finds all that is wrong with a script in one pass, ordered by line, column and rule. The result
-/// is as if an empty engine loaded it that has the functions of the facade's built-in engine: there
-/// is no error if and only if that load would succeed, and the code of one of the errors is what it
-/// would give. The code page is that of the calling thread's locale, as for loading.
+/// Finds all errors and warnings of a script in one pass, ordered by line, column and rule. The
+/// check imitates a load into an empty engine that has the functions of the facade's built-in
+/// engine: it finds an error if and only if that load would fail, and the code of one of the errors
+/// is the code of that load. As for loading, the code page is that of the calling thread's locale.
 ///
-/// Loads, changes and logs nothing, TRACE included. Null and "" give the finding "unreadable" with
-/// SCRIPT_E_PARAM. Without IFWBase::init() every script is "unreadable", as it is for loading.
-/// Any thread; takes the engine's lock for reading while it looks at the functions.
+/// Loads and changes nothing, and logs nothing, not even at TRACE. Null and "" give the finding
+/// "unreadable" with SCRIPT_E_PARAM. Without IFWBase::init() every script is "unreadable", as it is
+/// for loading. Any thread. Takes the engine's lock for reading while it reads the functions.
 /// Throws std::bad_alloc.
 FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path);
+/// The same with other assumptions than the defaults of CheckOptions.
 FWBASE_NODISCARD FWBASE_API std::vector<Finding> check_script(const char* path,
                                                               const CheckOptions& options);
 
-/// The functions that are registered with the facade's built-in engine now, as the JSON text that
-/// `fwcheck --print catalogue` prints and `fwcheck --catalogue` reads: with it, a host's scripts
-/// are checked where the host is not.
+/// The functions that are registered with the facade's built-in engine at this moment, as the JSON
+/// text that `fwcheck --print catalogue` prints and `fwcheck --catalogue` reads. With this text, a
+/// host's scripts can be checked on a machine without the host.
 ///
 ///   {"functions": [{"name": "greet", "module": "./host", "description": "Greets somebody.",
 ///     "parameters": [{"tag": "who", "type": "string", "must": true, "description": ""}]}]}
 ///
 /// Ordered by name; UTF-8; the same text for the same functions. Functions that do not describe
 /// themselves (see IFunctionDescription) have the tags "arg1", "arg2" and so on. The module is the
-/// path of the library or program that the function lies in.
-/// Any thread; takes the engine's lock for reading and asks the functions while it has it. Throws
+/// path of the library or program that contains the function. Any thread. Takes the engine's lock
+/// for reading, and asks the functions for their descriptions under that lock. Throws
 /// std::bad_alloc.
 FWBASE_NODISCARD FWBASE_API std::string catalogue();
 

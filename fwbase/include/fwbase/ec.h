@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-/// Result codes, their names and texts. Inside of fwbase the namespace has the same name.
+/// Result codes, their names and texts. Inside fwbase the namespace has the same name.
 namespace ec {
 
 /// A result code.
@@ -110,8 +110,9 @@ inline const char* name(EC code) {
 #undef FWBASE_EC_NAME
 }
 
-/// One line of English that says what a code means; for a value that the library does not define,
-/// whether it is a success or a failure. The text is static. Callable from any thread.
+/// One line of English that says what a code means. For a value that the library does not define,
+/// the line says whether the value is a success or a failure. The text is static. Callable from any
+/// thread.
 inline const char* text(EC code) {
 #define FWBASE_EC_TEXT(id, value, meaning) \
   case id:                                 \

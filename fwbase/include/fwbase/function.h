@@ -36,11 +36,11 @@
 
 namespace fwbase {
 
-/// What a script function tells of itself beyond its signature. Tools ask the functions that are
-/// registered for it, by dynamic_cast; one that has no such interface, or that was built without
-/// type information, counts as one that tells nothing. Texts are UTF-8, zero-terminated, and live
-/// as long as the function. Any thread; the engine's lock may be held: they must not call the
-/// engine.
+/// A script function's description of itself, beyond its signature. Tools get it from registered
+/// functions by dynamic_cast. A function without this interface, or built without type information,
+/// has no description. Texts are UTF-8, zero-terminated, and live as long as the function. The
+/// operations may be called from any thread, also with the engine's lock held, and must not call
+/// the engine.
 struct FWBASE_API IFunctionDescription {
   /// What the function does; may be empty, never null.
   virtual const char* description() const = 0;
@@ -52,20 +52,20 @@ struct FWBASE_API IFunctionDescription {
   /// What the parameter means; may be empty, never null.
   virtual const char* param_description(int index) const = 0;
 
-  /// The argument's text where a call leaves it out; null for a parameter that must be given.
+  /// The argument's text in a call that omits the argument; null for a required parameter.
   virtual const char* param_default(int index) const = 0;
 
-  /// Where the function comes from; null for the library or program that it lies in.
+  /// Where the function comes from; null means the library or program that contains the function.
   virtual const char* origin() const { return nullptr; }
 
   virtual ~IFunctionDescription() {}
 };
 
 #ifdef __cpp_rtti
-/// What a registered function tells of itself; null where it tells nothing.
+/// The description of a registered function; null when it has none.
 inline const IFunctionDescription* description_of(IScript::ISyntax& function) {
-  // As GCC and Clang lay it out, the entry before a table of virtual functions is the object's type
-  // information. Without one, dynamic_cast must not be asked.
+  // GCC and Clang place the object's type information in the entry before the table of virtual
+  // functions. Without type information, dynamic_cast must not be called.
   const void* const* const functions = *reinterpret_cast<const void* const* const*>(&function);
   return functions[-1] != nullptr ? dynamic_cast<const IFunctionDescription*>(&function) : nullptr;
 }
@@ -74,11 +74,13 @@ inline const IFunctionDescription* description_of(IScript::ISyntax& function) {
 /// One parameter of a Function, made by param(). Texts are copied.
 class Param {
  public:
+  /// For param() only.
   Param(const char* tag, const char* description) : m_tag(tag), m_description(description) {}
 
-  /// The same with a default for calls that leave it out: a number for a parameter that the body
-  /// takes as std::int32_t, a text for any other.
+  /// The same parameter with a default for calls that omit it: a number for a parameter that the
+  /// body takes as std::int32_t, a text for any other.
   Param or_else(std::int32_t value) const { return with(std::to_string(value)); }
+  /// The same for a text.
   Param or_else(const std::string& value) const { return with(value); }
   /// Whatever else might pass for a number or a text.
   template <typename Value>
@@ -86,10 +88,10 @@ class Param {
       std::is_arithmetic<Value>::value || std::is_same<Value, std::nullptr_t>::value, Param>::type
   or_else(Value value) const = delete;
 
-  const std::string& tag() const { return m_tag; }
-  const std::string& description() const { return m_description; }
-  bool has_default() const { return m_has_default; }
-  const std::string& default_text() const { return m_default; }
+  const std::string& tag() const { return m_tag; }                  ///< as given to param()
+  const std::string& description() const { return m_description; }  ///< as given to param()
+  bool has_default() const { return m_has_default; }                ///< after or_else()
+  const std::string& default_text() const { return m_default; }     ///< of or_else(), as text
 
  private:
   Param with(const std::string& value) const {
@@ -105,17 +107,18 @@ class Param {
   bool m_has_default = false;
 };
 
-/// A parameter that a call must give, unless or_else() follows.
+/// A required parameter; or_else() makes it optional.
 /// tag           the element that holds the argument in a call; neither "params" nor "ret"
 /// description   for people and tools
 inline Param param(const char* tag, const char* description = "") {
   return Param(tag, description);
 }
 
-/// One call of a Function, for its body. Lives as long as the call and belongs to its thread.
+/// One call of a Function, handed to the body. Lives as long as the call, for the calling thread
+/// only.
 class Call {
  public:
-  /// What a Function hands to its body; hosts make none.
+  /// For Function only; hosts make none.
   Call(const char* function, const void* object, const char* file, int line, void* env,
        const char* ret)
       : m_function(function),
@@ -128,13 +131,14 @@ class Call {
   /// The environment that the section runs in.
   void* env() const { return m_env; }
 
-  /// The variable that receives the result; null where the script wants none.
+  /// The variable that receives the result; null when the script wants no result.
   const char* ret() const { return m_ret; }
 
-  /// Stores a result under the name ret(), in the environment, with the engine that the facade has
-  /// installed. Without ret() it is dropped, which is a success.
-  /// Returns what IScript::set_value_env() does; SCRIPT_E_PARAM without an engine.
+  /// Stores a result in the variable ret() of the environment env(), with the engine that is
+  /// installed in the facade. Without ret() the result is dropped, which is a success. Returns what
+  /// IScript::set_value_env() does; SCRIPT_E_PARAM without an engine.
   FWBASE_NODISCARD ec::EC give(std::int32_t value) const { return store(IScript::VT_INT, &value); }
+  /// The same for a text.
   FWBASE_NODISCARD ec::EC give(const std::string& value) const {
     return store(IScript::VT_STRING, &value);
   }
@@ -144,8 +148,8 @@ class Call {
       std::is_arithmetic<Value>::value || std::is_same<Value, std::nullptr_t>::value, ec::EC>::type
   give(Value value) const = delete;
 
-  /// Logs why the call fails and returns `code`: one record at ERROR, the function's name, ": " and
-  /// the reason, cut to 1,022 characters. Its place is where the Function was made.
+  /// Logs why the call fails and returns `code`. The one record, at ERROR, is the function's name,
+  /// ": " and the reason, cut to 1,022 characters. Its location is where the Function was made.
   /// format   a printf format, in the log's code page
   FWBASE_NODISCARD ec::EC fail(ec::EC code, const char* format, ...) const
       __attribute__((format(printf, 3, 4))) {
@@ -210,7 +214,7 @@ struct Argument<const std::string&> {
   static std::string of(const IScript::VValue& value) { return value.string_value; }
 };
 
-/// What becomes of what a body returns.
+/// What becomes of a body's return value.
 template <typename Type>
 struct Result {
   static_assert(
@@ -266,7 +270,7 @@ struct IndexesBelow<0, Is...> {
   typedef Indexes<Is...> type;
 };
 
-/// A body's return type and the parameters that the script gives.
+/// A body's return type, and the parameters that come from the script.
 template <typename Return, typename... Types>
 struct Form {
   static constexpr std::size_t kCount = sizeof...(Types);
@@ -284,7 +288,7 @@ struct Form {
   template <std::size_t... Is, typename Body, typename... First>
   static ec::EC run(Indexes<Is...>, Body& body, const Call& call, const IScript::VValue* args,
                     const First&... first) {
-    (void)args;  // not looked at without parameters
+    (void)args;  // unused without parameters
     return Result<typename std::decay<Return>::type>::of(
         call, [&]() -> Return { return body(first..., Argument<Types>::of(args[Is])...); });
   }
@@ -308,8 +312,8 @@ struct Taken<Return, const Call&, Types...> : Form<Return, Types...> {
 template <typename Return, typename... Types>
 struct Taken<Return, Call, Types...> : Taken<Return, const Call&, Types...> {};
 
-/// The form of whatever can be called in one way only: a function, or a lambda or object with one
-/// operator() that is no template.
+/// The form of a callable with one signature: a function, or a lambda or object with one operator()
+/// that is no template.
 template <typename Callable, typename = void>
 struct FormOf {
   static_assert(AlwaysFalse<Callable>::value,
@@ -337,26 +341,32 @@ struct FormOf<Return (Class::*)(Types...) const noexcept> : Taken<Return, Types.
 /// The {} of a function without parameters.
 struct NoParams {};
 
+/// A body for `Count` parameters.
+template <std::size_t Count, typename Body>
+struct Built {
+  static_assert(Count == FormOf<Body>::kCount,
+                "a Function's body takes one argument for each of its parameters");
+};
+
 }  // namespace function_body
 
 /// A function that scripts may call: an IScript::ISyntax that describes itself.
 ///
 /// The body is a function, a lambda or an object with one operator(). It takes one argument for
 /// each parameter, in order: std::int32_t for an int; const char* or const std::string& for a
-/// string. A Call may stand in front of them. It may return
+/// string. A Call may precede these arguments. The body may return
 ///   std::int32_t, or a text (std::string, const char*, where null is empty)
-///              the result, which goes to the variable that the script names, if it names one
+///              the result, stored in the variable that the script names, if any
 ///   ec::EC     the code of the call
 ///   nothing    the call is a success
-/// Anything else does not compile, nor does a body that takes more or fewer arguments than there
+/// Other return types do not compile, nor does a body that takes more or fewer arguments than there
 /// are parameters.
 ///
-/// Threads   as many as run sections call the body at once.
-/// Failures  memory that runs out in the body becomes SCRIPT_NO_MEMORY; every other exception
-/// passes
-///           and ends the section.
-/// Owner     the engine keeps a pointer: the object lives until release() or init(), and is neither
-///           copied nor moved. Texts are copied, and so is the body.
+/// Threads   several threads may call the body at once: each thread that runs a section.
+/// Failures  memory that runs out in the body becomes SCRIPT_NO_MEMORY; every other exception is
+///           passed on and ends the section.
+/// Owner     the engine keeps a pointer: the object must live until the engine's release() or
+///           init(). It cannot be copied or moved. Texts and the body are copied.
 class Function : public IScript::ISyntax, public IFunctionDescription {
  public:
   /// name, description   required; UTF-8, or the code page that scripts are converted to
@@ -366,13 +376,14 @@ class Function : public IScript::ISyntax, public IFunctionDescription {
   Function(const char* name, const char* description, const Param (&params)[Count], Body body,
            const char* file = __builtin_FILE(), int line = __builtin_LINE())
       : Function(name, description, std::vector<Param>(params, params + Count),
-                 Built<Count, Body>(), std::move(body), file, line) {}
+                 function_body::Built<Count, Body>(), std::move(body), file, line) {}
 
+  /// The same for a function without parameters.
   template <typename Body>
   Function(const char* name, const char* description, function_body::NoParams, Body body,
            const char* file = __builtin_FILE(), int line = __builtin_LINE())
-      : Function(name, description, std::vector<Param>(), Built<0, Body>(), std::move(body), file,
-                 line) {}
+      : Function(name, description, std::vector<Param>(), function_body::Built<0, Body>(),
+                 std::move(body), file, line) {}
 
   Function(const Function&) = delete;
   Function& operator=(const Function&) = delete;
@@ -405,15 +416,8 @@ class Function : public IScript::ISyntax, public IFunctionDescription {
 
  private:
   template <std::size_t Count, typename Body>
-  struct Built {
-    typedef function_body::FormOf<Body> Form;
-    static_assert(Count == Form::kCount,
-                  "a Function's body takes one argument for each of its parameters");
-  };
-
-  template <std::size_t Count, typename Body>
-  Function(const char* name, const char* description, std::vector<Param> params, Built<Count, Body>,
-           Body body, const char* file, int line)
+  Function(const char* name, const char* description, std::vector<Param> params,
+           function_body::Built<Count, Body>, Body body, const char* file, int line)
       : m_name(name),
         m_description(description),
         m_params(std::move(params)),

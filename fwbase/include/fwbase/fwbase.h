@@ -1,4 +1,4 @@
-// Everything that a host program needs.
+// The interfaces of all components.
 #ifndef FWBASE_FWBASE_H
 #define FWBASE_FWBASE_H
 

@@ -9,38 +9,37 @@
 
 namespace fwbase {
 
-/// A byte buffer that modules pass data in. What is written goes to the write position, what is
-/// read comes from the read position; both start at the first byte of the buffer.
+/// A byte buffer in which modules pass data. Writes go to the write position, reads come from the
+/// read position; both start at the first byte of the buffer.
 ///
-/// Made by IDataBlockFT::create(), ended by release() and by nothing else.
-/// Threads: not synchronised. One thread uses a block at a time; handing it to another one (by a
-///          queue, say) must order what the two do, as any hand-over of memory must. The count of
-///          references to the storage is not protected either: duplicates made through real()
-///          count as the same block.
-/// Trace:   set-up and release() trace their entry and exit.
+/// Made by IDataBlockFT::create(), ended by release() only.
+/// Threads: not synchronised. One thread at a time uses a block. Handing it to another thread (by a
+///          queue, say) must order the accesses of both, as for any memory. The storage's reference
+///          count is not protected either: duplicates made through real() count as the same block.
+/// Trace:   set-up (in IDataBlockFT::create()) and release() trace their entry and exit.
 struct FWBASE_API IDataBlock {
   /// Drops this block's reference to the storage (the last one frees it) and destroys the block.
-  /// The pointer is invalid afterwards; to call it twice is an error that nothing catches.
+  /// The pointer is invalid afterwards; a second call is an error that is not detected.
   virtual void release() = 0;
 
-  /// The address of the read position: data_len() bytes may be read from there.
+  /// The address of the read position, where data_len() bytes may be read.
   virtual char* rd_ptr() const = 0;
 
-  /// Moves the read position by n bytes, back when n is negative. No bound is checked: a position
-  /// outside of the buffer must not be read from.
+  /// Moves the read position by n bytes, back when n is negative. Bounds are not checked: never
+  /// read at a position outside the buffer.
   virtual void rd_ptr(int n) = 0;
 
   /// The address of the write position.
   virtual char* wr_ptr() = 0;
 
-  /// Moves the write position by n bytes, back when n is negative: after bytes were written at
-  /// wr_ptr() directly. No bound is checked.
+  /// Moves the write position by n bytes, back when n is negative: for use after writing directly
+  /// at wr_ptr(). Bounds are not checked.
   virtual void wr_ptr(int n) = 0;
 
-  /// Copies n bytes from buf to the write position and moves it behind them.
-  /// Always gives DB_OK. When less than n bytes are left behind the write position, when the
-  /// position is outside of the buffer, or when buf is null, nothing is copied and the position
-  /// stays: callers that care compare wr_ptr() before and after, or the space left before.
+  /// Copies n bytes from buf to the write position and moves the position past these bytes. Always
+  /// gives DB_OK. Nothing is copied and the position stays when fewer than n bytes are left after
+  /// the write position, when the position is outside the buffer, or when buf is null. To notice,
+  /// compare wr_ptr() before and after, or check the space left before.
   FWBASE_RESULT virtual ec::EC copy(const char* buf, unsigned int n) = 0;
 
   /// The number of bytes between the read and the write position (write minus read).
@@ -66,16 +65,16 @@ struct FWBASE_API IDataBlock {
 struct FWBASE_API IDataBlockFT {
   /// Makes a block.
   /// block   receives it; the caller ends it with its release().
-  /// size    bytes of its buffer, 0 included. More than 10,240 are logged at WARN, no more.
+  /// size    bytes of its buffer, 0 included. More than 10,240 only cause a record at WARN.
   ///
   /// Returns
   ///   DB_OK         made
-  ///   DB_NO_MEMORY  no memory for the block, for its buffer or for what administers it; logged at
-  ///                 ERROR. block may have been overwritten and must not be used
+  ///   DB_NO_MEMORY  no memory for the block, its buffer or its administration; logged at ERROR.
+  ///                 block may have been overwritten and must not be used
   FWBASE_RESULT virtual ec::EC create(IDataBlock*& block, unsigned int size) = 0;
 
-  /// n bytes of plain memory, not initialised, as malloc gives them; null when there are none.
-  /// Logs nothing. The caller hands them to deallocate().
+  /// Gives n bytes of plain memory, not initialised, as malloc does; null when memory runs out.
+  /// Logs nothing. The caller returns the memory with deallocate().
   virtual void* allocate(unsigned int n) = 0;
 
   /// Frees what allocate() gave; null does nothing.

@@ -1,4 +1,4 @@
-// The facade: the one entry of the library.
+// The facade: the library's single entry point.
 #ifndef FWBASE_IFWBASE_H
 #define FWBASE_IFWBASE_H
 
@@ -13,33 +13,33 @@
 /// The facade and the interfaces of its components.
 namespace fwbase {
 
-/// The one facade of a process. It owns a built-in component for each role (run log, default
-/// global environment, module manager, script engine, data block factory), starts and stops
-/// these, and hands out the component that is installed for a role: the built-in one, or a
-/// replacement of the host. It also keeps further global environments, one per key.
+/// The one facade of a process. It owns a built-in component for each role (run log, default global
+/// environment, module manager, script engine, data block factory), starts and stops these, and
+/// hands out the component that is installed for a role: the built-in one, or the host's
+/// replacement. It also keeps further global environments, one per key.
 ///
 /// Threads: every operation may be called from any thread. One reader-writer lock guards the
-///          installed components and the keyed environments. The getters without an argument
-///          never wait for it, so they may be called from anywhere, under any lock.
+///          installed components and the keyed environments. The getters without an argument never
+///          wait for that lock, so they may be called anywhere, under any lock.
 /// Owner:   the facade owns its built-in components and the keyed environments. Replacements stay
 ///          the host's: the facade never calls their init() or release() and never deletes them.
 ///          A replacement must live until it is no longer installed and no thread uses it.
-/// Hosts:   code of modules, objects and environments that throws does not leave the facade's
-///          lock held; release() says what a second call does.
-/// Cancel:  a thread that is cancelled in an operation ends behind it, or in host code that it
-///          calls.
-/// Forks:   fork() may be called at any time; the child can use the facade, with what it held at
-///          that moment. The call waits, at most one second, until no other thread changes a
-///          component: one that is busy longer (in a module's init(), say) may leave the child that
-///          component half changed. A host function, module or factory may fork; IObject::clone()
-///          must not, nor must a run log's write(). The child's run log writes in the caller's
-///          thread until init(). vfork() and posix_spawn() do not concern the facade.
+/// Hosts:   an exception from a module, an object or an environment does not leave the facade's
+///          lock held. For a second call after an exception, see release().
+/// Cancel:  a thread that is cancelled in an operation ends after that operation, or in host code
+///          that the operation calls.
+/// Forks:   fork() may be called at any time. The child can use the facade, with its contents of
+///          that moment. fork() waits until no other thread changes a component, but at most one
+///          second: a change that takes longer (a module's init(), say) may leave that component
+///          half changed in the child. A host function, module or factory may fork;
+///          IObject::clone() must not, nor must a run log's write(). The child's run log writes in
+///          the caller's thread until init(). vfork() and posix_spawn() do not concern the facade.
 struct FWBASE_API IFWBase {
   /// Gives the facade: the same pointer on every call, from any thread. The first call makes it.
   ///
-  /// It stays usable until the process is gone, for threads and destructors that come late. The
-  /// exit of the process itself releases nothing (it only makes sure that what is queued in the
-  /// run log is written): a host calls release() before it returns from main().
+  /// The facade stays usable until the process is gone, also for late threads and destructors. The
+  /// exit of the process releases nothing; it only writes what is queued in the run log. A host
+  /// calls release() before it returns from main().
   static IFWBase* instance();
 
   /// Installs the built-in components, discarding replacements, then initialises the built-in run
@@ -49,40 +49,40 @@ struct FWBASE_API IFWBase {
   /// Returns
   ///   FW_OK                 everything is in service; nothing is logged until the host opens a
   ///                         log file and enables levels
-  ///   the component's code  the first one that failed, unchanged (a LOG_ code from the run log).
-  ///                         Later components are not initialised, earlier ones stay initialised,
-  ///                         all are installed
+  ///   the component's code  the code of the first component that failed, unchanged (a LOG_ code
+  ///                         from the run log). Earlier components stay initialised, later ones are
+  ///                         not initialised; all are installed
   ///
-  /// May be called again. Without release() between, components forget what they hold; the
-  /// init() of each says how. Keyed environments stay as they are.
+  /// May be called again. Without a release() in between, each component forgets what it holds, as
+  /// its own init() says. Keyed environments stay as they are.
   FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Releases the built-in data block factory, module manager, script engine, default global
-  /// environment and run log, in this order; then, holding the lock for writing, sets all
-  /// installed components to none and releases and deletes each keyed environment, in ascending
-  /// order of the keys. init() may be called afterwards. Without anything to release, it does
-  /// nothing more.
+  /// environment and run log, in this order; then, holding the lock for writing, sets all installed
+  /// components to none and releases and deletes each keyed environment, in ascending order of the
+  /// keys. init() may be called afterwards. A call with nothing to release is harmless: it only
+  /// disables the log's levels and leaves no component installed.
   ///
-  /// Modules are unloaded before environments are emptied: a module that stored an object whose
-  /// code is its own removes it in its IMM::IBase::release().
+  /// Modules are unloaded before environments are emptied. A module that stored an object whose
+  /// code is in the module must remove that object in its IMM::IBase::release().
   ///
-  /// Objects in keyed environments are released while the facade's lock is held: they must not
-  /// call its setters, create_global_env(), global_env(key) or destroy_global_env(), nor wait for a
-  /// thread that does: that thread would wait for ever. A call on their own thread does not wait
-  /// (errno is EDEADLK) but runs in the middle of release(). The getters without an argument are
-  /// safe, and give null by then.
+  /// Objects in keyed environments are released while the facade's lock is held. They must not call
+  /// the facade's setters, create_global_env(), global_env(key) or destroy_global_env(), nor wait
+  /// for a thread that does: that thread would wait forever. Such a call on the releasing thread
+  /// does not wait (errno is EDEADLK) but runs in the middle of release(). The getters without an
+  /// argument are safe; they give null by then.
   ///
   /// When host code throws (a module, or an object in an environment), the exception reaches the
-  /// caller and what would have followed is left as it was. A second call goes on from there:
-  /// nothing is released twice. A keyed environment whose object threw is emptied and deleted.
+  /// caller and the rest stays as it was. A second call continues from there and releases nothing
+  /// twice. A keyed environment whose object threw is emptied and deleted.
   virtual void release() = 0;
 
   /// The installed run log, null before init() and after release(). Does not wait.
   virtual IRunLog* runlog() const = 0;
 
-  /// Installs a run log; null installs the built-in one, in whatever state that is.
-  /// Returns what was installed before, which is neither released nor deleted. Takes the lock for
-  /// writing. Threads may still be using the former one.
+  /// Installs a run log; null installs the built-in one, in whatever state it is. Returns the log
+  /// that was installed before, which is neither released nor deleted; threads may still be using
+  /// it. Takes the lock for writing.
   ///
   /// The setters of the other roles do the same. A literal null needs a cast for global_env()
   /// only.
@@ -95,15 +95,14 @@ struct FWBASE_API IFWBase {
   /// Installs a default global environment; null installs the built-in one. Returns the former
   /// one. Keyed environments keep the parent that they were made with.
   ///
-  /// Overloads: global_env(nullptr) does not say what it means: it is this form through a facade
-  /// that is not const, and the look-up of a key through one that is. Say
-  /// global_env(static_cast<IGlobalEnv*>(nullptr)) to install the built-in one,
-  /// global_env(static_cast<void*>(nullptr)) to look up the key null. A pointer to a class that
-  /// derives from IGlobalEnv installs; any other object pointer is a key.
+  /// Overloads: what global_env(nullptr) means depends on the facade: on a non-const one it is this
+  /// form, on a const one the look-up of a key. Write global_env(static_cast<IGlobalEnv*>(nullptr))
+  /// to install the built-in one, global_env(static_cast<void*>(nullptr)) to look up the key null.
+  /// A pointer to a class that derives from IGlobalEnv installs; any other object pointer is a key.
   virtual IGlobalEnv* global_env(IGlobalEnv* replacement) = 0;
 
-  /// Makes a global environment for a key. Its parent, where its look-ups go on after a miss, is
-  /// the default environment installed at this moment.
+  /// Makes a global environment for a key. Look-ups that miss continue in the environment's parent:
+  /// the default environment that is installed at this moment.
   /// env   receives it; owned by the facade, until destroy_global_env() or release(). Untouched
   ///       on failure.
   /// key   any pointer, null included; compared as an address, never used as one.
@@ -113,18 +112,18 @@ struct FWBASE_API IFWBase {
   ///   FW_ENV_EXISTS  the key has an environment, which stays; logged at ERROR
   ///   FW_NO_MEMORY   no memory; logged at ERROR, nothing changed
   ///
-  /// Takes the lock for writing to enter it; the new environment is initialised, and one that is
-  /// not wanted is disposed of, without the lock.
+  /// Takes the lock for writing to register the environment. Initialising it, and disposing of it
+  /// when it is not wanted, happen without the lock.
   FWBASE_RESULT virtual ec::EC create_global_env(IGlobalEnv*& env, void* key) = 0;
 
-  /// Gives the environment of a key or, when it has none, the installed default environment (null
-  /// before init() and after release()). Takes the lock for reading. The pointer is valid until
-  /// that environment is destroyed.
+  /// Gives the environment of a key or, when the key has none, the installed default environment
+  /// (null before init() and after release()). Takes the lock for reading. The pointer is valid
+  /// until that environment is destroyed.
   virtual IGlobalEnv* global_env(void* key) const = 0;
 
-  /// Removes the environment of a key, then, without the lock, releases and deletes it. A key that
-  /// has none is ignored. When an object in it throws, the others are released and the environment
-  /// is deleted all the same; the exception reaches the caller.
+  /// Removes the environment of a key, then releases and deletes it without the lock. A key without
+  /// an environment is ignored. When an object in the environment throws, the other objects are
+  /// still released and the environment is still deleted; the exception reaches the caller.
   virtual void destroy_global_env(void* key) = 0;
 
   /// The installed module manager, null before init() and after release(). Does not wait.

@@ -16,24 +16,23 @@ namespace fwbase {
 /// which the file's "Data" elements bring and save_script writes back, and those of environments.
 ///
 /// Environments: an environment is any address that the host chooses. The engine never follows it;
-///   it is the key of a table of variables and is handed to each function that a run calls. Null
-///   is an environment like any other. The global variables and those of each environment are
-///   separate: a read in one never falls back to another.
+///   it is the key of a table of variables and is handed to each function that a run calls. Null is
+///   an environment like any other. Global variables and the variables of each environment are
+///   separate: a read in one table never falls back to another.
 /// Names:     zero-terminated, compared byte by byte, copied by the engine.
 /// Data:      `data` and `out` point to a std::int32_t for VT_INT and to a std::string (never to
 ///   characters) for VT_STRING. Data is copied in and out; the engine keeps no pointer to it.
 /// Code page: names and texts of the script file are converted to the code page of the calling
-///   thread's locale. Text that it cannot express makes the load fail.
-/// Threads:   every operation may be called from any thread, and from a host function while it
-///   runs; one reader-writer lock guards the engine. Runs go on side by side, and beside loads and
-///   all else: a run works on what was loaded when it began, and needs the lock for a moment only,
-///   shared with others (see exec_scommad()). Only release() must wait for running sections (see
-///   there).
-/// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise; where
-///   memory runs out, SCRIPT_NO_MEMORY (from the parser SCRIPT_E_LOAD, from writing the file
-///   SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
-///   installs must not call the engine from write(), and must not throw. Operations let no
-///   exception out except those of host functions.
+///   thread's locale. Text that the code page cannot express makes the load fail.
+/// Threads:   every operation may be called from any thread; one reader-writer lock guards the
+///   engine. Runs proceed side by side, and beside loads and all other operations: a run works on
+///   what was loaded when it began, and takes the lock only for moments, for reading (see
+///   exec_scommad()). Only init() and release() require that no section runs (see there).
+/// Results:   failures come as codes and are logged once, at ERROR, unless said otherwise. When
+///   memory runs out, the code is SCRIPT_NO_MEMORY (in the parser SCRIPT_E_LOAD, while writing the
+///   file SCRIPT_E_SAVE_XML). Records are written while the lock is held: a run log that the host
+///   installs must not call the engine from write(), and must not throw. The only exceptions that
+///   leave an operation are those of host functions.
 struct FWBASE_API IScript {
   /// The type of a variable, a parameter or an argument.
   enum VType : int {
@@ -41,7 +40,7 @@ struct FWBASE_API IScript {
     VT_STRING = 1  ///< string of bytes, "string" in a script file
   };
 
-  /// One argument of a call: 8 bytes, what is not used of them is zero.
+  /// One argument of a call: 8 bytes; unused bytes are zero.
   union VValue {
     std::int32_t int_value;    ///< a VT_INT argument
     const char* string_value;  ///< a VT_STRING argument, zero-terminated, never null
@@ -51,10 +50,10 @@ struct FWBASE_API IScript {
   /// expand_syntax() to release() or init(), and never frees it. name(), param_types() and
   /// param_count() may be called with the engine's lock held and must not call the engine.
   struct FWBASE_API ISyntax {
-    /// The function's name. The text must stay valid while the object is registered: it is
-    /// compared at every call. An object whose name has changed is no longer called by the old
-    /// one; by the new one it is, at the latest when another function has been registered.
-    /// Several threads may call this at once.
+    /// The function's name. The text must stay valid while the object is registered: it is compared
+    /// at every call. After a rename, calls to the old name no longer reach the object; calls to
+    /// the new name do, at the latest after the next registration. Several threads may call name()
+    /// at once.
     virtual const char* name() = 0;
 
     /// The parameters' types in order, param_count() of them; read during registration only. May
@@ -65,53 +64,56 @@ struct FWBASE_API IScript {
     virtual int param_count() = 0;
 
     /// Runs the function, on the thread that runs the section, without the engine's lock.
-    /// args  one per parameter, in order; they and their texts may be gone when the call returns,
-    ///       and must not be changed
+    /// args  one per parameter, in order; must not be changed. They and their texts may be gone
+    ///       when the call returns
     /// env   the environment of the run
-    /// ret   name of the variable that is to receive the result, or null when the script wants
-    ///       none; gone when the call returns. The function itself sets that variable, usually
-    ///       with set_value_env(ret, ..., env).
+    /// ret   name of the variable for the result, or null when the script wants no result; gone
+    ///       when the call returns. The function itself sets that variable, usually with
+    ///       set_value_env(ret, ..., env).
     ///
-    /// Returns any code. A failure ends the section and becomes the result of the run. An
-    /// exception ends the section too and reaches whoever runs it; the engine stays usable.
+    /// Returns any code. A failure ends the section and becomes the result of the run. An exception
+    /// ends the section, too, and reaches the caller of the run; the engine stays usable.
     FWBASE_RESULT virtual ec::EC call(const VValue* args, void* env, const char* ret) = 0;
 
     virtual ~ISyntax() {}
   };
 
-  /// Brings the engine into service: forgets registered functions and the loaded document, if
-  /// any, and initialises the XML platform (Xerces-C) unless this engine has done so already.
-  /// Variables, sections, and the signatures of functions stay: calls of a function that was
-  /// registered before then end with SCRIPT_NO_FUNC until it is registered again.
+  /// Brings the engine into service: forgets registered functions and the loaded document, if any,
+  /// and initialises the XML platform (Xerces-C) unless this engine has done so already. Variables,
+  /// sections, and the signatures of functions stay. Calls of a function that was registered before
+  /// end with SCRIPT_NO_FUNC until the function is registered again.
   ///
-  /// Returns SCRIPT_OK, or SCRIPT_NO_MEMORY: then call it again when there is memory. There is one
-  /// place, the converter for the code page, where memory must not run out: the XML platform can
-  /// then neither be started nor ended, and each later call in the process gives SCRIPT_NO_MEMORY.
-  /// Traced. Takes the lock for writing.
+  /// No section may be running. A section that runs nevertheless ends with SCRIPT_NO_FUNC at its
+  /// next call, unless that function has been registered again.
+  ///
+  /// Returns SCRIPT_OK, or SCRIPT_NO_MEMORY: then call init() again when there is memory. In one
+  /// place, while the converter for the code page is made, memory must not run out: if it
+  /// does, the XML platform can neither be started nor ended, and each later init() in the process
+  /// gives SCRIPT_NO_MEMORY. Traced. Takes the lock for writing.
   FWBASE_RESULT virtual ec::EC init() = 0;
 
   /// Empties the engine: functions, variables of all tables, sections, the document and its path;
-  /// ends the use of the XML platform, if this engine initialised it. The host's functions are
-  /// not freed. Without memory the XML platform stays in use until the engine is started and
-  /// released again. Harmless without init() and a second time; init() makes the engine ready
-  /// again. That global variables were changed stays known: save_script() then writes the next
-  /// script.
+  /// ends the use of the XML platform, if this engine initialised it. The host's functions are not
+  /// freed. When memory runs out, the XML platform stays in use until the engine is initialised and
+  /// released again. Harmless without init() and when called twice; init() makes the engine ready
+  /// again. The engine still remembers that global variables were changed: save_script() then
+  /// writes the next script.
   ///
-  /// No section may be running. One that runs nevertheless ends with SCRIPT_E_SECTION as soon as
-  /// its present function returns. Traced. Takes the lock for writing.
+  /// No section may be running. A section that runs nevertheless ends with SCRIPT_E_SECTION as soon
+  /// as its present function returns. Traced. Takes the lock for writing.
   virtual void release() = 0;
 
-  /// Registers a function. Its signature replaces that of an earlier one with the same name, and
-  /// calls go to the object registered last, from the next call of a running section on; earlier
+  /// Registers a function. Its signature replaces that of an earlier function of the same name.
+  /// Calls go to the object registered last, in running sections from their next call on. Earlier
   /// objects stay registered.
-  /// syntax  the host's; it must live until release() or init()
+  /// syntax  the host's; must live until release() or init()
   ///
   /// Returns true, or false with an ERROR record when syntax or its name() is null, its
   /// param_types() is null with a positive param_count(), or memory ran out; nothing changes then.
   /// Traced. Takes the lock for writing.
   FWBASE_RESULT virtual bool expand_syntax(ISyntax* syntax) = 0;
 
-  /// Loads a script file on top of what the engine holds.
+  /// Loads a script file and adds its content to what the engine holds.
   ///
   /// The file's root is "korvid"; below it "template" elements declare functions and "Process"
   /// elements with an empty name hold variables ("Data") and sections ("Exec"). Every function
@@ -122,65 +124,66 @@ struct FWBASE_API IScript {
   /// Returns
   ///   SCRIPT_OK              loaded
   ///   SCRIPT_E_PARAM         path is null or empty; nothing changed
-  ///   SCRIPT_E_LOAD          there is no such file, it cannot be read, it is not well-formed or is
-  ///                          beyond the limits in utility/xml.h, or init() has not been called
+  ///   SCRIPT_E_LOAD          the file does not exist, cannot be read, is not well-formed, or
+  ///                          exceeds the limits in utility/xml.h; or init() has not been called
   ///   SCRIPT_E_ROOT_NAME     the root element is not "korvid"
   ///   SCRIPT_NO_PROCESS      there is no "Process" element
   ///   SCRIPT_E_ATTR          a required attribute is missing, or cannot be converted to the code
   ///                          page
   ///   SCRIPT_E_FORMAT        the children or the text of an element cannot be read or converted
-  ///   SCRIPT_FUNC_EXISTS     a function is declared twice, also across files
-  ///   SCRIPT_E_SECTION_DUP   a section exists already, also across files
+  ///   SCRIPT_FUNC_EXISTS     a function is declared twice, in one file or in several
+  ///   SCRIPT_E_SECTION_DUP   a section exists already, from this file or another
   ///   SCRIPT_E_PARAM_TAG     a parameter's tag is "params" or "ret"
   ///   SCRIPT_BAD_PARAM       an unknown type, or a "must" that is neither "true" nor "false"
-  ///   SCRIPT_NO_RULE         a call of a function that no "Func" declares or that is not
+  ///   SCRIPT_NO_RULE         a call of a function that no "Func" declares, or that is not
   ///                          registered
   ///   SCRIPT_PARAM_COUNT     a called function's declaration has more or fewer parameters than
   ///                          the registered function
-  ///   SCRIPT_PARAM_TYPE      one of its parameters has another type
+  ///   SCRIPT_PARAM_TYPE      a parameter in that declaration has another type
   ///   SCRIPT_E_PARAMS_CHILD  an argument is given twice, or a required one is missing
   ///   SCRIPT_EMPTY_NAME      a "ref" or "ret" without a name
-  ///   SCRIPT_SECTION_NESTED  an earlier load ran out of memory while it began a section;
+  ///   SCRIPT_SECTION_NESTED  an earlier load ran out of memory at the start of a section;
   ///                          release() is needed
   ///   SCRIPT_NO_MEMORY       memory ran out
   ///
-  /// The first failure ends the load and what was read before it stays: functions, variables,
-  /// sections, the last of which may lack calls. From SCRIPT_E_LOAD on, path is the engine's path
-  /// even so; after SCRIPT_E_LOAD there is no document. A file loaded twice fails at its first
-  /// declaration with SCRIPT_FUNC_EXISTS. An argument that takes its default is told at DEBUG.
-  /// Takes the lock for writing.
+  /// The first failure ends the load. What was read before it stays: functions, variables and
+  /// sections, the last of which may lack calls. After any failure but SCRIPT_E_PARAM, path is the
+  /// engine's path; after SCRIPT_E_LOAD the engine has no document. A file loaded twice fails at
+  /// its first declaration with SCRIPT_FUNC_EXISTS. An argument that takes its default is logged at
+  /// DEBUG. Takes the lock for writing.
   FWBASE_RESULT virtual ec::EC load_script(const char* path) = 0;
 
   /// Writes all global variables into the script file, as the one "Data" element of its process,
-  /// sorted by name. Nothing is written while no set_value() or rm_value() has succeeded; after
-  /// the first, every save writes.
+  /// sorted by name. Until a set_value() or rm_value() has succeeded, nothing is written; after the
+  /// first success, every save writes.
   ///
   /// Returns
   ///   SCRIPT_OK             saved, or nothing to save
   ///   SCRIPT_E_SAVE         load_script() has not been called
-  ///   SCRIPT_E_FORMAT       there is no document, as after SCRIPT_E_LOAD. After any other
-  ///                         failed load there is one, and saving drops the variables that were
-  ///                         not read
+  ///   SCRIPT_E_FORMAT       there is no document, as after SCRIPT_E_LOAD. After any other failed
+  ///                         load there is a document, and saving drops the variables that were not
+  ///                         read
   ///   SCRIPT_NO_PROCESS     the document has no process with an empty name; not logged
   ///   SCRIPT_E_REMOVE, SCRIPT_E_CREATE_NODE, SCRIPT_E_SET_ATTR, SCRIPT_E_INSERT_NODE
-  ///                         the document cannot be changed; SCRIPT_E_SET_ATTR also for a name or
-  ///                         a string that is no text of the code page
-  ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot,
-  ///                         such as a control character
+  ///                         the document cannot be changed; SCRIPT_E_SET_ATTR also for a name or a
+  ///                         string that is not valid text in the code page
+  ///   SCRIPT_E_SAVE_XML     the file cannot be written, or a variable holds what XML cannot
+  ///                         express, such as a control character
   ///   SCRIPT_NO_MEMORY      memory ran out
   ///
-  /// A failure leaves the file as it was; the next save that succeeds writes everything.
-  /// Takes the lock for writing.
+  /// A failure leaves the file as it was. The next save that succeeds writes everything. Takes the
+  /// lock for writing.
   FWBASE_RESULT virtual ec::EC save_script() = 0;
 
   /// Does nothing. Returns SCRIPT_OK.
   FWBASE_RESULT virtual ec::EC execute(void* env) = 0;
 
   /// Runs a section: its calls in order, up to the first that fails. Arguments are literals of the
-  /// script, or values of variables of env, read anew for each call. A variable that is missing
-  /// or has another type is logged and passed as 0 or ""; the call is made all the same.
+  /// script, or values of variables of env, read anew for each call. A variable that is missing or
+  /// has another type is logged and passed as 0 or ""; the call is still made.
   /// section  name of the section
-  /// env      the environment; handed to every function of this run, whatever else runs meanwhile
+  /// env      the environment; handed to every function of this run, whatever else runs at the same
+  ///          time
   ///
   /// Returns
   ///   SCRIPT_OK         the section is empty
@@ -193,8 +196,8 @@ struct FWBASE_API IScript {
   /// What earlier calls did is not undone.
   ///
   /// Takes the lock for reading, for a moment: to begin, to look up a function, and for a call with
-  /// variables among its arguments. Functions may use every operation but release(), run sections
-  /// included, and are called by as many threads at once as run sections.
+  /// variables among its arguments. Functions may use every operation except init() and release(),
+  /// and may run sections. All threads that run sections may call a function at the same time.
   FWBASE_RESULT virtual ec::EC exec_scommad(const char* section, void* env) = 0;
 
   /// Reads a global variable into *out.
@@ -211,7 +214,7 @@ struct FWBASE_API IScript {
   /// Creates a global variable, or replaces one together with its type.
   ///
   /// Returns
-  ///   SCRIPT_OK         set, and to be written by save_script()
+  ///   SCRIPT_OK         set; save_script() will write it
   ///   SCRIPT_E_PARAM    name or data is null
   ///   SCRIPT_BAD_PARAM  type is neither VT_INT nor VT_STRING
   ///   SCRIPT_NO_MEMORY  memory ran out
@@ -221,21 +224,20 @@ struct FWBASE_API IScript {
   /// Removes a global variable.
   ///
   /// Returns
-  ///   SCRIPT_OK         removed, and no longer in the file after save_script()
+  ///   SCRIPT_OK         removed; no longer in the file after save_script()
   ///   SCRIPT_E_PARAM    name is null
   ///   SCRIPT_NOT_FOUND  no such variable; nothing changed
   /// Takes the lock for writing.
   FWBASE_RESULT virtual ec::EC rm_value(const char* name) = 0;
 
-  /// Reads a variable of an environment into *out: as get_value(), and SCRIPT_NOT_FOUND also when
-  /// the environment has no variables. Takes the lock for reading, as other reads do at the same
-  /// time.
+  /// Reads a variable of an environment into *out: as get_value(), with SCRIPT_NOT_FOUND also when
+  /// the environment has no variables. Takes the lock for reading, shared with other reads.
   FWBASE_RESULT virtual ec::EC get_value_env(const char* name, VType type, void* out,
                                              void* env) const = 0;
 
   /// Creates or replaces a variable of an environment. The variables stay until release(), or until
   /// drop_environment() in <fwbase/values.h>. Never saved.
-  /// type  VT_INT or VT_STRING. The range is not checked: another type makes a variable without a
+  /// type  VT_INT or VT_STRING. The range is not checked: any other type makes a variable without a
   ///       value, which cannot be read.
   ///
   /// Returns

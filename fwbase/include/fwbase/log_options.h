@@ -9,55 +9,56 @@
 
 namespace fwbase {
 
-/// The defaults are what the log does without log_options().
+/// The defaults are the log's behaviour without log_options().
 struct LogOptions {
-  /// In queued mode, the queue is full when it holds so many bytes or more. A record takes 22 bytes
-  /// beside its message and its location.
+  /// In queued mode, the queue is full when it holds this many bytes or more. A record takes 22
+  /// bytes in addition to its message and location.
   std::size_t queue_bytes = 16384;
 
   /// What write() does while the queue is full.
   enum WhenFull {
     kWait,      ///< waits for room
     kDropNew,   ///< drops its record
-    kDropBelow  ///< drops its record unless the level is in keep_level, and waits then
+    kDropBelow  ///< waits if the level is in keep_level, else drops its record
   };
-  WhenFull when_full = kWait;
+  WhenFull when_full = kWait;  ///< used in queued mode only
 
   /// For kDropBelow: IRunLog::Type bits of the levels that are never dropped.
   unsigned int keep_level = 0;
 
-  /// In queued mode, a copy of the queue is kept in a file beside the log, <file>.journal: records
+  /// In queued mode, keeps a copy of the queue in a file beside the log, <file>.journal: records
   /// whose write() has returned are not lost when the process is killed. The next file() of that
   /// log, whatever its options, writes what is left, once, in order, before anything new. A damaged
-  /// one is renamed to <file>.journal.damaged. Where another process has a journal for that log, as
-  /// the parent of a forked child, and where none can be made, a record says so and there is none.
-  /// See docs/log_journal.md.
+  /// journal is renamed to <file>.journal.damaged. When another process (such as the parent of a
+  /// forked child) has a journal for that log, or no journal can be made, a record says so and the
+  /// log has no journal. See docs/log_journal.md.
   bool journal = false;
 
-  /// A log file that reaches so many bytes with a record becomes a backup.
+  /// When a record brings the log file to this many bytes, the file becomes a backup.
   std::size_t file_bytes = 10485760;
 
-  /// How many backups are kept: <file>.bak.0, the newest, and so on. With 0 a file that has its
-  /// size is begun anew, and its records are lost. Backups beyond that number stay as they are.
+  /// How many backups are kept: <file>.bak.0, the newest, and so on. With 0, a file that has
+  /// reached its size starts anew, and its records are lost. Existing backups beyond this number
+  /// stay as they are.
   int backups = 4;
 };
 
-/// Sets the options of the facade's built-in log, all of them, from now on.
+/// Sets all options of the facade's built-in log, from now on.
 ///
-/// A host calls this before asynch(true), as a rule before file(). What it sets stays until it is
-/// called again: over IRunLog::init() and release(), and in a child made with fork().
+/// A host calls this before asynch(true), as a rule before file(). The options stay until the next
+/// call: over IRunLog::init() and release(), and in a child made with fork().
 ///
-/// Dropped records are counted, and one record at ERROR, whatever levels are enabled, says how many
-/// and why as soon as there is room. Those that are dropped for want of memory, and those that the
-/// disk has no room for, are not counted (see IRunLog).
+/// Dropped records are counted. As soon as there is room, one record at ERROR, whatever levels are
+/// enabled, says how many were dropped and why. Records dropped for lack of memory or disk space
+/// are not counted (see IRunLog).
 ///
 /// Returns
-///   LOG_OK         the size and the number of backups count for the file that is open, too
+///   LOG_OK         done; the file size and the number of backups apply to the open file, too
 ///   LOG_BAD_PARAM  queue_bytes or file_bytes is 0, backups is negative, when_full is none of its
-///                  values, or queued mode is on, asynch(true); nothing changed
+///                  values, or queued mode is on (asynch(true)); nothing changed
 ///   LOG_NO_MEMORY  nothing changed
 ///
-/// Any thread. Waits for init() and release() of the log, and takes its lock for writing.
+/// Any thread. Waits for init() and release() of the log, and takes the log's lock for writing.
 FWBASE_NODISCARD FWBASE_API ec::EC log_options(const LogOptions& options);
 
 }  // namespace fwbase

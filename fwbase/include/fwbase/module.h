@@ -12,8 +12,8 @@
 #include <fwbase/irunlog.h>
 
 /// Exports the creation function of a module library: `extern "C" create_module`, which makes a
-/// `Class` with new. Stands at the outermost level of one source file of the library; `Class` may
-/// lie in any namespace, the unnamed one included.
+/// `Class` with new. Write it outside all namespaces, in one source file of the library; `Class`
+/// may be in any namespace, including an unnamed one.
 ///
 ///   class Counter : public fwbase::IMM::IBase {
 ///    public:
@@ -23,13 +23,13 @@
 ///   FWBASE_MODULE(Counter)
 ///
 /// Class   derives from fwbase::IMM::IBase or fwbase::IMM::IFactory and has a constructor without
-///         arguments; a name without a comma. A module that is not made by a factory ends in its
-///         release(), which deletes it.
-/// The function gives null when memory runs out, and lets out what the constructor throws: either
-/// way IMM::create_module() fails and nothing is remembered.
+///         arguments; its name has no comma. A module that no factory makes deletes itself in its
+///         release().
+/// The function gives null when memory runs out, and passes on what the constructor throws. In both
+/// cases IMM::create_module() fails and remembers nothing.
 #define FWBASE_MODULE(Class) FWBASE_MODULE_AS(Class, create_module)
 
-/// The same with a name of one's own for the function, for a library of several modules.
+/// The same with another name for the function, for a library of several modules.
 #define FWBASE_MODULE_AS(Class, function)                                                    \
   extern "C" FWBASE_API ::fwbase::IMM::IBase* function();                                    \
   extern "C" ::fwbase::IMM::IBase* function() {                                              \
@@ -43,15 +43,15 @@
 ///   FWBASE_LOG(WARN, "%d lines dropped, session %s", count, name.c_str());
 ///
 /// level   TRACE, DEBUG, WARN, ERROR, ALERT or DUMP; the macro DEBUG does not disturb it
-/// ...     a printf format and its arguments, which the compiler checks. Bytes pass unchanged: in
+/// ...     a printf format and its arguments, which the compiler checks. Bytes pass unchanged, in
 ///         whatever encoding the host keeps its log. The library's own messages are GBK.
 ///
-/// When the level is off, nothing is evaluated: the cost is one relaxed load and a test. Else the
-/// text is cut to 1,022 characters, and the record's location is
-/// "this(0x%x) %s %s(%d) CT:%s %s" of `this` (its low 32 bits), the function's signature, file,
-/// line, and when the file was compiled. __FILE__ is as the compiler was given it;
-/// -fmacro-prefix-map makes it relative. Without a run log (before IFWBase::init()) or memory the
-/// record is dropped. Any thread; throws only what a run log of the host's throws.
+/// When the level is off, nothing is evaluated: the cost is one relaxed load and a test. Otherwise
+/// the text is cut to 1,022 characters, and the record's location is "this(0x%x) %s %s(%d) CT:%s
+/// %s" of `this` (its low 32 bits), the function's signature, the file, the line, and the date and
+/// time of compilation. __FILE__ is the path as given to the compiler; -fmacro-prefix-map makes it
+/// relative. Without a run log (before IFWBase::init()) or without memory the record is dropped.
+/// Any thread. Throws only what a run log of the host throws.
 #define FWBASE_LOG(level, ...) FWBASE_LOG_RECORD(this, ::fwbase::host_log::k##level, __VA_ARGS__)
 
 /// The same from any function.
@@ -59,8 +59,8 @@
 #define FWBASE_LOG_AT(object, level, ...) \
   FWBASE_LOG_RECORD(object, ::fwbase::host_log::k##level, __VA_ARGS__)
 
-/// Traces the enclosing scope of a member function: at TRACE, a record "Call: " and text now and a
-/// record "Ret: " and text when the scope ends. See IRunLog::CTrace.
+/// Traces the enclosing scope of a member function: at TRACE, writes a record "Call: " and text now
+/// and a record "Ret: " and text when the scope ends. See IRunLog::CTrace.
 /// text   zero-terminated, copied; not evaluated when TRACE is off
 #define FWBASE_TRACE(text) FWBASE_TRACE_AT(this, text)
 
@@ -68,9 +68,9 @@
 /// object   what the records are about; may be null
 #define FWBASE_TRACE_AT(object, text) FWBASE_TRACE_NAMED(object, text, __LINE__)
 
-// What the macros above are made of.
+// Parts of the macros above.
 
-/// A record of a level of host_log, if that is enabled.
+/// Writes a record of a level of host_log, if the level is enabled.
 #define FWBASE_LOG_RECORD(object, level, ...)                                                      \
   do {                                                                                             \
     if (::fwbase::host_log::enabled(level)) {                                                      \
@@ -78,7 +78,7 @@
     }                                                                                              \
   } while (false)
 
-/// Lets `line` be a number when it becomes a part of a name.
+/// Expands `line` to a number before it becomes part of a name.
 #define FWBASE_TRACE_NAMED(object, text, line) FWBASE_TRACE_DEFINED(object, text, line)
 /// The object that traces the scope.
 #define FWBASE_TRACE_DEFINED(object, text, line)                                                  \
@@ -93,7 +93,7 @@
 
 namespace fwbase {
 
-/// What the logging macros are made of.
+/// Parts of the logging macros.
 namespace host_log {
 
 constexpr IRunLog::Type kTRACE = IRunLog::TRACE;  ///< "TRACE" in the macros
@@ -103,14 +103,14 @@ constexpr IRunLog::Type kERROR = IRunLog::ERROR;  ///< "ERROR" in the macros
 constexpr IRunLog::Type kALERT = IRunLog::ALERT;  ///< "ALERT" in the macros
 constexpr IRunLog::Type kDUMP = IRunLog::DUMP;    ///< "DUMP" in the macros
 
-/// Whether records of this level are written: one relaxed load of IRunLog::ms_type_sign.
+/// True when this level is enabled: one relaxed load of IRunLog::ms_type_sign.
 inline bool enabled(IRunLog::Type level) {
   return (IRunLog::ms_type_sign.load(std::memory_order_relaxed) & level) != 0;
 }
 
-/// Writes a record to the facade's log, if there is one: a message formatted as by
-/// IRunLog::FormatStr, and the location "this(0x%x) %s %s(%d) CT:%s %s" of the other arguments,
-/// likewise cut at 1,022 characters. Allocates nothing.
+/// Writes a record to the facade's log, if there is one. The message is formatted as by
+/// IRunLog::FormatStr; the location is "this(0x%x) %s %s(%d) CT:%s %s" of the other arguments, also
+/// cut to 1,022 characters. Allocates nothing.
 /// object   may be null
 /// format   null writes nothing
 FWBASE_API void write(IRunLog::Type level, const void* object, const char* function,

@@ -1,5 +1,4 @@
-// Script variables, each with its type: what the operations of IScript do with an address, without
-// one that could be wrong.
+// Typed access to script variables: what the operations of IScript do through an untyped address.
 //
 //   fwbase::set("limit", 80);
 //   std::string title;
@@ -17,49 +16,56 @@
 
 namespace fwbase {
 
-// All of these use the script engine that the facade has installed; without one (before
-// IFWBase::init() and after its release()) they give SCRIPT_E_PARAM and log nothing. Codes,
-// records, locks and threads are those of the operation of IScript that each names.
+// All functions but drop_environment() use the script engine that is installed in the facade.
+// Without an engine (before IFWBase::init() and after IFWBase::release()) they give SCRIPT_E_PARAM
+// and log nothing. Codes, records, locks and thread safety are those of the operation of IScript
+// that each function names.
 
 /// Reads a global variable: IScript::get_value(). On failure `value` stays as it was.
 FWBASE_NODISCARD FWBASE_API ec::EC get(const char* name, std::int32_t& value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC get(const char* name, std::string& value);
 
 /// Creates a global variable, or replaces one together with its type: IScript::set_value().
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, std::int32_t value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, const std::string& value);
+/// The same for a string.
 /// value   SCRIPT_E_PARAM when it is null
 FWBASE_NODISCARD FWBASE_API ec::EC set(const char* name, const char* value);
 
 /// Reads a variable of an environment: IScript::get_value_env(), and SCRIPT_E_PARAM when name is
 /// null.
 FWBASE_NODISCARD FWBASE_API ec::EC get_env(void* env, const char* name, std::int32_t& value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC get_env(void* env, const char* name, std::string& value);
 
 /// Creates or replaces a variable of an environment: IScript::set_value_env(), and SCRIPT_E_PARAM
 /// when name is null.
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, std::int32_t value);
+/// The same for a string.
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const std::string& value);
+/// The same for a string.
 /// value   SCRIPT_E_PARAM when it is null
 FWBASE_NODISCARD FWBASE_API ec::EC set_env(void* env, const char* name, const char* value);
 
-/// Frees the variables of an environment, so that a host whose sessions come and go keeps memory
-/// for those that are there, and a session at the address of an earlier one begins without
-/// variables. The environment itself is the host's, as ever, and may be used again.
+/// Frees the variables of an environment. So a host whose sessions come and go needs memory only
+/// for present sessions, and a session at the address of an earlier one begins without variables.
+/// The environment itself stays the host's and may be used again.
 ///
 /// Returns
 ///   SCRIPT_OK         dropped
-///   SCRIPT_NOT_FOUND  it has no variables, which is not logged; nothing changed
+///   SCRIPT_NOT_FOUND  the environment has no variables, which is not logged; nothing changed
 ///   SCRIPT_E_PARAM    the facade has no script engine
 ///
-/// Any thread. A section that runs in the environment goes on: from then on its variables are
-/// missing for it (logged, passed as 0 or ""), and what it sets begins the environment anew. So end
-/// the session's runs first. Drops from the facade's built-in engine, whichever the host has
-/// installed. Takes that engine's lock for writing, for a moment.
+/// Any thread. A section that runs in the environment continues: the dropped variables are then
+/// missing (logged, passed as 0 or ""), and variables that it sets begin the environment anew. So
+/// end the session's runs first. Drops from the facade's built-in engine, whichever engine the host
+/// has installed. Takes the built-in engine's lock for writing, for a moment.
 FWBASE_NODISCARD FWBASE_API ec::EC drop_environment(void* env);
 
-// Numbers of other types would be cut, and true and nullptr are neither a number nor a text:
-// convert them to what is meant.
+// Numbers of other types could be cut, and true and nullptr are neither a number nor a text:
+// convert the value to the type that is meant.
 template <typename Value>
 typename std::enable_if<
     std::is_arithmetic<Value>::value || std::is_same<Value, std::nullptr_t>::value, ec::EC>::type
