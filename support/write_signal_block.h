@@ -23,8 +23,12 @@ class WriteSignalBlock {
     sigaddset(&m_signals, SIGXFSZ);
     sigset_t pending;
     sigpending(&pending);
-    if (sigismember(&pending, SIGPIPE)) sigdelset(&m_signals, SIGPIPE);
-    if (sigismember(&pending, SIGXFSZ)) sigdelset(&m_signals, SIGXFSZ);
+    if (sigismember(&pending, SIGPIPE)) {
+      sigdelset(&m_signals, SIGPIPE);
+    }
+    if (sigismember(&pending, SIGXFSZ)) {
+      sigdelset(&m_signals, SIGXFSZ);
+    }
     pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
   }
   ~WriteSignalBlock() {

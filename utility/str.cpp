@@ -31,7 +31,9 @@ struct Number {
 Number leading_number(std::string_view text) {
   Number number;
   const std::size_t start = text.find_first_not_of(kWordSeparators);
-  if (start == std::string_view::npos) return number;
+  if (start == std::string_view::npos) {
+    return number;
+  }
   text.remove_prefix(start);
   if (text.front() == '-' || text.front() == '+') {
     number.negative = text.front() == '-';
@@ -54,8 +56,12 @@ Signed to_signed(const std::string& s) {
   constexpr auto kMax = static_cast<unsigned long long>(std::numeric_limits<Signed>::max());
   unsigned long long value = 0;
   const bool fits = magnitude(number.digits, value);
-  if (!number.negative) return fits && value <= kMax ? static_cast<Signed>(value) : Signed(kMax);
-  if (!fits || value > kMax) return std::numeric_limits<Signed>::min();
+  if (!number.negative) {
+    return fits && value <= kMax ? static_cast<Signed>(value) : Signed(kMax);
+  }
+  if (!fits || value > kMax) {
+    return std::numeric_limits<Signed>::min();
+  }
   return -static_cast<Signed>(value);
 }
 
@@ -87,17 +93,25 @@ void CStr::trim_byte(char c, std::string& s) {
 
 void CStr::trim_remark(const std::string& mark, std::string& s) {
   const std::size_t at = s.find(mark);
-  if (at != std::string::npos) s.erase(at);
+  if (at != std::string::npos) {
+    s.erase(at);
+  }
 }
 
 // Compacts s in place: s[0, kept) is what stays, s[next, ...) is still to be read. What stays
 // never holds a whole begin, so the next comment starts where its last bytes complete one.
 void CStr::trim_remark(const std::string& begin, const std::string& end, std::string& s) {
-  if (&begin == &s || &end == &s) return trim_remark(std::string(begin), std::string(end), s);
-  if (end.empty()) return;
+  if (&begin == &s || &end == &s) {
+    return trim_remark(std::string(begin), std::string(end), s);
+  }
+  if (end.empty()) {
+    return;
+  }
   if (begin.empty()) {  // found at the start of whatever is left: all up to the last end goes
     std::size_t after = 0;
-    for (std::size_t at; (at = s.find(end, after)) != std::string::npos;) after = at + end.size();
+    for (std::size_t at; (at = s.find(end, after)) != std::string::npos;) {
+      after = at + end.size();
+    }
     s.erase(0, after);
     return;
   }
@@ -105,7 +119,9 @@ void CStr::trim_remark(const std::string& begin, const std::string& end, std::st
   std::size_t next = 0;
   while (next < s.size()) {
     s[kept++] = s[next++];
-    if (s[kept - 1] != begin.back() || !std::string_view(s.data(), kept).ends_with(begin)) continue;
+    if (s[kept - 1] != begin.back() || !std::string_view(s.data(), kept).ends_with(begin)) {
+      continue;
+    }
 
     // end may start within begin, so look there, and a little way on, first.
     const std::string opening = begin + s.substr(next, end.size() - 1);
@@ -121,7 +137,9 @@ void CStr::trim_remark(const std::string& begin, const std::string& end, std::st
       continue;
     }
     const std::size_t at = s.find(end, next);
-    if (at == std::string::npos) break;
+    if (at == std::string::npos) {
+      break;
+    }
     kept -= begin.size();
     next = at + end.size();
   }
@@ -129,9 +147,13 @@ void CStr::trim_remark(const std::string& begin, const std::string& end, std::st
 }
 
 void CStr::string_replace(std::string& s, const std::string& from, const std::string& to) {
-  if (from.empty()) return;
+  if (from.empty()) {
+    return;
+  }
   std::size_t at = s.find(from);
-  if (at == std::string::npos) return;
+  if (at == std::string::npos) {
+    return;
+  }
   std::string replaced;
   std::size_t copied = 0;
   for (; at != std::string::npos; at = s.find(from, copied)) {
@@ -155,12 +177,16 @@ void CStr::ext_line(std::vector<std::string>& words, const std::string& s) {
 }
 
 void CStr::ext_line(const std::string& sep, std::vector<std::string>& parts, const std::string& s) {
-  if (sep.empty()) return;
+  if (sep.empty()) {
+    return;
+  }
   std::vector<std::string> found;
   std::size_t start = 0;
   while (start < s.size()) {
     const std::size_t stop = std::min(s.find(sep, start), s.size());
-    if (stop > start) found.push_back(s.substr(start, stop - start));
+    if (stop > start) {
+      found.push_back(s.substr(start, stop - start));
+    }
     start = stop + sep.size();
   }
   std::move(found.begin(), found.end(), std::back_inserter(parts));
@@ -173,7 +199,9 @@ long long CStr::atoll(const std::string& s) { return to_signed<long long>(s); }
 unsigned long long CStr::atoull(const std::string& s) {
   const Number number = leading_number(s);
   unsigned long long value = 0;
-  if (!magnitude(number.digits, value)) return std::numeric_limits<unsigned long long>::max();
+  if (!magnitude(number.digits, value)) {
+    return std::numeric_limits<unsigned long long>::max();
+  }
   return number.negative ? 0 - value : value;
 }
 

@@ -36,7 +36,9 @@ class Converter {
   // kFailed when in is not valid, not complete or not expressible.
   static constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
   std::size_t convert(const char* in, std::size_t in_size, char* out, std::size_t out_size) {
-    if (!open_for(code_page())) return kFailed;
+    if (!open_for(code_page())) {
+      return kFailed;
+    }
     iconv(m_descriptor, nullptr, nullptr, nullptr, nullptr);
     char* source = const_cast<char*>(in);  // iconv(3) does not write to it
     char* target = out;
@@ -51,7 +53,9 @@ class Converter {
 
   // False when there is no such conversion, or no memory for it.
   bool open_for(const char* wanted) {
-    if (is_open() && m_code_page == wanted) return true;
+    if (is_open() && m_code_page == wanted) {
+      return true;
+    }
     close();
     m_code_page = wanted;
     m_descriptor = m_direction == Direction::kToDom ? iconv_open(kDomEncoding, wanted)
@@ -127,12 +131,16 @@ bool to_dom_text(std::string_view narrow, DomText& out) {
     out.assign(narrow.begin(), narrow.end());
     return true;
   }
-  if (narrow.find('\0') != std::string_view::npos) return false;
+  if (narrow.find('\0') != std::string_view::npos) {
+    return false;
+  }
   out.resize(2 * narrow.size());  // a byte may stand for two units (a base and a mark)
   const std::size_t bytes =
       converter_to_dom().convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
                                  out.size() * sizeof(XMLCh));
-  if (bytes == Converter::kFailed) return false;
+  if (bytes == Converter::kFailed) {
+    return false;
+  }
   out.resize(bytes / sizeof(XMLCh));
   return true;
 }
@@ -144,12 +152,16 @@ bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
                    [](XMLCh c) { return static_cast<char>(c); });
     return true;
   }
-  if (text.find(XMLCh(0)) != text.npos) return false;
+  if (text.find(XMLCh(0)) != text.npos) {
+    return false;
+  }
   out.resize(kMaxBytesPerUnit * text.size());
   const std::size_t bytes =
       converter_to_narrow().convert(reinterpret_cast<const char*>(text.data()),
                                     text.size() * sizeof(XMLCh), out.data(), out.size());
-  if (bytes == Converter::kFailed) return false;
+  if (bytes == Converter::kFailed) {
+    return false;
+  }
   out.resize(bytes);
   return true;
 }

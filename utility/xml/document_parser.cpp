@@ -40,7 +40,9 @@ bool GuardedParser<Parser>::parse_guarded(std::string_view text) {
   try {
     this->parse(source);
     m_rules.end();
-    if (m_rules.is_damaged()) return false;
+    if (m_rules.is_damaged()) {
+      return false;
+    }
     m_has_damaged_bytes =
         !is_whole(text, m_encoding.empty() ? nullptr : m_encoding.c_str(), m_memory);
     return !m_has_damaged_bytes;
@@ -133,7 +135,9 @@ void GuardedParser<Parser>::endAttList(const xc::DTDElementDecl& element) {
   const XMLSize_t attr_count = element.hasAttDefs() ? element.getAttDefList().getAttDefCount() : 0;
   for (XMLSize_t i = 0; i < attr_count; ++i) {
     const bool has_default = element.getAttDefList().getAttDef(i).getValue() != nullptr;
-    if (has_default) m_memory.count_work(kWorkPerDefault);
+    if (has_default) {
+      m_memory.count_work(kWorkPerDefault);
+    }
   }
   Parser::endAttList(element);
 }

@@ -35,8 +35,12 @@ class Reader {
       m_text += m_next->getNodeValue();
       step_over(m_next);
     }
-    if (!m_text.empty()) return Stop::kText;
-    if (m_next == nullptr) return Stop::kDone;
+    if (!m_text.empty()) {
+      return Stop::kText;
+    }
+    if (m_next == nullptr) {
+      return Stop::kDone;
+    }
 
     m_node = m_next;
     if (m_leaving) {
@@ -58,7 +62,9 @@ class Reader {
   void step_over(const xc::DOMNode* node) {
     m_leaving = node->getNextSibling() == nullptr;
     m_next = m_leaving ? node->getParentNode() : node->getNextSibling();
-    if (node == m_top) m_next = nullptr;
+    if (node == m_top) {
+      m_next = nullptr;
+    }
   }
 
   const xc::DOMNode* const m_top;
@@ -72,8 +78,12 @@ class Reader {
 bool have_same_attributes(const xc::DOMNode& left, const xc::DOMNode& right) {
   const xc::DOMNamedNodeMap* const lefts = left.getAttributes();
   const xc::DOMNamedNodeMap* const rights = right.getAttributes();
-  if (lefts == nullptr || rights == nullptr) return lefts == rights;
-  if (lefts->getLength() != rights->getLength()) return false;
+  if (lefts == nullptr || rights == nullptr) {
+    return lefts == rights;
+  }
+  if (lefts->getLength() != rights->getLength()) {
+    return false;
+  }
   for (XMLSize_t i = 0; i < lefts->getLength(); ++i) {
     const xc::DOMNode* const a = lefts->item(i);
     const xc::DOMNode* const b = rights->item(i);
@@ -126,15 +136,23 @@ DomText whole_text(const xc::DOMText& first) {
 bool is_deeper_than(std::size_t limit, const xc::DOMNode& top) {
   std::size_t depth = 0;
   for (const xc::DOMNode* node = &top;;) {
-    if (is_nesting(*node) && ++depth > limit) return true;
+    if (is_nesting(*node) && ++depth > limit) {
+      return true;
+    }
     if (node->getFirstChild() != nullptr) {
       node = node->getFirstChild();
       continue;
     }
     for (;; node = node->getParentNode()) {
-      if (is_nesting(*node)) --depth;
-      if (node == &top) return false;
-      if (node->getNextSibling() != nullptr) break;
+      if (is_nesting(*node)) {
+        --depth;
+      }
+      if (node == &top) {
+        return false;
+      }
+      if (node->getNextSibling() != nullptr) {
+        break;
+      }
     }
     node = node->getNextSibling();
   }
@@ -153,7 +171,9 @@ xc::DOMElement* deep_copy(const xc::DOMElement& element) {
       continue;
     }
     for (; node != &element && node->getNextSibling() == nullptr; node = node->getParentNode()) {
-      if (node->getParentNode() != &element) parent = parent->getParentNode();
+      if (node->getParentNode() != &element) {
+        parent = parent->getParentNode();
+      }
     }
     node = node == &element ? nullptr : node->getNextSibling();
   }
@@ -165,10 +185,18 @@ bool have_same_content(const xc::DOMDocument& left, const xc::DOMDocument& right
   Reader b(right);
   for (;;) {
     const Reader::Stop stop = a.next();
-    if (stop != b.next()) return false;
-    if (stop == Reader::Stop::kDone) return true;
-    if (stop == Reader::Stop::kText && a.text() != b.text()) return false;
-    if (stop == Reader::Stop::kStart && !are_alike(a.node(), b.node())) return false;
+    if (stop != b.next()) {
+      return false;
+    }
+    if (stop == Reader::Stop::kDone) {
+      return true;
+    }
+    if (stop == Reader::Stop::kText && a.text() != b.text()) {
+      return false;
+    }
+    if (stop == Reader::Stop::kStart && !are_alike(a.node(), b.node())) {
+      return false;
+    }
   }
 }
 
@@ -179,7 +207,9 @@ void free_attributes(xc::DOMElement& element) {
   for (XMLSize_t i = attributes.getLength(); i-- > 0;) {
     auto* const attribute = static_cast<xc::DOMAttr*>(attributes.item(i));
     // A default value comes back when it is removed; the document keeps it.
-    if (attribute->getSpecified()) element.removeAttributeNode(attribute)->release();
+    if (attribute->getSpecified()) {
+      element.removeAttributeNode(attribute)->release();
+    }
   }
 }
 
@@ -202,12 +232,16 @@ void free_detached(xc::DOMElement* element) {
       continue;
     }
     xc::DOMNode* const parent = node->getParentNode();
-    if (parent != nullptr) parent->removeChild(node);
+    if (parent != nullptr) {
+      parent->removeChild(node);
+    }
     if (node->getNodeType() == xc::DOMNode::ELEMENT_NODE) {
       free_attributes(static_cast<xc::DOMElement&>(*node));
     }
     node->release();
-    if (parent == nullptr) return;
+    if (parent == nullptr) {
+      return;
+    }
     node = parent;
   }
 }

@@ -50,14 +50,18 @@ xc::DOMElement* nearest_named(xc::DOMElement* element, const DomText& name, Dire
 }
 
 unsigned int hand_out(xc::DOMDocument* document, xc::DOMElement* found, CElement& out) {
-  if (found == nullptr) return XEC_NOT_FOUND;
+  if (found == nullptr) {
+    return XEC_NOT_FOUND;
+  }
   out = CElement(document, found);
   return XEC_OK;
 }
 
 xc::DOMText* leading_text(const xc::DOMElement* element) {
   xc::DOMNode* const first = element->getFirstChild();
-  if (first == nullptr || first->getNodeType() != xc::DOMNode::TEXT_NODE) return nullptr;
+  if (first == nullptr || first->getNodeType() != xc::DOMNode::TEXT_NODE) {
+    return nullptr;
+  }
   return static_cast<xc::DOMText*>(first);
 }
 
@@ -69,14 +73,18 @@ bool narrow_text(const xc::DOMText& first, std::string& text) {
 }
 
 bool is_or_is_below(const xc::DOMNode* node, const xc::DOMNode* ancestor) {
-  while (node != nullptr && node != ancestor) node = node->getParentNode();
+  while (node != nullptr && node != ancestor) {
+    node = node->getParentNode();
+  }
   return node != nullptr;
 }
 
 // Inserts child into parent before ref, or behind all when ref is null. False when the tree
 // would break: the DOM itself lets a childless element be inserted into itself.
 bool insert_before(xc::DOMElement* parent, xc::DOMElement* child, xc::DOMNode* ref) {
-  if (child == nullptr || is_or_is_below(parent, child)) return false;
+  if (child == nullptr || is_or_is_below(parent, child)) {
+    return false;
+  }
   try {
     parent->insertBefore(child, ref);
     return true;
@@ -114,7 +122,9 @@ void replace_value(xc::DOMElement& element, xc::DOMAttr& attr, const DomText& va
   xc::DOMText* const text = element.getOwnerDocument()->createTextNode(value.c_str());
   const bool is_id = attr.isId();  // found by its value
   try {
-    if (is_id) element.setIdAttributeNode(&attr, false);
+    if (is_id) {
+      element.setIdAttributeNode(&attr, false);
+    }
     attr.insertBefore(text, attr.getFirstChild());
   } catch (const xc::DOMException&) {
     release_quietly(text);
@@ -124,7 +134,9 @@ void replace_value(xc::DOMElement& element, xc::DOMAttr& attr, const DomText& va
     release_quietly(attr.removeChild(text->getNextSibling()));
   }
   dynamic_cast<xc::HasDOMNodeImpl&>(attr).getNodeImpl()->isSpecified(true);  // no default value
-  if (is_id) element.setIdAttributeNode(&attr, true);
+  if (is_id) {
+    element.setIdAttributeNode(&attr, true);
+  }
 }
 
 unsigned int add_attribute(xc::DOMDocument& document, xc::DOMElement& element, const DomText& name,
@@ -138,7 +150,9 @@ unsigned int add_attribute(xc::DOMDocument& document, xc::DOMElement& element, c
     element.setAttributeNode(attr);
     return XEC_OK;
   } catch (const xc::DOMException&) {
-    if (attr != nullptr) release_quietly(attr);
+    if (attr != nullptr) {
+      release_quietly(attr);
+    }
     return failure;
   }
 }
@@ -148,7 +162,9 @@ void take_out(xc::DOMElement& element, xc::DOMAttr& attr) {
   try {
     element.removeAttributeNode(&attr);
   } catch (...) {
-    if (element.getAttributeNode(attr.getName()) == nullptr) element.setAttributeNode(&attr);
+    if (element.getAttributeNode(attr.getName()) == nullptr) {
+      element.setAttributeNode(&attr);
+    }
     throw;
   }
 }
@@ -170,7 +186,9 @@ CElement::~CElement() {
 }
 
 unsigned int CElement::get_parent_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   xc::DOMNode* const parent = m_element->getParentNode();
   if (parent == nullptr || parent->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
     return XEC_NO_PARENT;
@@ -179,64 +197,94 @@ unsigned int CElement::get_parent_element(CElement& out) const {
 }
 
 unsigned int CElement::get_pre_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   return hand_out(m_document, previous_sibling(m_element), out);
 }
 
 unsigned int CElement::get_next_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   return hand_out(m_document, next_sibling(m_element), out);
 }
 
 unsigned int CElement::get_first_child_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   return hand_out(m_document, first_child(m_element), out);
 }
 
 unsigned int CElement::get_last_child_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   return hand_out(m_document, nearest_element(m_element->getLastChild(), Direction::kBackward),
                   out);
 }
 
 unsigned int CElement::get_pre_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   return hand_out(m_document,
                   nearest_named(previous_sibling(m_element), wanted, Direction::kBackward), out);
 }
 
 unsigned int CElement::get_next_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   return hand_out(m_document, nearest_named(next_sibling(m_element), wanted, Direction::kForward),
                   out);
 }
 
 unsigned int CElement::get_first_child_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   return hand_out(m_document, nearest_named(first_child(m_element), wanted, Direction::kForward),
                   out);
 }
 
 unsigned int CElement::get_child_element(const std::string& name,
                                          std::vector<CElement>& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   for (auto* child = first_child(m_element); child != nullptr; child = next_sibling(child)) {
-    if (has_name(child, wanted)) out.emplace_back(m_document, child);
+    if (has_name(child, wanted)) {
+      out.emplace_back(m_document, child);
+    }
   }
   return XEC_OK;
 }
 
 unsigned int CElement::get_all_child_element(std::vector<CElement>& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   for (auto* child = first_child(m_element); child != nullptr; child = next_sibling(child)) {
     out.emplace_back(m_document, child);
   }
@@ -250,12 +298,16 @@ bool CElement::has_child_element(const std::string& name) const {
 
 std::string CElement::get_element_name() const {
   std::string name;
-  if (m_element == nullptr || !to_narrow_text(m_element->getNodeName(), name)) return {};
+  if (m_element == nullptr || !to_narrow_text(m_element->getNodeName(), name)) {
+    return {};
+  }
   return name;
 }
 
 unsigned int CElement::clone(bool deep, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   out = CElement(m_document, deep ? deep_copy(*m_element)
                                   : static_cast<xc::DOMElement*>(m_element->cloneNode(false)));
   return XEC_OK;
@@ -267,10 +319,14 @@ std::string CElement::get_text() const {
 }
 
 unsigned int CElement::get_text(std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   const xc::DOMText* const first = leading_text(m_element);
   std::string narrow;
-  if (first != nullptr && !narrow_text(*first, narrow)) return XEC_ENCODING;
+  if (first != nullptr && !narrow_text(*first, narrow)) {
+    return XEC_ENCODING;
+  }
   CStr::trim(narrow);
   text = std::move(narrow);
   return XEC_OK;
@@ -278,16 +334,24 @@ unsigned int CElement::get_text(std::string& text) const {
 
 std::string CElement::get_child_text(const std::string& name) const {
   CElement child;
-  if (name.empty() || get_first_child_element(name, child) != XEC_OK) return {};
+  if (name.empty() || get_first_child_element(name, child) != XEC_OK) {
+    return {};
+  }
   return child.get_text();
 }
 
 unsigned int CElement::set_text(const std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   xc::DOMText* const first = leading_text(m_element);
-  if (first == nullptr) return insert_text(text);
+  if (first == nullptr) {
+    return insert_text(text);
+  }
   DomText content;
-  if (!to_dom_text(text, content)) return XEC_ENCODING;
+  if (!to_dom_text(text, content)) {
+    return XEC_ENCODING;
+  }
   try {
     replace_content(*first, content);
     return XEC_OK;
@@ -297,23 +361,33 @@ unsigned int CElement::set_text(const std::string& text) const {
 }
 
 unsigned int CElement::insert_text(const std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   DomText content;
-  if (!to_dom_text(text, content)) return XEC_ENCODING;
+  if (!to_dom_text(text, content)) {
+    return XEC_ENCODING;
+  }
   xc::DOMText* node = nullptr;
   try {
     node = m_document->createTextNode(content.c_str());
     m_element->appendChild(node);
     return XEC_OK;
   } catch (const xc::DOMException&) {
-    if (node != nullptr) node->release();
+    if (node != nullptr) {
+      node->release();
+    }
     return XEC_APPEND_TEXT;
   }
 }
 
 unsigned int CElement::remove_text() const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   xc::DOMText* const first = leading_text(m_element);
   return first == nullptr ? XEC_OK : remove_child_node(first);
 }
@@ -325,22 +399,36 @@ bool CElement::has_attr(const std::string& name) const {
 }
 
 unsigned int CElement::get_attr(const std::string& name, std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   const xc::DOMAttr* const attr = m_element->getAttributeNode(wanted.c_str());
-  if (attr == nullptr) return XEC_NO_ATTR;
+  if (attr == nullptr) {
+    return XEC_NO_ATTR;
+  }
   std::string narrow;
-  if (!to_narrow_text(attr->getValue(), narrow)) return XEC_ENCODING;
+  if (!to_narrow_text(attr->getValue(), narrow)) {
+    return XEC_ENCODING;
+  }
   value = std::move(narrow);
   return XEC_OK;
 }
 
 unsigned int CElement::get_attr(std::vector<std::pair<std::string, std::string>>& attrs) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   const xc::DOMNamedNodeMap* const map = m_element->getAttributes();
-  if (map == nullptr) return XEC_NO_ATTR_MAP;
+  if (map == nullptr) {
+    return XEC_NO_ATTR_MAP;
+  }
   for (XMLSize_t i = 0; i < map->getLength(); ++i) {
     const xc::DOMNode* const attr = map->item(i);
     std::pair<std::string, std::string> pair;
@@ -354,11 +442,17 @@ unsigned int CElement::get_attr(std::vector<std::pair<std::string, std::string>>
 }
 
 unsigned int CElement::set_attr(const std::string& name, const std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
   DomText dom_name;
   DomText dom_value;
-  if (!to_dom_text(name, dom_name) || !to_dom_text(value, dom_value)) return XEC_ENCODING;
+  if (!to_dom_text(name, dom_name) || !to_dom_text(value, dom_value)) {
+    return XEC_ENCODING;
+  }
   try {
     xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
     if (attr == nullptr) {
@@ -374,22 +468,40 @@ unsigned int CElement::set_attr(const std::string& name, const std::string& valu
 }
 
 unsigned int CElement::insert_attr(const std::string& name, const std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
   DomText dom_name;
-  if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
-  if (m_element->hasAttribute(dom_name.c_str())) return XEC_ATTR_EXISTS;
+  if (!to_dom_text(name, dom_name)) {
+    return XEC_ENCODING;
+  }
+  if (m_element->hasAttribute(dom_name.c_str())) {
+    return XEC_ATTR_EXISTS;
+  }
   DomText dom_value;
-  if (!to_dom_text(value, dom_value)) return XEC_ENCODING;
+  if (!to_dom_text(value, dom_value)) {
+    return XEC_ENCODING;
+  }
   return add_attribute(*m_document, *m_element, dom_name, dom_value);
 }
 
 unsigned int CElement::remove_attr(const std::string& name) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
   DomText dom_name;
-  if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
+  if (!to_dom_text(name, dom_name)) {
+    return XEC_ENCODING;
+  }
   try {
     xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
     if (attr != nullptr) {
@@ -403,7 +515,9 @@ unsigned int CElement::remove_attr(const std::string& name) const {
 }
 
 unsigned int CElement::insert_pre_child_element(const CElement& ref, const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   if (ref.m_element == nullptr || !insert_before(m_element, child.m_element, ref.m_element)) {
     return XEC_INSERT_BEFORE;
   }
@@ -411,7 +525,9 @@ unsigned int CElement::insert_pre_child_element(const CElement& ref, const CElem
 }
 
 unsigned int CElement::insert_next_child_element(const CElement& ref, const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   if (ref.m_element == nullptr ||
       ref.m_element->getOwnerDocument() != m_element->getOwnerDocument() ||
       !insert_before(m_element, child.m_element, next_sibling(ref.m_element))) {
@@ -433,20 +549,32 @@ unsigned int CElement::insert_next_element(const CElement& elem) const {
 }
 
 unsigned int CElement::insert_front_child(const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (!insert_before(m_element, child.m_element, first_child(m_element))) return XEC_INSERT_FRONT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (!insert_before(m_element, child.m_element, first_child(m_element))) {
+    return XEC_INSERT_FRONT;
+  }
   return XEC_OK;
 }
 
 unsigned int CElement::insert_back_child(const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (!insert_before(m_element, child.m_element, nullptr)) return XEC_INSERT_BACK;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (!insert_before(m_element, child.m_element, nullptr)) {
+    return XEC_INSERT_BACK;
+  }
   return XEC_OK;
 }
 
 unsigned int CElement::remove_child_node(xc::DOMNode* node) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (node == nullptr) return XEC_BAD_PARAM;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (node == nullptr) {
+    return XEC_BAD_PARAM;
+  }
   try {
     m_element->removeChild(node);
     return XEC_OK;
@@ -461,7 +589,9 @@ unsigned int CElement::remove_child_element(const CElement& child) const {
 
 unsigned int CElement::discard_child_element(const CElement& child) const {
   const unsigned int code = remove_child_element(child);
-  if (code == XEC_OK) give_back([&child] { free_detached(child.m_element); });
+  if (code == XEC_OK) {
+    give_back([&child] { free_detached(child.m_element); });
+  }
   return code;
 }
 

@@ -24,20 +24,30 @@ std::size_t buckets_for(std::size_t names, const HashTable& table) {
 }
 
 NameTable::NameTable(std::initializer_list<HashTable> tables) {
-  for (const HashTable& table : tables) m_buckets.push_back({table, {}});
+  for (const HashTable& table : tables) {
+    m_buckets.push_back({table, {}});
+  }
 }
 
 void NameTable::add(const XMLCh* name) {
-  if (!m_seen.insert(std::hash<std::basic_string_view<XMLCh>>()(name)).second) return;
+  if (!m_seen.insert(std::hash<std::basic_string_view<XMLCh>>()(name)).second) {
+    return;
+  }
   m_hashes.push_back(library_hash(name));
-  if (m_hashes.size() <= kMaxNamesPerBucket) return;
-  for (Buckets& buckets : m_buckets) count_last(buckets);
+  if (m_hashes.size() <= kMaxNamesPerBucket) {
+    return;
+  }
+  for (Buckets& buckets : m_buckets) {
+    count_last(buckets);
+  }
 }
 
 void NameTable::clear() {
   m_seen.clear();
   m_hashes.clear();
-  for (Buckets& buckets : m_buckets) buckets.names.clear();
+  for (Buckets& buckets : m_buckets) {
+    buckets.names.clear();
+  }
 }
 
 void NameTable::count_last(Buckets& buckets) const {
@@ -46,7 +56,9 @@ void NameTable::count_last(Buckets& buckets) const {
     count(m_hashes.back(), buckets);
   } else {
     buckets.names.assign(size, 0);
-    for (const std::size_t hash : m_hashes) count(hash, buckets);
+    for (const std::size_t hash : m_hashes) {
+      count(hash, buckets);
+    }
   }
 }
 

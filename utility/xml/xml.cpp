@@ -34,9 +34,15 @@ bool ends_beyond_elements(const std::string& xpath, std::string& before) {
   std::string_view step =
       std::string_view(xpath).substr(slash == std::string::npos ? 0 : slash + 1);
   before.assign(xpath, 0, xpath.find_last_not_of('/', slash) + 1);
-  if (slash == std::string::npos) before.clear();
-  if (step == "text()") return true;
-  if (!step.starts_with('@') && !step.starts_with(kAttributeAxis)) return false;
+  if (slash == std::string::npos) {
+    before.clear();
+  }
+  if (step == "text()") {
+    return true;
+  }
+  if (!step.starts_with('@') && !step.starts_with(kAttributeAxis)) {
+    return false;
+  }
   step.remove_prefix(step.starts_with('@') ? 1 : kAttributeAxis.size());
   DomText name;
   return step == "*" ||
@@ -48,17 +54,25 @@ bool ends_beyond_elements(const std::string& xpath, std::string& before) {
 unsigned int code_without_result(const CXml& xml, const std::string& xpath,
                                  unsigned int if_it_selects_others) {
   std::string before;
-  if (!ends_beyond_elements(xpath, before)) return XEC_XPATH;
-  if (before.empty()) return if_it_selects_others;
+  if (!ends_beyond_elements(xpath, before)) {
+    return XEC_XPATH;
+  }
+  if (before.empty()) {
+    return if_it_selects_others;
+  }
   const DomOwned<xc::DOMXPathResult> result(xml.get_xpath_result(before));
   return result != nullptr ? if_it_selects_others : XEC_XPATH;
 }
 
 // The first node of a result when that is an element, else null.
 xc::DOMElement* first_element(xc::DOMXPathResult& result) {
-  if (result.getSnapshotLength() == 0 || !result.snapshotItem(0)) return nullptr;
+  if (result.getSnapshotLength() == 0 || !result.snapshotItem(0)) {
+    return nullptr;
+  }
   xc::DOMNode* const node = result.getNodeValue();
-  if (node == nullptr || node->getNodeType() != xc::DOMNode::ELEMENT_NODE) return nullptr;
+  if (node == nullptr || node->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
+    return nullptr;
+  }
   return static_cast<xc::DOMElement*>(node);
 }
 
@@ -86,7 +100,9 @@ unsigned int CXml::load(const std::string& path) {
   try {
     std::string text;
     const support::ReadResult result = support::read_file(path, kMaxFileSize, text);
-    if (result == support::ReadResult::kOk) return XmlTexts::load(*this, path, text);
+    if (result == support::ReadResult::kOk) {
+      return XmlTexts::load(*this, path, text);
+    }
     code = result == support::ReadResult::kNoFile ? XEC_NO_DOCUMENT : XEC_PARSE;
   } catch (const std::exception&) {  // std::bad_alloc, and text longer than a string can be
     code = XEC_NO_MEMORY;
@@ -102,7 +118,9 @@ unsigned int XmlTexts::load(CXml& xml, const std::string& path, std::string_view
     if (xml.make_parser()) {
       code = parser_of(xml.m_parser)->parse_text(bytes) ? XEC_OK : XEC_PARSE;
     }
-    if (code == XEC_OK) xml.m_file.swap(name);
+    if (code == XEC_OK) {
+      xml.m_file.swap(name);
+    }
   } catch (const xc::OutOfMemoryException&) {
     code = XEC_NO_MEMORY;
   } catch (const std::exception&) {  // as above
@@ -117,7 +135,9 @@ unsigned int XmlTexts::load(CXml& xml, const std::string& path, std::string_view
 }
 
 bool CXml::make_parser() {
-  if (m_parser != nullptr && !parser_of(m_parser)->is_reusable()) release();
+  if (m_parser != nullptr && !parser_of(m_parser)->is_reusable()) {
+    release();
+  }
   if (m_parser == nullptr && xml_platform_is_usable()) {
     m_parser = new (std::nothrow) DocumentParser;
   }
@@ -127,12 +147,18 @@ bool CXml::make_parser() {
 unsigned int CXml::save() const { return save_as(m_file); }
 
 unsigned int CXml::save_as(const std::string& path) const {
-  if (path.empty()) return XEC_BAD_PARAM;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (path.empty()) {
+    return XEC_BAD_PARAM;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   const support::CancellationBlock no_cancellation;
   try {
     std::string text;
-    if (!to_document_text(*parser_of(m_parser), *m_document, text)) return XEC_WRITE;
+    if (!to_document_text(*parser_of(m_parser), *m_document, text)) {
+      return XEC_WRITE;
+    }
     return support::write_file(path, text) ? XEC_OK : XEC_WRITE;
   } catch (const xc::OutOfMemoryException&) {
     return XEC_NO_TARGET;
@@ -143,11 +169,17 @@ unsigned int CXml::save_as(const std::string& path) const {
 
 bool CXml::compact() try {
   const support::CancellationBlock no_cancellation;
-  if (m_document == nullptr || !parser_of(m_parser)->has_grown()) return false;
+  if (m_document == nullptr || !parser_of(m_parser)->has_grown()) {
+    return false;
+  }
   std::string text;
-  if (!to_document_text(*parser_of(m_parser), *m_document, text)) return false;
+  if (!to_document_text(*parser_of(m_parser), *m_document, text)) {
+    return false;
+  }
   std::unique_ptr<DocumentParser> again(new (std::nothrow) DocumentParser);
-  if (again == nullptr || !again->parse_text(text)) return false;
+  if (again == nullptr || !again->parse_text(text)) {
+    return false;
+  }
   delete m_parser;
   m_parser = again.release();
   m_document = m_parser->getDocument();
@@ -159,21 +191,33 @@ bool CXml::compact() try {
 }
 
 unsigned int CXml::get_root_element(CElement& root) const {
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   xc::DOMElement* const element = m_document->getDocumentElement();
-  if (element == nullptr) return XEC_NO_ELEMENT;
+  if (element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   root = CElement(m_document, element);
   return XEC_OK;
 }
 
 unsigned int CXml::create_element(const std::string& name, CElement& out) const {
-  if (name.empty()) return XEC_OK;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (name.empty()) {
+    return XEC_OK;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   DomText dom_name;
-  if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
+  if (!to_dom_text(name, dom_name)) {
+    return XEC_ENCODING;
+  }
   try {
     xc::DOMElement* const element = m_document->createElement(dom_name.c_str());
-    if (element != nullptr) out = CElement(m_document, element);
+    if (element != nullptr) {
+      out = CElement(m_document, element);
+    }
     return XEC_OK;
   } catch (const xc::DOMException&) {
     return XEC_CREATE_ELEMENT;
@@ -181,12 +225,20 @@ unsigned int CXml::create_element(const std::string& name, CElement& out) const 
 }
 
 unsigned int CXml::search_element(const std::string& name, std::vector<CElement>& out) const {
-  if (name.empty()) return XEC_EMPTY_TAG;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (name.empty()) {
+    return XEC_EMPTY_TAG;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
   const xc::DOMNodeList* const list = m_document->getElementsByTagName(wanted.c_str());
-  if (list == nullptr) return XEC_NO_NODE_LIST;
+  if (list == nullptr) {
+    return XEC_NO_NODE_LIST;
+  }
   // The list finds its elements one by one; asking for its length walks the whole document.
   xc::DOMNode* node = nullptr;
   for (XMLSize_t i = 0; (node = list->item(i)) != nullptr; ++i) {
@@ -197,9 +249,13 @@ unsigned int CXml::search_element(const std::string& name, std::vector<CElement>
 
 xc::DOMXPathResult* CXml::get_xpath_result(const std::string& xpath) const {
   DomText expression;
-  if (m_document == nullptr || !to_dom_text(xpath, expression)) return nullptr;
+  if (m_document == nullptr || !to_dom_text(xpath, expression)) {
+    return nullptr;
+  }
   const xc::DOMElement* const root = m_document->getDocumentElement();
-  if (root == nullptr || is_deeper_than(kMaxNesting, *root)) return nullptr;
+  if (root == nullptr || is_deeper_than(kMaxNesting, *root)) {
+    return nullptr;
+  }
   try {
     const DomOwned<xc::DOMXPathNSResolver> resolver(m_document->createNSResolver(root));
     const DomOwned<xc::DOMXPathExpression> compiled(
@@ -213,14 +269,22 @@ xc::DOMXPathResult* CXml::get_xpath_result(const std::string& xpath) const {
 }
 
 unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) const {
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
+  if (result == nullptr) {
+    return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
+  }
   try {
     xc::DOMElement* const element = first_element(*result);
-    if (element == nullptr) return XEC_XPATH_EMPTY;
+    if (element == nullptr) {
+      return XEC_XPATH_EMPTY;
+    }
     const xc::DOMNode* const first = element->getFirstChild();
-    if (first == nullptr || first->getNodeType() != xc::DOMNode::TEXT_NODE) return XEC_NO_TEXT;
+    if (first == nullptr || first->getNodeType() != xc::DOMNode::TEXT_NODE) {
+      return XEC_NO_TEXT;
+    }
     return CElement(m_document, element).get_text(text);
   } catch (const xc::DOMException&) {
     return XEC_XPATH_EMPTY;
@@ -228,9 +292,13 @@ unsigned int CXml::get_xpath_text(const std::string& xpath, std::string& text) c
 }
 
 unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& text) const {
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
+  if (result == nullptr) {
+    return code_without_result(*this, xpath, XEC_XPATH_EMPTY);
+  }
   try {
     xc::DOMElement* const element = first_element(*result);
     return element == nullptr ? XEC_XPATH_EMPTY : CElement(m_document, element).set_text(text);
@@ -240,14 +308,22 @@ unsigned int CXml::set_xpath_text(const std::string& xpath, const std::string& t
 }
 
 unsigned int CXml::get_xpath_element(const std::string& xpath, std::vector<CElement>& out) const {
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   const DomOwned<xc::DOMXPathResult> result(get_xpath_result(xpath));
-  if (result == nullptr) return code_without_result(*this, xpath, XEC_OK);
+  if (result == nullptr) {
+    return code_without_result(*this, xpath, XEC_OK);
+  }
   try {
     for (XMLSize_t i = 0; i < result->getSnapshotLength(); ++i) {
-      if (!result->snapshotItem(i)) continue;
+      if (!result->snapshotItem(i)) {
+        continue;
+      }
       xc::DOMNode* const node = result->getNodeValue();
-      if (node == nullptr || node->getNodeType() != xc::DOMNode::ELEMENT_NODE) continue;
+      if (node == nullptr || node->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
+        continue;
+      }
       out.emplace_back(m_document, static_cast<xc::DOMElement*>(node));
     }
     return XEC_OK;
