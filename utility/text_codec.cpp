@@ -1,3 +1,4 @@
+// Plain ASCII, the usual text, is copied; everything else goes through iconv(3).
 #include "utility/text_codec.h"
 
 #include <iconv.h>
@@ -103,24 +104,11 @@ bool is_plain(XMLCh c) { return c - 1U < 0x7FU; }
 constexpr std::size_t kMaxBytesPerUnit = 8;  // more than any code page takes for one UTF-16 unit
 
 void append_utf8(char32_t c, std::string& out) {
-  constexpr char32_t kLowBits = 0x3F;
-  const auto trail = [&](unsigned int shift) {
-    out.push_back(static_cast<char>(0x80U | ((c >> shift) & kLowBits)));
-  };
-  if (c < 0x80) {
-    out.push_back(static_cast<char>(c));
-  } else if (c < 0x800) {
-    out.push_back(static_cast<char>(0xC0U | (c >> 6U)));
-    trail(0);
-  } else if (c < 0x10000) {
-    out.push_back(static_cast<char>(0xE0U | (c >> 12U)));
-    trail(6);
-    trail(0);
-  } else {
-    out.push_back(static_cast<char>(0xF0U | (c >> 18U)));
-    trail(12);
-    trail(6);
-    trail(0);
+  constexpr unsigned char kLeads[] = {0, 0xC0, 0xE0, 0xF0};  // by the bytes that follow
+  const unsigned int trails = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+  out.push_back(static_cast<char>(kLeads[trails] | c >> 6 * trails));
+  for (unsigned int left = trails; left-- > 0;) {
+    out.push_back(static_cast<char>(0x80U | (c >> 6 * left & 0x3FU)));
   }
 }
 
