@@ -10,11 +10,6 @@ namespace utility {
 
 // Walks over DOM trees. None of them recurses, so that no depth of nesting can exhaust the stack.
 
-/// The node after node in document order, within the children of top and not going down from
-/// node; null at their end.
-const XERCES_CPP_NAMESPACE::DOMNode* next_over(const XERCES_CPP_NAMESPACE::DOMNode* node,
-                                               const XERCES_CPP_NAMESPACE::DOMNode* top);
-
 /// The text of first and of what follows it: text and CDATA siblings, entity references expanded,
 /// up to the first element, comment or processing instruction. DOMText::getWholeText() is not
 /// used: it runs past the end of the parent element.
