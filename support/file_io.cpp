@@ -1,3 +1,4 @@
+// A file is replaced by a complete one beside it; what is no file is written to as it is.
 #include "support/file_io.h"
 
 #include <dirent.h>

@@ -13,8 +13,6 @@
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 using std::string_view_literals::operator""sv;
 
 constexpr bool is_high_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }

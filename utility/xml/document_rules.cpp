@@ -1,3 +1,5 @@
+// Each report of the scanner is counted or looked at by itself; the work that it does between two
+// reports is bounded by its memory.
 #include "utility/xml/document_rules.h"
 
 #include <algorithm>
@@ -8,8 +10,6 @@
 #include <xercesc/util/XMLUni.hpp>
 
 namespace utility {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 void DocumentRules::begin(std::size_t bytes) {
   m_damaged = false;
@@ -69,7 +69,7 @@ void DocumentRules::start_entity_reference(const xc::XMLEntityDecl& entity) {
   if (entity.isExternal()) {
     refuse_another_file();
   }
-  m_memory.expansion_was_of(entity.getValueLen());
+  m_memory.entity_expanded(entity.getValueLen());
 }
 
 void DocumentRules::entity_declared(const xc::DTDEntityDecl& entity, bool is_parameter,
@@ -105,6 +105,17 @@ void DocumentRules::attribute_declared(const xc::DTDElementDecl& element, const 
   // besides, a token is as well.
   if (attr.getType() == xc::XMLAttDef::ID) {
     const_cast<xc::DTDAttDef&>(attr).setType(xc::XMLAttDef::NmToken);
+  }
+}
+
+// The DOM makes all default values of the element anew, for each of its lists of attributes. Other
+// parsers refuse what the DOM would.
+void DocumentRules::attribute_list_declared(const xc::DTDElementDecl& element) {
+  constexpr std::size_t kWorkPerDefault = 100;
+  const XMLSize_t attr_count = element.hasAttDefs() ? element.getAttDefList().getAttDefCount() : 0;
+  for (XMLSize_t i = 0; i < attr_count; ++i) {
+    const bool has_default = element.getAttDefList().getAttDef(i).getValue() != nullptr;
+    m_memory.count_work(has_default ? kWorkPerDefault : 0);
   }
 }
 

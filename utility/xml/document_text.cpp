@@ -1,3 +1,4 @@
+// What the serializer writes is believed only when it reads as the same document.
 #include "utility/xml/document_text.h"
 
 #include "utility/xml/dom_release.h"
@@ -10,8 +11,6 @@
 
 namespace utility {
 namespace {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 constexpr XMLSize_t kInitialSize = 4096;
 

@@ -8,8 +8,6 @@
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 bool is_text(const xc::DOMNode& node) {
   return node.getNodeType() == xc::DOMNode::TEXT_NODE ||
          node.getNodeType() == xc::DOMNode::CDATA_SECTION_NODE;

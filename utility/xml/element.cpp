@@ -12,8 +12,6 @@
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 xc::DOMElement* element_from(xc::DOMNode* node, xc::DOMNode* (xc::DOMNode::*next)() const) {
   while (node != nullptr && node->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
     node = (node->*next)();

@@ -1,3 +1,4 @@
+// The library's tables are followed in numbers only: how many names each bucket would have.
 #include "utility/xml/name_table.h"
 
 #include "utility/xml/xml_memory.h"
@@ -10,7 +11,7 @@ namespace utility {
 namespace {
 
 std::size_t library_hash(const XMLCh* name) {
-  return XERCES_CPP_NAMESPACE::XMLString::hash(name, std::numeric_limits<std::size_t>::max());
+  return xc::XMLString::hash(name, std::numeric_limits<std::size_t>::max());
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 #ifndef UTILITY_XML_WHILE_MEMORY_LASTS_H
 #define UTILITY_XML_WHILE_MEMORY_LASTS_H
 
+#include "utility/xml/xc.h"
+
 #include <exception>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
@@ -13,7 +15,7 @@ template <typename Action>
 void while_memory_lasts(Action action) {
   try {
     action();
-  } catch (const XERCES_CPP_NAMESPACE::OutOfMemoryException&) {
+  } catch (const xc::OutOfMemoryException&) {
   } catch (const std::exception&) {
   }
 }

@@ -21,8 +21,6 @@
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 // load() makes parsers of this class only.
 DocumentParser* parser_of(xc::XercesDOMParser* parser) {
   return static_cast<DocumentParser*>(parser);

@@ -1,15 +1,15 @@
+// Blocks by address, so that those the library forgets can be freed, and counts of them.
 #include "utility/xml/xml_memory.h"
 
 #include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
+#include <utility>
 #include <xercesc/internal/XMLReader.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 namespace utility {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 namespace {
 
@@ -38,6 +38,7 @@ void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::si
   m_readers = 0;
   m_max_readers = max_expansions + 2;  // the document and its external subset have one as well
   m_longest_entity = 0;
+  m_unread = 0;
   m_work = 0;
   m_max_work = max_work;
 }
@@ -133,7 +134,7 @@ void XmlMemory::count_reader() {
   if (++m_readers > m_max_readers) {
     throw DocumentRefused();
   }
-  count_work(m_longest_entity);
+  count_work(std::exchange(m_unread, m_longest_entity));
 }
 
 }  // namespace utility

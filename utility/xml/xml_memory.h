@@ -1,6 +1,8 @@
 #ifndef UTILITY_XML_XML_MEMORY_H
 #define UTILITY_XML_XML_MEMORY_H
 
+#include "utility/xml/xc.h"
+
 #include <cstddef>
 #include <memory>
 #include <unordered_map>
@@ -17,10 +19,14 @@ struct DocumentRefused {};
 /// It frees what the XML library forgets: the library loses objects when an exception passes
 /// through it, and one for each document with an external DTD subset.
 ///
-/// It bounds what a hostile document can make the library do. The library's own limit counts
-/// entity references in content only; but it makes every expansion, wherever the reference
-/// stands, by allocating a reader, and all that grows in it grows here.
-class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
+/// It bounds what a hostile document can make the library do.
+///
+/// Entities in content count by their declared lengths, as each reference is reported. A reference
+/// in a default value, in an attribute or to a parameter entity is reported to nobody, and it is
+/// expanded before anything that holds it is: the library's SecurityManager counts those in tags
+/// alone, and not how long they are. For these there is only what an expansion allocates, a reader.
+/// That does not tell which entity it reads: it counts as the longest one.
+class XmlMemory final : public xc::MemoryManager {
  public:
   XmlMemory() = default;
 
@@ -35,12 +41,11 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   /// Ends it: there are no limits until the next watch().
   void unwatch() { m_watching = false; }
 
-  /// Tells of a declared entity. An expansion counts as reading the longest one, since an
-  /// allocation does not tell which entity is expanded ...
+  /// Tells of a declared entity.
   void entity_declared(std::size_t length);
 
-  /// ... unless this says so, right after it.
-  void expansion_was_of(std::size_t length) { m_work -= m_longest_entity - length; }
+  /// Tells which entity has been expanded last; without this, it was the longest one.
+  void entity_expanded(std::size_t length) { m_unread = length; }
 
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
@@ -90,6 +95,7 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   std::size_t m_readers = 0;
   std::size_t m_max_readers = 0;
   std::size_t m_longest_entity = 0;
+  std::size_t m_unread = 0;  // characters of the last expansion, counted with the next
   std::size_t m_work = 0;
   std::size_t m_max_work = 0;
 };

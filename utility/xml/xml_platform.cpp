@@ -4,6 +4,8 @@
 // library gets by way of its memory manager. All but one of its blocks come from there.
 #include "utility/xml/xml_platform.h"
 
+#include "utility/xml/xc.h"
+
 #include <pthread.h>
 
 #include <atomic>
@@ -17,8 +19,6 @@
 namespace utility {
 
 namespace {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 std::atomic<bool> out_of_service{false};
 int uses_kept = 0;  // of users that could not stop
