@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -115,14 +116,9 @@ bool copy_permissions(int from, int to) {
   if (::fstat(to, &new_status) != 0 || !copy_access_list(from, to)) {
     return false;
   }
-  mode_t mode = old_status.st_mode & 07777;
-  if (new_status.st_uid != old_status.st_uid) {
-    mode &= ~static_cast<mode_t>(S_ISUID);
-  }
-  if (new_status.st_gid != old_status.st_gid) {
-    mode &= ~static_cast<mode_t>(S_ISGID);
-  }
-  return ::fchmod(to, mode) == 0;
+  const mode_t lost = (new_status.st_uid != old_status.st_uid ? S_ISUID : 0U) |
+                      (new_status.st_gid != old_status.st_gid ? S_ISGID : 0U);
+  return ::fchmod(to, old_status.st_mode & 07777U & ~lost) == 0;
 }
 
 constexpr const char* kTemporaryPrefix = ".fwbase-save-";
@@ -162,10 +158,10 @@ class TemporaryFile {
       m_path = directory + "/" + kTemporaryPrefix + std::to_string(::getpid()) + "-" +
                std::to_string(serial.fetch_add(1, std::memory_order_relaxed));
       const int fd = open_file(m_path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+      if (fd >= 0 && lock(fd)) {
+        return fd;
+      }
       if (fd >= 0) {
-        if (lock(fd)) {
-          return fd;
-        }
         ::close(fd);
       } else if (errno != EEXIST) {
         break;
@@ -241,20 +237,14 @@ bool names_a_file(const std::string& path) {
 }  // namespace
 
 std::string directory_of(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) {
-    return ".";
-  }
-  return slash == 0 ? "/" : path.substr(0, slash);
+  const std::string directory = std::filesystem::path(path).parent_path();
+  return directory.empty() ? "." : directory;
 }
 
 Target find_target(std::string& path) {
   struct stat status;
   const bool exists = ::stat(path.c_str(), &status) == 0;
-  if (!exists && errno != ENOENT) {
-    return Target::kNone;
-  }
-  if (exists && S_ISDIR(status.st_mode)) {
+  if (exists ? S_ISDIR(status.st_mode) : errno != ENOENT) {
     return Target::kNone;
   }
   if (exists && !S_ISREG(status.st_mode)) {
@@ -315,19 +305,10 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
 }
 
 bool write_file(const std::string& path, std::string_view text) {
-  if (!names_a_file(path)) {
-    return false;
-  }
   std::string real_path = path;
-  switch (find_target(real_path)) {
-    case Target::kFile:
-      return replace_file(real_path, text);
-    case Target::kStream:
-      return write_stream(path, text);
-    case Target::kNone:
-      break;
-  }
-  return false;
+  const Target target = names_a_file(path) ? find_target(real_path) : Target::kNone;
+  return target == Target::kFile ? replace_file(real_path, text)
+                                 : target == Target::kStream && write_stream(path, text);
 }
 
 }  // namespace support

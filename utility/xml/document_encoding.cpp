@@ -13,8 +13,6 @@
 namespace utility {
 namespace {
 
-using std::string_view_literals::operator""sv;
-
 constexpr bool is_high_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool is_low_surrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -40,6 +38,7 @@ struct Units {
 
 // By the first characters of the text: a byte order mark or "<".
 Units units_of(std::string_view text) {
+  using std::string_view_literals::operator""sv;
   if (text.starts_with("<\0\0\0"sv) || text.starts_with("\xFF\xFE\0\0"sv)) {
     return {4, false};
   }
@@ -64,25 +63,18 @@ char32_t unit_at(std::string_view text, std::size_t at, Units units) {
   return unit;
 }
 
-bool is_whole_utf16(std::string_view text, Units units) {
+// Whether a text in units of two or four bytes, of which only the former may be surrogates, is
+// whole.
+bool is_whole_wide(std::string_view text, Units units) {
   SurrogatePairs pairs;
   for (std::size_t at = 0; at < text.size(); at += units.size) {
     const char32_t unit = unit_at(text, at, units);
-    if (unit == 0 || !pairs.take(unit)) {
+    const bool is_surrogate = is_high_surrogate(unit) || is_low_surrogate(unit);
+    if (unit == 0 || unit > 0x10FFFF || (units.size == 4 && is_surrogate) || !pairs.take(unit)) {
       return false;
     }
   }
   return pairs.complete();
-}
-
-bool is_whole_utf32(std::string_view text, Units units) {
-  for (std::size_t at = 0; at < text.size(); at += units.size) {
-    const char32_t unit = unit_at(text, at, units);
-    if (unit == 0 || unit > 0x10FFFF || is_high_surrogate(unit) || is_low_surrogate(unit)) {
-      return false;
-    }
-  }
-  return true;
 }
 
 // Whether a character of UTF-8 is cut off at the end. The library takes lead bytes of up to eight
@@ -118,7 +110,7 @@ class Decoder {
   }
 
   bool takes_all(std::string_view text) {
-    constexpr std::string_view kBlanks = "    "sv;
+    constexpr std::string_view kBlanks = "    ";
     return m_transcoder != nullptr && takes(text) && takes(kBlanks) && m_pairs.complete();
   }
 
@@ -165,11 +157,8 @@ bool is_whole(std::string_view text, const XMLCh* encoding, xc::MemoryManager& m
   if (text.size() % units.size != 0) {
     return false;
   }
-  if (units.size == 4) {
-    return is_whole_utf32(text, units);
-  }
-  if (units.size == 2) {
-    return is_whole_utf16(text, units);
+  if (units.size > 1) {
+    return is_whole_wide(text, units);
   }
   if (text.find('\0') != std::string_view::npos) {
     return false;

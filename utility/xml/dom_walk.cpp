@@ -20,6 +20,11 @@ bool is_nesting(const xc::DOMNode& node) {
 
 bool same(const XMLCh* left, const XMLCh* right) { return xc::XMLString::equals(left, right); }
 
+bool have_same_name_and_value(const xc::DOMNode& left, const xc::DOMNode& right) {
+  return same(left.getNodeName(), right.getNodeName()) &&
+         same(left.getNodeValue(), right.getNodeValue());
+}
+
 // Passes each node under and with top twice, before and after its children.
 struct Walk {
   const xc::DOMNode* node;  // null at the end
@@ -78,16 +83,11 @@ class Reader {
 bool have_same_attributes(const xc::DOMNode& left, const xc::DOMNode& right) {
   const xc::DOMNamedNodeMap* const lefts = left.getAttributes();
   const xc::DOMNamedNodeMap* const rights = right.getAttributes();
-  if (lefts == nullptr || rights == nullptr) {
+  if (lefts == nullptr || rights == nullptr || lefts->getLength() != rights->getLength()) {
     return lefts == rights;
   }
-  if (lefts->getLength() != rights->getLength()) {
-    return false;
-  }
   for (XMLSize_t i = 0; i < lefts->getLength(); ++i) {
-    const xc::DOMNode* const a = lefts->item(i);
-    const xc::DOMNode* const b = rights->item(i);
-    if (!same(a->getNodeName(), b->getNodeName()) || !same(a->getNodeValue(), b->getNodeValue())) {
+    if (!have_same_name_and_value(*lefts->item(i), *rights->item(i))) {
       return false;
     }
   }
@@ -95,8 +95,7 @@ bool have_same_attributes(const xc::DOMNode& left, const xc::DOMNode& right) {
 }
 
 bool are_alike(const xc::DOMNode& left, const xc::DOMNode& right) {
-  if (left.getNodeType() != right.getNodeType() || !same(left.getNodeName(), right.getNodeName()) ||
-      !same(left.getNodeValue(), right.getNodeValue())) {
+  if (left.getNodeType() != right.getNodeType() || !have_same_name_and_value(left, right)) {
     return false;
   }
   if (left.getNodeType() == xc::DOMNode::DOCUMENT_TYPE_NODE) {

@@ -117,6 +117,9 @@ unsigned int unless_refused(unsigned int failure, Action action) {
 // tree would break: the DOM itself lets a childless element be inserted into itself.
 unsigned int insert_before(xc::DOMElement* parent, xc::DOMElement* child, xc::DOMNode* ref,
                            unsigned int failure) {
+  if (parent == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   if (child == nullptr || is_or_is_below(parent, child)) {
     return failure;
   }
@@ -437,12 +440,8 @@ unsigned int CElement::remove_attr(const std::string& name) const {
 }
 
 unsigned int CElement::insert_pre_child_element(const CElement& ref, const CElement& child) const {
-  if (m_element == nullptr) {
-    return XEC_NO_ELEMENT;
-  }
-  return ref.m_element == nullptr
-             ? XEC_INSERT_BEFORE
-             : insert_before(m_element, child.m_element, ref.m_element, XEC_INSERT_BEFORE);
+  xc::DOMElement* const element = ref.m_element != nullptr ? child.m_element : nullptr;
+  return insert_before(m_element, element, ref.m_element, XEC_INSERT_BEFORE);
 }
 
 unsigned int CElement::insert_next_child_element(const CElement& ref, const CElement& child) const {
@@ -469,14 +468,12 @@ unsigned int CElement::insert_next_element(const CElement& elem) const {
 }
 
 unsigned int CElement::insert_front_child(const CElement& child) const {
-  return m_element == nullptr
-             ? XEC_NO_ELEMENT
-             : insert_before(m_element, child.m_element, first_child(*m_element), XEC_INSERT_FRONT);
+  xc::DOMElement* const first = m_element != nullptr ? first_child(*m_element) : nullptr;
+  return insert_before(m_element, child.m_element, first, XEC_INSERT_FRONT);
 }
 
 unsigned int CElement::insert_back_child(const CElement& child) const {
-  return m_element == nullptr ? XEC_NO_ELEMENT
-                              : insert_before(m_element, child.m_element, nullptr, XEC_INSERT_BACK);
+  return insert_before(m_element, child.m_element, nullptr, XEC_INSERT_BACK);
 }
 
 unsigned int CElement::remove_child_node(xc::DOMNode* node) const {
