@@ -38,13 +38,18 @@ void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::si
   m_readers = 0;
   m_max_readers = max_expansions + 2;  // the document and its external subset have one as well
   m_longest_entity = 0;
-  m_unread = 0;
+  m_uncounted = 0;
   m_work = 0;
   m_max_work = max_work;
 }
 
 void XmlMemory::entity_declared(std::size_t length) {
   m_longest_entity = std::max(m_longest_entity, length);
+}
+
+void XmlMemory::entity_expanded(std::size_t length) {
+  m_uncounted = 0;
+  count_work(length);
 }
 
 void XmlMemory::count_work(std::size_t amount) {
@@ -134,7 +139,7 @@ void XmlMemory::count_reader() {
   if (++m_readers > m_max_readers) {
     throw DocumentRefused();
   }
-  count_work(std::exchange(m_unread, m_longest_entity));
+  count_work(std::exchange(m_uncounted, m_longest_entity));
 }
 
 }  // namespace utility

@@ -44,8 +44,8 @@ class XmlMemory final : public xc::MemoryManager {
   /// Tells of a declared entity.
   void entity_declared(std::size_t length);
 
-  /// Tells which entity has been expanded last; without this, it was the longest one.
-  void entity_expanded(std::size_t length) { m_unread = length; }
+  /// Tells which entity the last expansion was of; without this, it was the longest one.
+  void entity_expanded(std::size_t length);
 
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
@@ -95,7 +95,7 @@ class XmlMemory final : public xc::MemoryManager {
   std::size_t m_readers = 0;
   std::size_t m_max_readers = 0;
   std::size_t m_longest_entity = 0;
-  std::size_t m_unread = 0;  // characters of the last expansion, counted with the next
+  std::size_t m_uncounted = 0;  // characters of the last expansion while it may still be told
   std::size_t m_work = 0;
   std::size_t m_max_work = 0;
 };
