@@ -3,11 +3,13 @@
 
 #include <iconv.h>
 #include <langinfo.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace utility {
@@ -88,14 +90,32 @@ class Converter {
   std::string m_code_page;
 };
 
-Converter& converter_to_dom() {
-  thread_local Converter converter(Converter::Direction::kToDom);
-  return converter;
+struct Converters {
+  Converter to_dom{Converter::Direction::kToDom};
+  Converter to_narrow{Converter::Direction::kToNarrow};
+};
+
+pthread_key_t key;
+const bool has_key =
+    ::pthread_key_create(&key, [](void* own) { delete static_cast<Converters*>(own); }) == 0;
+
+// Those of the calling thread, null without memory. Not thread_local: the C library ends the
+// process when it has no memory to note a destructor.
+Converters* converters() {
+  auto* const own = has_key ? static_cast<Converters*>(::pthread_getspecific(key)) : nullptr;
+  if (own != nullptr || !has_key) {
+    return own;
+  }
+  std::unique_ptr<Converters> made(new (std::nothrow) Converters);
+  const bool is_kept = made != nullptr && ::pthread_setspecific(key, made.get()) == 0;
+  return is_kept ? made.release() : nullptr;
 }
 
-Converter& converter_to_narrow() {
-  thread_local Converter converter(Converter::Direction::kToNarrow);
-  return converter;
+std::size_t convert(Converter Converters::*direction, const char* in, std::size_t in_size,
+                    char* out, std::size_t out_size) {
+  Converters* const own = converters();
+  return own == nullptr ? Converter::kFailed
+                        : (own->*direction).convert(in, in_size, out, out_size);
 }
 
 bool is_plain(char c) { return static_cast<unsigned char>(c) - 1U < 0x7FU; }  // ASCII, not zero
@@ -124,8 +144,8 @@ bool to_dom_text(std::string_view narrow, DomText& out) {
   }
   out.resize(2 * narrow.size());  // a byte may stand for two units (a base and a mark)
   const std::size_t bytes =
-      converter_to_dom().convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
-                                 out.size() * sizeof(XMLCh));
+      convert(&Converters::to_dom, narrow.data(), narrow.size(),
+              reinterpret_cast<char*>(out.data()), out.size() * sizeof(XMLCh));
   if (bytes == Converter::kFailed) {
     return false;
   }
@@ -145,8 +165,8 @@ bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
   }
   out.resize(kMaxBytesPerUnit * text.size());
   const std::size_t bytes =
-      converter_to_narrow().convert(reinterpret_cast<const char*>(text.data()),
-                                    text.size() * sizeof(XMLCh), out.data(), out.size());
+      convert(&Converters::to_narrow, reinterpret_cast<const char*>(text.data()),
+              text.size() * sizeof(XMLCh), out.data(), out.size());
   if (bytes == Converter::kFailed) {
     return false;
   }
@@ -174,8 +194,10 @@ std::string to_utf8_text(const std::string& narrow) {
 
 void prepare_conversions() noexcept {
   try {
-    converter_to_dom().open_for(code_page());
-    converter_to_narrow().open_for(code_page());
+    if (Converters* const own = converters()) {
+      own->to_dom.open_for(code_page());
+      own->to_narrow.open_for(code_page());
+    }
   } catch (const std::bad_alloc&) {  // the child tries again
   }
 }
