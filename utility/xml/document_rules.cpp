@@ -12,20 +12,9 @@
 namespace utility {
 
 void DocumentRules::begin(std::size_t bytes) {
-  m_damaged = false;
-  m_refers_to_another_file = false;
-  m_in_internal_subset = false;
-  m_depth = 0;
-  m_declaration_count = 0;
-  m_declarations.clear();
-  for (NameTable* const names : {&m_names, &m_elements, &m_declared_elements, &m_entities,
-                                 &m_parameter_entities, &m_notations}) {
-    names->clear();
-  }
-  m_declared_attributes.clear();
-  m_counted.fill(nullptr);
-  m_memory.watch(kMaxMemory + kMaxMemoryPerByte * bytes,
-                 kMaxExpansions + bytes / kBytesPerExpansion, kMaxWork + kMaxWorkPerByte * bytes);
+  *this = DocumentRules(*m_memory);
+  m_memory->watch(kMaxMemory + kMaxMemoryPerByte * bytes,
+                  kMaxExpansions + bytes / kBytesPerExpansion, kMaxWork + kMaxWorkPerByte * bytes);
 }
 
 void DocumentRules::error(unsigned int code, const XMLCh* domain,
@@ -49,18 +38,18 @@ xc::InputSource* DocumentRules::resolve_entity() {
   }
   m_has_external_subset = true;
   static constexpr XMLByte kNothing[] = {'\n'};  // no bytes at all would be an error
-  return new (&m_memory)
-      xc::MemBufInputSource(kNothing, sizeof(kNothing), kDocumentName, false, &m_memory);
+  return new (m_memory)
+      xc::MemBufInputSource(kNothing, sizeof(kNothing), kDocumentName, false, m_memory);
 }
 
 void DocumentRules::start_element(const xc::XMLElementDecl& element,
                                   const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count) {
   enter();
-  m_memory.begin_piece();
+  m_memory->begin_piece();
   count_element(element);
   count_attributes(attrs, attr_count);
   if (element.hasAttDefs()) {
-    m_memory.count_work(element.getAttDefList().getAttDefCount());
+    m_memory->count_work(element.getAttDefList().getAttDefCount());
   }
 }
 
@@ -69,7 +58,7 @@ void DocumentRules::start_entity_reference(const xc::XMLEntityDecl& entity) {
   if (entity.isExternal()) {
     refuse_another_file();
   }
-  m_memory.entity_expanded(entity.getValueLen());
+  m_memory->entity_expanded(entity.getValueLen());
 }
 
 void DocumentRules::entity_declared(const xc::DTDEntityDecl& entity, bool is_parameter,
@@ -79,7 +68,7 @@ void DocumentRules::entity_declared(const xc::DTDEntityDecl& entity, bool is_par
                     entity.getPublicId(), entity.getSystemId(), entity.getNotationName()});
   (is_parameter ? m_parameter_entities : m_entities).add(entity.getName());
   if (entity.getValue() != nullptr) {
-    m_memory.entity_declared(entity.getValueLen());
+    m_memory->entity_declared(entity.getValueLen());
   }
 }
 
@@ -115,7 +104,7 @@ void DocumentRules::attribute_list_declared(const xc::DTDElementDecl& element) {
   const XMLSize_t attr_count = element.hasAttDefs() ? element.getAttDefList().getAttDefCount() : 0;
   for (XMLSize_t i = 0; i < attr_count; ++i) {
     const bool has_default = element.getAttDefList().getAttDef(i).getValue() != nullptr;
-    m_memory.count_work(has_default ? kWorkPerDefault : 0);
+    m_memory->count_work(has_default ? kWorkPerDefault : 0);
   }
 }
 
@@ -188,7 +177,7 @@ void DocumentRules::count_names_in(const XMLCh* content_model) {
 }
 
 void DocumentRules::note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts) {
-  m_memory.begin_piece();
+  m_memory->begin_piece();
   if (++m_declaration_count > kMaxDeclarations) {
     throw DocumentRefused();
   }

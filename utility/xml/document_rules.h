@@ -59,15 +59,13 @@ constexpr const XMLCh* kDocumentName = u"document";
 /// end.
 class DocumentRules {
  public:
-  explicit DocumentRules(XmlMemory& memory) : m_memory(memory) {}
-  DocumentRules(const DocumentRules&) = delete;
-  DocumentRules& operator=(const DocumentRules&) = delete;
+  explicit DocumentRules(XmlMemory& memory) : m_memory(&memory) {}
 
   /// Begins with a document of so many bytes: the memory is watched from now on.
   void begin(std::size_t bytes);
 
   /// Ends watching; to be called whatever has come of the document.
-  void end() { m_memory.unwatch(); }
+  void end() { m_memory->unwatch(); }
 
   /// Whether an error has been reported. The scanner goes on behind some, and leaves things out.
   bool is_damaged() const { return m_damaged; }
@@ -120,7 +118,7 @@ class DocumentRules {
   void count_names_in(const XMLCh* content_model);
   void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
 
-  XmlMemory& m_memory;
+  XmlMemory* m_memory;
   bool m_damaged = false;
   bool m_refers_to_another_file = false;
   bool m_in_internal_subset = false;

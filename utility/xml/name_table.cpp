@@ -43,14 +43,6 @@ void NameTable::add(const XMLCh* name) {
   }
 }
 
-void NameTable::clear() {
-  m_seen.clear();
-  m_hashes.clear();
-  for (Buckets& buckets : m_buckets) {
-    buckets.names.clear();
-  }
-}
-
 void NameTable::count_last(Buckets& buckets) const {
   const std::size_t size = buckets_for(m_hashes.size(), buckets.table);
   if (size == buckets.names.size()) {
