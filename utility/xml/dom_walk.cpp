@@ -128,7 +128,7 @@ bool is_deeper_than(std::size_t limit, const xc::DOMNode& top) {
   std::size_t depth = 0;
   for (Walk walk{&top, &top}; walk.node != nullptr; walk.go_on()) {
     if (is_nesting(*walk.node)) {
-      depth += walk.leaving ? std::size_t(-1) : 1;
+      depth = walk.leaving ? depth - 1 : depth + 1;
     }
     if (depth > limit) {
       return true;

@@ -68,10 +68,8 @@ void XmlMemory::count_bytes(std::size_t bytes) {
 
 void* XmlMemory::allocate(XMLSize_t size) {
   if (m_watching) {
-    if (size > m_max_bytes || m_in_use > m_max_bytes - size) {
-      throw DocumentRefused();
-    }
-    if (m_small_blocks > m_small_blocks_before + kMaxSmallBlocks) {
+    if (size > m_max_bytes || m_in_use > m_max_bytes - size ||
+        m_small_blocks > m_small_blocks_before + kMaxSmallBlocks) {
       throw DocumentRefused();
     }
     if (size == reader_size()) {
@@ -92,20 +90,17 @@ void* XmlMemory::allocate(XMLSize_t size) {
 }
 
 void* XmlMemory::allocate_from_reserve(std::size_t size) {
-  constexpr std::size_t kAlignment = alignof(std::max_align_t);
-  const std::size_t rounded = (size + kAlignment - 1) / kAlignment * kAlignment;
-  if (!m_releasing || rounded > kReserveSize - m_reserve_used) {
+  if (!m_releasing) {
     throw std::bad_alloc();
   }
-  void* const block = m_reserve.get() + m_reserve_used;
-  m_reserve_used += rounded;
+  void* const block = m_reserve.allocate(size);
   ++m_reserve_blocks;
   return block;
 }
 
 bool XmlMemory::is_in_reserve(const void* block) const {
-  return std::less_equal<>()(m_reserve.get(), static_cast<const char*>(block)) &&
-         std::less<>()(static_cast<const char*>(block), m_reserve.get() + kReserveSize);
+  const std::less<const void*> before;
+  return !before(block, m_put_by.get()) && before(block, m_put_by.get() + kReserveSize);
 }
 
 void XmlMemory::deallocate(void* block) {
@@ -114,7 +109,7 @@ void XmlMemory::deallocate(void* block) {
   }
   if (is_in_reserve(block)) {
     if (--m_reserve_blocks == 0) {
-      m_reserve_used = 0;
+      m_reserve.release();
     }
     return;
   }

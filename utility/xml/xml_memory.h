@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <unordered_map>
 #include <xercesc/framework/MemoryManager.hpp>
 
@@ -83,8 +84,9 @@ class XmlMemory final : public xc::MemoryManager {
   bool is_in_reserve(const void* block) const;
 
   std::unordered_map<void*, std::size_t> m_blocks;  // with their sizes
-  const std::unique_ptr<char[]> m_reserve = std::make_unique<char[]>(kReserveSize);
-  std::size_t m_reserve_used = 0;    // bytes
+  const std::unique_ptr<char[]> m_put_by = std::make_unique<char[]>(kReserveSize);
+  std::pmr::monotonic_buffer_resource m_reserve{m_put_by.get(), kReserveSize,
+                                                std::pmr::null_memory_resource()};
   std::size_t m_reserve_blocks = 0;  // in use; without any, all of it is free again
   bool m_releasing = false;
   bool m_watching = false;
