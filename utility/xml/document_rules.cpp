@@ -3,7 +3,6 @@
 #include "utility/xml/document_rules.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <string_view>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
@@ -133,8 +132,7 @@ void DocumentRules::count_name(const XMLCh* name) {
 }
 
 void DocumentRules::count_element(const xc::XMLElementDecl& element) {
-  const auto address = reinterpret_cast<std::uintptr_t>(&element);
-  const xc::XMLElementDecl*& counted = m_counted[address / sizeof element % m_counted.size()];
+  const xc::XMLElementDecl*& counted = m_counted[element.getId() % m_counted.size()];
   if (counted == &element) {
     return;
   }
