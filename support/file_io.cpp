@@ -1,3 +1,4 @@
+// A file is replaced by a complete one beside it; what is no file is written to as it is.
 #include "support/file_io.h"
 
 #include <dirent.h>
@@ -17,6 +18,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -38,7 +40,9 @@ class Descriptor {
  public:
   explicit Descriptor(int fd) : m_fd(fd) {}
   ~Descriptor() {
-    if (is_open()) ::close(m_fd);
+    if (is_open()) {
+      ::close(m_fd);
+    }
   }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
@@ -61,7 +65,9 @@ bool write_all(int fd, std::string_view text) {
   const WriteSignalBlock no_signals;
   while (!text.empty()) {
     const ssize_t written = uninterrupted([&] { return ::write(fd, text.data(), text.size()); });
-    if (written <= 0) return false;
+    if (written <= 0) {
+      return false;
+    }
     text.remove_prefix(static_cast<std::size_t>(written));
   }
   return true;
@@ -88,7 +94,9 @@ constexpr const char* kAccessList = "system.posix_acl_access";
 // permission bits would mean something else.
 bool copy_access_list(int from, int to) {
   const ssize_t size = ::fgetxattr(from, kAccessList, nullptr, 0);
-  if (size < 0) return errno == ENODATA || errno == ENOTSUP;
+  if (size < 0) {
+    return errno == ENODATA || errno == ENOTSUP;
+  }
   std::vector<char> list(static_cast<std::size_t>(size));
   return ::fgetxattr(from, kAccessList, list.data(), list.size()) == size &&
          ::fsetxattr(to, kAccessList, list.data(), list.size(), 0) == 0;
@@ -99,15 +107,18 @@ bool copy_access_list(int from, int to) {
 bool copy_permissions(int from, int to) {
   struct stat old_status;
   struct stat new_status;
-  if (::fstat(from, &old_status) != 0) return false;
+  if (::fstat(from, &old_status) != 0) {
+    return false;
+  }
   if (::fchown(to, old_status.st_uid, old_status.st_gid) != 0) {
     static_cast<void>(::fchown(to, static_cast<uid_t>(-1), old_status.st_gid) == 0);
   }
-  if (::fstat(to, &new_status) != 0 || !copy_access_list(from, to)) return false;
-  mode_t mode = old_status.st_mode & 07777;
-  if (new_status.st_uid != old_status.st_uid) mode &= ~static_cast<mode_t>(S_ISUID);
-  if (new_status.st_gid != old_status.st_gid) mode &= ~static_cast<mode_t>(S_ISGID);
-  return ::fchmod(to, mode) == 0;
+  if (::fstat(to, &new_status) != 0 || !copy_access_list(from, to)) {
+    return false;
+  }
+  const mode_t lost = (new_status.st_uid != old_status.st_uid ? S_ISUID : 0U) |
+                      (new_status.st_gid != old_status.st_gid ? S_ISGID : 0U);
+  return ::fchmod(to, old_status.st_mode & 07777U & ~lost) == 0;
 }
 
 constexpr const char* kTemporaryPrefix = ".fwbase-save-";
@@ -120,7 +131,9 @@ class TemporaryFile {
       : m_descriptor(create(directory, mode)),
         m_lock(::fcntl(m_descriptor.get(), F_DUPFD_CLOEXEC, 0)) {}
   ~TemporaryFile() {
-    if (!m_path.empty()) ::unlink(m_path.c_str());
+    if (!m_path.empty()) {
+      ::unlink(m_path.c_str());
+    }
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -128,7 +141,9 @@ class TemporaryFile {
   Descriptor& descriptor() { return m_descriptor; }
 
   bool rename_to(const std::string& path) {
-    if (::rename(m_path.c_str(), path.c_str()) != 0) return false;
+    if (::rename(m_path.c_str(), path.c_str()) != 0) {
+      return false;
+    }
     m_path.clear();
     return true;
   }
@@ -143,8 +158,10 @@ class TemporaryFile {
       m_path = directory + "/" + kTemporaryPrefix + std::to_string(::getpid()) + "-" +
                std::to_string(serial.fetch_add(1, std::memory_order_relaxed));
       const int fd = open_file(m_path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+      if (fd >= 0 && lock(fd)) {
+        return fd;
+      }
       if (fd >= 0) {
-        if (lock(fd)) return fd;
         ::close(fd);
       } else if (errno != EEXIST) {
         break;
@@ -158,7 +175,9 @@ class TemporaryFile {
   // locks, nobody takes one for a leftover.
   static bool lock(int fd) {
     struct stat status;
-    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+      return errno != EWOULDBLOCK;
+    }
     return ::fstat(fd, &status) == 0 && status.st_nlink > 0;
   }
 
@@ -172,10 +191,14 @@ void remove_leftovers(const std::string& directory) {
   const std::unique_ptr<DIR, int (*)(DIR*)> listing(::opendir(directory.c_str()), &::closedir);
   while (const dirent* const entry = listing ? ::readdir(listing.get()) : nullptr) {
     const char* const name = entry->d_name;
-    if (!std::string_view(name).starts_with(kTemporaryPrefix)) continue;
+    if (!std::string_view(name).starts_with(kTemporaryPrefix)) {
+      continue;
+    }
     const int at = ::dirfd(listing.get());
     const Descriptor file(::openat(at, name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    if (file.is_open() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) ::unlinkat(at, name, 0);
+    if (file.is_open() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0) {
+      ::unlinkat(at, name, 0);
+    }
   }
 }
 
@@ -188,7 +211,9 @@ bool sync_directory(const Descriptor& directory) {
 bool replace_file(const std::string& path, std::string_view text) {
   // A file that may not be written to is not replaced either.
   const Descriptor old_file(open_file(path, O_WRONLY | O_NONBLOCK | O_NOCTTY));
-  if (!old_file.is_open() && errno != ENOENT) return false;
+  if (!old_file.is_open() && errno != ENOENT) {
+    return false;
+  }
 
   const std::string directory_name = directory_of(path);
   const Descriptor directory(open_file(directory_name, O_RDONLY | O_DIRECTORY));
@@ -199,7 +224,9 @@ bool replace_file(const std::string& path, std::string_view text) {
       (!old_file.is_open() || copy_permissions(old_file.get(), descriptor.get())) &&
       write_all(descriptor.get(), text) && sync(descriptor.get()) && descriptor.close() &&
       new_file.rename_to(path) && sync_directory(directory);
-  if (replaced) remove_leftovers(directory_name);
+  if (replaced) {
+    remove_leftovers(directory_name);
+  }
   return replaced;
 }
 
@@ -210,32 +237,44 @@ bool names_a_file(const std::string& path) {
 }  // namespace
 
 std::string directory_of(const std::string& path) {
-  const std::size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
+  const std::string directory = std::filesystem::path(path).parent_path();
+  return directory.empty() ? "." : directory;
 }
 
 Target find_target(std::string& path) {
   struct stat status;
   const bool exists = ::stat(path.c_str(), &status) == 0;
-  if (!exists && errno != ENOENT) return Target::kNone;
-  if (exists && S_ISDIR(status.st_mode)) return Target::kNone;
-  if (exists && !S_ISREG(status.st_mode)) return Target::kStream;
+  if (exists ? S_ISDIR(status.st_mode) : errno != ENOENT) {
+    return Target::kNone;
+  }
+  if (exists && !S_ISREG(status.st_mode)) {
+    return Target::kStream;
+  }
   for (int links = 0; links < kMaxLinks; ++links) {
     std::string target;
-    if (!read_link(path, target)) return Target::kNone;
-    if (target.empty()) return Target::kFile;
+    if (!read_link(path, target)) {
+      return Target::kNone;
+    }
+    if (target.empty()) {
+      return Target::kFile;
+    }
     // A link in /proc stands for an open file, whose name may be another file's by now.
     struct statfs file_system;
-    if (::statfs(directory_of(path).c_str(), &file_system) != 0) return Target::kNone;
-    if (file_system.f_type == PROC_SUPER_MAGIC) return exists ? Target::kStream : Target::kNone;
+    if (::statfs(directory_of(path).c_str(), &file_system) != 0) {
+      return Target::kNone;
+    }
+    if (file_system.f_type == PROC_SUPER_MAGIC) {
+      return exists ? Target::kStream : Target::kNone;
+    }
     path = target.front() == '/' ? target : directory_of(path) + "/" + target;
   }
   return Target::kNone;
 }
 
 ReadResult read_file(const std::string& path, std::size_t max_size, std::string& text) {
-  if (!names_a_file(path)) return ReadResult::kNoFile;
+  if (!names_a_file(path)) {
+    return ReadResult::kNoFile;
+  }
   // Without O_NONBLOCK, opening a pipe would wait for a writer.
   const Descriptor file(open_file(path, O_RDONLY | O_NONBLOCK | O_NOCTTY));
   struct stat status;
@@ -243,32 +282,33 @@ ReadResult read_file(const std::string& path, std::size_t max_size, std::string&
     return ReadResult::kNoFile;
   }
   const auto expected = static_cast<std::size_t>(status.st_size);
-  if (expected > max_size) return ReadResult::kTooLarge;
+  if (expected > max_size) {
+    return ReadResult::kTooLarge;
+  }
   text.clear();
   text.reserve(expected);
   static constexpr std::size_t kBlock = std::size_t{64} * 1024;
   const std::unique_ptr<char[]> block(new char[kBlock]);
   for (;;) {
     const ssize_t size = uninterrupted([&] { return ::read(file.get(), block.get(), kBlock); });
-    if (size < 0) return ReadResult::kNoFile;
-    if (size == 0) return ReadResult::kOk;
-    if (static_cast<std::size_t>(size) > max_size - text.size()) return ReadResult::kTooLarge;
+    if (size < 0) {
+      return ReadResult::kNoFile;
+    }
+    if (size == 0) {
+      return ReadResult::kOk;
+    }
+    if (static_cast<std::size_t>(size) > max_size - text.size()) {
+      return ReadResult::kTooLarge;
+    }
     text.append(block.get(), static_cast<std::size_t>(size));
   }
 }
 
 bool write_file(const std::string& path, std::string_view text) {
-  if (!names_a_file(path)) return false;
   std::string real_path = path;
-  switch (find_target(real_path)) {
-    case Target::kFile:
-      return replace_file(real_path, text);
-    case Target::kStream:
-      return write_stream(path, text);
-    case Target::kNone:
-      break;
-  }
-  return false;
+  const Target target = names_a_file(path) ? find_target(real_path) : Target::kNone;
+  return target == Target::kFile ? replace_file(real_path, text)
+                                 : target == Target::kStream && write_stream(path, text);
 }
 
 }  // namespace support

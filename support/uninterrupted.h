@@ -10,7 +10,9 @@ namespace support {
 template <typename Call>
 auto uninterrupted(Call call) {
   auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
+  while (result < 0 && errno == EINTR) {
+    result = call();
+  }
   return result;
 }
 

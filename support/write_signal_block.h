@@ -18,13 +18,14 @@ namespace support {
 class WriteSignalBlock {
  public:
   WriteSignalBlock() {
-    sigemptyset(&m_signals);
-    sigaddset(&m_signals, SIGPIPE);
-    sigaddset(&m_signals, SIGXFSZ);
     sigset_t pending;
     sigpending(&pending);
-    if (sigismember(&pending, SIGPIPE)) sigdelset(&m_signals, SIGPIPE);
-    if (sigismember(&pending, SIGXFSZ)) sigdelset(&m_signals, SIGXFSZ);
+    sigemptyset(&m_signals);
+    for (const int signal : {SIGPIPE, SIGXFSZ}) {
+      if (!sigismember(&pending, signal)) {
+        sigaddset(&m_signals, signal);
+      }
+    }
     pthread_sigmask(SIG_BLOCK, &m_signals, &m_before);
   }
   ~WriteSignalBlock() {

@@ -1,12 +1,15 @@
+// Plain ASCII, the usual text, is copied; everything else goes through iconv(3).
 #include "utility/text_codec.h"
 
 #include <iconv.h>
 #include <langinfo.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace utility {
@@ -36,7 +39,9 @@ class Converter {
   // kFailed when in is not valid, not complete or not expressible.
   static constexpr std::size_t kFailed = static_cast<std::size_t>(-1);
   std::size_t convert(const char* in, std::size_t in_size, char* out, std::size_t out_size) {
-    if (!open_for(code_page())) return kFailed;
+    if (!open_for(code_page())) {
+      return kFailed;
+    }
     iconv(m_descriptor, nullptr, nullptr, nullptr, nullptr);
     char* source = const_cast<char*>(in);  // iconv(3) does not write to it
     char* target = out;
@@ -51,7 +56,9 @@ class Converter {
 
   // False when there is no such conversion, or no memory for it.
   bool open_for(const char* wanted) {
-    if (is_open() && m_code_page == wanted) return true;
+    if (is_open() && m_code_page == wanted) {
+      return true;
+    }
     close();
     m_code_page = wanted;
     m_descriptor = m_direction == Direction::kToDom ? iconv_open(kDomEncoding, wanted)
@@ -83,14 +90,32 @@ class Converter {
   std::string m_code_page;
 };
 
-Converter& converter_to_dom() {
-  thread_local Converter converter(Converter::Direction::kToDom);
-  return converter;
+struct Converters {
+  Converter to_dom{Converter::Direction::kToDom};
+  Converter to_narrow{Converter::Direction::kToNarrow};
+};
+
+pthread_key_t key;
+const bool has_key =
+    ::pthread_key_create(&key, [](void* own) { delete static_cast<Converters*>(own); }) == 0;
+
+// Those of the calling thread, null without memory. Not thread_local: the C library ends the
+// process when it has no memory to note a destructor.
+Converters* converters() {
+  auto* const own = has_key ? static_cast<Converters*>(::pthread_getspecific(key)) : nullptr;
+  if (own != nullptr || !has_key) {
+    return own;
+  }
+  std::unique_ptr<Converters> made(new (std::nothrow) Converters);
+  const bool is_kept = made != nullptr && ::pthread_setspecific(key, made.get()) == 0;
+  return is_kept ? made.release() : nullptr;
 }
 
-Converter& converter_to_narrow() {
-  thread_local Converter converter(Converter::Direction::kToNarrow);
-  return converter;
+std::size_t convert(Converter Converters::*direction, const char* in, std::size_t in_size,
+                    char* out, std::size_t out_size) {
+  Converters* const own = converters();
+  return own == nullptr ? Converter::kFailed
+                        : (own->*direction).convert(in, in_size, out, out_size);
 }
 
 bool is_plain(char c) { return static_cast<unsigned char>(c) - 1U < 0x7FU; }  // ASCII, not zero
@@ -99,24 +124,11 @@ bool is_plain(XMLCh c) { return c - 1U < 0x7FU; }
 constexpr std::size_t kMaxBytesPerUnit = 8;  // more than any code page takes for one UTF-16 unit
 
 void append_utf8(char32_t c, std::string& out) {
-  constexpr char32_t kLowBits = 0x3F;
-  const auto trail = [&](unsigned int shift) {
-    out.push_back(static_cast<char>(0x80U | ((c >> shift) & kLowBits)));
-  };
-  if (c < 0x80) {
-    out.push_back(static_cast<char>(c));
-  } else if (c < 0x800) {
-    out.push_back(static_cast<char>(0xC0U | (c >> 6U)));
-    trail(0);
-  } else if (c < 0x10000) {
-    out.push_back(static_cast<char>(0xE0U | (c >> 12U)));
-    trail(6);
-    trail(0);
-  } else {
-    out.push_back(static_cast<char>(0xF0U | (c >> 18U)));
-    trail(12);
-    trail(6);
-    trail(0);
+  constexpr unsigned char kLeads[] = {0, 0xC0, 0xE0, 0xF0};  // by the bytes that follow
+  const unsigned int trails = c < 0x80 ? 0 : c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+  out.push_back(static_cast<char>(kLeads[trails] | c >> 6 * trails));
+  for (unsigned int left = trails; left-- > 0;) {
+    out.push_back(static_cast<char>(0x80U | (c >> 6 * left & 0x3FU)));
   }
 }
 
@@ -127,12 +139,16 @@ bool to_dom_text(std::string_view narrow, DomText& out) {
     out.assign(narrow.begin(), narrow.end());
     return true;
   }
-  if (narrow.find('\0') != std::string_view::npos) return false;
+  if (narrow.find('\0') != std::string_view::npos) {
+    return false;
+  }
   out.resize(2 * narrow.size());  // a byte may stand for two units (a base and a mark)
   const std::size_t bytes =
-      converter_to_dom().convert(narrow.data(), narrow.size(), reinterpret_cast<char*>(out.data()),
-                                 out.size() * sizeof(XMLCh));
-  if (bytes == Converter::kFailed) return false;
+      convert(&Converters::to_dom, narrow.data(), narrow.size(),
+              reinterpret_cast<char*>(out.data()), out.size() * sizeof(XMLCh));
+  if (bytes == Converter::kFailed) {
+    return false;
+  }
   out.resize(bytes / sizeof(XMLCh));
   return true;
 }
@@ -144,12 +160,16 @@ bool to_narrow_text(std::basic_string_view<XMLCh> text, std::string& out) {
                    [](XMLCh c) { return static_cast<char>(c); });
     return true;
   }
-  if (text.find(XMLCh(0)) != text.npos) return false;
+  if (text.find(XMLCh(0)) != text.npos) {
+    return false;
+  }
   out.resize(kMaxBytesPerUnit * text.size());
   const std::size_t bytes =
-      converter_to_narrow().convert(reinterpret_cast<const char*>(text.data()),
-                                    text.size() * sizeof(XMLCh), out.data(), out.size());
-  if (bytes == Converter::kFailed) return false;
+      convert(&Converters::to_narrow, reinterpret_cast<const char*>(text.data()),
+              text.size() * sizeof(XMLCh), out.data(), out.size());
+  if (bytes == Converter::kFailed) {
+    return false;
+  }
   out.resize(bytes);
   return true;
 }
@@ -174,8 +194,10 @@ std::string to_utf8_text(const std::string& narrow) {
 
 void prepare_conversions() noexcept {
   try {
-    converter_to_dom().open_for(code_page());
-    converter_to_narrow().open_for(code_page());
+    if (Converters* const own = converters()) {
+      own->to_dom.open_for(code_page());
+      own->to_narrow.open_for(code_page());
+    }
   } catch (const std::bad_alloc&) {  // the child tries again
   }
 }

@@ -437,8 +437,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
 
   // Elements of one name share their declaration.
   Document::NameId id_of(const xc::XMLElementDecl& element) {
-    const auto address = reinterpret_cast<std::uintptr_t>(&element);
-    Seen& seen = m_seen[address / sizeof element % m_seen.size()];
+    Seen& seen = m_seen[element.getId() % m_seen.size()];
     if (seen.element != &element) {
       seen = {&element, id_of(element.getFullName())};
     }

@@ -294,7 +294,8 @@ void deallocate(void* memory) {
 // What the XML library leaves behind without memory, as in alloc_faults.cpp.
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-  return "leak:ucnv_createConverter\nleak:xercesc_3_2::MemoryManagerImpl::allocate\n";
+  return "leak:ucnv_createConverter\n"
+         "leak:xercesc_3_2::MemoryManagerImpl::allocate\nleak:PlatformMemory::allocate\n";
 }
 
 void* operator new(std::size_t size) { return allocate_or_throw(size); }

@@ -13,10 +13,6 @@
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
-using std::string_view_literals::operator""sv;
-
 constexpr bool is_high_surrogate(char32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 constexpr bool is_low_surrogate(char32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -42,10 +38,19 @@ struct Units {
 
 // By the first characters of the text: a byte order mark or "<".
 Units units_of(std::string_view text) {
-  if (text.starts_with("<\0\0\0"sv) || text.starts_with("\xFF\xFE\0\0"sv)) return {4, false};
-  if (text.starts_with("\0\0\0<"sv) || text.starts_with("\0\0\xFE\xFF"sv)) return {4, true};
-  if (text.starts_with("<\0"sv) || text.starts_with("\xFF\xFE"sv)) return {2, false};
-  if (text.starts_with("\0<"sv) || text.starts_with("\xFE\xFF"sv)) return {2, true};
+  using std::string_view_literals::operator""sv;
+  if (text.starts_with("<\0\0\0"sv) || text.starts_with("\xFF\xFE\0\0"sv)) {
+    return {4, false};
+  }
+  if (text.starts_with("\0\0\0<"sv) || text.starts_with("\0\0\xFE\xFF"sv)) {
+    return {4, true};
+  }
+  if (text.starts_with("<\0"sv) || text.starts_with("\xFF\xFE"sv)) {
+    return {2, false};
+  }
+  if (text.starts_with("\0<"sv) || text.starts_with("\xFE\xFF"sv)) {
+    return {2, true};
+  }
   return {1, false};
 }
 
@@ -58,23 +63,18 @@ char32_t unit_at(std::string_view text, std::size_t at, Units units) {
   return unit;
 }
 
-bool is_whole_utf16(std::string_view text, Units units) {
+// Whether a text in units of two or four bytes, of which only the former may be surrogates, is
+// whole.
+bool is_whole_wide(std::string_view text, Units units) {
   SurrogatePairs pairs;
   for (std::size_t at = 0; at < text.size(); at += units.size) {
     const char32_t unit = unit_at(text, at, units);
-    if (unit == 0 || !pairs.take(unit)) return false;
-  }
-  return pairs.complete();
-}
-
-bool is_whole_utf32(std::string_view text, Units units) {
-  for (std::size_t at = 0; at < text.size(); at += units.size) {
-    const char32_t unit = unit_at(text, at, units);
-    if (unit == 0 || unit > 0x10FFFF || is_high_surrogate(unit) || is_low_surrogate(unit)) {
+    const bool is_surrogate = is_high_surrogate(unit) || is_low_surrogate(unit);
+    if (unit == 0 || unit > 0x10FFFF || (units.size == 4 && is_surrogate) || !pairs.take(unit)) {
       return false;
     }
   }
-  return true;
+  return pairs.complete();
 }
 
 // Whether a character of UTF-8 is cut off at the end. The library takes lead bytes of up to eight
@@ -84,7 +84,9 @@ bool ends_in_a_character_of_utf8(std::string_view text) {
   const std::string_view end = text.substr(text.size() - std::min(text.size(), kLongest));
   for (std::size_t left = 1; left <= end.size(); ++left) {
     const auto byte = static_cast<unsigned char>(end[end.size() - left]);
-    if (byte >= 0xC0) return static_cast<std::size_t>(std::countl_one(byte)) > left;
+    if (byte >= 0xC0) {
+      return static_cast<std::size_t>(std::countl_one(byte)) > left;
+    }
   }
   return false;
 }
@@ -108,7 +110,7 @@ class Decoder {
   }
 
   bool takes_all(std::string_view text) {
-    constexpr std::string_view kBlanks = "    "sv;
+    constexpr std::string_view kBlanks = "    ";
     return m_transcoder != nullptr && takes(text) && takes(kBlanks) && m_pairs.complete();
   }
 
@@ -128,7 +130,9 @@ class Decoder {
       const bool good = std::all_of(m_characters, m_characters + count, [this](XMLCh unit) {
         return !is_replacement(unit) && m_pairs.take(unit);
       });
-      if (eaten == 0 || !good) return false;
+      if (eaten == 0 || !good) {
+        return false;
+      }
       text.remove_prefix(eaten);
     }
     return true;
@@ -150,10 +154,15 @@ bool is_utf8(const XMLCh* encoding) {
 
 bool is_whole(std::string_view text, const XMLCh* encoding, xc::MemoryManager& memory) {
   const Units units = units_of(text);
-  if (text.size() % units.size != 0) return false;
-  if (units.size == 4) return is_whole_utf32(text, units);
-  if (units.size == 2) return is_whole_utf16(text, units);
-  if (text.find('\0') != std::string_view::npos) return false;
+  if (text.size() % units.size != 0) {
+    return false;
+  }
+  if (units.size > 1) {
+    return is_whole_wide(text, units);
+  }
+  if (text.find('\0') != std::string_view::npos) {
+    return false;
+  }
   if (is_utf8(encoding)) {
     return !has_a_lead_byte_beyond_utf8(text) && !ends_in_a_character_of_utf8(text);
   }

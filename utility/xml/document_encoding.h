@@ -1,6 +1,8 @@
 #ifndef UTILITY_XML_DOCUMENT_ENCODING_H
 #define UTILITY_XML_DOCUMENT_ENCODING_H
 
+#include "utility/xml/xc.h"
+
 #include <string_view>
 #include <xercesc/framework/MemoryManager.hpp>
 
@@ -19,8 +21,7 @@ namespace utility {
 /// argument of XMLDocumentHandler::XMLDecl()), null for UTF-8.
 ///
 /// Throws when memory runs out.
-bool is_whole(std::string_view text, const XMLCh* encoding,
-              XERCES_CPP_NAMESPACE::MemoryManager& memory);
+bool is_whole(std::string_view text, const XMLCh* encoding, xc::MemoryManager& memory);
 
 }  // namespace utility
 

@@ -3,6 +3,7 @@
 
 #include "utility/xml/document_rules.h"
 #include "utility/xml/no_validation.h"
+#include "utility/xml/xc.h"
 #include "utility/xml/xml_memory.h"
 
 #include <new>
@@ -33,32 +34,66 @@ class GuardedParser : protected ParserMemory, public Parser {
 
   // What the scanner reports.
 
-  void error(unsigned int code, const XMLCh* domain,
-             XERCES_CPP_NAMESPACE::XMLErrorReporter::ErrTypes type, const XMLCh* text,
-             const XMLCh* system_id, const XMLCh* public_id, XMLFileLoc line,
-             XMLFileLoc column) override;
-  XERCES_CPP_NAMESPACE::InputSource* resolveEntity(
-      XERCES_CPP_NAMESPACE::XMLResourceIdentifier* resource) override;
-  void startIntSubset() override;
-  void endIntSubset() override;
-  void startElement(const XERCES_CPP_NAMESPACE::XMLElementDecl& element, unsigned int uri,
-                    const XMLCh* prefix,
-                    const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
-                    XMLSize_t attr_count, bool is_empty, bool is_root) override;
-  void endElement(const XERCES_CPP_NAMESPACE::XMLElementDecl& element, unsigned int uri,
-                  bool is_root, const XMLCh* prefix) override;
-  void startEntityReference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity) override;
-  void endEntityReference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity) override;
-  void entityDecl(const XERCES_CPP_NAMESPACE::DTDEntityDecl& entity, bool is_parameter,
-                  bool is_ignored) override;
-  void elementDecl(const XERCES_CPP_NAMESPACE::DTDElementDecl& element, bool is_ignored) override;
-  void attDef(const XERCES_CPP_NAMESPACE::DTDElementDecl& element,
-              const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored) override;
-  void endAttList(const XERCES_CPP_NAMESPACE::DTDElementDecl& element) override;
-  void notationDecl(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation,
-                    bool is_ignored) override;
+  void error(unsigned int code, const XMLCh* domain, xc::XMLErrorReporter::ErrTypes type,
+             const XMLCh*, const XMLCh*, const XMLCh*, XMLFileLoc, XMLFileLoc) override {
+    m_rules.error(code, domain, type);
+  }
+  xc::InputSource* resolveEntity(xc::XMLResourceIdentifier*) override {
+    return m_rules.resolve_entity();
+  }
+  void startIntSubset() override {
+    m_rules.start_internal_subset();
+    Parser::startIntSubset();
+  }
+  void endIntSubset() override {
+    m_rules.end_internal_subset();
+    Parser::endIntSubset();
+  }
+  void startElement(const xc::XMLElementDecl& element, unsigned int uri, const XMLCh* prefix,
+                    const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count, bool is_empty,
+                    bool is_root) override {
+    m_rules.start_element(element, attrs, attr_count);
+    Parser::startElement(element, uri, prefix, attrs, attr_count, is_empty, is_root);
+  }
+  void endElement(const xc::XMLElementDecl& element, unsigned int uri, bool is_root,
+                  const XMLCh* prefix) override {
+    m_rules.end_element();
+    Parser::endElement(element, uri, is_root, prefix);
+  }
+  void startEntityReference(const xc::XMLEntityDecl& entity) override {
+    m_rules.start_entity_reference(entity);
+    Parser::startEntityReference(entity);
+  }
+  void endEntityReference(const xc::XMLEntityDecl& entity) override {
+    m_rules.end_entity_reference();
+    Parser::endEntityReference(entity);
+  }
+  void entityDecl(const xc::DTDEntityDecl& entity, bool is_parameter, bool is_ignored) override {
+    Parser::entityDecl(entity, is_parameter, is_ignored);
+    m_rules.entity_declared(entity, is_parameter, is_ignored);
+  }
+  void elementDecl(const xc::DTDElementDecl& element, bool is_ignored) override {
+    Parser::elementDecl(element, is_ignored);
+    m_rules.element_declared(element, is_ignored);
+  }
+  void attDef(const xc::DTDElementDecl& element, const xc::DTDAttDef& attr,
+              bool is_ignored) override {
+    Parser::attDef(element, attr, is_ignored);
+    m_rules.attribute_declared(element, attr, is_ignored);
+  }
+  void endAttList(const xc::DTDElementDecl& element) override {
+    m_rules.attribute_list_declared(element);
+    Parser::endAttList(element);
+  }
+  void notationDecl(const xc::XMLNotationDecl& notation, bool is_ignored) override {
+    Parser::notationDecl(notation, is_ignored);
+    m_rules.notation_declared(notation, is_ignored);
+  }
   void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
-               const XMLCh* actual_encoding) override;
+               const XMLCh* actual_encoding) override {
+    m_encoding = actual_encoding;
+    Parser::XMLDecl(version, encoding, standalone, actual_encoding);
+  }
 
  protected:
   /// Reads text with the parser as it is set up. False when the text is not a well-formed document
@@ -75,7 +110,7 @@ class GuardedParser : protected ParserMemory, public Parser {
 
   // The scanner reports errors, and asks for entities, only when there is a handler for them. It
   // then calls this class's functions, which let no call through to the handler.
-  XERCES_CPP_NAMESPACE::HandlerBase m_handler;
+  xc::HandlerBase m_handler;
 
   /// A derived class that handles elements and entity references without Parser tells it of them.
   DocumentRules m_rules{m_memory};
@@ -86,17 +121,15 @@ class GuardedParser : protected ParserMemory, public Parser {
 };
 
 /// The library's DOM parser.
-class DomParser : public XERCES_CPP_NAMESPACE::XercesDOMParser {
+class DomParser : public xc::XercesDOMParser {
  public:
-  DomParser(NoValidation* validator, XmlMemory* memory)
-      : XERCES_CPP_NAMESPACE::XercesDOMParser(validator, memory) {}
+  DomParser(NoValidation* validator, XmlMemory* memory) : xc::XercesDOMParser(validator, memory) {}
 };
 
 /// The library's SAX2 reader.
-class SaxReader : public XERCES_CPP_NAMESPACE::SAX2XMLReaderImpl {
+class SaxReader : public xc::SAX2XMLReaderImpl {
  public:
-  SaxReader(NoValidation* validator, XmlMemory* memory)
-      : XERCES_CPP_NAMESPACE::SAX2XMLReaderImpl(memory) {
+  SaxReader(NoValidation* validator, XmlMemory* memory) : xc::SAX2XMLReaderImpl(memory) {
     setValidator(validator);
   }
 };

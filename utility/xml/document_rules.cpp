@@ -1,7 +1,8 @@
+// Each report of the scanner is counted or looked at by itself; the work that it does between two
+// reports is bounded by its memory.
 #include "utility/xml/document_rules.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <string_view>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
@@ -9,57 +10,54 @@
 
 namespace utility {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 void DocumentRules::begin(std::size_t bytes) {
-  m_damaged = false;
-  m_refers_to_another_file = false;
-  m_in_internal_subset = false;
-  m_depth = 0;
-  m_declaration_count = 0;
-  m_declarations.clear();
-  for (NameTable* const names : {&m_names, &m_elements, &m_declared_elements, &m_entities,
-                                 &m_parameter_entities, &m_notations}) {
-    names->clear();
-  }
-  m_declared_attributes.clear();
-  m_counted.fill(nullptr);
-  m_memory.watch(kMaxMemory + kMaxMemoryPerByte * bytes,
-                 kMaxExpansions + bytes / kBytesPerExpansion, kMaxWork + kMaxWorkPerByte * bytes);
+  *this = DocumentRules(*m_memory);
+  m_memory->watch(kMaxMemory + kMaxMemoryPerByte * bytes,
+                  kMaxExpansions + bytes / kBytesPerExpansion, kMaxWork + kMaxWorkPerByte * bytes);
 }
 
 void DocumentRules::error(unsigned int code, const XMLCh* domain,
                           xc::XMLErrorReporter::ErrTypes type) {
-  if (type == xc::XMLErrorReporter::ErrType_Warning) return;
+  if (type == xc::XMLErrorReporter::ErrType_Warning) {
+    return;
+  }
   // Validity does not matter here, with one exception: a reference to an unknown entity is left
   // out of the document and would be lost silently.
   const bool validity = xc::XMLString::equals(domain, xc::XMLUni::fgValidityDomain);
-  if (!validity || code == xc::XMLValid::VC_EntityNotFound) m_damaged = true;
+  if (!validity || code == xc::XMLValid::VC_EntityNotFound) {
+    m_damaged = true;
+  }
 }
 
 // Asked for the external DTD subset, which validation wants in spite of the setting and which is
 // left out, and for external entities, without which the document would not be whole.
 xc::InputSource* DocumentRules::resolve_entity() {
-  if (m_in_internal_subset) refuse_another_file();
+  if (m_in_internal_subset) {
+    refuse_another_file();
+  }
   m_has_external_subset = true;
   static constexpr XMLByte kNothing[] = {'\n'};  // no bytes at all would be an error
-  return new (&m_memory)
-      xc::MemBufInputSource(kNothing, sizeof(kNothing), kDocumentName, false, &m_memory);
+  return new (m_memory)
+      xc::MemBufInputSource(kNothing, sizeof(kNothing), kDocumentName, false, m_memory);
 }
 
 void DocumentRules::start_element(const xc::XMLElementDecl& element,
                                   const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count) {
   enter();
-  m_memory.begin_piece();
+  m_memory->begin_piece();
   count_element(element);
   count_attributes(attrs, attr_count);
-  if (element.hasAttDefs()) m_memory.count_work(element.getAttDefList().getAttDefCount());
+  if (element.hasAttDefs()) {
+    m_memory->count_work(element.getAttDefList().getAttDefCount());
+  }
 }
 
 void DocumentRules::start_entity_reference(const xc::XMLEntityDecl& entity) {
   enter();
-  if (entity.isExternal()) refuse_another_file();
-  m_memory.expansion_was_of(entity.getValueLen());
+  if (entity.isExternal()) {
+    refuse_another_file();
+  }
+  m_memory->entity_expanded(entity.getValueLen());
 }
 
 void DocumentRules::entity_declared(const xc::DTDEntityDecl& entity, bool is_parameter,
@@ -68,7 +66,9 @@ void DocumentRules::entity_declared(const xc::DTDEntityDecl& entity, bool is_par
                    {is_parameter ? u"%" : u"&", entity.getName(), entity.getValue(),
                     entity.getPublicId(), entity.getSystemId(), entity.getNotationName()});
   (is_parameter ? m_parameter_entities : m_entities).add(entity.getName());
-  if (entity.getValue() != nullptr) m_memory.entity_declared(entity.getValueLen());
+  if (entity.getValue() != nullptr) {
+    m_memory->entity_declared(entity.getValueLen());
+  }
 }
 
 void DocumentRules::element_declared(const xc::DTDElementDecl& element, bool is_ignored) {
@@ -96,6 +96,17 @@ void DocumentRules::attribute_declared(const xc::DTDElementDecl& element, const 
   }
 }
 
+// The DOM makes all default values of the element anew, for each of its lists of attributes. Other
+// parsers refuse what the DOM would.
+void DocumentRules::attribute_list_declared(const xc::DTDElementDecl& element) {
+  constexpr std::size_t kWorkPerDefault = 100;
+  const XMLSize_t attr_count = element.hasAttDefs() ? element.getAttDefList().getAttDefCount() : 0;
+  for (XMLSize_t i = 0; i < attr_count; ++i) {
+    const bool has_default = element.getAttDefList().getAttDef(i).getValue() != nullptr;
+    m_memory->count_work(has_default ? kWorkPerDefault : 0);
+  }
+}
+
 void DocumentRules::notation_declared(const xc::XMLNotationDecl& notation, bool is_ignored) {
   note_declaration(is_ignored, {u"notation", notation.getName(), notation.getPublicId(),
                                 notation.getSystemId()});
@@ -108,18 +119,23 @@ void DocumentRules::refuse_another_file() {
 }
 
 void DocumentRules::enter() {
-  if (++m_depth > kMaxNesting) throw DocumentRefused();
+  if (++m_depth > kMaxNesting) {
+    throw DocumentRefused();
+  }
 }
 
 void DocumentRules::count_name(const XMLCh* name) {
   m_names.add(name);
-  if (m_names.size() > kMaxNames) throw DocumentRefused();
+  if (m_names.size() > kMaxNames) {
+    throw DocumentRefused();
+  }
 }
 
 void DocumentRules::count_element(const xc::XMLElementDecl& element) {
-  const auto address = reinterpret_cast<std::uintptr_t>(&element);
-  const xc::XMLElementDecl*& counted = m_counted[address / sizeof element % m_counted.size()];
-  if (counted == &element) return;
+  const xc::XMLElementDecl*& counted = m_counted[element.getId() % m_counted.size()];
+  if (counted == &element) {
+    return;
+  }
   count_name(element.getFullName());
   const xc::XMLElementDecl::CreateReasons reason = element.getCreateReason();
   if (reason == xc::XMLElementDecl::NoReason || reason == xc::XMLElementDecl::JustFaultIn) {
@@ -130,11 +146,19 @@ void DocumentRules::count_element(const xc::XMLElementDecl& element) {
 
 void DocumentRules::count_attributes(const xc::RefVectorOf<xc::XMLAttr>& attrs,
                                      XMLSize_t attr_count) {
-  if (attr_count > kMaxAttributes) throw DocumentRefused();
-  for (XMLSize_t i = 0; i < attr_count; ++i) count_name(attrs.elementAt(i)->getName());
-  if (attr_count <= kMaxNamesPerBucket) return;
+  if (attr_count > kMaxAttributes) {
+    throw DocumentRefused();
+  }
+  for (XMLSize_t i = 0; i < attr_count; ++i) {
+    count_name(attrs.elementAt(i)->getName());
+  }
+  if (attr_count <= kMaxNamesPerBucket) {
+    return;
+  }
   NameTable tag{kTag};
-  for (XMLSize_t i = 0; i < attr_count; ++i) tag.add(attrs.elementAt(i)->getName());
+  for (XMLSize_t i = 0; i < attr_count; ++i) {
+    tag.add(attrs.elementAt(i)->getName());
+  }
 }
 
 // The library keeps a declaration for each of them.
@@ -143,17 +167,25 @@ void DocumentRules::count_names_in(const XMLCh* content_model) {
   std::basic_string_view<XMLCh> rest(content_model);
   while (!rest.empty()) {
     const std::size_t size = std::min(rest.find_first_of(kDelimiters), rest.size());
-    if (size != 0) m_declared_elements.add(DomText(rest.substr(0, size)).c_str());
+    if (size != 0) {
+      m_declared_elements.add(DomText(rest.substr(0, size)).c_str());
+    }
     rest.remove_prefix(std::min(size + 1, rest.size()));
   }
 }
 
 void DocumentRules::note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts) {
-  m_memory.begin_piece();
-  if (++m_declaration_count > kMaxDeclarations) throw DocumentRefused();
-  if (is_ignored) return;
+  m_memory->begin_piece();
+  if (++m_declaration_count > kMaxDeclarations) {
+    throw DocumentRefused();
+  }
+  if (is_ignored) {
+    return;
+  }
   for (const XMLCh* const part : parts) {
-    if (part != nullptr) m_declarations += part;
+    if (part != nullptr) {
+      m_declarations += part;
+    }
     m_declarations += XMLCh(0);  // in no part: no two lists of declarations look the same
   }
 }

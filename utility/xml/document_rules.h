@@ -3,6 +3,7 @@
 
 #include "utility/text_codec.h"
 #include "utility/xml/name_table.h"
+#include "utility/xml/xc.h"
 #include "utility/xml/xml_memory.h"
 
 #include <array>
@@ -58,15 +59,13 @@ constexpr const XMLCh* kDocumentName = u"document";
 /// end.
 class DocumentRules {
  public:
-  explicit DocumentRules(XmlMemory& memory) : m_memory(memory) {}
-  DocumentRules(const DocumentRules&) = delete;
-  DocumentRules& operator=(const DocumentRules&) = delete;
+  explicit DocumentRules(XmlMemory& memory) : m_memory(&memory) {}
 
   /// Begins with a document of so many bytes: the memory is watched from now on.
   void begin(std::size_t bytes);
 
   /// Ends watching; to be called whatever has come of the document.
-  void end() { m_memory.unwatch(); }
+  void end() { m_memory->unwatch(); }
 
   /// Whether an error has been reported. The scanner goes on behind some, and leaves things out.
   bool is_damaged() const { return m_damaged; }
@@ -84,46 +83,42 @@ class DocumentRules {
 
   // XMLErrorReporter
 
-  void error(unsigned int code, const XMLCh* domain,
-             XERCES_CPP_NAMESPACE::XMLErrorReporter::ErrTypes type);
+  void error(unsigned int code, const XMLCh* domain, xc::XMLErrorReporter::ErrTypes type);
 
   // XMLEntityHandler
 
   /// What is read in place of something outside the file; the caller gets it to delete it.
-  XERCES_CPP_NAMESPACE::InputSource* resolve_entity();
+  xc::InputSource* resolve_entity();
 
   // XMLDocumentHandler; an element without content begins and ends, as any other.
 
-  void start_element(const XERCES_CPP_NAMESPACE::XMLElementDecl& element,
-                     const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
+  void start_element(const xc::XMLElementDecl& element, const xc::RefVectorOf<xc::XMLAttr>& attrs,
                      XMLSize_t attr_count);
   void end_element() { --m_depth; }
-  void start_entity_reference(const XERCES_CPP_NAMESPACE::XMLEntityDecl& entity);
+  void start_entity_reference(const xc::XMLEntityDecl& entity);
   void end_entity_reference() { --m_depth; }
 
   // DocTypeHandler; the declarations when the parser has done with them, for they are changed.
 
   void start_internal_subset() { m_in_internal_subset = true; }
   void end_internal_subset() { m_in_internal_subset = false; }
-  void entity_declared(const XERCES_CPP_NAMESPACE::DTDEntityDecl& entity, bool is_parameter,
-                       bool is_ignored);
-  void element_declared(const XERCES_CPP_NAMESPACE::DTDElementDecl& element, bool is_ignored);
-  void attribute_declared(const XERCES_CPP_NAMESPACE::DTDElementDecl& element,
-                          const XERCES_CPP_NAMESPACE::DTDAttDef& attr, bool is_ignored);
-  void notation_declared(const XERCES_CPP_NAMESPACE::XMLNotationDecl& notation, bool is_ignored);
+  void entity_declared(const xc::DTDEntityDecl& entity, bool is_parameter, bool is_ignored);
+  void element_declared(const xc::DTDElementDecl& element, bool is_ignored);
+  void attribute_declared(const xc::DTDElementDecl& element, const xc::DTDAttDef& attr,
+                          bool is_ignored);
+  void attribute_list_declared(const xc::DTDElementDecl& element);
+  void notation_declared(const xc::XMLNotationDecl& notation, bool is_ignored);
 
  private:
   [[noreturn]] void refuse_another_file();
   void enter();
   void count_name(const XMLCh* name);
-  void count_element(const XERCES_CPP_NAMESPACE::XMLElementDecl& element);
-  void count_attributes(
-      const XERCES_CPP_NAMESPACE::RefVectorOf<XERCES_CPP_NAMESPACE::XMLAttr>& attrs,
-      XMLSize_t attr_count);
+  void count_element(const xc::XMLElementDecl& element);
+  void count_attributes(const xc::RefVectorOf<xc::XMLAttr>& attrs, XMLSize_t attr_count);
   void count_names_in(const XMLCh* content_model);
   void note_declaration(bool is_ignored, std::initializer_list<const XMLCh*> parts);
 
-  XmlMemory& m_memory;
+  XmlMemory* m_memory;
   bool m_damaged = false;
   bool m_refers_to_another_file = false;
   bool m_in_internal_subset = false;
@@ -138,10 +133,10 @@ class DocumentRules {
   NameTable m_entities{kDeclarations, kDomDeclarations};
   NameTable m_parameter_entities{kDeclarations};
   NameTable m_notations{kDeclarations, kDomDeclarations};
-  std::unordered_map<const XERCES_CPP_NAMESPACE::XMLElementDecl*, NameTable> m_declared_attributes;
+  std::unordered_map<const xc::XMLElementDecl*, NameTable> m_declared_attributes;
 
   // Some of the elements seen, by their declarations: elements of one name share one.
-  std::array<const XERCES_CPP_NAMESPACE::XMLElementDecl*, 64> m_counted{};
+  std::array<const xc::XMLElementDecl*, 64> m_counted{};
 };
 
 }  // namespace utility

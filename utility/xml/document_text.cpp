@@ -1,3 +1,4 @@
+// What the serializer writes is believed only when it reads as the same document.
 #include "utility/xml/document_text.h"
 
 #include "utility/xml/dom_release.h"
@@ -10,8 +11,6 @@
 
 namespace utility {
 namespace {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 constexpr XMLSize_t kInitialSize = 4096;
 
@@ -60,7 +59,9 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
                                xc::XMLFormatter::NoEscapes, xc::XMLFormatter::UnRep_Fail, &memory);
     CommentWriter comments(formatter);
     serializer->setFilter(&comments);
-    if (!serializer->write(&document, output.get())) return false;
+    if (!serializer->write(&document, output.get())) {
+      return false;
+    }
   } catch (const xc::DOMException&) {
     return false;
   } catch (const xc::XMLException&) {
@@ -68,7 +69,9 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
   } catch (const xc::SAXException&) {
     return false;
   }
-  if (target.getLen() > kMaxFileSize) return false;
+  if (target.getLen() > kMaxFileSize) {
+    return false;
+  }
   text.assign(reinterpret_cast<const char*>(target.getRawBuffer()), target.getLen());
   return true;
 }
@@ -77,11 +80,15 @@ bool serialise(const xc::DOMDocument& document, std::string& text) {
 
 bool to_document_text(const DocumentParser& parser, const xc::DOMDocument& document,
                       std::string& text) {
-  if (is_deeper_than(kMaxNesting, document) || !serialise(document, text)) return false;
+  if (is_deeper_than(kMaxNesting, document) || !serialise(document, text)) {
+    return false;
+  }
   // The serializer reports success also for text that is not XML, or not this document: control
   // characters, names and characters outside the encoding, quotes in declarations.
   const std::unique_ptr<DocumentParser> again(new (std::nothrow) DocumentParser);
-  if (again == nullptr) throw std::bad_alloc();
+  if (again == nullptr) {
+    throw std::bad_alloc();
+  }
   return again->parse_text(text) && again->declarations() == parser.declarations() &&
          have_same_content(document, *again->getDocument());
 }

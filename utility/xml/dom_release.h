@@ -1,3 +1,4 @@
+// Ownership of those objects of the XML library that are given back by release().
 #ifndef UTILITY_XML_DOM_RELEASE_H
 #define UTILITY_XML_DOM_RELEASE_H
 

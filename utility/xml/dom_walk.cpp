@@ -1,3 +1,4 @@
+// One way to walk, for reading; what changes the tree on its way has a loop of its own.
 #include "utility/xml/dom_walk.h"
 
 #include <xercesc/dom/impl/DOMNodeBase.hpp>
@@ -6,8 +7,6 @@
 
 namespace utility {
 namespace {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 bool is_text(const xc::DOMNode& node) {
   return node.getNodeType() == xc::DOMNode::TEXT_NODE ||
@@ -21,50 +20,62 @@ bool is_nesting(const xc::DOMNode& node) {
 
 bool same(const XMLCh* left, const XMLCh* right) { return xc::XMLString::equals(left, right); }
 
+bool have_same_name_and_value(const xc::DOMNode& left, const xc::DOMNode& right) {
+  return same(left.getNodeName(), right.getNodeName()) &&
+         same(left.getNodeValue(), right.getNodeValue());
+}
+
+// Passes each node under and with top twice, before and after its children.
+struct Walk {
+  const xc::DOMNode* node;  // null at the end
+  const xc::DOMNode* top;
+  bool leaving = false;  // after the children
+
+  void go_on(bool into_children = true) {
+    if (!leaving && into_children && node->getFirstChild() != nullptr) {
+      node = node->getFirstChild();
+    } else if (!leaving) {
+      leaving = true;
+    } else if (node == top) {
+      node = nullptr;
+    } else {
+      leaving = node->getNextSibling() == nullptr;
+      node = leaving ? node->getParentNode() : node->getNextSibling();
+    }
+  }
+};
+
 // One walk through a document for comparing: stops at each run of text, and at each other node
 // once before and once after its children.
 class Reader {
  public:
   enum class Stop { kStart, kEnd, kText, kDone };
 
-  explicit Reader(const xc::DOMDocument& document) : m_top(&document), m_next(&document) {}
+  explicit Reader(const xc::DOMDocument& document) : m_walk{&document, &document} {}
 
   Stop next() {
     m_text.clear();
-    while (m_next != nullptr && !m_leaving && is_text(*m_next)) {
-      m_text += m_next->getNodeValue();
-      step_over(m_next);
+    for (; m_walk.node != nullptr && is_text(*m_walk.node); m_walk.go_on()) {
+      m_text += m_walk.leaving ? u"" : m_walk.node->getNodeValue();
     }
-    if (!m_text.empty()) return Stop::kText;
-    if (m_next == nullptr) return Stop::kDone;
-
-    m_node = m_next;
-    if (m_leaving) {
-      step_over(m_node);
-      return Stop::kEnd;
+    if (!m_text.empty()) {
+      return Stop::kText;
     }
-    if (m_node->getFirstChild() != nullptr) {
-      m_next = m_node->getFirstChild();
-    } else {
-      m_leaving = true;
+    m_node = m_walk.node;
+    if (m_node == nullptr) {
+      return Stop::kDone;
     }
-    return Stop::kStart;
+    const Stop stop = m_walk.leaving ? Stop::kEnd : Stop::kStart;
+    m_walk.go_on();
+    return stop;
   }
 
   const xc::DOMNode& node() const { return *m_node; }
   const DomText& text() const { return m_text; }
 
  private:
-  void step_over(const xc::DOMNode* node) {
-    m_leaving = node->getNextSibling() == nullptr;
-    m_next = m_leaving ? node->getParentNode() : node->getNextSibling();
-    if (node == m_top) m_next = nullptr;
-  }
-
-  const xc::DOMNode* const m_top;
+  Walk m_walk;
   const xc::DOMNode* m_node = nullptr;
-  const xc::DOMNode* m_next;  // null at the end; a parent when m_leaving
-  bool m_leaving = false;
   DomText m_text;
 };
 
@@ -72,12 +83,11 @@ class Reader {
 bool have_same_attributes(const xc::DOMNode& left, const xc::DOMNode& right) {
   const xc::DOMNamedNodeMap* const lefts = left.getAttributes();
   const xc::DOMNamedNodeMap* const rights = right.getAttributes();
-  if (lefts == nullptr || rights == nullptr) return lefts == rights;
-  if (lefts->getLength() != rights->getLength()) return false;
+  if (lefts == nullptr || rights == nullptr || lefts->getLength() != rights->getLength()) {
+    return lefts == rights;
+  }
   for (XMLSize_t i = 0; i < lefts->getLength(); ++i) {
-    const xc::DOMNode* const a = lefts->item(i);
-    const xc::DOMNode* const b = rights->item(i);
-    if (!same(a->getNodeName(), b->getNodeName()) || !same(a->getNodeValue(), b->getNodeValue())) {
+    if (!have_same_name_and_value(*lefts->item(i), *rights->item(i))) {
       return false;
     }
   }
@@ -85,8 +95,7 @@ bool have_same_attributes(const xc::DOMNode& left, const xc::DOMNode& right) {
 }
 
 bool are_alike(const xc::DOMNode& left, const xc::DOMNode& right) {
-  if (left.getNodeType() != right.getNodeType() || !same(left.getNodeName(), right.getNodeName()) ||
-      !same(left.getNodeValue(), right.getNodeValue())) {
+  if (left.getNodeType() != right.getNodeType() || !have_same_name_and_value(left, right)) {
     return false;
   }
   if (left.getNodeType() == xc::DOMNode::DOCUMENT_TYPE_NODE) {
@@ -99,63 +108,48 @@ bool are_alike(const xc::DOMNode& left, const xc::DOMNode& right) {
 
 }  // namespace
 
-const xc::DOMNode* next_over(const xc::DOMNode* node, const xc::DOMNode* top) {
-  while (node != nullptr && node != top && node->getNextSibling() == nullptr) {
-    node = node->getParentNode();
-  }
-  return node == nullptr || node == top ? nullptr : node->getNextSibling();
-}
-
 DomText whole_text(const xc::DOMText& first) {
   DomText text;
   const xc::DOMNode* const parent = first.getParentNode();
-  for (const xc::DOMNode* node = &first; node != nullptr;) {
-    if (is_text(*node)) {
-      text += node->getNodeValue();
-    } else if (node->getNodeType() != xc::DOMNode::ENTITY_REFERENCE_NODE) {
-      break;
-    } else if (node->getFirstChild() != nullptr) {
-      node = node->getFirstChild();
+  for (Walk walk{&first, parent}; walk.node != parent; walk.go_on()) {
+    if (walk.leaving) {
       continue;
     }
-    node = next_over(node, parent);
+    if (is_text(*walk.node)) {
+      text += walk.node->getNodeValue();
+    } else if (walk.node->getNodeType() != xc::DOMNode::ENTITY_REFERENCE_NODE) {
+      break;
+    }
   }
   return text;
 }
 
 bool is_deeper_than(std::size_t limit, const xc::DOMNode& top) {
   std::size_t depth = 0;
-  for (const xc::DOMNode* node = &top;;) {
-    if (is_nesting(*node) && ++depth > limit) return true;
-    if (node->getFirstChild() != nullptr) {
-      node = node->getFirstChild();
-      continue;
+  for (Walk walk{&top, &top}; walk.node != nullptr; walk.go_on()) {
+    if (is_nesting(*walk.node)) {
+      depth = walk.leaving ? depth - 1 : depth + 1;
     }
-    for (;; node = node->getParentNode()) {
-      if (is_nesting(*node)) --depth;
-      if (node == &top) return false;
-      if (node->getNextSibling() != nullptr) break;
+    if (depth > limit) {
+      return true;
     }
-    node = node->getNextSibling();
   }
+  return false;
 }
 
 xc::DOMElement* deep_copy(const xc::DOMElement& element) {
   auto* const copy = static_cast<xc::DOMElement*>(element.cloneNode(false));
-  xc::DOMNode* parent = copy;  // where the copy of node goes
-  for (const xc::DOMNode* node = element.getFirstChild(); node != nullptr;) {
+  xc::DOMNode* parent = copy;  // where the copy of the next node goes
+  for (Walk walk{&element, &element}; walk.node != nullptr;) {
     // What is not an element is copied whole; entity references have a copy's own children.
-    const bool is_element = node->getNodeType() == xc::DOMNode::ELEMENT_NODE;
-    xc::DOMNode* const child = parent->appendChild(node->cloneNode(!is_element));
-    if (is_element && node->getFirstChild() != nullptr) {
-      parent = child;
-      node = node->getFirstChild();
-      continue;
+    const bool is_element = walk.node->getNodeType() == xc::DOMNode::ELEMENT_NODE;
+    if (walk.node != &element && !walk.leaving) {
+      xc::DOMNode* const child = parent->appendChild(walk.node->cloneNode(!is_element));
+      parent = is_element ? child : parent;
+    } else if (walk.node != &element && is_element) {
+      parent = parent->getParentNode();
     }
-    for (; node != &element && node->getNextSibling() == nullptr; node = node->getParentNode()) {
-      if (node->getParentNode() != &element) parent = parent->getParentNode();
-    }
-    node = node == &element ? nullptr : node->getNextSibling();
+    walk.go_on(is_element);
   }
   return copy;
 }
@@ -165,49 +159,37 @@ bool have_same_content(const xc::DOMDocument& left, const xc::DOMDocument& right
   Reader b(right);
   for (;;) {
     const Reader::Stop stop = a.next();
-    if (stop != b.next()) return false;
-    if (stop == Reader::Stop::kDone) return true;
-    if (stop == Reader::Stop::kText && a.text() != b.text()) return false;
-    if (stop == Reader::Stop::kStart && !are_alike(a.node(), b.node())) return false;
+    if (stop != b.next()) {
+      return false;
+    }
+    if (stop == Reader::Stop::kDone) {
+      return true;
+    }
+    if (stop == Reader::Stop::kText && a.text() != b.text()) {
+      return false;
+    }
+    if (stop == Reader::Stop::kStart && !are_alike(a.node(), b.node())) {
+      return false;
+    }
   }
 }
-
-namespace {
-
-void free_attributes(xc::DOMElement& element) {
-  const xc::DOMNamedNodeMap& attributes = *element.getAttributes();
-  for (XMLSize_t i = attributes.getLength(); i-- > 0;) {
-    auto* const attribute = static_cast<xc::DOMAttr*>(attributes.item(i));
-    // A default value comes back when it is removed; the document keeps it.
-    if (attribute->getSpecified()) element.removeAttributeNode(attribute)->release();
-  }
-}
-
-// What an entity reference holds cannot be taken out of it, nor can the library release elements
-// with attributes in it: it tries to remove these.
-void make_writable(xc::DOMNode& reference) {
-  dynamic_cast<xc::HasDOMNodeImpl&>(reference).getNodeImpl()->setReadOnly(false, true);
-}
-
-}  // namespace
 
 void free_detached(xc::DOMElement* element) {
-  xc::DOMNode* node = element;
-  for (;;) {
+  for (xc::DOMNode* node = element; node != nullptr;) {
     if (node->getNodeType() == xc::DOMNode::ENTITY_REFERENCE_NODE) {
-      make_writable(*node);
+      // What it holds cannot be taken out of it, nor can the library release elements with
+      // attributes in it: it tries to remove these.
+      dynamic_cast<xc::HasDOMNodeImpl&>(*node).getNodeImpl()->setReadOnly(false, true);
     }
     if (node->getFirstChild() != nullptr) {
       node = node->getFirstChild();
       continue;
     }
     xc::DOMNode* const parent = node->getParentNode();
-    if (parent != nullptr) parent->removeChild(node);
-    if (node->getNodeType() == xc::DOMNode::ELEMENT_NODE) {
-      free_attributes(static_cast<xc::DOMElement&>(*node));
+    if (parent != nullptr) {
+      parent->removeChild(node);
     }
     node->release();
-    if (parent == nullptr) return;
     node = parent;
   }
 }

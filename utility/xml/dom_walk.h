@@ -2,6 +2,7 @@
 #define UTILITY_XML_DOM_WALK_H
 
 #include "utility/text_codec.h"
+#include "utility/xml/xc.h"
 
 #include <cstddef>
 #include <xercesc/dom/DOM.hpp>
@@ -10,31 +11,25 @@ namespace utility {
 
 // Walks over DOM trees. None of them recurses, so that no depth of nesting can exhaust the stack.
 
-/// The node after node in document order, within the children of top and not going down from
-/// node; null at their end.
-const XERCES_CPP_NAMESPACE::DOMNode* next_over(const XERCES_CPP_NAMESPACE::DOMNode* node,
-                                               const XERCES_CPP_NAMESPACE::DOMNode* top);
-
 /// The text of first and of what follows it: text and CDATA siblings, entity references expanded,
 /// up to the first element, comment or processing instruction. DOMText::getWholeText() is not
 /// used: it runs past the end of the parent element.
-DomText whole_text(const XERCES_CPP_NAMESPACE::DOMText& first);
+DomText whole_text(const xc::DOMText& first);
 
 /// Whether elements and entity references are nested deeper than limit under and with top.
-bool is_deeper_than(std::size_t limit, const XERCES_CPP_NAMESPACE::DOMNode& top);
+bool is_deeper_than(std::size_t limit, const xc::DOMNode& top);
 
 /// Frees an element that is in no tree, with its attributes and everything below it. The library
 /// alone would keep the attributes as long as the document.
-void free_detached(XERCES_CPP_NAMESPACE::DOMElement* element);
+void free_detached(xc::DOMElement* element);
 
 /// A copy of element, attributes included, with everything below it.
-XERCES_CPP_NAMESPACE::DOMElement* deep_copy(const XERCES_CPP_NAMESPACE::DOMElement& element);
+xc::DOMElement* deep_copy(const xc::DOMElement& element);
 
 /// Whether two documents have the same content: the same elements, attributes, comments,
 /// processing instructions, entity references and document type names in the same places, and
 /// the same text between them, in whatever pieces and whether CDATA or not.
-bool have_same_content(const XERCES_CPP_NAMESPACE::DOMDocument& left,
-                       const XERCES_CPP_NAMESPACE::DOMDocument& right);
+bool have_same_content(const xc::DOMDocument& left, const xc::DOMDocument& right);
 
 }  // namespace utility
 

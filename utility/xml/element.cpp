@@ -1,64 +1,91 @@
+// Each operation looks at its arguments first, then changes the tree in steps of which none but the
+// last can fail, so that a failure leaves the document as it was.
 #include "utility/element.h"
 
 #include "utility/str.h"
 #include "utility/text_codec.h"
 #include "utility/xml/dom_walk.h"
+#include "utility/xml/while_memory_lasts.h"
 
-#include <new>
-#include <xercesc/dom/impl/DOMNodeBase.hpp>
-#include <xercesc/dom/impl/DOMNodeImpl.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLString.hpp>
 
 namespace utility {
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
-enum class Direction { kForward, kBackward };
-
-// The nearest element, node itself included, along its siblings; null when there is none.
-xc::DOMElement* nearest_element(xc::DOMNode* node, Direction direction) {
+xc::DOMElement* element_from(xc::DOMNode* node, xc::DOMNode* (xc::DOMNode::*next)() const) {
   while (node != nullptr && node->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
-    node = direction == Direction::kForward ? node->getNextSibling() : node->getPreviousSibling();
+    node = (node->*next)();
   }
   return static_cast<xc::DOMElement*>(node);
 }
 
-xc::DOMElement* first_child(const xc::DOMElement* parent) {
-  return nearest_element(parent->getFirstChild(), Direction::kForward);
+// Steps from an element to another one, null when there is none.
+using Step = xc::DOMElement* (*)(const xc::DOMElement& from);
+
+xc::DOMElement* first_child(const xc::DOMElement& parent) {
+  return element_from(parent.getFirstChild(), &xc::DOMNode::getNextSibling);
 }
 
-xc::DOMElement* next_sibling(const xc::DOMElement* element) {
-  return nearest_element(element->getNextSibling(), Direction::kForward);
+xc::DOMElement* last_child(const xc::DOMElement& parent) {
+  return element_from(parent.getLastChild(), &xc::DOMNode::getPreviousSibling);
 }
 
-xc::DOMElement* previous_sibling(const xc::DOMElement* element) {
-  return nearest_element(element->getPreviousSibling(), Direction::kBackward);
+xc::DOMElement* next_sibling(const xc::DOMElement& element) {
+  return element_from(element.getNextSibling(), &xc::DOMNode::getNextSibling);
 }
 
-bool has_name(const xc::DOMElement* element, const DomText& name) {
-  return xc::XMLString::equals(element->getNodeName(), name.c_str());
+xc::DOMElement* previous_sibling(const xc::DOMElement& element) {
+  return element_from(element.getPreviousSibling(), &xc::DOMNode::getPreviousSibling);
 }
 
-// The first of element and its siblings in one direction that is called name.
-xc::DOMElement* nearest_named(xc::DOMElement* element, const DomText& name, Direction direction) {
-  while (element != nullptr && !has_name(element, name)) {
-    element = direction == Direction::kForward ? next_sibling(element) : previous_sibling(element);
-  }
-  return element;
+bool has_name(const xc::DOMElement& element, const DomText& name) {
+  return xc::XMLString::equals(element.getNodeName(), name.c_str());
 }
 
 unsigned int hand_out(xc::DOMDocument* document, xc::DOMElement* found, CElement& out) {
-  if (found == nullptr) return XEC_NOT_FOUND;
+  if (found == nullptr) {
+    return XEC_NOT_FOUND;
+  }
   out = CElement(document, found);
   return XEC_OK;
 }
 
+unsigned int go(xc::DOMDocument* document, const xc::DOMElement* from, Step step, CElement& out) {
+  return from == nullptr ? XEC_NO_ELEMENT : hand_out(document, step(*from), out);
+}
+
+// Goes on by next, after the first step, until an element is called name.
+unsigned int go_to(const std::string& name, xc::DOMDocument* document, const xc::DOMElement* from,
+                   Step first, Step next, CElement& out) {
+  if (from == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  DomText wanted;
+  if (!to_dom_text(name, wanted)) {
+    return XEC_ENCODING;
+  }
+  xc::DOMElement* found = first(*from);
+  while (found != nullptr && !has_name(*found, wanted)) {
+    found = next(*found);
+  }
+  return hand_out(document, found, out);
+}
+
+// The name that an operation on element is given.
+unsigned int to_dom_name(const xc::DOMElement* element, const std::string& name, DomText& out) {
+  if (element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (name.empty()) {
+    return XEC_BAD_PARAM;
+  }
+  return to_dom_text(name, out) ? XEC_OK : XEC_ENCODING;
+}
+
 xc::DOMText* leading_text(const xc::DOMElement* element) {
   xc::DOMNode* const first = element->getFirstChild();
-  if (first == nullptr || first->getNodeType() != xc::DOMNode::TEXT_NODE) return nullptr;
-  return static_cast<xc::DOMText*>(first);
+  const bool is_text = first != nullptr && first->getNodeType() == xc::DOMNode::TEXT_NODE;
+  return is_text ? static_cast<xc::DOMText*>(first) : nullptr;
 }
 
 // The text that begins with first; one node in the usual case, where no parent needs to be asked
@@ -69,78 +96,69 @@ bool narrow_text(const xc::DOMText& first, std::string& text) {
 }
 
 bool is_or_is_below(const xc::DOMNode* node, const xc::DOMNode* ancestor) {
-  while (node != nullptr && node != ancestor) node = node->getParentNode();
+  while (node != nullptr && node != ancestor) {
+    node = node->getParentNode();
+  }
   return node != nullptr;
 }
 
-// Inserts child into parent before ref, or behind all when ref is null. False when the tree
-// would break: the DOM itself lets a childless element be inserted into itself.
-bool insert_before(xc::DOMElement* parent, xc::DOMElement* child, xc::DOMNode* ref) {
-  if (child == nullptr || is_or_is_below(parent, child)) return false;
+// XEC_OK, or failure when the DOM refuses the action.
+template <typename Action>
+unsigned int unless_refused(unsigned int failure, Action action) {
   try {
-    parent->insertBefore(child, ref);
-    return true;
+    action();
+    return XEC_OK;
   } catch (const xc::DOMException&) {
-    return false;
+    return failure;
   }
 }
 
-// Sets the content of a text node. The node's own way forgets the old content before it takes
-// memory for the new one.
-void replace_content(xc::DOMText& node, const DomText& content) {
-  if (content.size() > node.getLength()) {
-    node.appendData(content.c_str() + node.getLength());  // makes room for all of it
+// Inserts child into parent before ref, or behind all when ref is null. It is a failure when the
+// tree would break: the DOM itself lets a childless element be inserted into itself.
+unsigned int insert_before(xc::DOMElement* parent, xc::DOMElement* child, xc::DOMNode* ref,
+                           unsigned int failure) {
+  if (parent == nullptr) {
+    return XEC_NO_ELEMENT;
   }
-  node.setTextContent(content.c_str());
+  if (child == nullptr || is_or_is_below(parent, child)) {
+    return failure;
+  }
+  return unless_refused(failure, [&] { parent->insertBefore(child, ref); });
 }
 
 // The library takes memory to give memory back. Without any it keeps the object for as long as the
 // document.
-template <typename Action>
-void give_back(Action action) {
-  try {
-    action();
-  } catch (const xc::OutOfMemoryException&) {
-  } catch (const std::bad_alloc&) {
-  }
-}
-
 void release_quietly(xc::DOMNode* node) {
-  give_back([node] { node->release(); });
+  while_memory_lasts([node] { node->release(); });
 }
 
-// As attr.setValue(), which forgets the old value before it takes memory for the new one.
-void replace_value(xc::DOMElement& element, xc::DOMAttr& attr, const DomText& value) {
-  xc::DOMText* const text = element.getOwnerDocument()->createTextNode(value.c_str());
-  const bool is_id = attr.isId();  // found by its value
-  try {
-    if (is_id) element.setIdAttributeNode(&attr, false);
-    attr.insertBefore(text, attr.getFirstChild());
-  } catch (const xc::DOMException&) {
-    release_quietly(text);
-    throw;
-  }
-  while (text->getNextSibling() != nullptr) {
-    release_quietly(attr.removeChild(text->getNextSibling()));
-  }
-  dynamic_cast<xc::HasDOMNodeImpl&>(attr).getNodeImpl()->isSpecified(true);  // no default value
-  if (is_id) element.setIdAttributeNode(&attr, true);
-}
-
-unsigned int add_attribute(xc::DOMDocument& document, xc::DOMElement& element, const DomText& name,
+// Gives element an attribute, in the place of the one of that name. A new one takes its place,
+// since an attribute forgets its old value before it takes memory for another.
+unsigned int put_attribute(xc::DOMDocument& document, xc::DOMElement& element, const DomText& name,
                            const DomText& value) {
+  xc::DOMAttr* const old = element.getAttributeNode(name.c_str());
+  const bool is_id = old != nullptr && old->isId();  // found by its value
   xc::DOMAttr* attr = nullptr;
-  unsigned int failure = XEC_CREATE_ATTR;
-  try {
+  unsigned int code = unless_refused(XEC_CREATE_ATTR, [&] {
     attr = document.createAttribute(name.c_str());
     attr->setValue(value.c_str());
-    failure = XEC_SET_ATTR;
-    element.setAttributeNode(attr);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    if (attr != nullptr) release_quietly(attr);
-    return failure;
+  });
+  if (code == XEC_OK) {
+    code = unless_refused(XEC_SET_ATTR, [&] {
+      if (is_id) {
+        element.setIdAttributeNode(old, false);
+      }
+      element.setAttributeNode(attr);
+      if (is_id) {
+        element.setIdAttributeNode(attr, true);
+      }
+    });
   }
+  xc::DOMAttr* const unused = code == XEC_OK ? old : attr;
+  if (unused != nullptr) {
+    release_quietly(unused);
+  }
+  return code;
 }
 
 // Takes an attribute out of its element. That puts its default value, if it has one, in its place.
@@ -148,7 +166,9 @@ void take_out(xc::DOMElement& element, xc::DOMAttr& attr) {
   try {
     element.removeAttributeNode(&attr);
   } catch (...) {
-    if (element.getAttributeNode(attr.getName()) == nullptr) element.setAttributeNode(&attr);
+    if (element.getAttributeNode(attr.getName()) == nullptr) {
+      element.setAttributeNode(&attr);
+    }
     throw;
   }
 }
@@ -170,7 +190,9 @@ CElement::~CElement() {
 }
 
 unsigned int CElement::get_parent_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   xc::DOMNode* const parent = m_element->getParentNode();
   if (parent == nullptr || parent->getNodeType() != xc::DOMNode::ELEMENT_NODE) {
     return XEC_NO_PARENT;
@@ -179,65 +201,53 @@ unsigned int CElement::get_parent_element(CElement& out) const {
 }
 
 unsigned int CElement::get_pre_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  return hand_out(m_document, previous_sibling(m_element), out);
+  return go(m_document, m_element, previous_sibling, out);
 }
 
 unsigned int CElement::get_next_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  return hand_out(m_document, next_sibling(m_element), out);
+  return go(m_document, m_element, next_sibling, out);
 }
 
 unsigned int CElement::get_first_child_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  return hand_out(m_document, first_child(m_element), out);
+  return go(m_document, m_element, first_child, out);
 }
 
 unsigned int CElement::get_last_child_element(CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  return hand_out(m_document, nearest_element(m_element->getLastChild(), Direction::kBackward),
-                  out);
+  return go(m_document, m_element, last_child, out);
 }
 
 unsigned int CElement::get_pre_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
-  return hand_out(m_document,
-                  nearest_named(previous_sibling(m_element), wanted, Direction::kBackward), out);
+  return go_to(name, m_document, m_element, previous_sibling, previous_sibling, out);
 }
 
 unsigned int CElement::get_next_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
-  return hand_out(m_document, nearest_named(next_sibling(m_element), wanted, Direction::kForward),
-                  out);
+  return go_to(name, m_document, m_element, next_sibling, next_sibling, out);
 }
 
 unsigned int CElement::get_first_child_element(const std::string& name, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
-  return hand_out(m_document, nearest_named(first_child(m_element), wanted, Direction::kForward),
-                  out);
+  return go_to(name, m_document, m_element, first_child, next_sibling, out);
 }
 
 unsigned int CElement::get_child_element(const std::string& name,
                                          std::vector<CElement>& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
-  for (auto* child = first_child(m_element); child != nullptr; child = next_sibling(child)) {
-    if (has_name(child, wanted)) out.emplace_back(m_document, child);
+  const unsigned int code = to_dom_name(m_element, name, wanted);
+  if (code != XEC_OK) {
+    return code;
+  }
+  for (auto* child = first_child(*m_element); child != nullptr; child = next_sibling(*child)) {
+    if (has_name(*child, wanted)) {
+      out.emplace_back(m_document, child);
+    }
   }
   return XEC_OK;
 }
 
 unsigned int CElement::get_all_child_element(std::vector<CElement>& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  for (auto* child = first_child(m_element); child != nullptr; child = next_sibling(child)) {
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  for (auto* child = first_child(*m_element); child != nullptr; child = next_sibling(*child)) {
     out.emplace_back(m_document, child);
   }
   return XEC_OK;
@@ -250,12 +260,14 @@ bool CElement::has_child_element(const std::string& name) const {
 
 std::string CElement::get_element_name() const {
   std::string name;
-  if (m_element == nullptr || !to_narrow_text(m_element->getNodeName(), name)) return {};
-  return name;
+  const bool is_there = m_element != nullptr && to_narrow_text(m_element->getNodeName(), name);
+  return is_there ? name : std::string();
 }
 
 unsigned int CElement::clone(bool deep, CElement& out) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   out = CElement(m_document, deep ? deep_copy(*m_element)
                                   : static_cast<xc::DOMElement*>(m_element->cloneNode(false)));
   return XEC_OK;
@@ -267,10 +279,14 @@ std::string CElement::get_text() const {
 }
 
 unsigned int CElement::get_text(std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   const xc::DOMText* const first = leading_text(m_element);
   std::string narrow;
-  if (first != nullptr && !narrow_text(*first, narrow)) return XEC_ENCODING;
+  if (first != nullptr && !narrow_text(*first, narrow)) {
+    return XEC_ENCODING;
+  }
   CStr::trim(narrow);
   text = std::move(narrow);
   return XEC_OK;
@@ -278,69 +294,92 @@ unsigned int CElement::get_text(std::string& text) const {
 
 std::string CElement::get_child_text(const std::string& name) const {
   CElement child;
-  if (name.empty() || get_first_child_element(name, child) != XEC_OK) return {};
-  return child.get_text();
+  const bool is_there = !name.empty() && get_first_child_element(name, child) == XEC_OK;
+  return is_there ? child.get_text() : std::string();
 }
 
 unsigned int CElement::set_text(const std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  xc::DOMText* const first = leading_text(m_element);
-  if (first == nullptr) return insert_text(text);
-  DomText content;
-  if (!to_dom_text(text, content)) return XEC_ENCODING;
-  try {
-    replace_content(*first, content);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    return XEC_SET_TEXT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
   }
+  xc::DOMText* const first = leading_text(m_element);
+  if (first == nullptr) {
+    return insert_text(text);
+  }
+  DomText content;
+  if (!to_dom_text(text, content)) {
+    return XEC_ENCODING;
+  }
+  return unless_refused(XEC_SET_TEXT, [&] {
+    // A node forgets its old content before it takes memory for another: make room for all first.
+    if (content.size() > first->getLength()) {
+      first->appendData(content.c_str() + first->getLength());
+    }
+    first->setTextContent(content.c_str());
+  });
 }
 
 unsigned int CElement::insert_text(const std::string& text) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
+  if (m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   DomText content;
-  if (!to_dom_text(text, content)) return XEC_ENCODING;
+  if (!to_dom_text(text, content)) {
+    return XEC_ENCODING;
+  }
   xc::DOMText* node = nullptr;
-  try {
+  const unsigned int code = unless_refused(XEC_APPEND_TEXT, [&] {
     node = m_document->createTextNode(content.c_str());
     m_element->appendChild(node);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    if (node != nullptr) node->release();
-    return XEC_APPEND_TEXT;
+  });
+  if (code != XEC_OK && node != nullptr) {
+    release_quietly(node);
   }
+  return code;
 }
 
 unsigned int CElement::remove_text() const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   xc::DOMText* const first = leading_text(m_element);
   return first == nullptr ? XEC_OK : remove_child_node(first);
 }
 
 bool CElement::has_attr(const std::string& name) const {
   DomText wanted;
-  return m_element != nullptr && !name.empty() && to_dom_text(name, wanted) &&
-         m_element->hasAttribute(wanted.c_str());
+  return to_dom_name(m_element, name, wanted) == XEC_OK && m_element->hasAttribute(wanted.c_str());
 }
 
 unsigned int CElement::get_attr(const std::string& name, std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
   DomText wanted;
-  if (!to_dom_text(name, wanted)) return XEC_ENCODING;
+  const unsigned int code = to_dom_name(m_element, name, wanted);
+  if (code != XEC_OK) {
+    return code;
+  }
   const xc::DOMAttr* const attr = m_element->getAttributeNode(wanted.c_str());
-  if (attr == nullptr) return XEC_NO_ATTR;
+  if (attr == nullptr) {
+    return XEC_NO_ATTR;
+  }
   std::string narrow;
-  if (!to_narrow_text(attr->getValue(), narrow)) return XEC_ENCODING;
+  if (!to_narrow_text(attr->getValue(), narrow)) {
+    return XEC_ENCODING;
+  }
   value = std::move(narrow);
   return XEC_OK;
 }
 
 unsigned int CElement::get_attr(std::vector<std::pair<std::string, std::string>>& attrs) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   const xc::DOMNamedNodeMap* const map = m_element->getAttributes();
-  if (map == nullptr) return XEC_NO_ATTR_MAP;
+  if (map == nullptr) {
+    return XEC_NO_ATTR_MAP;
+  }
   for (XMLSize_t i = 0; i < map->getLength(); ++i) {
     const xc::DOMNode* const attr = map->item(i);
     std::pair<std::string, std::string> pair;
@@ -354,70 +393,66 @@ unsigned int CElement::get_attr(std::vector<std::pair<std::string, std::string>>
 }
 
 unsigned int CElement::set_attr(const std::string& name, const std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
   DomText dom_name;
   DomText dom_value;
-  if (!to_dom_text(name, dom_name) || !to_dom_text(value, dom_value)) return XEC_ENCODING;
-  try {
-    xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
-    if (attr == nullptr) {
-      xc::DOMDocument& document = *m_element->getOwnerDocument();
-      const unsigned int code = add_attribute(document, *m_element, dom_name, dom_value);
-      return code == XEC_OK ? code : static_cast<unsigned int>(XEC_SET_ATTR);
-    }
-    replace_value(*m_element, *attr, dom_value);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    return XEC_SET_ATTR;
+  const unsigned int code = to_dom_name(m_element, name, dom_name);
+  if (code != XEC_OK) {
+    return code;
   }
+  if (!to_dom_text(value, dom_value)) {
+    return XEC_ENCODING;
+  }
+  xc::DOMDocument& document = *m_element->getOwnerDocument();
+  const bool is_set = put_attribute(document, *m_element, dom_name, dom_value) == XEC_OK;
+  return is_set ? XEC_OK : XEC_SET_ATTR;
 }
 
 unsigned int CElement::insert_attr(const std::string& name, const std::string& value) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (m_document == nullptr) return XEC_NO_DOCUMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
+  if (m_element != nullptr && m_document == nullptr) {
+    return XEC_NO_DOCUMENT;
+  }
   DomText dom_name;
-  if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
-  if (m_element->hasAttribute(dom_name.c_str())) return XEC_ATTR_EXISTS;
   DomText dom_value;
-  if (!to_dom_text(value, dom_value)) return XEC_ENCODING;
-  return add_attribute(*m_document, *m_element, dom_name, dom_value);
+  const unsigned int code = to_dom_name(m_element, name, dom_name);
+  if (code != XEC_OK) {
+    return code;
+  }
+  if (m_element->hasAttribute(dom_name.c_str())) {
+    return XEC_ATTR_EXISTS;
+  }
+  return to_dom_text(value, dom_value) ? put_attribute(*m_document, *m_element, dom_name, dom_value)
+                                       : static_cast<unsigned int>(XEC_ENCODING);
 }
 
 unsigned int CElement::remove_attr(const std::string& name) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (name.empty()) return XEC_BAD_PARAM;
   DomText dom_name;
-  if (!to_dom_text(name, dom_name)) return XEC_ENCODING;
-  try {
+  const unsigned int code = to_dom_name(m_element, name, dom_name);
+  if (code != XEC_OK) {
+    return code;
+  }
+  return unless_refused(XEC_REMOVE_ATTR, [&] {
     xc::DOMAttr* const attr = m_element->getAttributeNode(dom_name.c_str());
     if (attr != nullptr) {
       take_out(*m_element, *attr);
       release_quietly(attr);
     }
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    return XEC_REMOVE_ATTR;
-  }
+  });
 }
 
 unsigned int CElement::insert_pre_child_element(const CElement& ref, const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (ref.m_element == nullptr || !insert_before(m_element, child.m_element, ref.m_element)) {
-    return XEC_INSERT_BEFORE;
-  }
-  return XEC_OK;
+  xc::DOMElement* const element = ref.m_element != nullptr ? child.m_element : nullptr;
+  return insert_before(m_element, element, ref.m_element, XEC_INSERT_BEFORE);
 }
 
 unsigned int CElement::insert_next_child_element(const CElement& ref, const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
+  }
   if (ref.m_element == nullptr ||
-      ref.m_element->getOwnerDocument() != m_element->getOwnerDocument() ||
-      !insert_before(m_element, child.m_element, next_sibling(ref.m_element))) {
+      ref.m_element->getOwnerDocument() != m_element->getOwnerDocument()) {
     return XEC_INSERT_AFTER;
   }
-  return XEC_OK;
+  return insert_before(m_element, child.m_element, next_sibling(*ref.m_element), XEC_INSERT_AFTER);
 }
 
 unsigned int CElement::insert_pre_element(const CElement& elem) const {
@@ -433,26 +468,20 @@ unsigned int CElement::insert_next_element(const CElement& elem) const {
 }
 
 unsigned int CElement::insert_front_child(const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (!insert_before(m_element, child.m_element, first_child(m_element))) return XEC_INSERT_FRONT;
-  return XEC_OK;
+  xc::DOMElement* const first = m_element != nullptr ? first_child(*m_element) : nullptr;
+  return insert_before(m_element, child.m_element, first, XEC_INSERT_FRONT);
 }
 
 unsigned int CElement::insert_back_child(const CElement& child) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (!insert_before(m_element, child.m_element, nullptr)) return XEC_INSERT_BACK;
-  return XEC_OK;
+  return insert_before(m_element, child.m_element, nullptr, XEC_INSERT_BACK);
 }
 
 unsigned int CElement::remove_child_node(xc::DOMNode* node) const {
-  if (m_element == nullptr) return XEC_NO_ELEMENT;
-  if (node == nullptr) return XEC_BAD_PARAM;
-  try {
-    m_element->removeChild(node);
-    return XEC_OK;
-  } catch (const xc::DOMException&) {
-    return XEC_REMOVE_CHILD;
+  if (m_element == nullptr) {
+    return XEC_NO_ELEMENT;
   }
+  return node == nullptr ? XEC_BAD_PARAM
+                         : unless_refused(XEC_REMOVE_CHILD, [&] { m_element->removeChild(node); });
 }
 
 unsigned int CElement::remove_child_element(const CElement& child) const {
@@ -461,7 +490,9 @@ unsigned int CElement::remove_child_element(const CElement& child) const {
 
 unsigned int CElement::discard_child_element(const CElement& child) const {
   const unsigned int code = remove_child_element(child);
-  if (code == XEC_OK) give_back([&child] { free_detached(child.m_element); });
+  if (code == XEC_OK) {
+    while_memory_lasts([&child] { free_detached(child.m_element); });
+  }
   return code;
 }
 

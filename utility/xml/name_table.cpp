@@ -1,3 +1,4 @@
+// The library's tables are followed in numbers only: how many names each bucket would have.
 #include "utility/xml/name_table.h"
 
 #include "utility/xml/xml_memory.h"
@@ -10,7 +11,7 @@ namespace utility {
 namespace {
 
 std::size_t library_hash(const XMLCh* name) {
-  return XERCES_CPP_NAMESPACE::XMLString::hash(name, std::numeric_limits<std::size_t>::max());
+  return xc::XMLString::hash(name, std::numeric_limits<std::size_t>::max());
 }
 
 }  // namespace
@@ -24,20 +25,22 @@ std::size_t buckets_for(std::size_t names, const HashTable& table) {
 }
 
 NameTable::NameTable(std::initializer_list<HashTable> tables) {
-  for (const HashTable& table : tables) m_buckets.push_back({table, {}});
+  for (const HashTable& table : tables) {
+    m_buckets.push_back({table, {}});
+  }
 }
 
 void NameTable::add(const XMLCh* name) {
-  if (!m_seen.insert(std::hash<std::basic_string_view<XMLCh>>()(name)).second) return;
+  if (!m_seen.insert(std::hash<std::basic_string_view<XMLCh>>()(name)).second) {
+    return;
+  }
   m_hashes.push_back(library_hash(name));
-  if (m_hashes.size() <= kMaxNamesPerBucket) return;
-  for (Buckets& buckets : m_buckets) count_last(buckets);
-}
-
-void NameTable::clear() {
-  m_seen.clear();
-  m_hashes.clear();
-  for (Buckets& buckets : m_buckets) buckets.names.clear();
+  if (m_hashes.size() <= kMaxNamesPerBucket) {
+    return;
+  }
+  for (Buckets& buckets : m_buckets) {
+    count_last(buckets);
+  }
 }
 
 void NameTable::count_last(Buckets& buckets) const {
@@ -46,7 +49,9 @@ void NameTable::count_last(Buckets& buckets) const {
     count(m_hashes.back(), buckets);
   } else {
     buckets.names.assign(size, 0);
-    for (const std::size_t hash : m_hashes) count(hash, buckets);
+    for (const std::size_t hash : m_hashes) {
+      count(hash, buckets);
+    }
   }
 }
 

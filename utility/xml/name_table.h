@@ -49,8 +49,6 @@ class NameTable {
   /// How many names there are.
   std::size_t size() const { return m_hashes.size(); }
 
-  void clear();
-
  private:
   struct Buckets {
     HashTable table;

@@ -1,15 +1,15 @@
+// Blocks by address, so that those the library forgets can be freed, and counts of them.
 #include "utility/xml/xml_memory.h"
 
 #include <algorithm>
 #include <functional>
 #include <memory>
 #include <new>
+#include <utility>
 #include <xercesc/internal/XMLReader.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 namespace utility {
-
-namespace xc = XERCES_CPP_NAMESPACE;
 
 namespace {
 
@@ -26,7 +26,9 @@ struct Free {
 }  // namespace
 
 XmlMemory::~XmlMemory() {
-  for (const auto& [block, size] : m_blocks) ::operator delete(block);
+  for (const auto& [block, size] : m_blocks) {
+    ::operator delete(block);
+  }
 }
 
 void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work) {
@@ -36,6 +38,7 @@ void XmlMemory::watch(std::size_t max_bytes, std::size_t max_expansions, std::si
   m_readers = 0;
   m_max_readers = max_expansions + 2;  // the document and its external subset have one as well
   m_longest_entity = 0;
+  m_uncounted = 0;
   m_work = 0;
   m_max_work = max_work;
 }
@@ -44,27 +47,42 @@ void XmlMemory::entity_declared(std::size_t length) {
   m_longest_entity = std::max(m_longest_entity, length);
 }
 
+void XmlMemory::entity_expanded(std::size_t length) {
+  m_uncounted = 0;
+  count_work(length);
+}
+
 void XmlMemory::count_work(std::size_t amount) {
   m_work += amount;
-  if (m_work > m_max_work) throw DocumentRefused();
+  if (m_work > m_max_work) {
+    throw DocumentRefused();
+  }
 }
 
 void XmlMemory::count_bytes(std::size_t bytes) {
-  if (bytes > m_max_bytes || m_in_use > m_max_bytes - bytes) throw DocumentRefused();
+  if (bytes > m_max_bytes || m_in_use > m_max_bytes - bytes) {
+    throw DocumentRefused();
+  }
   m_max_bytes -= bytes;
 }
 
 void* XmlMemory::allocate(XMLSize_t size) {
   if (m_watching) {
-    if (size > m_max_bytes || m_in_use > m_max_bytes - size) throw DocumentRefused();
-    if (m_small_blocks > m_small_blocks_before + kMaxSmallBlocks) throw DocumentRefused();
-    if (size == reader_size()) count_reader();
+    if (size > m_max_bytes || m_in_use > m_max_bytes - size ||
+        m_small_blocks > m_small_blocks_before + kMaxSmallBlocks) {
+      throw DocumentRefused();
+    }
+    if (size == reader_size()) {
+      count_reader();
+    }
   }
   try {
     std::unique_ptr<void, Free> block(::operator new(size));
     m_blocks.emplace(block.get(), size);
     m_in_use += size;
-    if (size <= kSmallBlock) ++m_small_blocks;
+    if (size <= kSmallBlock) {
+      ++m_small_blocks;
+    }
     return block.release();
   } catch (const std::bad_alloc&) {
     return allocate_from_reserve(size);
@@ -72,24 +90,27 @@ void* XmlMemory::allocate(XMLSize_t size) {
 }
 
 void* XmlMemory::allocate_from_reserve(std::size_t size) {
-  constexpr std::size_t kAlignment = alignof(std::max_align_t);
-  const std::size_t rounded = (size + kAlignment - 1) / kAlignment * kAlignment;
-  if (!m_releasing || rounded > kReserveSize - m_reserve_used) throw std::bad_alloc();
-  void* const block = m_reserve.get() + m_reserve_used;
-  m_reserve_used += rounded;
+  if (!m_releasing) {
+    throw std::bad_alloc();
+  }
+  void* const block = m_reserve.allocate(size);
   ++m_reserve_blocks;
   return block;
 }
 
 bool XmlMemory::is_in_reserve(const void* block) const {
-  return std::less_equal<>()(m_reserve.get(), static_cast<const char*>(block)) &&
-         std::less<>()(static_cast<const char*>(block), m_reserve.get() + kReserveSize);
+  const std::less<const void*> before;
+  return !before(block, m_put_by.get()) && before(block, m_put_by.get() + kReserveSize);
 }
 
 void XmlMemory::deallocate(void* block) {
-  if (block == nullptr) return;
+  if (block == nullptr) {
+    return;
+  }
   if (is_in_reserve(block)) {
-    if (--m_reserve_blocks == 0) m_reserve_used = 0;
+    if (--m_reserve_blocks == 0) {
+      m_reserve.release();
+    }
     return;
   }
   const auto found = m_blocks.find(block);
@@ -98,7 +119,9 @@ void XmlMemory::deallocate(void* block) {
     return;
   }
   m_in_use -= found->second;
-  if (found->second <= kSmallBlock) --m_small_blocks;
+  if (found->second <= kSmallBlock) {
+    --m_small_blocks;
+  }
   m_blocks.erase(found);
   ::operator delete(block);
 }
@@ -108,8 +131,10 @@ xc::MemoryManager* XmlMemory::getExceptionMemoryManager() {
 }
 
 void XmlMemory::count_reader() {
-  if (++m_readers > m_max_readers) throw DocumentRefused();
-  count_work(m_longest_entity);
+  if (++m_readers > m_max_readers) {
+    throw DocumentRefused();
+  }
+  count_work(std::exchange(m_uncounted, m_longest_entity));
 }
 
 }  // namespace utility

@@ -1,8 +1,11 @@
 #ifndef UTILITY_XML_XML_MEMORY_H
 #define UTILITY_XML_XML_MEMORY_H
 
+#include "utility/xml/xc.h"
+
 #include <cstddef>
 #include <memory>
+#include <memory_resource>
 #include <unordered_map>
 #include <xercesc/framework/MemoryManager.hpp>
 
@@ -17,10 +20,14 @@ struct DocumentRefused {};
 /// It frees what the XML library forgets: the library loses objects when an exception passes
 /// through it, and one for each document with an external DTD subset.
 ///
-/// It bounds what a hostile document can make the library do. The library's own limit counts
-/// entity references in content only; but it makes every expansion, wherever the reference
-/// stands, by allocating a reader, and all that grows in it grows here.
-class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
+/// It bounds what a hostile document can make the library do.
+///
+/// Entities in content count by their declared lengths, as each reference is reported. A reference
+/// in a default value, in an attribute or to a parameter entity is reported to nobody, and it is
+/// expanded before anything that holds it is: the library's SecurityManager counts those in tags
+/// alone, and not how long they are. For these there is only what an expansion allocates, a reader.
+/// That does not tell which entity it reads: it counts as the longest one.
+class XmlMemory final : public xc::MemoryManager {
  public:
   XmlMemory() = default;
 
@@ -35,12 +42,11 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   /// Ends it: there are no limits until the next watch().
   void unwatch() { m_watching = false; }
 
-  /// Tells of a declared entity. An expansion counts as reading the longest one, since an
-  /// allocation does not tell which entity is expanded ...
+  /// Tells of a declared entity.
   void entity_declared(std::size_t length);
 
-  /// ... unless this says so, right after it.
-  void expansion_was_of(std::size_t length) { m_work -= m_longest_entity - length; }
+  /// Tells which entity the last expansion was of; without this, it was the longest one.
+  void entity_expanded(std::size_t length);
 
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
@@ -78,8 +84,9 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   bool is_in_reserve(const void* block) const;
 
   std::unordered_map<void*, std::size_t> m_blocks;  // with their sizes
-  const std::unique_ptr<char[]> m_reserve = std::make_unique<char[]>(kReserveSize);
-  std::size_t m_reserve_used = 0;    // bytes
+  const std::unique_ptr<char[]> m_put_by = std::make_unique<char[]>(kReserveSize);
+  std::pmr::monotonic_buffer_resource m_reserve{m_put_by.get(), kReserveSize,
+                                                std::pmr::null_memory_resource()};
   std::size_t m_reserve_blocks = 0;  // in use; without any, all of it is free again
   bool m_releasing = false;
   bool m_watching = false;
@@ -90,6 +97,7 @@ class XmlMemory final : public XERCES_CPP_NAMESPACE::MemoryManager {
   std::size_t m_readers = 0;
   std::size_t m_max_readers = 0;
   std::size_t m_longest_entity = 0;
+  std::size_t m_uncounted = 0;  // characters of the last expansion while it may still be told
   std::size_t m_work = 0;
   std::size_t m_max_work = 0;
 };

@@ -1,13 +1,16 @@
 // When memory runs out while it starts, the XML library ends the process or, where it does not,
 // takes itself for started, crashes at the next use and crashes when it is stopped; when memory
-// runs out while it stops, it ends the process. So both are done with memory put by: all but one of
-// its blocks come from operator new, which asks for more in the moment when it finds none.
+// runs out while it stops, it ends the process. So both are done with memory put by, which the
+// library gets by way of its memory manager. All but one of its blocks come from there.
 #include "utility/xml/xml_platform.h"
+
+#include "utility/xml/xc.h"
 
 #include <pthread.h>
 
 #include <atomic>
 #include <new>
+#include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/util/DefaultPanicHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
@@ -17,54 +20,51 @@ namespace utility {
 
 namespace {
 
-namespace xc = XERCES_CPP_NAMESPACE;
-
 std::atomic<bool> out_of_service{false};
 int uses_kept = 0;  // of users that could not stop
 
-/// While it lives, there is memory put by for the operator new of this thread. One at a time.
-class Reserve {
+/// The memory of the XML library when it is this library that starts it; all of the process has its
+/// blocks from here then. As the library's own, but for the reserve.
+class PlatformMemory final : public xc::MemoryManager {
  public:
-  Reserve() {
-    owner = ::pthread_self();
-    block = ::operator new(kSize, std::nothrow);
-    handler_before = std::set_new_handler(&Reserve::give);
+  void* allocate(XMLSize_t size) override {
+    void* block = ::operator new(size, std::nothrow);
+    if (block == nullptr && give_reserve()) {
+      block = ::operator new(size, std::nothrow);
+    }
+    if (block == nullptr) {
+      throw xc::OutOfMemoryException();
+    }
+    return block;
   }
-  ~Reserve() {
-    std::set_new_handler(handler_before);
-    ::operator delete(block.exchange(nullptr));
-  }
-  Reserve(const Reserve&) = delete;
-  Reserve& operator=(const Reserve&) = delete;
+  void deallocate(void* block) override { ::operator delete(block); }
+  MemoryManager* getExceptionMemoryManager() override { return this; }
 
-  bool allocated() const { return block != nullptr; }
+  /// Puts memory by for this thread, one at a time. False when there is none.
+  bool put_by() {
+    m_owner = ::pthread_self();
+    m_reserve = ::operator new(kSize, std::nothrow);
+    return m_reserve != nullptr;
+  }
+
+  /// Gives it back. False when there is nothing, or it is for another thread.
+  bool give_reserve() {
+    void* const given =
+        ::pthread_equal(m_owner, ::pthread_self()) ? m_reserve.exchange(nullptr) : nullptr;
+    ::operator delete(given);
+    return given != nullptr;
+  }
 
  private:
   static constexpr std::size_t kSize = std::size_t{2} * 1024 * 1024;  // the library takes 0.7 MiB
 
-  // Called by operator new, which then tries again. Other threads get what they would get without
-  // the reserve, also when they are late: this uses nothing that goes with the object.
-  static void give() {
-    void* const given =
-        ::pthread_equal(owner, ::pthread_self()) ? block.exchange(nullptr) : nullptr;
-    const std::new_handler before = handler_before;
-    if (given != nullptr) {
-      ::operator delete(given);
-    } else if (before != nullptr) {
-      before();
-    } else {
-      throw std::bad_alloc();
-    }
-  }
-
-  static inline std::atomic<pthread_t> owner{};
-  static inline std::atomic<void*> block{nullptr};
-  static inline std::atomic<std::new_handler> handler_before{nullptr};
+  std::atomic<pthread_t> m_owner{};
+  std::atomic<void*> m_reserve{nullptr};
 };
 
 /// What the library does when it cannot go on: while it starts, an exception; later its own way,
 /// which is to end the process.
-class PanicHandler : public xc::DefaultPanicHandler {
+class PanicHandler final : public xc::DefaultPanicHandler {
  public:
   void panic(const xc::PanicHandler::PanicReasons reason) override {
     if (starting) {
@@ -76,12 +76,22 @@ class PanicHandler : public xc::DefaultPanicHandler {
   bool starting = false;
 };
 
-PanicHandler panic_handler;
+/// An object that is never destroyed: the library uses it while it is started, be it to the end of
+/// the process.
+template <typename Object>
+Object& lasting() {
+  alignas(Object) static unsigned char storage[sizeof(Object)];
+  return *::new (storage) Object;
+}
+
+PlatformMemory& memory = lasting<PlatformMemory>();
+PanicHandler& panic_handler = lasting<PanicHandler>();
 
 void start_first_user() {
   panic_handler.starting = true;
   try {
-    xc::XMLPlatformUtils::Initialize(xc::XMLUni::fgXercescDefaultLocale, nullptr, &panic_handler);
+    xc::XMLPlatformUtils::Initialize(xc::XMLUni::fgXercescDefaultLocale, nullptr, &panic_handler,
+                                     &memory);
   } catch (const std::bad_alloc&) {
     out_of_service = true;
   } catch (const xc::OutOfMemoryException&) {
@@ -100,23 +110,22 @@ bool start_xml_platform() {
   }
   if (uses_kept > 0) {
     --uses_kept;
-    return true;
-  }
-  if (is_started()) {
+  } else if (is_started()) {
     xc::XMLPlatformUtils::Initialize();  // counts
-    return true;
-  }
-  const Reserve reserve;
-  if (reserve.allocated()) {
+  } else if (memory.put_by()) {
     start_first_user();
+    memory.give_reserve();
   }
   return xml_platform_is_usable();
 }
 
 void stop_xml_platform() {
-  const Reserve reserve;
-  if (reserve.allocated()) {
+  if (memory.put_by()) {
+    if (xc::XMLPlatformUtils::fgMemoryManager != &memory) {
+      memory.give_reserve();  // a host has started the library: the memory is there at least
+    }
     xc::XMLPlatformUtils::Terminate();
+    memory.give_reserve();
   } else {
     ++uses_kept;
   }

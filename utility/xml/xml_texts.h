@@ -1,3 +1,4 @@
+// Loading a document without its file.
 #ifndef UTILITY_XML_XML_TEXTS_H
 #define UTILITY_XML_XML_TEXTS_H
 

@@ -296,6 +296,16 @@ TEST_F(Loading, TakesEntitiesInReason) {
             XEC_PARSE);
 }
 
+// By the lengths of those that are referred to, not of the longest one.
+TEST_F(Loading, CountsTheCharactersOfEntitiesInContent) {
+  const std::string declarations =
+      "<!DOCTYPE r [<!ENTITY long '" + repeated("x", 100'000) + "'><!ENTITY e 'x'>]><r>";
+  EXPECT_EQ(load(declarations + repeated("&long;", 88) + repeated("&e;", 500) + "</r>"), XEC_OK);
+  EXPECT_EQ(load(declarations + repeated("&long;", 89) + "</r>"), XEC_PARSE);
+  EXPECT_EQ(load(declarations + repeated("<a>&long;&e;</a>", 88) + "</r>"), XEC_OK);
+  EXPECT_EQ(load(declarations + repeated("<a>&long;&e;</a>", 89) + "</r>"), XEC_PARSE);
+}
+
 TEST_F(Loading, BoundsNamesAndDeclarations) {
   const auto document = [](int names) {
     std::string text = "<r>";

@@ -94,21 +94,6 @@ TEST(NameTable, CountsANameOnce) {
   NameTable names{kElements};
   for (int i = 0; i < 10'000; ++i) names.add(i % 2 == 0 ? u"a" : u"b");
   EXPECT_EQ(names.size(), 2u);
-  names.clear();
-  EXPECT_EQ(names.size(), 0u);
-  names.add(u"a");
-  EXPECT_EQ(names.size(), 1u);
-}
-
-TEST(NameTable, IsEmptyAgainWhenCleared) {
-  NameTable names{kElements};
-  for (int round = 0; round < 3; ++round) {
-    for (std::size_t i = 0; i < kMaxNamesPerBucket; ++i) {
-      names.add(dom_text(colliding_name(i)).c_str());
-    }
-    EXPECT_EQ(names.size(), kMaxNamesPerBucket);
-    names.clear();
-  }
 }
 
 TEST(NameTable, TablesGrowAsThoseOfTheLibrary) {

@@ -9,6 +9,7 @@
 #include "tests/harness/failing_new.h"
 #include "tests/utility/xml/xml_file.h"
 #include "utility/xml/document_parser.h"
+#include "utility/xml/xml_platform.h"
 
 namespace {
 
@@ -336,6 +337,28 @@ TEST(XmlPlatform, ReleaseAfterItsEndFreesTheDocument) {
   xml.release();
   CElement element;
   EXPECT_EQ(xml.get_root_element(element), XEC_NO_DOCUMENT);
+}
+
+// All but the first allocation are the library's, which gets memory that was put by.
+TEST(XmlPlatform, StartsThoughAnAllocationFails) {
+  for (int n = 1;; n += 1 + n / 7) {
+    bool is_started = false;
+    bool has_failed = false;
+    {
+      const fwbase::test::FailingNew memory(n);
+      is_started = start_xml_platform();
+      has_failed = memory.has_failed();
+    }
+    EXPECT_EQ(is_started, n != 1) << n;
+    EXPECT_EQ(xml_platform_is_usable(), is_started) << n;
+    if (is_started) {
+      stop_xml_platform();
+    }
+    EXPECT_FALSE(xml_platform_is_usable()) << n;
+    if (!has_failed) {
+      break;
+    }
+  }
 }
 
 }  // namespace
