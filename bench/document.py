@@ -175,7 +175,7 @@ def plot(title, x_label, rows):
 
 def unexplained(page, targets):
     """Missed targets without a line "- **group, row**: why" behind the figures."""
-    by_hand = page.split(END)[1]
+    by_hand = " ".join(page.split(END)[1].split())
     missed = dict.fromkeys(f"{t.group}, {t.name}" for t in targets if t.verdict != "met")
     return [name for name in missed if f"**{name}**" not in by_hand]
 

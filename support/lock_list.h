@@ -51,7 +51,9 @@ class ListedLock {
   /// In the parent, when it was taken.
   virtual void give_back() = 0;
 
-  /// In the child, in which it is free then, or held by the thread that forked as it was before.
+  /// In the child, in which it is free then, or held for writing by the thread that forked, as it
+  /// was before. A hold of that thread for reading may be lost: no host code that may fork runs
+  /// under one.
   virtual void make_anew(bool taken) = 0;
 
  protected:

@@ -32,9 +32,12 @@ bool membarrier([[maybe_unused]] int command) {
 }
 
 void nap() {
-  constexpr timespec kNap = {0, 50000};
+  const int reason = errno;
   const CancellationBlock no_cancellation;  // a lock is taken, or it is not
-  ::nanosleep(&kNap, nullptr);
+  timespec rest = {0, 50000};
+  while (::nanosleep(&rest, &rest) != 0 && errno == EINTR) {
+  }
+  errno = reason;
 }
 
 // Readers are gone within nanoseconds, unless they run host code or write to a slow disk.
@@ -79,10 +82,11 @@ bool ReaderMarks::contain(const void* lock) const {
 // long as the nap takes.
 void ReaderMarks::fence_all_threads() {
   const int reason = errno;
-  if (s_writers_fence && !membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED)) {
+  const bool is_fenced = !s_writers_fence || membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+  errno = reason;
+  if (!is_fenced) {
     nap();
   }
-  errno = reason;
 }
 
 void ReaderMarks::wait_until_gone(const void* lock) {

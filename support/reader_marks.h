@@ -42,7 +42,7 @@ class alignas(64) ReaderMarks {
     // The mark must be seen before this thread looks at the lock: its writer looks the other way
     // round. The writer makes sure of that where the system helps it to.
     if (s_writers_fence) {
-      mark.store(lock, std::memory_order_relaxed);
+      mark.store(lock, std::memory_order_release);  // nor is the end of the last reading hidden
       std::atomic_signal_fence(std::memory_order_seq_cst);
     } else {
       mark.exchange(lock);

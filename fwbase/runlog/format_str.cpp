@@ -18,8 +18,8 @@ std::size_t format_text(FormattedText& text, const char* format, std::va_list ar
     return *size;
   }
   std::memset(text, 0, sizeof text);
-  std::vsnprintf(text, kLimit + 1, format, args);
-  return std::strlen(text);
+  const int size = std::vsnprintf(text, kLimit + 1, format, args);
+  return static_cast<std::size_t>(size < 0 || size > kLimit ? kLimit : size);
 }
 
 char* IRunLog::FormatStr(const char* format, ...) {

@@ -201,6 +201,7 @@ void LogQueue::in_child(bool whole) {
   m_journal = nullptr;
   m_dropped = {};
   m_waiting = 0;
+  m_waiting_for_journal = 0;
   m_large_waiting = 0;
   m_writer = Writer::kAwake;
   m_open = true;

@@ -44,7 +44,7 @@ std::uint32_t addr32(Result (*function)(Args...)) {
 using FormattedText = char[1024];
 
 /// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and a zero behind them.
-/// Gives their number.
+/// Gives their number; what stands behind them is to be zeroed where it matters.
 std::size_t format_text(FormattedText& text, const char* format, std::va_list args);
 
 /// "this(0x%x) %s %s(%d) CT:%s %s"

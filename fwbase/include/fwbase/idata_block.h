@@ -48,7 +48,9 @@ struct FWBASE_API IDataBlock {
   /// The size of the buffer in bytes, as given to create().
   virtual std::size_t buffer_len() const = 0;
 
-  /// The wrapped ACE_Message_Block*, for code that works with ACE. It stays owned by the block.
+  /// The wrapped ACE_Message_Block*, for code that works with ACE. It is a part of the block: never
+  /// release it, and never put it behind another message block or into a queue that releases it.
+  /// Use its duplicate() there.
   virtual void* real() = 0;
 
   /// A tag for the user, 0 at first. The library does not interpret it.

@@ -28,12 +28,15 @@ namespace fwbase {
 ///          lock held. For a second call after an exception, see release().
 /// Cancel:  a thread that is cancelled in an operation ends after that operation, or in host code
 ///          that the operation calls.
-/// Forks:   fork() may be called at any time. The child can use the facade, with its contents of
-///          that moment. fork() waits until no other thread changes a component, but at most one
-///          second: a change that takes longer (a module's init(), say) may leave that component
-///          half changed in the child. A host function, module or factory may fork;
-///          IObject::clone() must not, nor must a run log's write(). The child's run log writes in
-///          the caller's thread until init(). vfork() and posix_spawn() do not concern the facade.
+/// Forks:   fork() may be called at any time once instance() has returned for the first time. The
+///          child can use the facade, with its contents of that moment. fork() waits until no other
+///          thread changes a component, but at most one second: a change that takes longer (a
+///          module's init(), say) may leave that component half changed in the child. A host
+///          function, module or factory may fork; IObject::clone(), a run log's write(), a
+///          function's name() and its description, and an environment of the host's that is a
+///          parent must not. Handlers that the host gave to pthread_atfork() before the first
+///          instance() must not use the facade. The child's run log writes in the caller's thread
+///          until init(). vfork() and posix_spawn() do not concern the facade.
 struct FWBASE_API IFWBase {
   /// Gives the facade: the same pointer on every call, from any thread. The first call makes it.
   ///

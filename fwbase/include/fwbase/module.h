@@ -73,7 +73,7 @@
 /// Writes a record of a level of host_log, if the level is enabled.
 #define FWBASE_LOG_RECORD(object, level, ...)                                                      \
   do {                                                                                             \
-    if (::fwbase::host_log::enabled(level)) {                                                      \
+    if (__builtin_expect(::fwbase::host_log::enabled(level), false)) {                             \
       ::fwbase::host_log::write_at(level, object, __PRETTY_FUNCTION__, FWBASE_PLACE, __VA_ARGS__); \
     }                                                                                              \
   } while (false)

@@ -30,6 +30,13 @@ TEST(FormatStr, TheBufferHas1024BytesAndIsZeroBehindTheText) {
   EXPECT_EQ(std::string(text.get(), 1024), "abc" + std::string(1021, '\0'));
 }
 
+TEST(FormatStr, WhatFollowsAZeroThatWasFormattedStays) {
+  const Text text(IRunLog::FormatStr("a%cb", 0));
+  std::string expected("a\0b", 3);
+  expected.resize(1024);
+  EXPECT_EQ(std::string(text.get(), 1024), expected);
+}
+
 TEST(FormatStr, KeepsUpTo1022CharactersAndCutsLongerTexts) {
   for (const std::size_t length : {0u, 1u, 1021u, 1022u, 1023u, 1024u, 1025u, 2000u, 100000u}) {
     const std::string text(length, 'x');
