@@ -469,8 +469,9 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
         looks_like_utf8(bytes.substr(has_mark ? kByteOrderMark.size() : 0));
   }
 
-  // At the first bytes that are no character, where these are the mistake, for the scanner is ahead
-  // of what it reports; else where the scanner found one, or at the last element that it reported.
+  // The place of the mistake. For bytes that are no character, it is the first of them: the scanner
+  // decodes ahead, so that its own place is wrong. For another mistake it is the scanner's place
+  // or, when the scanner gave none, the last element that it reported.
   Place place_stopped(std::string_view bytes) {
     const Utf8Text text(bytes, encoding());
     if (has_damaged_bytes() || m_is_undecodable) {

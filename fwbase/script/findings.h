@@ -1,4 +1,4 @@
-// What a host is told of a script file that was read apart from the engine.
+// The findings that a host gets for a script file which it checks without loading it.
 #ifndef FWBASE_SCRIPT_FINDINGS_H
 #define FWBASE_SCRIPT_FINDINGS_H
 
@@ -33,7 +33,7 @@ std::vector<fwbase::Finding> findings_of(const char* path, const Document& docum
                                          unsigned int code, const Signatures* signatures,
                                          const std::vector<std::string>& environment);
 
-/// That of a path that is none.
+/// The finding for a null or empty path.
 fwbase::Finding nameless();
 
 }  // namespace fwbase::script

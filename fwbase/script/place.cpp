@@ -1,3 +1,4 @@
+// Looks for "<" and line ends in the bytes of a file, and counts the characters between them.
 #include "fwbase/script/place.h"
 
 #include <algorithm>
