@@ -21,7 +21,7 @@ std::atomic<ReaderMarks*> ReaderMarks::s_first{nullptr};
 
 namespace {
 
-// Makes every thread of the process pass a memory fence. The thread sanitizer knows nothing of such
+// Makes every thread of the process pass a memory fence. The thread sanitizer does not know such
 // fences.
 bool membarrier([[maybe_unused]] int command) {
 #ifdef __SANITIZE_THREAD__
@@ -55,8 +55,8 @@ void pause(int round) {
 
 const bool ReaderMarks::s_writers_fence = membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED);
 
-// Made while the library is loaded: made later, a fork at that moment would leave the child with a
-// key that is being made for ever.
+// Made while the library is loaded. If it were made later, a fork at that moment would leave the
+// child with a key that is never finished.
 class ReaderMarks::ThreadEnd {
  public:
   ThreadEnd() : m_made(::pthread_key_create(&m_key, give_back) == 0) {}
@@ -78,8 +78,8 @@ bool ReaderMarks::contain(const void* lock) const {
   return std::find(m_marks.begin(), end, lock) != end;
 }
 
-// The call may be forbidden since the process began. No processor keeps a store to itself for as
-// long as the nap takes.
+// The system may forbid the call later, although it allowed it when the process began. Then a nap
+// takes the place of the fence: it lasts longer than any processor holds a store back.
 void ReaderMarks::fence_all_threads() {
   const int reason = errno;
   const bool is_fenced = !s_writers_fence || membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
@@ -127,8 +127,8 @@ ReaderMarks* ReaderMarks::claim_unused() {
   return made;
 }
 
-// When the thread ends. It may read again, as the process's other such functions run: then it
-// claims marks once more.
+// Runs when the thread ends. Another function that runs then may read again: the thread claims
+// marks once more.
 void ReaderMarks::give_back(void* marks) {
   t_marks = nullptr;
   static_cast<ReaderMarks*>(marks)->m_used = false;

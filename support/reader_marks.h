@@ -1,7 +1,7 @@
 // Where threads mark which locks they read: one cache line per thread.
 //
 // A read that only marks itself stores to no line that another thread stores to, so reads of many
-// threads do not slow each other down. Who writes looks at the marks of all threads.
+// threads do not slow each other down. A writer looks at the marks of all threads.
 #ifndef SUPPORT_READER_MARKS_H
 #define SUPPORT_READER_MARKS_H
 
@@ -16,8 +16,8 @@ class alignas(64) ReaderMarks {
  public:
   using Mark = std::atomic<const void*>;
 
-  /// Those of the calling thread, which are made when they are needed first; null where there is no
-  /// memory for them.
+  /// The marks of the calling thread, made at its first call; null when there is no memory for
+  /// them.
   static ReaderMarks* of_thread() {
     ReaderMarks* const marks = t_marks;
     return marks != nullptr ? marks : claim();
@@ -33,16 +33,16 @@ class alignas(64) ReaderMarks {
 
   bool contain(const void* lock) const;
 
-  /// Null where a thread reads more locks at a time than it has marks.
+  /// Sets a mark for a lock. Null when the thread holds more locks at a time than it has marks.
   Mark* set(const void* lock) {
     if (m_count == m_marks.size()) {
       return nullptr;
     }
     Mark& mark = m_marks[m_count++];
-    // The mark must be seen before this thread looks at the lock: its writer looks the other way
-    // round. The writer makes sure of that where the system helps it to.
+    // Other threads must see the mark before this thread looks at the lock, since a writer changes
+    // the lock before it looks at the marks. Where the system can, the writer enforces this order.
     if (s_writers_fence) {
-      mark.store(lock, std::memory_order_release);  // nor is the end of the last reading hidden
+      mark.store(lock, std::memory_order_release);  // the last removal stays before it
       std::atomic_signal_fence(std::memory_order_seq_cst);
     } else {
       mark.exchange(lock);

@@ -1,4 +1,4 @@
-// The slow ways of the lock, and what happens to it when the process forks.
+// The slow paths of the lock, and the lock in a process that forks.
 #include "support/rw_lock.h"
 
 #include <pthread.h>
@@ -8,12 +8,12 @@
 
 namespace support {
 
-// Between one write and the next so many reads must pay for letting marks count, since the next
-// write has to look at the marks of all threads.
+// The number of reads since the last write after which marks count. It must be large enough to make
+// up for the cost: the next write has to look at the marks of all threads.
 constexpr int kReadsBetweenWrites = 32;
 
-// A thread that reads already gets the lock once more, whoever waits for writing: by its mark that
-// keeps writers away, or by the system's lock, which prefers readers.
+// A thread that holds the lock for reading gets it again, even while writers wait: its first mark
+// keeps writers away, or else the system's lock prefers readers.
 RwLock::Read RwLock::acquire_read_by_system() {
   ReaderMarks* const marks = ReaderMarks::of_thread_if_any();
   if (marks != nullptr && marks->contain(this) && marks->set(this) != nullptr) {
@@ -42,7 +42,8 @@ bool RwLock::acquire_write() {
   return taken;
 }
 
-// Where no mark counts, a writer that need not wait is seen by no reader.
+// While marks are ignored, readers take the system's lock. So a writer that gets it at once need
+// not make readers aware of itself.
 bool RwLock::acquire_write_at_once() {
   if ((m_marks & kAll) != kIgnored) {
     return false;
@@ -66,7 +67,7 @@ bool RwLock::wait_to_write() {
   return taken;
 }
 
-// A reader that had not seen this writer may have let marks count meanwhile.
+// A reader that had not seen this writer may have set kCount meanwhile.
 bool RwLock::has_lost_to_marks() {
   if ((m_marks & kAll) == kIgnored) {
     return false;
@@ -75,8 +76,9 @@ bool RwLock::has_lost_to_marks() {
   return true;
 }
 
-// The system's lock is not held: until the marks are gone, it is open to readers that one of the
-// marked threads may be waiting for. Each writer waits for itself: another may have begun just now.
+// The writer does not hold the system's lock while it waits: a thread with a mark may itself be
+// waiting for a new reader, which takes that lock. Each writer waits for the marks itself, for
+// another writer may have set kEnd only just now.
 void RwLock::wait_for_marks() {
   unsigned int marks = m_marks;
   if ((marks & kAll) == kCount && m_marks.compare_exchange_strong(marks, marks + kCount)) {
@@ -103,9 +105,9 @@ void RwLock::give_back() {
   }
 }
 
-// Giving back is not enough even for the thread's own hold: the system tells a writer by its thread
-// id, which is another one in the child. It is for the tools that keep account of what a thread
-// holds.
+// Makes a new lock in the child, even when the thread held the old one for writing: the system
+// knows a writer by its thread id, and the child's id is another one. The release is only for tools
+// that track which locks a thread holds.
 void RwLock::make_anew(bool taken) {
   if (taken) {
     m_mutex.release();

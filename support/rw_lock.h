@@ -1,11 +1,11 @@
 // The reader-writer lock that guards each component, and its owners.
 //
-// Readers mark themselves in a cache line of their own thread, as long as no thread writes: reads
-// scale with the processors. A writer sends new readers to the system's lock, which it takes itself
-// once the marks are gone. After some reads without a write the marks are good again.
+// While no thread writes, a reader only sets a mark in a cache line of its own thread: reads scale
+// with the processors. A writer sends new readers to the system's lock, waits until the marks are
+// gone, and takes the system's lock itself. After some reads without a write, marks count again.
 //
-// A call that fails leaves its error number in errno and nothing else happens: the operation goes
-// on. An owner gives back only what it got.
+// When the lock cannot be taken, the error number is in errno and the operation goes on without the
+// lock. An owner releases only a lock that it got.
 #ifndef SUPPORT_RW_LOCK_H
 #define SUPPORT_RW_LOCK_H
 
@@ -21,8 +21,8 @@
 
 namespace support {
 
-/// A thread may hold it for reading several times at once. Threads that wait for writing do not
-/// keep readers away.
+/// A thread may hold the lock for reading several times at once. Writers that wait do not keep
+/// readers away.
 class FWBASE_CAPABILITY RwLock final : public ListedLock {
  public:
   explicit RwLock(LockRank rank, InChild in_child = {}) : ListedLock(rank, std::move(in_child)) {
@@ -32,8 +32,8 @@ class FWBASE_CAPABILITY RwLock final : public ListedLock {
 
   /// How a thread holds the lock for reading.
   struct Read {
-    ReaderMarks* marks;  ///< of the thread, the last of which is for this lock
-    bool system;         ///< by the system's lock
+    ReaderMarks* marks;  ///< the thread's marks, the last for this lock; null: no mark
+    bool system;         ///< the thread holds the system's lock
   };
 
   Read acquire_read() FWBASE_ACQUIRE_SHARED() FWBASE_NO_THREAD_SAFETY_ANALYSIS {
@@ -53,14 +53,16 @@ class FWBASE_CAPABILITY RwLock final : public ListedLock {
     }
   }
 
-  /// Says whether the lock was taken.
+  /// Returns whether the lock was taken.
   bool acquire_write() FWBASE_ACQUIRE();
   void release_write() FWBASE_RELEASE() { m_mutex.release(); }
 
  private:
-  /// Whether a mark holds the lock. A thread that holds m_mutex for reading lets marks count, a
-  /// writer ends that, waits for those that are there, and lets them be ignored: then it may take
-  /// m_mutex. The upper bits count the rounds, so that no writer ends a later one than it saw.
+  /// The lower bits of m_marks say whether a mark holds the lock. kIgnored: no mark does. kCount:
+  /// each mark does; a thread that holds m_mutex for reading sets this. kEnd: no new mark does; a
+  /// writer sets this, waits until the marks are gone and then sets kIgnored. A writer takes
+  /// m_mutex only under kIgnored. The upper bits count these rounds: a writer ends only the round
+  /// that it saw.
   enum Marks : unsigned int { kIgnored = 0, kCount = 1, kEnd = 2, kAll = 3, kRound = 4 };
 
   bool marks_count(std::memory_order order) const { return (m_marks.load(order) & kAll) == kCount; }
@@ -86,10 +88,10 @@ class FWBASE_CAPABILITY RwLock final : public ListedLock {
   void make_anew(bool taken) override;
 
   std::atomic<unsigned int> m_marks{kIgnored};
-  std::atomic<int> m_reads{0};    // by the system's lock, since the last write
-  std::atomic<int> m_writers{0};  // those that wait
+  std::atomic<int> m_reads{0};    // through the system's lock, since the last write
+  std::atomic<int> m_writers{0};  // writers that wait
   ACE_RW_Thread_Mutex m_mutex;
-  bool m_written_by_fork = false;  // the thread that forks held it for writing before
+  bool m_written_by_fork = false;  // the forking thread holds the lock for writing
 };
 
 /// Holds the lock for reading.
@@ -130,8 +132,8 @@ class FWBASE_SCOPED_CAPABILITY WriteGuard {
 class FWBASE_SCOPED_CAPABILITY WriteRelease {
  public:
   explicit WriteRelease(RwLock& lock) FWBASE_RELEASE(lock) : m_lock(lock) { lock.release_write(); }
-  // Annotated as a release, as the analysis wants of a scope that gave its lock up: it then
-  // counts the lock as held again.
+  // The analysis wants FWBASE_RELEASE() here. For a scope that has given its lock up, this means
+  // that the lock is held again.
   ~WriteRelease() FWBASE_RELEASE() FWBASE_NO_THREAD_SAFETY_ANALYSIS { m_lock.acquire_write(); }
   WriteRelease(const WriteRelease&) = delete;
   WriteRelease& operator=(const WriteRelease&) = delete;

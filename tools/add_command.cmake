@@ -1,3 +1,4 @@
+# Builds a command with its manual page and shell completions, and installs them.
 find_package(CLI11 REQUIRED)
 find_program(FWBASE_GZIP gzip REQUIRED)
 

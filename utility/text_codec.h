@@ -1,3 +1,4 @@
+// Converts texts between the locale's code page, the DOM's UTF-16 and UTF-8.
 #ifndef UTILITY_TEXT_CODEC_H
 #define UTILITY_TEXT_CODEC_H
 

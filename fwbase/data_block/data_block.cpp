@@ -1,4 +1,4 @@
-// Storage and positions of a data block are those of its message block.
+// A data block keeps its storage and its positions in a message block.
 #include "fwbase/data_block/data_block.h"
 
 #include "fwbase/data_block/storage.h"
@@ -25,7 +25,8 @@ ec::EC CDataBlock::init(unsigned int size) {
   return ec::DB_OK;
 }
 
-// As the release of a message block of its own: what its user hung behind it goes first.
+// Releases the message blocks that the user has chained behind this one before the block itself, in
+// the order of ACE_Message_Block::release().
 CDataBlock::~CDataBlock() {
   if (m_block && m_block->cont() != nullptr) {
     m_block->cont()->release();

@@ -1,6 +1,6 @@
-// A message block that has to get its storage itself tells that there is no memory by a record of
-// ACE's own log: on standard error, and at the cost of a crash where that log cannot be made for
-// want of memory. So the storage is made first.
+// Makes the storage of a message block before the message block. A message block that makes its own
+// storage reports a lack of memory to ACE's log, on standard error. When there is no memory for
+// that log either, the process crashes.
 #include "fwbase/data_block/storage.h"
 
 #include <ace/Malloc_Base.h>

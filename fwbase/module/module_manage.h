@@ -37,7 +37,8 @@ class CModuleManage final : public IMM {
   IBase* query_mid(unsigned int id) const override;
 
  private:
-  /// How a module was made that no factory made; "NULL" for one made by a function given directly.
+  /// The library and the function that created a module. Both are "NULL" when the host passed the
+  /// function itself.
   struct ModuleInfo {
     std::string path;
     std::string fname;

@@ -9,7 +9,7 @@
 
 namespace fwbase {
 
-/// As long as IRunLog::FormatStr makes a text: 1,022 bytes at most.
+/// Has the limit of IRunLog::FormatStr: 1,022 bytes at most.
 class BoundedText {
  public:
   static constexpr std::size_t kLimit = 1022;
@@ -31,9 +31,9 @@ class BoundedText {
     return add({digits, static_cast<std::size_t>(end - digits)});
   }
 
-  /// Adds what comes from elsewhere: its control characters, all but the tab, are shown ("\n",
-  /// "\r", "\x1b"), so that it begins no line and moves no cursor. All other bytes are left alone:
-  /// nobody knows their encoding.
+  /// Adds a text from outside the library. Control characters except the tab are escaped ("\n",
+  /// "\r", "\x1b"), so that the text begins no line and moves no cursor. All other bytes are left
+  /// alone, since their encoding is unknown.
   void add_foreign(std::string_view piece) {
     piece = piece.substr(0, room());
     while (!piece.empty()) {
@@ -48,7 +48,7 @@ class BoundedText {
     }
   }
 
-  /// What was added, with a zero behind it.
+  /// The added text, zero-terminated.
   const char* text() {
     *m_end = '\0';
     return m_text;

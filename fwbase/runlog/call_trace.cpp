@@ -13,8 +13,8 @@ namespace fwbase {
 
 namespace {
 
-// Without memory the record is dropped: a tracer must not throw into the scope that it watches. Nor
-// must a cancellation leave its destructor.
+// When memory runs out, the record is dropped: a tracer must not throw into the scope that it
+// watches, and no cancellation may leave its destructor.
 void write_trace(const char* prefix, const std::string& text, const std::string& location) {
   IRunLog* const log = IFWBase::instance()->runlog();
   if (log == nullptr) {

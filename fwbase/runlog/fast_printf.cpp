@@ -1,5 +1,5 @@
-// Each conversion is read into a Directive, made into digits on the stack where it is a number, and
-// put behind the text with its padding. The first thing that is not known ends it all.
+// Reads each conversion into a Directive, makes the digits of a number on the stack, and appends
+// the result with its padding. Gives up at the first conversion that it does not know.
 #include "fwbase/runlog/fast_printf.h"
 
 #include <langinfo.h>
@@ -16,7 +16,7 @@ namespace fwbase {
 
 namespace {
 
-constexpr int kMostDigits = 100;  // of a width or a precision that is known
+constexpr int kMostDigits = 100;  // the largest width or precision
 
 /// What stands between a "%" and its letter.
 struct Directive {

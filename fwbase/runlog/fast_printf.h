@@ -9,13 +9,13 @@
 
 namespace fwbase {
 
-/// Writes what vsnprintf would, without a terminator, and gives its length. Nothing where it does
-/// not know the format, or the text does not fit: then vsnprintf is to be asked, and `text` is
-/// lost.
+/// Writes the text that vsnprintf would write, without a terminator, and returns its length.
+/// Returns nothing for a format that it does not know, or when the text does not fit. Then the
+/// content of `text` is undefined, and the caller should call vsnprintf.
 ///
 /// It knows %d %i %u %x %X, also for l, ll and z, %s, %.Ns, %.*s, %p, %f, %.Nf and %%, with a
-/// width and the flags "-" and "0". A number with a point is left to vsnprintf where the locale has
-/// another point, or the thread rounds otherwise than to the nearest.
+/// width and the flags "-" and "0". It leaves a number with a point to vsnprintf when the locale
+/// has another decimal point or the thread does not round to the nearest.
 std::optional<std::size_t> fast_printf(char* text, std::size_t room, const char* format,
                                        std::va_list args);
 

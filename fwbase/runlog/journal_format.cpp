@@ -17,10 +17,11 @@ namespace fwbase {
 
 namespace {
 
-/// A journal that is in use is read again when records have gone meanwhile.
+/// The number of attempts to read a journal that is in use: an attempt fails when records are
+/// removed meanwhile.
 constexpr int kTries = 100;
 
-// Says whether there were so many bytes; otherwise errno is EIO where the file ends.
+// Returns whether it has read `size` bytes. When the file has fewer, errno is EIO.
 bool read_at(int descriptor, char* bytes, std::size_t size, std::uint64_t offset) {
   while (size != 0) {
     const ssize_t got = support::uninterrupted(
@@ -51,7 +52,7 @@ bool is_sound(const JournalHeader& header, std::uint64_t file_size) {
          header.end - header.begin <= header.capacity && header.noted <= 1;
 }
 
-// The ring, straightened.
+// Copies the ring's records into one piece.
 bool read_records(int descriptor, const JournalHeader& header, std::vector<char>& records) {
   const std::uint64_t size = header.end - header.begin;
   const std::uint64_t at = header.begin % header.capacity;
@@ -175,7 +176,7 @@ bool JournalContent::add_texts(std::size_t first, std::size_t count, JournalTime
 
 // --- Reading ---
 
-// What lies between the begin and the end stays until the begin has moved.
+// The bytes between `begin` and `end` do not change until `begin` has moved.
 JournalState read_journal(int descriptor, JournalContent& content) {
   struct stat status;
   JournalHeader before;

@@ -23,18 +23,18 @@ constexpr std::size_t kJournalHeaderSize = 4096;
 /// "FWBJNL", 0 and the version of the format, as a number: another byte order has another one.
 constexpr std::uint64_t kJournalMagic = 0x4657424A4E4C0002;
 
-/// Which times the texts of records show.
+/// The records whose texts show a time.
 enum class JournalTimes : std::uint64_t {
   kNone,
-  kAll,     ///< that of a record without one is 1970
-  kStored,  ///< where there is one
+  kAll,     ///< all; a record without a time shows 1970
+  kStored,  ///< the records with a time
 };
 
 /// A batch: records that one call writes to the log.
 struct JournalNote {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;
-  std::uint64_t offset = 0;  ///< the size that the file had
+  std::uint64_t offset = 0;  ///< the size of the file before the batch
   std::uint64_t length = 0;  ///< of the text
   std::uint64_t hash = 0;    ///< of the text
   std::uint64_t to = 0;      ///< the number behind the last record; the first one is at `begin`
@@ -52,21 +52,20 @@ struct JournalHeader {
 static_assert(std::is_trivially_copyable_v<JournalHeader> &&
               sizeof(JournalHeader) <= kJournalHeaderSize);
 
-/// Of the text of a batch.
+/// The hash of a batch's text.
 std::uint64_t journal_hash(std::string_view text);
 
-/// What a journal holds.
+/// The content of a journal.
 struct JournalContent {
   std::uint64_t begin = 0;
   std::vector<char> records;        ///< packed
-  std::vector<std::uint64_t> ends;  ///< the number behind each of them
-  std::optional<JournalNote> note;  ///< of the first of them
+  std::vector<std::uint64_t> ends;  ///< for each record, the number of the byte behind it
+  std::optional<JournalNote> note;  ///< about the first records
 
-  /// How many records the note is about.
+  /// The number of records that the note is about.
   std::size_t noted_records() const;
 
-  /// The records that are left when those are taken away that are written; without a note. Throws
-  /// std::bad_alloc.
+  /// A copy without the written records and without the note. Throws std::bad_alloc.
   JournalContent without(const std::vector<bool>& written) const;
 
   /// Appends the texts of `count` records from `first` on, marked with their ends. False without
@@ -83,8 +82,8 @@ enum class JournalState {
   kUnreadable  ///< errno says why
 };
 
-/// Reads a journal without changing it, and believes nothing that it says: `content` is what can be
-/// relied on when it is whole. Throws std::bad_alloc.
+/// Reads a journal without changing it, and checks all that it says. `content` is valid only when
+/// the result is kWhole. Throws std::bad_alloc.
 JournalState read_journal(int descriptor, JournalContent& content);
 
 }  // namespace fwbase

@@ -1,4 +1,5 @@
-// The bytes of the log decide: its size alone says nothing where others append to it, too.
+// Compares the bytes of the log with the batch. The size of the log would not tell which records it
+// has, since other processes may append to it, too.
 #include "fwbase/runlog/journal_recovery.h"
 
 #include <dirent.h>
@@ -18,7 +19,8 @@ namespace fwbase {
 
 namespace {
 
-/// What others may have written between the look at the size and the batch.
+/// The number of bytes read in addition to the batch: other processes may have written so much
+/// after the note was made.
 constexpr std::size_t kOthers = std::size_t{16} << 20;
 
 std::string_view text_of(const RecordTexts& texts, std::size_t record) {
@@ -26,15 +28,15 @@ std::string_view text_of(const RecordTexts& texts, std::size_t record) {
   return std::string_view(texts.bytes()).substr(begin, texts.end_of(record) - begin);
 }
 
-// A record up to the end of its second line, which has its message or the begin of it.
+// A record up to the end of its second line, which begins its message.
 std::string_view key_of(std::string_view text) {
   const std::size_t first = text.find('\n');
   const std::size_t second = first != text.npos ? text.find('\n', first + 1) : text.npos;
   return text.substr(0, second != text.npos ? second + 1 : text.npos);
 }
 
-// Marks each record that stands at the begin of a line, equal ones as often as they stand there. Of
-// several that stand at one place it is the longest.
+// Marks each record that the content has at the beginning of a line. Of equal records, marks as
+// many as the content has. When several records match at one place, marks the longest.
 void find_records(const RecordTexts& batch, std::string_view content, std::vector<bool>& written) {
   std::unordered_map<std::string_view, std::vector<std::size_t>> missing;
   for (std::size_t record = batch.count(); record-- > 0;) {
@@ -67,13 +69,13 @@ void find_records(const RecordTexts& batch, std::string_view content, std::vecto
   }
 }
 
-// Of an attempt to open something: it may well be there.
+// Whether an open() that failed for this reason does not show if the file is there.
 bool says_nothing(int reason) {
   return reason == EMFILE || reason == ENFILE || reason == ENOMEM || reason == EIO;
 }
 
-// Whatever their numbers: who wrote the journal may have kept more backups. Where the directory may
-// not be listed these are the usual ones.
+// The log and all its backups, whatever their numbers: the process that wrote the journal may have
+// kept more backups than this one. When the directory cannot be listed, only the usual four.
 std::vector<std::string> names_of(const std::string& log) {
   const std::size_t name = log.rfind('/') + 1;  // 0 without a directory
   const std::string directory = log.substr(0, name);

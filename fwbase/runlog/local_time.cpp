@@ -1,3 +1,4 @@
+// Keeps the rules of the process's time zone, and reads them again when TZ or the file changes.
 #include "fwbase/runlog/local_time.h"
 
 #include <stdlib.h>
@@ -22,7 +23,7 @@ using std::chrono::sys_seconds;
 
 constexpr std::size_t kMaxFileSize = std::size_t{1024} * 1024;
 
-// The years of which days can be told, and room for any offset.
+// The times whose days std::chrono can express, whatever the offset.
 constexpr sys_seconds kFirst = sys_days(std::chrono::year(-20000) / January / 1);
 constexpr sys_seconds kLast = sys_days(std::chrono::year(20000) / January / 1);
 
@@ -34,8 +35,8 @@ bool is_same_file(const struct stat& one, const struct stat& other) {
 constexpr const char* kSystemZone = "/etc/localtime";
 constexpr const char* kSystemZones = "/usr/share/zoneinfo";
 
-// A program with rights that its user has not opens no file of the user's choice, but the system's
-// zones.
+// A program with more rights than its user opens only the system's zones, and no file that the user
+// chooses.
 bool is_allowed(std::string_view name) {
   const bool is_system_zone =
       !name.starts_with('/') || name == kSystemZone || name.starts_with(kSystemZones);
@@ -61,8 +62,8 @@ LocalTime& local_time() {
   return of_process;
 }
 
-// Made while the library is loaded: made later, a fork at that moment would leave the child waiting
-// for it for ever.
+// Made while the library is loaded. If it were made later, a fork at that moment would leave the
+// child waiting for it for ever.
 [[maybe_unused]] static const LocalTime& made_early = local_time();
 
 bool LocalTime::break_down(std::time_t time, std::tm& local) {
@@ -86,7 +87,7 @@ bool LocalTime::break_down(std::time_t time, std::tm& local) {
   return true;
 }
 
-// Without memory the rules stay as they are, and the next call tries again.
+// When memory runs out, the rules stay as they are, and the next call tries again.
 void LocalTime::refresh() noexcept {
   const support::CancellationBlock no_cancellation;
   try {
@@ -100,7 +101,7 @@ void LocalTime::refresh() noexcept {
   }
 }
 
-// What TZ says without a file. A colon before it has no meaning.
+// Reads the rules that TZ gives without a file. A colon before them has no meaning.
 void LocalTime::take_name(const char* tz) {
   m_zone.known = false;
   m_zone.tz = tz != nullptr ? std::optional<std::string>(tz) : std::nullopt;

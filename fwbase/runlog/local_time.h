@@ -45,7 +45,7 @@ class LocalTime {
   Zone m_zone FWBASE_GUARDED_BY(m_mutex);
 };
 
-/// That of this process. Never destroyed: threads may log while the process ends.
+/// The local time of this process. Never destroyed: threads may log while the process ends.
 LocalTime& local_time();
 
 }  // namespace fwbase

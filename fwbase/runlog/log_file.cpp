@@ -21,10 +21,10 @@ namespace fwbase {
 
 namespace {
 
-/// How long a counted position is taken for the true one.
+/// The time for which a counted position is taken for the true one.
 constexpr std::chrono::microseconds kTrusted(50);
 
-/// How often, a millisecond apart, the lock of the file is asked for.
+/// The number of attempts to lock the file, one millisecond apart.
 constexpr int kLockTries = 100;
 
 int open_to_append(const char* path, int flags) {
@@ -50,7 +50,7 @@ bool LogFile::open(const char* path) {
   return true;
 }
 
-// O_NONBLOCK is for what is no regular file.
+// With O_NONBLOCK, open() does not wait where the path leads to a FIFO or a device.
 bool LogFile::open_regular(const char* path) {
   const int descriptor = open_to_append(path, O_CREAT | O_NONBLOCK);
   if (descriptor < 0) {
@@ -77,7 +77,7 @@ void LogFile::take(int descriptor, mode_t type) {
   m_position_known_at = Clock::time_point();
 }
 
-// A thread that was cancelled here would leave a destructor, which ends the process.
+// The destructor calls this. A cancellation that leaves a destructor ends the process.
 void LogFile::close() {
   if (m_descriptor >= 0) {
     const support::CancellationBlock no_cancellation;
@@ -115,8 +115,8 @@ LogFile::Appended LogFile::append(const RecordTexts& texts, std::size_t first, s
   return {count, true};
 }
 
-// A thread that waits in write() can be cancelled when a part of the record is written already. It
-// may be cancelled here instead.
+// A thread that waits in write() could be cancelled after a part of the record is written. So it
+// waits here, where nothing is written yet.
 void LogFile::wait_for_room() const {
   pollfd room = {m_descriptor, POLLOUT, 0};
   support::uninterrupted([&] { return ::poll(&room, 1, -1); });
@@ -128,7 +128,7 @@ std::int64_t LogFile::position() {
   return m_position;
 }
 
-// A system call for each record would cost a good part of what writing it costs.
+// Counts the position: a system call for each record would add much to the cost of the write.
 void LogFile::count(std::size_t written) {
   if (Clock::now() - m_position_known_at > kTrusted) {
     position();
@@ -147,8 +147,8 @@ LogFile::Appended LogFile::give_up(const RecordTexts& texts, std::size_t first,
   return {failed - first + 1, false};
 }
 
-// Leaves the file alone when another process has appended behind the broken record: the position is
-// that behind our own last write.
+// Leaves the file alone when another process has appended behind the broken record: then the file
+// is longer than our position, which is the end of our last write.
 void LogFile::cut_back(std::size_t written) {
   const int reason = errno;
   struct stat status;
@@ -163,8 +163,8 @@ void LogFile::cut_back(std::size_t written) {
 
 // --- Other processes ---
 
-// Another log has rotated the file within a moment. Who holds the lock for longer has other
-// reasons, and must not hold up the host. Some file systems know no locks.
+// Another log holds the lock only for the moment of a rotation. A process that holds it for longer
+// has other reasons, and must not hold up the host. Some file systems have no locks.
 void LogFile::lock() {
   constexpr timespec kPause = {0, 1000000};
   for (int tries = 0;

@@ -26,8 +26,8 @@ class LogFile {
   LogFile(const LogFile&) = delete;
   LogFile& operator=(const LogFile&) = delete;
 
-  /// Opens or creates a file, in place of the one that was open. That one stays open where it
-  /// fails; errno says why.
+  /// Opens or creates a file and closes the one that was open. On failure that one stays open, and
+  /// errno says why.
   bool open(const char* path);
 
   /// The same for a regular file only, without waiting for anything.
@@ -36,26 +36,27 @@ class LogFile {
   /// As fstat().
   bool status(struct stat& status) const;
 
-  /// Writes `count` records at the end of the file, from `first` on. Where one fails, those behind
-  /// it are left to the next call; of the one that failed everything is in the file or, where the
-  /// file can be cut back, nothing. No signal is raised, as a FIFO that nobody reads any more or a
-  /// limit of the size of files would. A thread may be cancelled before the first one, also while
-  /// it waits for room in a FIFO or a terminal.
+  /// Writes `count` records at the end of the file, from `first` on. When one fails, the records
+  /// behind it are left to the next call. The written part of the failed record is removed if the
+  /// file can be cut back. Raises no signal, also for a FIFO without a reader or a file beyond the
+  /// size limit. The thread may be cancelled before the first record, also while it waits for room
+  /// in a FIFO or a terminal.
   Appended append(const RecordTexts& texts, std::size_t first, std::size_t count);
 
-  /// The write position in bytes; -1 for what has none, as pipes and terminals.
+  /// The write position in bytes; -1 for a file without one, such as a pipe or a terminal.
   std::int64_t position();
 
-  /// The same without a system call. Others may write into the file or cut it: what they have done
-  /// is known after some microseconds only.
+  /// The same without a system call. If other processes write to the file or cut it, the position
+  /// is right again only at a write some microseconds later.
   std::int64_t counted_position() const { return m_position; }
 
-  /// Keeps others that ask for the lock away until unlock() or the end of the file. Whoever holds
-  /// it already is waited for, but not for long: then there is no lock.
+  /// Locks the file until unlock() or until it is closed. Waits for another process that holds the
+  /// lock, but not for long: then goes on without the lock.
   void lock();
   void unlock();
 
-  /// In a forked child: makes a position of its own, where there is one. Allocates nothing.
+  /// In a forked child: gives it a file position apart from the parent's, if the file has one.
+  /// Allocates nothing.
   void part_from_parent();
 
  private:
@@ -69,8 +70,8 @@ class LogFile {
   void cut_back(std::size_t written);
 
   int m_descriptor = -1;
-  bool m_write_may_wait = false;    // for others
-  bool m_write_may_signal = false;  // where it fails
+  bool m_write_may_wait = false;    // for readers of a FIFO, a terminal
+  bool m_write_may_signal = false;  // SIGPIPE or SIGXFSZ
   std::int64_t m_position = -1;
   Clock::time_point m_position_known_at;
 };

@@ -1,5 +1,5 @@
-// The ring and the header are mapped: what is stored there is the system's when the process ends,
-// in whatever way. The order of the stores counts, for a process may end between any two of them.
+// The ring and the header are mapped: the system keeps their bytes however the process ends. The
+// order of the stores matters, since the process may end between any two of them.
 #include "fwbase/runlog/log_journal.h"
 
 #include <fcntl.h>
@@ -145,7 +145,7 @@ std::unique_ptr<LogJournal> LogJournal::make(const std::string& path, std::size_
       errno = reason;
       return nullptr;
     }
-    case Locked::kByAnother:  // who has taken it for a leftover, and removes it
+    case Locked::kByAnother:  // that process takes it for a leftover and removes it
     case Locked::kGone:
       errno = EEXIST;
       return nullptr;
@@ -228,7 +228,7 @@ LogJournal::Adopted LogJournal::take_over(JournalContent& content) {
   return Adopted::kFailed;
 }
 
-// The file of that name may be what a process has left that was killed here.
+// A process that was killed here may have left a file with the name that ends in ".new".
 bool LogJournal::replace(std::unique_ptr<LogJournal>& journal, const std::vector<char>& records) {
   std::string path = journal->m_path;
   const std::string beside = path + ".new";
@@ -261,7 +261,7 @@ void LogJournal::put(const char* record, std::size_t size) {
   store(m_header->end, m_end);
 }
 
-// While nothing is in it, it does not matter where a byte of a certain number stands.
+// While the journal is empty, the bytes' places in the ring may change with the capacity.
 bool LogJournal::grow(std::size_t size) {
   const std::size_t capacity = whole_pages(size);
   const bool has_grown = capacity >= size && reserve(capacity) && map_ring(capacity);
@@ -271,14 +271,15 @@ bool LogJournal::grow(std::size_t size) {
 
 // --- Batches ---
 
-// The flag comes last: before, there is no note.
+// Stores the flag last: without it, there is no note.
 void LogJournal::note(const JournalNote& note) {
   std::atomic_signal_fence(std::memory_order_seq_cst);
   m_header->note = note;
   store(m_header->noted, 1);
 }
 
-// The begin comes first: without it, the batch would look as if it had to be written again.
+// Stores the begin first: if the note went first and the process ended, the batch would be written
+// again.
 void LogJournal::done(std::uint64_t to) {
   m_begin = to;
   store(m_header->begin, to);

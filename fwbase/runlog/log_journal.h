@@ -14,31 +14,32 @@
 
 namespace fwbase {
 
-/// Owns the file and a lock on it, which ends with the process and which no child inherits. What it
-/// knows of the file it keeps itself: nothing is read from the file while the journal is in use.
+/// Owns the file and a lock on it. The lock ends with the process, and no child inherits it. The
+/// object keeps its own copy of the positions: it reads nothing from the file while the journal is
+/// in use.
 class LogJournal {
  public:
   enum class Adopted {
     kNone,       ///< there is nothing to adopt
-    kTaken,      ///< it is this process's now
+    kTaken,      ///< this process owns the journal now
     kLocked,     ///< another process owns it
-    kUntrusted,  ///< it is no regular file of this user alone; left as it is
+    kUntrusted,  ///< not a regular file of this user alone; left as it is
     kDamaged,    ///< renamed to <name>.damaged
     kFailed      ///< left as it is; errno says why
   };
 
-  /// Makes a journal, whose name must be free, with room for `capacity` bytes on its disk. Null
-  /// where that fails; errno says why. Throws std::bad_alloc.
+  /// Makes a journal with room for `capacity` bytes, and reserves the room on the disk. The name
+  /// must be free. Null on failure; errno says why. Throws std::bad_alloc.
   static std::unique_ptr<LogJournal> make(const std::string& path, std::size_t capacity);
 
-  /// Takes over what a process has left that was killed: for what it holds and for notes, not for
-  /// new records. Throws std::bad_alloc; then nothing changed.
+  /// Takes over the journal of a process that was killed. It serves to read its content and to
+  /// write notes, not to add records. Throws std::bad_alloc; then nothing has changed.
   static Adopted adopt(const std::string& path, std::unique_ptr<LogJournal>& journal,
                        JournalContent& content);
 
-  /// Puts a journal with these packed records, and no note, in the place of one that was adopted,
-  /// in one step. False where that fails: nothing changed, and errno says why. Throws
-  /// std::bad_alloc, likewise.
+  /// Replaces an adopted journal, in one step, by one with these packed records and no note. False
+  /// on failure: then nothing has changed, and errno says why. Throws std::bad_alloc; then nothing
+  /// has changed.
   static bool replace(std::unique_ptr<LogJournal>& journal, const std::vector<char>& records);
 
   /// Leaves the file alone.
@@ -49,28 +50,28 @@ class LogJournal {
   /// Removes the file.
   void remove();
 
-  // Of threads that log, one at a time.
+  // For the threads that log, one at a time.
 
   bool is_empty() const { return m_end == m_begin; }
   std::size_t capacity() const { return m_capacity; }
   bool has_room(std::size_t size) const { return size <= m_capacity - (m_end - m_begin); }
 
-  /// Puts a packed record, for which there is room, behind the others: when this returns it
-  /// survives the process.
+  /// Appends a packed record, for which there must be room. When this returns, the record survives
+  /// the process.
   void put(const char* record, std::size_t size);
 
-  /// Makes an empty journal so large that `size` bytes have room. False where the disk has none.
+  /// Enlarges an empty journal to `size` bytes or more. False when the disk has no room.
   bool grow(std::size_t size);
 
-  // Of the writer.
+  // For the writer.
 
   /// The number of the first byte that is not written to the log yet.
   std::uint64_t begin() const { return m_begin; }
 
-  /// What the writer is about to write, from begin() on.
+  /// Notes the batch that the writer is about to write, from begin() on.
   void note(const JournalNote& note);
 
-  /// All records before that number are written, or given up.
+  /// Removes the records before the number `to`, which are written or given up.
   void done(std::uint64_t to);
 
  private:

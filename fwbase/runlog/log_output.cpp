@@ -1,5 +1,4 @@
-// The output under its lock. A record's text is made before the lock is taken, on the stack if it
-// has room there.
+// Makes a record's text before it takes the lock, on the stack if the text has room there.
 #include "fwbase/runlog/log_output.h"
 
 #include <sys/stat.h>
@@ -27,7 +26,7 @@ namespace {
 // Room for the text of nearly every record: formatted texts have 1,022 characters at most.
 constexpr std::size_t kTextRoom = 4096;
 
-// A failure loses the record only, whatever the host has made of the stream's exceptions.
+// A failure loses only the record, even when the host has enabled the stream's exceptions.
 void put_on_standard_output(const RecordTexts& texts) {
   const support::CancellationBlock no_cancellation;
   try {
@@ -63,7 +62,7 @@ ec::EC LogOutput::install(Opened& opened) {
   } catch (const std::bad_alloc&) {
     return ec::LOG_NO_MEMORY;
   }
-  // A rotation may just have made it a backup.
+  // A rotation may just have made the opened file a backup.
   if (!opened.rotation.names(*opened.file) && !opened.file->open_regular(opened.rotation.path())) {
     return ec::LOG_OPEN_FAILED;
   }
@@ -197,9 +196,9 @@ void LogOutput::note(const RecordTexts& texts, std::size_t first, std::size_t co
 
 // --- Rotation ---
 
-// Without a directory the log is silent until file() succeeds. After any other failure it goes on
-// in the file that it has, and says so once. False when what was written last has to be written
-// again.
+// When the directory is gone, the log is silent until file() succeeds. After any other failure the
+// log goes on in its old file and reports that once. Returns false when the last records have to be
+// written again.
 bool LogOutput::rotate() {
   const support::CancellationBlock no_cancellation;
   const LogRotation::Result result = m_rotation.rotate(*m_file);
@@ -230,7 +229,7 @@ void LogOutput::report_failed_rotation(std::string_view message, std::string_vie
   }
 }
 
-// Whatever levels are enabled, as the closing record: it is about the file itself.
+// Writes whatever levels are enabled, since the record is about the file itself.
 bool LogOutput::report(std::string_view message, std::string_view reason, LocationText& location) {
   BoundedText whole;
   whole.add(message).add(reason);
@@ -298,7 +297,7 @@ LogJournal::Adopted LogOutput::adopt_journal() {
   return adopted;
 }
 
-// Each step leaves the journal so that a process that is killed here is recovered from as well.
+// After each step, the journal allows another recovery: this process may be killed, too.
 bool LogOutput::recover(std::unique_ptr<LogJournal>& journal, JournalContent& content) {
   if (content.note && !complete_noted_batch(journal, content)) {
     return false;
@@ -321,8 +320,9 @@ bool LogOutput::recover(std::unique_ptr<LogJournal>& journal, JournalContent& co
   return true;
 }
 
-// Afterwards no record that the journal still has is in the log. Where those of the batch that are
-// missing lie between others, they go into a journal without these: no note could tell of them.
+// Afterwards the log has none of the records that are left in the journal. When the missing records
+// of the batch stand between written ones, a new journal gets only the missing ones: no note can
+// describe such gaps.
 bool LogOutput::complete_noted_batch(std::unique_ptr<LogJournal>& journal,
                                      JournalContent& content) {
   const JournalNote note = *content.note;

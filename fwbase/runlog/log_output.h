@@ -1,4 +1,4 @@
-// Where records go: nowhere, to standard output, or into a file, which is rotated.
+// The output of the log: none, standard output, or a file, which is rotated.
 #ifndef FWBASE_RUNLOG_LOG_OUTPUT_H
 #define FWBASE_RUNLOG_LOG_OUTPUT_H
 
@@ -19,8 +19,8 @@
 
 namespace fwbase {
 
-/// Any thread. The lock is taken for writing by all operations: records never interleave, and no
-/// rotation meets a record. The state says whether there is an output.
+/// Any thread may use it. All operations take the lock for writing: records never interleave, and
+/// no record is written during a rotation. The state says whether there is an output.
 class LogOutput {
  public:
   explicit LogOutput(PublishedState& state) : m_state(state) {}
@@ -33,27 +33,27 @@ class LogOutput {
     LogRotation rotation;
   };
 
-  /// Opens a file, without the lock: that may take as long as a FIFO has no reader.
+  /// Opens a file. Does not take the lock, since opening a FIFO waits for a reader.
   static ec::EC open(const char* path, Opened& opened);
 
-  /// Makes it the output, in place of that of before; on failure that stays. What a journal beside
-  /// it holds is written first.
+  /// Makes the opened file the output. On failure the old output stays. Writes the records of a
+  /// journal beside the file first.
   ec::EC install(Opened& opened);
 
-  /// Closes the file. Standard output is the output then, if a file was ever open.
+  /// Closes the file. If a file was ever open, standard output becomes the output.
   void restart();
 
   /// Writes a last record and closes the file, in one step. Standard output stays.
   void close(const LogRecord& last);
 
-  /// When the file is rotated, from now on. LOG_NO_MEMORY changes nothing.
+  /// Sets when the file is rotated, from now on. With LOG_NO_MEMORY nothing has changed.
   ec::EC limit(const RotationLimits& limits);
 
-  /// A journal of the log that is open, for its queue; what was there is adopted first. Null where
-  /// there can be none: a record says why.
+  /// Makes a journal for the queue, beside the open log file. Adopts an existing journal first. On
+  /// failure returns null, and a record says why; null without a record when no file is open.
   std::unique_ptr<LogJournal> make_journal(std::size_t capacity);
 
-  /// Where queued records come from.
+  /// The journal of queued records.
   struct Journaled {
     LogJournal& journal;  ///< marks of texts are its numbers behind the records
     JournalTimes times;
@@ -61,7 +61,7 @@ class LogOutput {
 
   void write(const LogRecord& record);
 
-  /// The journal, if there is one, gets a note of each batch, and all of the records as done.
+  /// Notes each batch in the journal, if there is one, and then removes all the records from it.
   void write(const RecordTexts& texts, const Journaled* journaled = nullptr);
 
  private:
@@ -87,7 +87,7 @@ class LogOutput {
   void report_failed_rotation(std::string_view message, std::string_view reason = {})
       FWBASE_REQUIRES(m_lock);
 
-  /// To be called by whoever has changed the output.
+  /// To be called after each change of the output.
   void publish() FWBASE_REQUIRES(m_lock);
 
   void in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;

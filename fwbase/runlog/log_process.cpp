@@ -1,4 +1,4 @@
-// Starting, stopping and settings of the log, and the way of a record: to the output or the queue.
+// Starts, stops and configures the log, and takes each record to the output or the queue.
 #include "fwbase/runlog/log_process.h"
 
 #include <algorithm>
@@ -39,8 +39,8 @@ class FWBASE_SCOPED_CAPABILITY CLogProcess::Standstill {
   const support::WriteGuard m_alone;
 };
 
-// A standstill at whose end there is a writer again if there was one, with a journal if one is
-// wanted. Where the writer cannot be started records are written directly.
+// A standstill that ends by starting the writer again if one ran before, with a journal if one is
+// wanted. When the writer cannot be started, records are written directly.
 class FWBASE_SCOPED_CAPABILITY CLogProcess::Pause {
  public:
   explicit Pause(CLogProcess& log) FWBASE_ACQUIRE(log.m_gate) FWBASE_REQUIRES(log.m_lifecycle)
@@ -58,7 +58,7 @@ class FWBASE_SCOPED_CAPABILITY CLogProcess::Pause {
   Pause& operator=(const Pause&) = delete;
 
  private:
-  // It changes under m_lifecycle only.
+  // Whether the writer runs changes under m_lifecycle only.
   static bool runs(const CLogProcess& log) FWBASE_NO_THREAD_SAFETY_ANALYSIS {
     return log.m_writer.runs();
   }
@@ -120,7 +120,7 @@ void CLogProcess::asynch(bool on) {
   m_state.change([=](LogState& state) { state.asynch = on; });
 }
 
-// A journal belongs to one log: what it holds is written there before the log becomes another.
+// A journal belongs to one log file. Its records are written there before another file replaces it.
 ec::EC CLogProcess::file(const char* path) {
   if (path == nullptr) {
     return ec::LOG_BAD_PARAM;
@@ -165,7 +165,7 @@ void CLogProcess::start_journal() {
   m_writer.journal(m_journal.get());
 }
 
-// All that was queued is written.
+// Called when all queued records are written.
 void CLogProcess::end_journal() {
   m_queue.journal(nullptr);
   m_writer.journal(nullptr);
@@ -186,7 +186,8 @@ void CLogProcess::write(Type type, const char* message, const char* location) {
   }
 }
 
-// False when the log stands still. Whoever makes it do so waits for those that have not seen it.
+// Returns false during a standstill. The thread that begins a standstill waits, at the gate, for
+// the threads that have read the state before.
 bool CLogProcess::write_in_service(Type type, const char* message, const char* location) {
   const support::ReadGuard inside(m_gate);
   const LogState state = m_state.read();
@@ -203,8 +204,8 @@ bool CLogProcess::write_in_service(Type type, const char* message, const char* l
 
 // --- Forks ---
 
-// The child has no writer thread. A standstill and a journal of the parent's are not its own: it
-// writes in the caller's thread, until init() gives it a writer of its own.
+// The child has no writer thread, and the parent's standstill and journal are not the child's. The
+// child writes in the caller's thread until init() starts a writer.
 void CLogProcess::in_child() {
   m_journal.reset();
   new (&m_writer) LogWriter(m_state, m_queue, m_output);

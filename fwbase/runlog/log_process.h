@@ -17,17 +17,18 @@
 
 namespace fwbase {
 
-/// Gives each record to the output in its caller's thread, or to the queue, as the state says.
+/// Writes each record to the output in the caller's thread or puts it into the queue. The state
+/// decides which.
 ///
-/// Locks: m_lifecycle makes init(), release(), finish() and options() follow each other, and where
-/// a journal is wanted file() and asynch(), too; the output and the queue have a lock each. Neither
-/// is held while a record waits for room in the queue. The settings need none, being in the state:
-/// thus a queued record never waits for the lock that the output holds, nor a direct one twice.
+/// m_lifecycle serialises init(), release(), finish() and options(). When a journal is wanted, it
+/// serialises file() and asynch(), too. The output and the queue have one lock each. A thread that
+/// waits for room in the queue holds neither. The settings are in the state and need no lock. So a
+/// queued record never waits for the output's lock, and a direct record takes that lock only once.
 ///
-/// m_gate is held for reading by who is inside write(). When the writer has to stop, the log comes
-/// to a standstill: threads with new records wait, those inside are let out, and when the gate is
-/// held for writing the queue has all that came before. So no record can slip behind the end, into
-/// the next service or past the end of the process.
+/// write() holds m_gate for reading. When the writer has to stop, the log comes to a standstill:
+/// threads with new records wait, and the threads inside write() leave it. Then the thread that
+/// stops the writer takes m_gate for writing. At that moment the queue has all earlier records. So
+/// no record is left behind when the writer or the process ends.
 class CLogProcess final : public IRunLog {
  public:
   CLogProcess() = default;
@@ -56,8 +57,8 @@ class CLogProcess final : public IRunLog {
   bool write_in_service(Type type, const char* message, const char* location);
   void in_child() FWBASE_NO_THREAD_SAFETY_ANALYSIS;
 
-  // In lines of their own: the state and the gate are looked at for each record, and the output and
-  // the queue are changed for each.
+  // The output and the queue are in cache lines of their own: each record changes one of them,
+  // while it only reads the state and the gate.
   PublishedState m_state;
   support::RwLock m_gate{support::LockRank::kLogGate};
   alignas(64) LogOutput m_output{m_state};

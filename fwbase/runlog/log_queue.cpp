@@ -14,13 +14,14 @@ using support::MutexGuard;
 
 namespace {
 
+/// The time after which a writer that naps looks for records.
 constexpr std::chrono::microseconds kNap(500);
 
-/// After so many naps without a record the writer goes to sleep.
+/// The number of naps without a record after which the writer goes to sleep.
 constexpr int kNaps = 16;
 
-/// So many times what the queue may hold is kept for the next records; what was larger is given
-/// back.
+/// The largest buffer that the writer keeps for the next records, as a multiple of the queue's
+/// bytes. A larger buffer is freed.
 constexpr std::size_t kKeptTimes = 4;
 
 }  // namespace
@@ -87,8 +88,8 @@ LogQueue::Appended LogQueue::append(const LogRecord& record, bool is_large) {
   return kept;
 }
 
-// A record that is longer than the journal waits until that is empty; the others wait for it, or it
-// would never be.
+// A record that is longer than the journal waits until the journal is empty. Other records wait
+// behind it: if they did not, the journal might never be empty.
 LogQueue::Appended LogQueue::keep(std::size_t from) {
   const std::size_t size = m_records.size() - from;
   if (size > m_journal->capacity()) {
@@ -107,9 +108,11 @@ LogQueue::Appended LogQueue::keep(std::size_t from) {
   return Appended::kYes;
 }
 
-// Who waits for the queue is told by take(), and who waits for the journal by the writer, without
-// the mutex where nobody does: room may have come since the producer looked. A thread may be
-// cancelled while it waits, and the writer or others may be waiting for it.
+// take() wakes the threads that wait for room in the queue. journal_has_room() wakes the threads
+// that wait for room in the journal, but takes the mutex only when it sees one of them. So a
+// producer first counts itself, and then waits only if the journal's begin has not moved since it
+// looked for room. A destructor ends the wait, since the thread may be cancelled meanwhile, and the
+// writer or other threads may be waiting for it.
 void LogQueue::wait_for_room(MutexGuard& lock, bool for_large, bool for_journal,
                              std::uint64_t seen_begin) {
   struct Waiting {
@@ -188,9 +191,9 @@ void LogQueue::set_open(bool open) {
 
 // --- Forks ---
 
-// What was queued is the parent's, and so is the writer. Threads of the parent may be waiting: the
-// child has copies of what they wait for, and makes them anew. What another thread was changing is
-// not given back.
+// The queued records and the writer belong to the parent. The parent's threads may be waiting for
+// the condition variables: the child makes its copies anew. It does not free records that another
+// thread was changing.
 void LogQueue::in_child(bool whole) {
   if (whole) {
     std::vector<char>().swap(m_records);

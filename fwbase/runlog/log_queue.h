@@ -18,45 +18,45 @@ namespace fwbase {
 
 /// A first-in-first-out queue of packed records, for any number of producers and one writer.
 ///
-/// The writer takes all that is there at once, so that queue and lock are not passed on for each
-/// record. While records keep coming it does not have itself woken for them: it comes and looks,
-/// after half a millisecond at the latest, and is woken only when the queue is half full. A thread
-/// that logs then pays for a copy of its record and for nothing else.
+/// The writer takes all records at once, so that the lock does not change hands for each record.
+/// While records keep coming, nobody wakes the writer for them: it looks for records every half
+/// millisecond, and is woken only when the queue is half full. A thread that logs then pays for a
+/// copy of its record and for nothing else.
 ///
-/// Before the writer ends the queue is closed: nobody waits for room in it any more, only for room
-/// in its journal, and the writer does not end before them.
+/// The queue is closed before the writer ends. From then on no thread waits for room in the queue.
+/// A thread may still wait for room in the journal; the writer ends after the last of them.
 class LogQueue {
  public:
-  /// How large the queue may be, and what happens when it is full.
+  /// Sets how large the queue may be, and what happens when it is full.
   void options(const LogOptions& options);
 
-  /// From so many bytes on it is full.
+  /// The number of bytes from which on the queue is full.
   std::size_t bytes();
 
-  /// Keeps the records that come from now on in a journal as well, or does not: null. The queue is
-  /// empty, and so is the journal. There is a journal only while there is a writer.
+  /// Sets the journal that keeps a copy of the records from now on; null for none. The queue and
+  /// the journal must be empty. There is a journal only while there is a writer.
   void journal(LogJournal* journal);
 
-  /// Copies a record to the end of the queue. While the queue is full and open, and while its
-  /// journal is full, waits or drops the record, as the options say. Without memory it is dropped,
-  /// and errno is ENOMEM.
+  /// Copies a record to the end of the queue. While the queue is full and open, or its journal is
+  /// full, waits or drops the record, as the options say. When there is no memory, the record is
+  /// dropped and errno is ENOMEM.
   void push(const LogRecord& record);
 
-  /// For the writer: waits for records and moves all of them to `records`, whose content is lost.
-  /// False, with none, when the queue is closed and empty.
+  /// For the writer: waits for records and moves all of them to `records`, whose old content is
+  /// lost. Returns false, and no records, when the queue is closed and empty.
   bool take(std::vector<char>& records);
 
-  /// Records that were dropped, by reason.
+  /// The numbers of dropped records, by reason.
   struct Dropped {
     std::uint64_t queue_full = 0;
-    std::uint64_t no_room = 0;  ///< on the disk, for a record that is longer than the journal
+    std::uint64_t no_room = 0;  ///< the disk had no room to grow the journal for a long record
   };
 
-  /// For the writer: what was dropped since the last call. While there is anything take() does not
-  /// wait: it gives what there is, which may be nothing.
+  /// For the writer: the records dropped since the last call. While `no_room` is not 0, take()
+  /// does not wait for records and may return none.
   Dropped take_dropped();
 
-  /// For the writer: there is room in the journal again.
+  /// For the writer: tells the queue that the journal has room again.
   void journal_has_room();
 
   void close() { set_open(false); }
@@ -65,7 +65,8 @@ class LogQueue {
  private:
   enum class Writer { kAwake, kNapping, kAsleep };
 
-  /// Or what a record waits for.
+  /// The result of append(): the record is in the queue (kYes), it has to wait for the queue or the
+  /// journal, or it is lost (kNever).
   enum class Appended { kYes, kQueueFull, kJournalFull, kLargerThanJournal, kNever };
 
   void set_open(bool open);
@@ -100,9 +101,9 @@ class LogQueue {
   LogJournal* m_journal FWBASE_GUARDED_BY(m_mutex) = nullptr;
   std::vector<char> m_records FWBASE_GUARDED_BY(m_mutex);
   Dropped m_dropped FWBASE_GUARDED_BY(m_mutex);
-  unsigned int m_waiting FWBASE_GUARDED_BY(m_mutex) = 0;        // producers
-  std::atomic<unsigned int> m_waiting_for_journal{0};           // of them; changed under m_mutex
-  unsigned int m_large_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // those with large records
+  unsigned int m_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // producers
+  std::atomic<unsigned int> m_waiting_for_journal{0};     // some of these; changed under m_mutex
+  unsigned int m_large_waiting FWBASE_GUARDED_BY(m_mutex) = 0;  // of these, with large records
   Writer m_writer FWBASE_GUARDED_BY(m_mutex) = Writer::kAwake;
   bool m_open FWBASE_GUARDED_BY(m_mutex) = true;
 };

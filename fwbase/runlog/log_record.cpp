@@ -34,8 +34,9 @@ void append_id(std::pmr::string& text, std::string_view label, std::int32_t id) 
   }
 }
 
-// What ctime makes of a time, without its line end; empty for a time that it cannot print. Making
-// it looks for another zone; most records are of the same second as the one before.
+// The text of ctime() without its line end; empty for a time that ctime() cannot print. Keeps the
+// last text, since making it also checks for another zone, and most records have the same second as
+// the one before.
 std::string_view time_text(std::time_t time) {
   struct Second {
     std::time_t time = -1;
@@ -53,8 +54,7 @@ std::string_view time_text(std::time_t time) {
   return {last.text, last.length};
 }
 
-// The first line end of what stands before the message is left out. It is the one that ctime
-// leaves; without a time it is the location's.
+// Leaves out the first line end before the message: ctime's or, without a time, the location's.
 void append_details(std::pmr::string& text, const LogRecord& record, std::string_view location) {
   const std::string_view time = record.time ? time_text(*record.time) : std::string_view();
   if (!time.empty()) {

@@ -14,7 +14,7 @@
 
 namespace fwbase {
 
-/// What a record is made from. Does not own its texts.
+/// The parts of a record. Does not own its texts.
 struct LogRecord {
   IRunLog::Type type{};
   const char* message = "";   // never null
@@ -36,14 +36,15 @@ class RecordTexts {
   RecordTexts(const RecordTexts&) = delete;
   RecordTexts& operator=(const RecordTexts&) = delete;
 
-  /// Appends a record. False without memory: nothing is appended then, and errno is ENOMEM.
-  /// mark   what the caller wants to know of the record later
+  /// Appends a record. When memory runs out, returns false and appends nothing; errno is ENOMEM.
+  ///
+  /// mark   a number of the caller's, for mark_of()
   bool add(const LogRecord& record, std::uint64_t mark = 0);
 
-  /// The same of bytes that are a part of a record.
+  /// The same for bytes that are a part of a record.
   bool add(std::string_view bytes);
 
-  /// Gives back room that few records need, and keeps the rest for the next ones.
+  /// Removes all records. Keeps usual room for the next ones, and frees room that few need.
   void clear();
 
   std::size_t count() const { return m_records.size(); }

@@ -1,5 +1,5 @@
-// The log file under its name, and its backups: <file>.bak.0, the newest, to <file>.bak.3, or as
-// many as there shall be.
+// The log file under its name, and its backups: <file>.bak.0, the newest, to <file>.bak.3, unless
+// options set another number.
 #ifndef FWBASE_RUNLOG_LOG_ROTATION_H
 #define FWBASE_RUNLOG_LOG_ROTATION_H
 
@@ -14,7 +14,7 @@
 
 namespace fwbase {
 
-/// A log file of so many bytes, 10 MiB, is rotated, unless options say otherwise.
+/// The size in bytes at which a log file is rotated, 10 MiB, unless options set another.
 constexpr std::int64_t kRotationSize = 0xA00000;
 
 /// When a log file is rotated, and how many backups are kept.
@@ -23,7 +23,7 @@ struct RotationLimits {
   int backups = 4;
 };
 
-/// By so many bytes a file that could not be rotated grows until that is tried again.
+/// The number of bytes by which a log file grows after a failed rotation before the next attempt.
 constexpr std::int64_t kRotationRetry = 0x10000;
 
 /// Says whether a log file whose write position is `position` is to be rotated when it has
@@ -34,59 +34,60 @@ bool rotation_due(std::int64_t position, std::uint64_t file_bytes = kRotationSiz
 class LogRotation {
  public:
   enum class Result {
-    kDone,         ///< the file that is open is the one of the name: a new one, or that of another
-                   ///< process which has rotated before
-    kDoneTooLate,  ///< the same, but what was written last is lost: others have rotated so often
-                   ///< that the file was removed
-    kNoDirectory,  ///< the name leads nowhere any more; the file stays open
-    kForeign,      ///< what has the name is not this log's; the file stays open
+    kDone,         ///< the open file has the name: it is new, or another process that rotated
+                   ///< before has made it
+    kDoneTooLate,  ///< the same, but the last records are lost: their file was removed, as when
+                   ///< others have rotated many times
+    kNoDirectory,  ///< the directory of the name is gone; the file stays open
+    kForeign,      ///< a file of others has the name; the log's file stays open
     kFailed        ///< the file stays open, under its name; errno says why
   };
 
-  /// Of no file: rotation is never due.
+  /// Without a file: rotation is never due.
   LogRotation() = default;
 
-  /// Of the file that path leads to. Its name is made absolute and is that behind all symbolic
-  /// links, so that the backups are on its volume. What is no regular file, and what is reached
-  /// through /dev or /proc, belongs to others as well and is never rotated; /dev/shm is a directory
-  /// as any other. Throws std::bad_alloc.
+  /// For the file that path leads to. Follows symbolic links and makes the name absolute, so that
+  /// the backups are on the file's volume. A file that is not regular, and one that is reached
+  /// through /dev or /proc, belongs to others as well and is never rotated; /dev/shm is an ordinary
+  /// directory. Throws std::bad_alloc.
   explicit LogRotation(const char* path, const RotationLimits& limits = {});
 
-  /// Other limits from now on. Throws std::bad_alloc; then nothing changed.
+  /// Sets other limits. Throws std::bad_alloc; then nothing has changed.
   void limit(const RotationLimits& limits);
 
   bool has_name() const { return !m_names.empty(); }
 
-  /// What is to be opened.
+  /// The name of the file to open.
   const char* path() const { return has_name() ? m_names.back().c_str() : ""; }
 
-  /// Whether it is a regular file of the log's own: what is rotated, and may have a journal.
+  /// Whether the file is a regular one of the log's own, which is rotated and may have a journal.
   bool rotates() const { return m_rotates; }
 
-  /// The name that a journal of the log has.
+  /// The name of the log's journal.
   const std::string& journal() const { return m_journal; }
 
-  /// Whether the name still stands for the file, or there is no need that it does.
+  /// Whether the name still leads to the file. Always true for a file that is never rotated.
   bool names(const LogFile& file) const;
 
-  /// Whether the file is to be rotated, now that its write position is `position`. After a failure
-  /// it is not until it has grown by kRotationRetry bytes.
+  /// Whether the file is to be rotated when its write position is `position`. After a failed
+  /// rotation it must first grow by kRotationRetry bytes.
   bool due(std::int64_t position) const;
 
-  /// How many records from `first` on are to be written before one looks whether rotation is due,
-  /// to a file whose write position is `position`: those up to the one that makes it due. One at a
-  /// time where there is no position.
+  /// The number of records, from `first` on, to write before the next look whether rotation is due:
+  /// those up to the record that makes it due. 1 for a file without a position (-1).
+  ///
+  /// position   the write position before `first`
   std::size_t records_until_due(const RecordTexts& texts, std::size_t first,
                                 std::int64_t position) const;
 
   /// Renames .bak.2 to .bak.3, .bak.1 to .bak.2, .bak.0 to .bak.1 and the file to .bak.0, and opens
-  /// a new file in its place. The previous .bak.3 is lost, and a missing backup leaves a gap. Where
-  /// a step fails, all is as it was. Likewise with another number of backups; without any the file
-  /// itself is lost.
+  /// a new file in its place. The previous .bak.3 is lost, and a missing backup leaves a gap. When
+  /// a step fails, all files get their names back. Another number of backups works in the same way;
+  /// with none, the file itself is lost.
   ///
   /// When another process has made the file a backup, or the file was removed or moved away and
-  /// nothing has its name, no backup is touched: only the file of the name is opened, and made if
-  /// there is none. Allocates nothing.
+  /// nothing has its name, no backup is renamed: only the file of that name is opened, and created
+  /// if there is none. Allocates nothing.
   Result rotate(LogFile& file);
 
  private:
@@ -97,13 +98,15 @@ class LogRotation {
   bool has_directory() const;
   bool is_backup(const struct stat& file) const;
 
-  // From the name that the oldest backup has until the rotation has succeeded to that of the file.
+  // A temporary name, the backups from the oldest to the newest, and the file. A rotation gives
+  // each file the name before its own. The oldest backup has the temporary name until the rotation
+  // has succeeded, and is removed then.
   std::vector<std::string> m_names;
   std::string m_directory;
   std::string m_journal;
   std::uint64_t m_file_bytes = kRotationSize;
   bool m_rotates = false;
-  std::int64_t m_failed_at = -1;  // the position; -1: the last rotation did not fail
+  std::int64_t m_failed_at = -1;  // write position; -1: the last rotation did not fail
 };
 
 }  // namespace fwbase

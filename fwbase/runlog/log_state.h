@@ -1,4 +1,4 @@
-// The state of the log, in one word: who has a record reads it once and knows what to do with it.
+// The state of the log, in one word: a thread reads it once and knows where its record goes.
 #ifndef FWBASE_RUNLOG_LOG_STATE_H
 #define FWBASE_RUNLOG_LOG_STATE_H
 
@@ -8,13 +8,13 @@
 
 namespace fwbase {
 
-/// How the log serves at one moment. The levels are no part of it: call sites look at ms_type_sign.
+/// The state at one moment. The levels are not a part of it: call sites look at ms_type_sign.
 struct LogState {
   std::uint32_t details : 28 = 0;  ///< INFO_ bits
-  bool has_output : 1 = false;     ///< records go somewhere
+  bool has_output : 1 = false;     ///< a file or standard output is open
   bool asynch : 1 = false;         ///< queued mode is chosen
-  bool direct_only : 1 = false;    ///< whatever is chosen: nobody serves the queue any more
-  bool standstill : 1 = false;     ///< who has a record waits
+  bool direct_only : 1 = false;    ///< no thread serves the queue, whatever mode is chosen
+  bool standstill : 1 = false;     ///< threads with a record wait
 
   bool queued() const { return asynch && !direct_only; }
 };

@@ -1,5 +1,5 @@
-// The writer thread writes all that it finds in the queue in one piece. What is left, or all where
-// there is no thread, is written by who stops the log.
+// The writer thread writes all records that it finds in the queue in one piece. The thread that
+// stops the log writes the records that are left, or all when there is no writer thread.
 #include "fwbase/runlog/log_writer.h"
 
 #include <ace/Signal.h>
@@ -14,7 +14,7 @@ namespace fwbase {
 
 namespace {
 
-// All but those that a fault of the thread itself raises.
+// All signals but those that a fault of the thread itself raises.
 ACE_Sig_Set host_signals() {
   ACE_Sig_Set signals(true);
   for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
@@ -27,7 +27,7 @@ ACE_Sig_Set host_signals() {
 
 bool LogWriter::start() {
   ACE_Sig_Set signals = host_signals();
-  const ACE_Sig_Guard blocked(&signals);  // the thread inherits that: its host handles them
+  const ACE_Sig_Guard blocked(&signals);  // the thread inherits the mask: the host handles them
   const auto run = [](void* writer) -> void* {
     static_cast<LogWriter*>(writer)->write_queued();
     return nullptr;
@@ -36,7 +36,7 @@ bool LogWriter::start() {
   return m_runs;
 }
 
-// A record may have come behind the end of the thread.
+// A record may have come after the end of the thread.
 void LogWriter::stop() {
   if (m_runs) {
     ::pthread_join(m_thread, nullptr);
@@ -55,8 +55,8 @@ void LogWriter::write_queued() {
   }
 }
 
-// Without memory for all texts at once, those that are there are written first. The flags of this
-// moment, not of the record's, say whether a time is read.
+// When there is no memory for all texts at once, writes the finished texts first. The flags of this
+// moment, not of the record's, decide whether a time is shown.
 void LogWriter::write_packed(const std::vector<char>& packed, RecordTexts& texts) {
   const bool with_time = (m_state.read().details & IRunLog::INFO_TIME) != 0;
   PackedRecords records(packed);
@@ -70,7 +70,7 @@ void LogWriter::write_packed(const std::vector<char>& packed, RecordTexts& texts
   write(texts, with_time);
   m_taken += packed.size();
   if (m_journal != nullptr) {
-    m_journal->done(m_taken);  // also what there was no memory for
+    m_journal->done(m_taken);  // also records that there was no memory for
     m_queue.journal_has_room();
   }
 }
@@ -95,8 +95,8 @@ void LogWriter::report_dropped(const LogQueue::Dropped& dropped) {
   }
 }
 
-// Whatever levels are enabled. It stands where the records are missing, and comes even if nothing
-// is logged any more: the queue was full, so that there was something to take.
+// Writes whatever levels are enabled. The report stands where the records are missing. It comes
+// even if nothing is logged any more: the queue was full, so that the writer had records to take.
 void LogWriter::report_dropped(const char* reason, std::uint64_t count) {
   BoundedText message;
   message.add(reason).add(GBK(",丢弃了")).add_number(count, 10).add(GBK("条记录"));

@@ -21,15 +21,15 @@ class LogWriter {
   LogWriter(const LogWriter&) = delete;
   LogWriter& operator=(const LogWriter&) = delete;
 
-  /// Starts the thread. False where there can be none.
+  /// Starts the thread. False when it cannot be started.
   bool start();
 
-  /// Writes what is in the queue, which was closed, and ends the thread, if there is one.
+  /// Writes the records in the queue, which must be closed, and ends the thread, if there is one.
   void stop();
 
   bool runs() const { return m_runs; }
 
-  /// While it does not run: the journal that the queue has from now on, or null.
+  /// Sets the journal of the queue, or null. Only while the writer does not run.
   void journal(LogJournal* journal) { m_journal = journal; }
 
  private:
@@ -43,7 +43,7 @@ class LogWriter {
   LogQueue& m_queue;
   LogOutput& m_output;
   LogJournal* m_journal = nullptr;
-  std::uint64_t m_taken = 0;  // behind the last record from the queue, as the journal counts
+  std::uint64_t m_taken = 0;  // the journal's number behind the last record taken
   pthread_t m_thread{};
   bool m_runs = false;
 };

@@ -1,3 +1,4 @@
+// Adds the text between two conversions as it is, and each conversion by its kind.
 #include "fwbase/runlog/message_format.h"
 
 #include <cstring>
@@ -7,7 +8,7 @@ namespace fwbase {
 
 namespace {
 
-// As much of a text as a message can show, and of a precision's bytes no more.
+// The part of a text that a message can show: at most `precision` bytes, if that is not negative.
 std::string_view text_of(const char* text, int precision) {
   if (text == nullptr) {
     return "(null)";

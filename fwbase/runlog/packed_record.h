@@ -14,7 +14,7 @@ namespace fwbase {
 /// Appends a copy of the record. Throws std::bad_alloc; then nothing is appended.
 void pack_record(const LogRecord& record, std::vector<char>& bytes);
 
-/// The size of the packed record that bytes begin with; 0 where they begin with none.
+/// The size of the packed record at the front of `bytes`; 0 when there is none.
 std::size_t packed_size(std::string_view bytes);
 
 /// Takes packed records off the front of bytes, which hold nothing else.
@@ -24,11 +24,11 @@ class PackedRecords {
       : PackedRecords(bytes.data(), bytes.data() + bytes.size()) {}
   PackedRecords(const char* begin, const char* end) : m_begin(begin), m_next(begin), m_end(end) {}
 
-  /// The next record; its texts point into the bytes. Whether it holds a time is not stored: the
-  /// caller says. Nothing when none is left.
+  /// The next record; its texts point into the bytes. Nothing when none is left. The bytes do not
+  /// tell whether the record has a time: the caller does.
   std::optional<LogRecord> next(bool with_time);
 
-  /// How many bytes were taken.
+  /// The number of bytes taken.
   std::size_t taken() const { return static_cast<std::size_t>(m_next - m_begin); }
 
  private:

@@ -40,11 +40,11 @@ std::uint32_t addr32(Result (*function)(Args...)) {
   return addr32(reinterpret_cast<const void*>(function));
 }
 
-/// A formatted text: what IRunLog::FormatStr allocates.
+/// A formatted text, as large as IRunLog::FormatStr allocates it.
 using FormattedText = char[1024];
 
 /// Formats with IRunLog::FormatStr's rules: 1,022 characters at most, and a zero behind them.
-/// Gives their number; what stands behind them is to be zeroed where it matters.
+/// Returns their number. Does not clear the rest of `text`.
 std::size_t format_text(FormattedText& text, const char* format, std::va_list args);
 
 /// "this(0x%x) %s %s(%d) CT:%s %s"

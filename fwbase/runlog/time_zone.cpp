@@ -1,5 +1,5 @@
-// Zone files and the POSIX form of TZ, understood as the C library understands them. Its own
-// functions take a lock, which a forked child may find taken for ever.
+// Reads zone files and the POSIX form of TZ as the C library does. The C library's functions take a
+// lock, which a forked child may find taken for ever.
 #include "fwbase/runlog/time_zone.h"
 
 #include <algorithm>
@@ -20,7 +20,8 @@ constexpr std::int32_t kHour = 60 * kMinute;
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_letter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-/// Takes the parts of the POSIX form off its front. Each says whether it was there.
+/// Takes the parts of the POSIX form off its front. Each function returns whether its part was
+/// there.
 class FormReader {
  public:
   explicit FormReader(std::string_view text) : m_left(text) {}
@@ -150,7 +151,7 @@ std::optional<YearlyRules> YearlyRules::read(std::string_view text) {
 }
 
 // South of the equator, daylight-saving time ends earlier in the year than it begins. The year is
-// that of UTC, as in the C library: rules for the first or last hours of a year depend on it.
+// the year in UTC, as in the C library: rules for the first or last hours of a year depend on it.
 std::int32_t YearlyRules::offset(std::int64_t time) const {
   if (!m_daylight_saving) {
     return m_standard;

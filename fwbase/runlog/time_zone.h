@@ -19,7 +19,7 @@ struct YearlyChange {
   unsigned int month = 0;              // 1 to 12
   std::int32_t seconds = 2 * 60 * 60;  // from the day's beginning; may be negative, or days
 
-  /// In seconds since 1970 of the clock that is changed.
+  /// The moment in a year, in seconds since 1970 on the clock that is changed.
   std::int64_t in_year(int year) const;
 };
 
@@ -28,8 +28,8 @@ struct YearlyChange {
 class YearlyRules {
  public:
   /// Reads the form that POSIX gives them: "CET-1CEST,M3.5.0,M10.5.0/3". Daylight-saving time
-  /// without rules is that of the United States. Nothing where the text is no such form; where only
-  /// the rules cannot be read, there is no daylight-saving time.
+  /// without rules is that of the United States. Nothing when the text has another form. When
+  /// only the rules cannot be read, there is no daylight-saving time.
   static std::optional<YearlyRules> read(std::string_view text);
 
   /// Seconds from UTC to the local time.
@@ -53,7 +53,7 @@ class TimeZone {
   TimeZone() = default;
   explicit TimeZone(const YearlyRules& rules) : m_later(rules) {}
 
-  /// Reads the content of a zone file (RFC 8536). Nothing where it is none or damaged.
+  /// Reads the content of a zone file (RFC 8536). Nothing when it is damaged or not a zone file.
   static std::optional<TimeZone> read_file(std::string_view content);
 
   /// Seconds from UTC to the local time. Where the zone counts leap seconds, they are in it.

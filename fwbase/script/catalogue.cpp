@@ -17,13 +17,14 @@ using Json = nlohmann::ordered_json;
 // The address of an object's table of virtual functions, as GCC and Clang lay it out.
 const void* virtual_table(const void* object) { return *static_cast<const void* const*>(object); }
 
-// The file that holds the address; empty for none.
+// The file that holds the address; empty when there is none.
 std::string file_of(const void* address) {
   Dl_info info{};
   return dladdr(address, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
 }
 
-// Most functions are static objects of their library; one on the heap has its code there.
+// Most functions are static objects of their library. For one on the heap, its virtual functions
+// are in the library.
 std::string module_of(IScript::ISyntax& function, const IFunctionDescription* told) {
   if (told != nullptr && told->origin() != nullptr) {
     return told->origin();

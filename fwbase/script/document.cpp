@@ -71,14 +71,14 @@ const XMLCh* wide_encoding(std::string_view bytes) {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// So are documents that declare nothing.
+// A document that declares no encoding is UTF-8, too.
 bool is_utf8(const XMLCh* encoding) {
   return *encoding == 0 ||
          xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString) == 0 ||
          xc::XMLString::compareIString(encoding, xc::XMLUni::fgUTF8EncodingString2) == 0;
 }
 
-// How much of a text stands before the first surrogate without its other half.
+// The length of the text before the first surrogate without its other half.
 std::size_t whole_size(WideView text) {
   std::size_t at = 0;
   while (at < text.size() && (text[at] & 0xFC00U) != 0xDC00U) {
@@ -93,8 +93,8 @@ std::size_t whole_size(WideView text) {
 
 constexpr XMLSize_t kBlock = 4096;
 
-// Appends the characters of a block, and gives how many of its bytes they are: 0 when one of them
-// is no character.
+// Appends the characters of a block, and returns the number of bytes that they take; 0 when some of
+// the bytes are no character.
 XMLSize_t decode_block(std::string_view bytes, xc::XMLTranscoder& transcoder, DomText& text) {
   XMLSize_t eaten = 0;
   try {
@@ -110,7 +110,8 @@ XMLSize_t decode_block(std::string_view bytes, xc::XMLTranscoder& transcoder, Do
   return eaten;
 }
 
-// Appends all of bytes that the encoding has, up to the first that it lacks. False if there is one.
+// Appends the characters of `bytes` up to the first bytes that the encoding lacks. Returns false if
+// there are such bytes.
 bool decode(std::string_view bytes, const XMLCh* encoding, std::string& out) {
   constexpr XMLSize_t kLongestCharacter = 4;
   xc::XMLTransService::Codes code;
@@ -128,7 +129,7 @@ bool decode(std::string_view bytes, const XMLCh* encoding, std::string& out) {
   return bytes.empty() && whole == text.size();
 }
 
-// Neither longer than need be, nor a surrogate, nor beyond the last character.
+// Whether a character is neither too long, nor a surrogate, nor beyond the last character.
 bool is_shortest(unsigned char lead, unsigned char second) {
   switch (lead) {
     case 0xE0:
@@ -144,7 +145,8 @@ bool is_shortest(unsigned char lead, unsigned char second) {
   }
 }
 
-// The bytes of the character of UTF-8 that a text, not empty, begins with; 0 where none does.
+// The number of bytes of the UTF-8 character at the front of a text, which must not be empty; 0
+// when there is no character.
 std::size_t character_size(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   if (lead < 0x80U) {
@@ -159,7 +161,7 @@ std::size_t character_size(std::string_view text) {
   return is_good && is_shortest(lead, static_cast<unsigned char>(rest.front())) ? size : 0;
 }
 
-// Whether the bytes that are not ASCII make up characters of UTF-8, and three of these at least.
+// Whether the bytes that are not ASCII are valid UTF-8, with three characters or more.
 bool looks_like_utf8(std::string_view bytes) {
   constexpr std::size_t kFewest = 3;
   std::size_t count = 0;
@@ -174,7 +176,7 @@ bool looks_like_utf8(std::string_view bytes) {
   return count >= kFewest;
 }
 
-/// The bytes of a document in UTF-8: themselves if they are.
+/// The text of a document in UTF-8: its own bytes when they are UTF-8.
 class Utf8Text {
  public:
   Utf8Text(std::string_view bytes, const DomText& declared) : m_text(bytes) {
@@ -192,8 +194,8 @@ class Utf8Text {
 
   std::string_view view() const { return m_text; }
 
-  /// Where the first bytes stand that the encoding lacks, a mark of another encoding among them;
-  /// none if that is not to be seen.
+  /// The offset of the first bytes that the encoding lacks. A byte order mark of another encoding
+  /// counts as such bytes. Nothing when there are none to be seen.
   std::optional<std::size_t> first_damage() const {
     std::size_t at = 0;
     while (at < m_text.size() && is_good(m_text.substr(at))) {
@@ -275,7 +277,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     GuardedParser::XMLDecl(version, encoding, standalone, actual_encoding);
   }
 
-  // Entities outside the file are refused, in the end; the type's declarations there are left out.
+  // The base class refuses entities outside the file, and leaves out the external DTD subset.
   xc::InputSource* resolveEntity(xc::XMLResourceIdentifier* resource) override {
     if (m_content.locator != nullptr && (!m_open.empty() || m_rules.is_in_internal_subset())) {
       m_found.line = m_content.locator->getLineNumber();
@@ -284,7 +286,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     return GuardedParser::resolveEntity(resource);
   }
 
-  // The tree takes no other names for a document type.
+  // The DOM tree accepts only such names for a document type.
   void doctypeDecl(const xc::DTDElementDecl& element, const XMLCh* public_id,
                    const XMLCh* system_id, bool has_internal_subset,
                    bool has_external_subset) override {
@@ -369,7 +371,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   }
 
  private:
-  /// What the leading text of the innermost element can get.
+  /// What may be added to the leading text of the innermost element.
   enum class Reading { kFirst, kText, kNothing };
 
   void note_other(bool is_there) {
@@ -378,7 +380,7 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
     }
   }
 
-  // Where the library has reported no error.
+  // For a document in which the library has reported no error.
   void add_refusal() {
     if (m_rules.refers_to_another_file()) {
       m_document.m_refusal = "it refers to an entity in another file, and a script is one file";
@@ -469,8 +471,9 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
         looks_like_utf8(bytes.substr(has_mark ? kByteOrderMark.size() : 0));
   }
 
-  // At the first bytes that are no character, where these are the mistake, for the scanner is ahead
-  // of what it reports; else where the scanner found one, or at the last element that it reported.
+  // The place of the mistake. For bytes that are no character, it is the first of them: the scanner
+  // decodes ahead, so that its own place is wrong. For another mistake it is the scanner's place
+  // or, when the scanner gave none, the last element that it reported.
   Place place_stopped(std::string_view bytes) {
     const Utf8Text text(bytes, encoding());
     if (has_damaged_bytes() || m_is_undecodable) {
@@ -505,8 +508,8 @@ class TreeParser : public utility::GuardedParser<utility::SaxReader> {
   DomText m_text;
   std::string m_narrow;
   std::array<Seen, 64> m_seen{};
-  ParserPlace m_found;            // where the first mistake is
-  bool m_is_undecodable = false;  // that mistake, or it is another exception of the library
+  ParserPlace m_found;            // the place of the first mistake
+  bool m_is_undecodable = false;  // the mistake is an exception, perhaps for undecodable bytes
 };
 
 unsigned int Document::parse(std::string_view bytes) {

@@ -15,8 +15,8 @@
 
 namespace fwbase::script {
 
-/// The elements of one XML document, in compact tables. What an entity brings is not among them:
-/// elements that stand in the replacement text of a reference are nobody's children.
+/// The elements of one XML document, in compact tables. Elements in the replacement text of an
+/// entity are not among them, and are no element's children.
 ///
 /// Names, texts and values are in the code page of the thread that read the document.
 class Document {
@@ -38,23 +38,23 @@ class Document {
   /// it cannot be read or is no regular file.
   unsigned int load(const std::string& path, std::string& bytes);
 
-  /// Where its document type declaration begins, if it has one.
+  /// The place of the document type declaration, if there is one.
   std::optional<Place> doctype() const { return m_doctype; }
 
-  /// Whether it declares another encoding than UTF-8, but looks as if it were in that: all of three
-  /// or more characters beyond ASCII are valid UTF-8.
+  /// Whether the document declares another encoding than UTF-8, but looks like UTF-8: it has three
+  /// or more characters beyond ASCII, and all of them are valid UTF-8.
   bool is_in_doubtful_encoding() const { return m_is_in_doubtful_encoding; }
 
-  /// Where an XEC_PARSE was found.
+  /// The place of the mistake that led to XEC_PARSE.
   Place stopped() const { return m_stopped; }
 
-  /// What is wrong, in UTF-8; empty where a limit is exceeded.
+  /// The reason for XEC_PARSE, in UTF-8; empty when a limit is exceeded.
   const std::string& refusal() const { return m_refusal; }
 
   /// The root element of a document that has been parsed.
   Element root() const;
 
-  /// The number of a name that some element or attribute has; none otherwise.
+  /// The number of a name; nothing when no element or attribute has the name.
   std::optional<NameId> find_name(std::string_view name) const;
   std::size_t name_count() const { return m_names.size(); }
 
@@ -106,11 +106,11 @@ class Document::Element {
   const std::string& name() const { return m_document->m_names[node().name]; }
   Place place() const { return node().place; }
 
-  /// What stands before the first child element, comment or processing instruction, without white
-  /// space around it; empty unless it begins with characters. XEC_OK, or XEC_ENCODING.
+  /// The text before the first child element, comment or processing instruction, without white
+  /// space around it; empty unless the element begins with characters. XEC_OK, or XEC_ENCODING.
   unsigned int text(std::string_view& text) const;
 
-  /// Whether there is text, not blank, behind the one that text() gives, outside of child elements.
+  /// Whether the element has more text than text() gives, outside its child elements and not blank.
   bool has_later_text() const { return m_document->m_later_texts.contains(m_number); }
   /// Whether there is a comment, a processing instruction, a reference to an entity, a child
   /// element, or a CDATA section as its first text.

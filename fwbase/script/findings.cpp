@@ -1,4 +1,4 @@
-// Findings of the reader and the warnings, as hosts see them; why a file cannot be read at all.
+// Turns mistakes and warnings into findings for hosts, and says why a file cannot be read at all.
 #include "fwbase/script/findings.h"
 
 #include <sys/stat.h>

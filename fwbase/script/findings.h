@@ -1,4 +1,4 @@
-// What a host is told of a script file that was read apart from the engine.
+// The findings that a host gets for a script file which it checks without loading it.
 #ifndef FWBASE_SCRIPT_FINDINGS_H
 #define FWBASE_SCRIPT_FINDINGS_H
 
@@ -24,16 +24,19 @@ class EmptyEngine : public Surroundings {
   const Signatures* m_signatures;
 };
 
-/// All that is wrong with a file that an empty engine loads, in the order of the places.
-/// document     what reading the file left, with the code of that
+/// All mistakes and warnings of a file that an empty engine loads, in the order of the places.
+///
+/// document     the result of reading the file
+/// code         the code of reading the file
 /// signatures   the functions; null when the declarations are to be believed
 /// environment  the variables that the host sets in the environments of sections
-/// Throws std::bad_alloc, also where the document had no memory.
+///
+/// Throws std::bad_alloc, also when reading the file ran out of memory.
 std::vector<fwbase::Finding> findings_of(const char* path, const Document& document,
                                          unsigned int code, const Signatures* signatures,
                                          const std::vector<std::string>& environment);
 
-/// That of a path that is none.
+/// The finding for a null or empty path.
 fwbase::Finding nameless();
 
 }  // namespace fwbase::script

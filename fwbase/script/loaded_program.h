@@ -11,16 +11,16 @@
 
 namespace fwbase {
 
-/// The host's function for one that a program calls, good while registrations is the engine's
-/// count. Runs of several threads write it side by side, each with the lock held for reading: then
-/// the count stays, and all of them write the same.
+/// The host's function for a function that a program calls. It is valid while `registrations`
+/// equals the engine's count. Runs of several threads may write it at once, each with the lock held
+/// for reading: the count cannot change then, so that all of them write the same.
 struct CScript::Binding {
   std::atomic<ISyntax*> function = nullptr;
-  std::atomic<std::uint64_t> registrations = 0;  ///< written behind the function
+  std::atomic<std::uint64_t> registrations = 0;  ///< written after the function
 };
 
-/// The data stays as the reader made it, so that any number of runs can share it. What runs write
-/// is written only when it changes, so that they do not take it out of each other's caches.
+/// The program never changes, so that any number of runs can share it. Runs write to bindings and
+/// states only when a value changes, so that they do not take cache lines from each other.
 struct CScript::LoadedProgram {
   explicit LoadedProgram(script::Program read)
       : program(std::move(read)),

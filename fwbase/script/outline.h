@@ -1,4 +1,4 @@
-// What a script file says as it stands, right or wrong, for those who show it.
+// The content of a script file as it stands, right or wrong, for programs that show it.
 #ifndef FWBASE_SCRIPT_OUTLINE_H
 #define FWBASE_SCRIPT_OUTLINE_H
 
@@ -13,7 +13,7 @@
 
 namespace fwbase::script {
 
-/// Things that have a name, in the order of the file. Of several with one name the first is found.
+/// Things with names, in the order of the file. find() gives the first of several with one name.
 template <typename Named>
 class NamedList {
  public:
@@ -38,7 +38,7 @@ class NamedList {
   std::unordered_map<std::string, std::size_t> m_places;
 };
 
-/// Plain texts, which are empty where the file lacks one or the code page cannot express it.
+/// Plain texts. A text is empty when the file lacks it or the code page cannot express it.
 struct Outline {
   struct Parameter {
     std::string tag;
@@ -65,7 +65,7 @@ struct Outline {
     std::string function;
     std::vector<Argument> arguments;
     std::string result;  ///< the variable that "ret" names; empty for none
-    Place place = {};    ///< of its arguments: the "params", or the call without any
+    Place place = {};    ///< of the "params"; of the call when it has none
   };
   struct Section {
     std::string name;
@@ -75,7 +75,7 @@ struct Outline {
   NamedList<Function> functions;
   std::vector<Variable> variables;
   NamedList<Section> sections;
-  std::vector<std::string> other_processes;  ///< names of those that the engine passes over
+  std::vector<std::string> other_processes;  ///< names of processes that the engine ignores
 };
 
 }  // namespace fwbase::script

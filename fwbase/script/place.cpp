@@ -1,3 +1,4 @@
+// Looks for "<" and line ends in the bytes of a file, and counts the characters between them.
 #include "fwbase/script/place.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool is_continuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
-// The characters of UTF-8 text: its bytes but those that continue a character.
+// The number of characters in UTF-8 text: all bytes but those that continue a character.
 std::uint32_t characters(const char* text, std::size_t size) {
   constexpr std::uint64_t kLowBits = 0x0101010101010101U;
   std::size_t count = size;
@@ -28,7 +29,7 @@ std::uint32_t characters(const char* text, std::size_t size) {
   return static_cast<std::uint32_t>(count);
 }
 
-// Where the next line begins for a parser; the text's end without one.
+// The offset at which the next line begins for a parser; the end of the text when there is none.
 std::size_t behind_line(std::string_view text, std::size_t at, bool has_wide_line_ends) {
   constexpr std::string_view kNextLine = "\xC2\x85";
   constexpr std::string_view kLineSeparator = "\xE2\x80\xA8";

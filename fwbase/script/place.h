@@ -27,7 +27,7 @@ class StartTags {
   /// The place of the "<" of the next start tag. To be called once for each, at most.
   Place next();
 
-  /// That of the document type declaration, once the first start tag has been found.
+  /// The place of the document type declaration, once the first start tag has been found.
   std::optional<Place> doctype() const { return m_doctype; }
 
  private:
@@ -40,7 +40,7 @@ class StartTags {
   const std::string_view m_text;
   const bool m_has_returns;   // carriage returns
   std::size_t m_search = 0;   // where to look for more
-  std::size_t m_counted = 0;  // m_place is that of the character there
+  std::size_t m_counted = 0;  // the offset of m_place
   Place m_place;
   std::optional<Place> m_doctype;
 };
@@ -48,7 +48,7 @@ class StartTags {
 /// The place of the character at an offset, in bytes, in UTF-8.
 Place place_at(std::string_view text, std::size_t offset);
 
-/// A place as the XML library tells it.
+/// A place as the XML library reports it.
 struct ParserPlace {
   std::uint64_t line = 0;  ///< from 1; 0 for none
   std::uint64_t utf16_column = 0;

@@ -1,3 +1,4 @@
+// Copies a program's texts, and reads types and numbers from texts.
 #include "fwbase/script/program.h"
 
 #include <algorithm>

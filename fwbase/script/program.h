@@ -1,4 +1,4 @@
-// What a script file says, as plain data.
+// The content of a script file, as plain data.
 #ifndef FWBASE_SCRIPT_PROGRAM_H
 #define FWBASE_SCRIPT_PROGRAM_H
 
@@ -20,7 +20,7 @@ struct XmlFuncParamRule {
   std::string tag;  ///< name of the element that holds the argument in a call
   IScript::VType type = IScript::VT_INT;
   bool must = true;
-  std::string defaultval;  ///< the argument's text where the element may be missing and is
+  std::string defaultval;  ///< the argument's text when an optional element is missing
   Place place;
 };
 
@@ -42,12 +42,12 @@ struct Reference {
 
 /// A recorded call.
 struct Fun {
-  std::uint32_t function;         ///< which of Program::called
+  std::uint32_t function;         ///< in Program::called
   std::uint32_t first_argument;   ///< in Program::arguments; as many as the function has parameters
   std::uint32_t first_reference;  ///< in Program::references
   std::uint32_t reference_count;
   const char* ret;  ///< variable that receives the result; null for none
-  Place place;      ///< of the "params", or of the call without any
+  Place place;      ///< of the "params"; of the call when it has none
 };
 
 struct Section {
@@ -66,13 +66,13 @@ struct Variable {
   Place place;
 };
 
-/// Everything that one file says. It moves as a whole; its texts stay where they are. A section is
-/// a run of calls, a call has runs of arguments and references, so that a program takes few blocks
+/// The content of one file. When a program is moved, its texts keep their addresses. A section is a
+/// range of calls, and a call has ranges of arguments and references: so a program takes few blocks
 /// of memory, whatever its size.
 struct Program {
   Program() : texts(std::make_unique<std::pmr::monotonic_buffer_resource>()) {}
 
-  /// A copy of a text among the program's, zero-terminated.
+  /// Copies a text into the program's memory, zero-terminated.
   std::string_view keep(std::string_view text);
 
   std::vector<std::shared_ptr<const XmlFuncRule>> functions;  ///< declared here
@@ -80,7 +80,7 @@ struct Program {
   std::vector<Variable> variables;                            ///< in order; later ones win
   std::vector<Section> sections;
   std::vector<Fun> calls;
-  std::vector<IScript::VValue> arguments;  ///< ready to hand over, empty where a reference fills in
+  std::vector<IScript::VValue> arguments;  ///< ready to pass; empty where a reference has its place
   std::vector<Reference> references;
 
  private:

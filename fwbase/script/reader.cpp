@@ -23,7 +23,7 @@ struct Stop {};
 
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
-// Empty where the code page cannot express it.
+// The text of an element; empty when the code page cannot express it.
 std::string text_of(const Element& element) {
   std::string_view text;
   element.text(text);
@@ -68,9 +68,9 @@ struct Vocabulary {
 /// A parameter as calls need it.
 struct Parameter {
   NameId tag = Vocabulary::kAbsent;
-  bool has_known_type = true;  ///< false where its declaration is wrong; so below
-  bool has_tag = true;
-  std::optional<IScript::VValue> default_value;  ///< as soon as a call has taken it
+  bool has_known_type = true;                    ///< false when its declaration is wrong
+  bool has_tag = true;                           ///< likewise
+  std::optional<IScript::VValue> default_value;  ///< set by the first call that takes it
 };
 
 /// A function that is declared, in this file or an earlier one.
@@ -154,7 +154,7 @@ class Reader {
 
   /// The children of one name in the argument set that is being read.
   struct Children {
-    std::uint32_t set = 0;  // which the rest is about, counted from 1
+    std::uint32_t set = 0;  // the number of the argument set, from 1
     std::uint32_t count = 0;
     std::optional<Element> first;
   };
@@ -171,9 +171,9 @@ class Reader {
   const Vocabulary m_names;
 
   std::unordered_map<std::string_view, Declared> m_declared;
-  std::vector<std::optional<Declared*>> m_by_name;  // those that calls have asked for
+  std::vector<std::optional<Declared*>> m_by_name;  // functions that calls name
   std::unordered_set<std::string_view> m_sections;
-  Section* m_section = nullptr;      // that calls are recorded in
+  Section* m_section = nullptr;      // the section that calls are recorded in
   std::vector<Children> m_children;  // by name
   std::uint32_t m_set = 0;
 };
@@ -315,8 +315,8 @@ bool Reader::read_param_tag(const Element& param, std::string_view& tag) {
   return !is_reserved;
 }
 
-// Whether a default takes the place of a missing argument. Where that cannot be told, no call is
-// blamed.
+// Reads whether a default takes the place of a missing argument. When the file does not make that
+// clear, a call may leave the argument out.
 bool Reader::read_param_must(const Element& param, XmlFuncParamRule& rule) {
   if (!param.has_attribute(m_names.must)) {
     return false;
@@ -342,7 +342,7 @@ void Reader::read_param_default(const Element& param, std::string_view type,
   rule.defaultval = text;
 }
 
-// Those of another name are not this engine's.
+// A process with another name is not for this engine.
 void Reader::read_process(const Element& process) {
   std::string_view name;
   const bool is_read = read_attribute(process, m_names.name, "name", Mistake::kProcessName, name);
@@ -465,7 +465,7 @@ void Reader::read_call(const Element& call) {
   }
 }
 
-// The arguments that it has, whatever its function takes.
+// Outlines the arguments that the call has, whatever its function takes.
 void Reader::outline_call(const Element& call, const Element& set) {
   const std::optional<Element> ret = child(set, m_names.ret);
   Outline::Call written{call.name(), {}, ret ? text_of(*ret) : "", set.place()};
@@ -479,7 +479,7 @@ void Reader::outline_call(const Element& call, const Element& set) {
   m_outline->sections.back().calls.push_back(std::move(written));
 }
 
-// Null after a mistake.
+// The declared function that the call names; null after a mistake.
 Declared* Reader::called(const Element& call) {
   Declared* const function = declared(call);
   if (function == nullptr) {
@@ -585,7 +585,7 @@ void Reader::read_argument_set(const Element& set, Declared& function) {
   ++m_section->call_count;
 }
 
-// So that no argument takes a walk through all children.
+// Counts the children by name once, so that no argument needs a walk through all of them.
 void Reader::count_children(const Element& set) {
   ++m_set;
   for (const Element child : set.children()) {

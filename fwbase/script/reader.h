@@ -1,5 +1,5 @@
-// From a document to a program: what each element must hold, and what is wrong with those that do
-// not. The reader knows no engine and writes no log.
+// Makes a program of a document: checks the content of each element, and describes the mistakes.
+// The reader knows no engine and writes no log.
 #ifndef FWBASE_SCRIPT_READER_H
 #define FWBASE_SCRIPT_READER_H
 
@@ -20,32 +20,32 @@ namespace fwbase::script {
 /// The name of the root of every script.
 inline constexpr std::string_view kRootElement = "korvid";
 
-/// The parameters' types of the functions that a host has registered, by name.
+/// The parameter types of the functions that a host has registered, by function name.
 using Signatures = std::map<std::string, std::vector<IScript::VType>, std::less<>>;
 
-/// What a file is read against.
+/// The functions and sections that a file is checked against.
 class Surroundings {
  public:
   /// The host's functions; null when the declarations are to be believed.
   virtual const Signatures* signatures() const { return nullptr; }
 
-  /// What earlier files brought.
+  /// The functions and sections of earlier files.
   virtual std::shared_ptr<const XmlFuncRule> declared(std::string_view) const { return nullptr; }
   virtual bool has_section(std::string_view) const { return false; }
   /// Whether an earlier load is still inside a section.
   virtual bool is_in_section() const { return false; }
 
-  /// Told of each argument that takes its default.
+  /// Called for each argument that takes its default.
   virtual void default_taken(const XmlFuncParamRule&) {}
 
   virtual ~Surroundings() = default;
 };
 
-/// What can be wrong with a file, in the order of the elements that are read.
+/// The mistakes that a file can have, in the order in which elements are read.
 enum class Mistake {
   kNone,
   kRootName,  // text: the name
-  kFuncName,  // number: the code of the XML operation, here and where nothing is said
+  kFuncName,  // number: the code of the XML operation; so for all without a remark
   kParamTag,
   kReservedTag,  // text: the tag
   kParamType,
@@ -81,10 +81,10 @@ struct Finding {
   Place place;
   const char* rule;
   std::string message;
-  ec::EC code;  ///< what loading gives; 0 for a warning
+  ec::EC code;  ///< the result of loading; 0 for a warning
 };
 
-/// What ended a load: the first mistake in the order of reading, with what is to be logged of it.
+/// The mistake that ended a load, the first in the order of reading, with the details for the log.
 struct Failure {
   Mistake mistake = Mistake::kNone;
   ec::EC code = ec::SCRIPT_OK;
@@ -94,15 +94,15 @@ struct Failure {
   unsigned int number2 = 0;
 };
 
-/// Reads what a load takes from a document: everything up to the first mistake. Without memory that
-/// is a mistake like others, and what had been read is in the program.
+/// Reads a document up to the first mistake, as a load does. Running out of memory is a mistake
+/// like others: `program` has all that was read before.
 Failure read_program(const Document& document, Surroundings& surroundings, Program& program);
 
 /// Finds all mistakes of a document; there is none if and only if loading succeeds.
 /// Throws std::bad_alloc.
 std::vector<Finding> find_mistakes(const Document& document, Surroundings& surroundings);
 
-/// What a document says as it stands; empty where its root is not that of a script.
+/// The content of a document as it stands; empty when its root is not that of a script.
 /// Throws std::bad_alloc.
 Outline read_outline(const Document& document);
 

@@ -15,7 +15,7 @@ using script::Access;
 using support::ReadGuard;
 using support::WriteGuard;
 
-// The XML platform counts its users, and a host may be one: each engine counts as one at most.
+// The XML platform counts its users, and a host may be one. Each engine is one user at most.
 ec::EC CScript::init() {
   const support::CancellationBlock no_cancellation;
   RUN_TRACE("");
@@ -87,7 +87,7 @@ bool CScript::expand_syntax(ISyntax* syntax) {
   const char* const name = syntax->name();
   try {
     if (m_syntaxes.size() == m_syntaxes.capacity()) {
-      m_syntaxes.reserve(2 * m_syntaxes.size() + 1);  // what follows must not fail half-way
+      m_syntaxes.reserve(2 * m_syntaxes.size() + 1);  // the next steps must not fail half-way
     }
     if (ec::failed(InsertFunRule(name, types, count))) {
       return false;

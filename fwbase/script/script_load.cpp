@@ -1,5 +1,5 @@
-// Loading: a file becomes a document, the document a program, and that is added to what the engine
-// has. The first mistake ends it; what was read until then stays.
+// Loading: makes a document of a file and a program of the document, and adds the program to the
+// engine. The first mistake ends the load; everything that was read before it stays.
 #include <new>
 #include <utility>
 
@@ -15,8 +15,8 @@ using script::Mistake;
 using script::Program;
 using support::WriteGuard;
 
-/// What a file is read against: the engine as it is when the load begins, for as long as that holds
-/// the lock.
+/// The functions and sections of the engine when a load begins. Valid while the load holds the
+/// lock.
 class CScript::Loaded final : public script::Surroundings {
  public:
   explicit Loaded(CScript& engine) FWBASE_REQUIRES(engine.m_lock)
@@ -83,7 +83,7 @@ ec::EC CScript::load_script_document(const char* path) {
   return failure.code;
 }
 
-// In the order of the file, for memory may run out on the way: what was added until then stays.
+// Adds in the order of the file: when memory runs out, everything that was added before stays.
 void CScript::add(Program program) {
   const auto loaded = std::make_shared<LoadedProgram>(std::move(program));
   for (const auto& function : loaded->program.functions) {

@@ -1,5 +1,5 @@
-// Reloading: a file is read without the lock, as a program for an engine that has loaded nothing.
-// Then it takes the place of all that files have brought, in one step that cannot fail half-way.
+// Reloading: reads a file without the lock, as a program for an engine that has loaded nothing.
+// Then the program replaces all loaded files, in one step that cannot fail half-way.
 #include <new>
 #include <utility>
 
@@ -20,7 +20,7 @@ using support::WriteGuard;
 
 namespace {
 
-/// Tells of defaults, as loading does.
+/// Logs each default that is taken, as loading does.
 class EmptyEngine final : public script::EmptyEngine {
  public:
   using Tell = std::function<void(const script::XmlFuncParamRule& rule)>;
@@ -36,9 +36,9 @@ class EmptyEngine final : public script::EmptyEngine {
 
 }  // namespace
 
-/// What a file brings, ready to be swapped in.
+/// The content of a file, ready to be swapped in.
 struct CScript::Replacement {
-  std::uint64_t registrations = 0;  ///< of the functions that it was read against
+  std::uint64_t registrations = 0;  ///< the engine's count when `signatures` were copied
   script::Signatures signatures;
   std::string path;
   std::string bytes;
@@ -115,7 +115,7 @@ ec::EC CScript::read_replacement(const char* path, Replacement& next,
   return ec::SCRIPT_OK;
 }
 
-// What was there goes with the caller's `next`, without the lock.
+// The caller's `next` gets the old content, and frees it without the lock.
 bool CScript::replace(Replacement& next) {
   const WriteGuard guard(m_lock);
   if (m_registrations != next.registrations) {

@@ -1,8 +1,8 @@
 // Running a section: its calls in order, each with the arguments of this run's environment.
 //
-// A run holds the program that it began with and no lock: other runs go on beside it, variables
-// may change, files may be loaded, and a host may even release the engine. So whatever it takes
-// from the engine it takes anew for each call.
+// A run holds the program that it began with, and no lock. Meanwhile other runs may go on,
+// variables may change, files may be loaded, and the host may even release the engine. So the run
+// looks up variables and functions anew for each call.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -27,7 +27,7 @@ namespace {
 constexpr std::int32_t kSucceeded = 1;
 constexpr std::int32_t kFailed = 2;
 
-/// Notes how a call ended; it has failed unless it is said to have succeeded, for it may throw.
+/// Notes how a call ended. A call has failed unless it is noted as successful, since it may throw.
 class Outcome {
  public:
   explicit Outcome(std::atomic<std::int32_t>& state) : m_state(state) {}
@@ -54,8 +54,8 @@ bool is_named(IScript::ISyntax& function, const char* name) {
 
 }  // namespace
 
-/// One run: its environment, and memory for the arguments that are values of variables, which is
-/// used again from call to call.
+/// One run: its environment, and memory for arguments that are values of variables. All calls of
+/// the run use that memory in turn.
 class CScript::Run {
  public:
   Run(const CScript& engine, void* env) : m_engine(engine), m_env(env), m_outer(innermost) {
@@ -65,7 +65,7 @@ class CScript::Run {
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
 
-  /// That of the innermost run of an engine on this thread.
+  /// The environment of the innermost run of an engine on this thread.
   static void* environment(const CScript& engine) {
     const Run* run = innermost;
     while (run != nullptr && &run->m_engine != &engine) {
@@ -227,7 +227,7 @@ ec::EC CScript::Call_Fun(const char* name, const VValue* args, const char* ret) 
 }
 
 IScript::ISyntax* CScript::find_function(const char* name) const {
-  // The one registered last wins, so the search begins at the end.
+  // The function that was registered last wins, so the search begins at the end.
   const auto found = std::find_if(m_syntaxes.rbegin(), m_syntaxes.rend(),
                                   [name](ISyntax* syntax) { return is_named(*syntax, name); });
   if (found == m_syntaxes.rend()) {

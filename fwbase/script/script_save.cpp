@@ -67,7 +67,7 @@ ec::EC CScript::save_script_data() {
   return ec::SCRIPT_OK;
 }
 
-// From the bytes that were loaded: the file may have changed since.
+// Makes the document from the bytes that were loaded: the file may have changed since.
 void CScript::make_document() {
   if (m_bytes.empty()) {
     return;

@@ -1,3 +1,5 @@
+// Variables are in hash tables: one for the global variables, one for each environment that has
+// any.
 #include "fwbase/script/values.h"
 
 #include <algorithm>

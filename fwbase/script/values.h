@@ -26,18 +26,18 @@ struct Value {
   bool is_of_file = false;  ///< brought by a loaded file, whoever has set it since
 };
 
-/// What a file gives a variable.
+/// The value that a file gives a variable.
 inline Value value_of(const Variable& variable) {
   return {variable.type, variable.number, std::string(variable.text), true};
 }
 
-/// What came of reading a variable.
+/// The result of reading a variable.
 enum class Access {
   kOk,
   kNoTable,  ///< the environment has no variables
   kNotFound,
   kOtherType,
-  kNoValue  ///< the type is neither of the two, so that there is nothing to read
+  kNoValue  ///< the type is neither VT_INT nor VT_STRING: there is nothing to read
 };
 
 /// Lies in one piece of memory, with the hashes of the names: a look-up touches little of it.
@@ -47,33 +47,33 @@ using NamedValues = tsl::robin_map<std::string, Value, support::NameHash, std::e
 /// Variables by name. Not synchronised.
 class ValueTable {
  public:
-  /// Creates a variable, or replaces one together with its type. One of another type than the two
-  /// has no value. Gives the type that the variable had, VT_INT for a new one. Throws
-  /// std::bad_alloc; nothing has changed then.
+  /// Creates a variable, or replaces its value and its type. A variable that is neither VT_INT nor
+  /// VT_STRING has no value. Returns the type that the variable had before, VT_INT for a new one.
+  /// Throws std::bad_alloc; then nothing has changed.
   IScript::VType set(std::string_view name, IScript::VType type, const void* data);
 
-  /// Creates or replaces a variable that a file brings. Throws std::bad_alloc, as the next; nothing
-  /// has changed then.
+  /// Creates or replaces a variable that a file brings. Throws std::bad_alloc; then nothing has
+  /// changed.
   void bring(std::string_view name, Value value);
 
-  /// Puts the variables of one file in the place of those of all files. A variable keeps its value
-  /// where its type stays; those that no file has brought stay. `brought` has the former table
-  /// then. Throws std::bad_alloc; this table has not changed then.
+  /// Replaces the variables of all files by the variables of one file. A variable keeps its value
+  /// if its type stays the same. Variables that no file has brought stay. Afterwards `brought` has
+  /// the old table. Throws std::bad_alloc; then this table has not changed.
   void replace_brought(NamedValues& brought);
 
   /// Reads a variable into the caller's int or string, which stays as it is on failure.
   Access get(std::string_view name, IScript::VType type, void* out) const;
 
-  /// Its value, null when there is no such variable. Valid until it is changed.
+  /// The value of a variable; null when there is no such variable. Valid until the table changes.
   const Value* find(std::string_view name) const;
 
-  /// False when there is none.
+  /// Removes a variable. False when there is none.
   bool remove(std::string_view name);
 
-  /// The types of those without a value, by their names' bytes.
+  /// The types of the variables without a value, in the order of their names' bytes.
   std::vector<IScript::VType> unknown_types() const;
 
-  /// All of them, by their names' bytes. Valid until the table changes.
+  /// All variables, in the order of their names' bytes. Valid until the table changes.
   std::vector<const std::pair<std::string, Value>*> sorted() const;
 
  private:
@@ -89,7 +89,7 @@ class Values {
   /// ValueTable::set() in an environment, whose table is made by the first write.
   IScript::VType set(std::string_view name, IScript::VType type, const void* data, void* env);
 
-  /// Takes an environment's table out; nothing where it has none.
+  /// Takes an environment's table out; nothing when it has none.
   std::optional<ValueTable> take(void* env);
 
   /// ValueTable::get() in an environment, never in the global table.
@@ -99,7 +99,7 @@ class Values {
   const ValueTable* of(void* env) const;
 
   /// The types of all variables without a value: the global ones, then those of each environment,
-  /// by addresses.
+  /// in the order of their addresses.
   std::vector<IScript::VType> unknown_types() const;
 
  private:

@@ -1,5 +1,5 @@
-// A walk of its own over the document, one function for each kind of element, in the way that
-// loading looks at it: what is ignored there is told here, once, and not entered.
+// Walks over the document as loading does, with one function for each kind of element. Warns once
+// about an element that loading ignores, and does not look into it.
 #include "fwbase/script/warnings.h"
 
 #include <algorithm>
@@ -29,7 +29,7 @@ std::string lower(std::string_view text) {
   return all;
 }
 
-// How many characters must be typed to make one text of the other.
+// The number of edits that make one text of the other.
 std::size_t distance(const std::string& a, const std::string& b) {
   std::vector<std::size_t> row(b.size() + 1);
   for (std::size_t j = 0; j <= b.size(); ++j) {
@@ -47,8 +47,8 @@ std::size_t distance(const std::string& a, const std::string& b) {
   return row.back();
 }
 
-// "; did you mean "value"?", or nothing where no name is near. Long names are not compared: they
-// are nobody's slip, and a file may have many.
+// "; did you mean "value"?", or nothing when no name is similar. Does not compare long names: they
+// are no slip of the fingers, and a file may have many.
 std::string suggestion(std::string_view name, const std::vector<std::string>& known) {
   constexpr std::size_t kLongest = 64;
   const std::string written = lower(name);
@@ -72,23 +72,23 @@ bool belongs_to_xml(std::string_view attribute) {
          attribute.starts_with("xml:");
 }
 
-/// A function as the file declares it, for its calls.
+/// A function as the file declares it, to check its calls.
 struct Declaration {
   struct Param {
     std::string_view tag;
-    std::optional<IScript::VType> type;  ///< none where the declaration is wrong
+    std::optional<IScript::VType> type;  ///< none when the declaration is wrong
   };
 
   Element func;
   std::string name;
   std::vector<Param> params;
   std::unordered_map<std::string_view, std::size_t> by_tag;  // in params
-  bool is_sound = true;      ///< false where the reader has found a mistake in it
-  bool has_all_tags = true;  ///< false where what a call gives may be meant for it
+  bool is_sound = true;      ///< false when the reader has found a mistake in it
+  bool has_all_tags = true;  ///< false when an unknown argument may be meant for a parameter
   bool is_called = false;
 };
 
-// What may stand in a set of arguments; for suggestions, which many names would make slow.
+// The names that an argument set may have, for suggestions. At most kMost: more would be slow.
 std::vector<std::string> names_in(const Declaration& declaration) {
   constexpr std::size_t kMost = 50;
   std::vector<std::string> names = {"params", "ret"};
@@ -171,7 +171,7 @@ class Walk {
   std::unordered_map<std::string_view, std::size_t> m_by_name;  // in m_declarations
   std::vector<Declaration> m_declarations;
   std::unordered_set<std::string_view> m_variables;
-  std::unordered_set<std::string_view> m_given;  // by "ret" or the host
+  std::unordered_set<std::string_view> m_given;  // variables that a "ret" or the host sets
   std::vector<Reference> m_references;
   std::vector<Finding> m_findings;
 };
@@ -194,7 +194,7 @@ std::vector<Finding> Walk::findings() {
   return std::move(m_findings);
 }
 
-// Templates first, as loading reads them.
+// Walks over the templates first, as loading does.
 void Walk::walk_root(const Element& root) {
   expect_attributes(root, {});
   expect_no_text(root);
@@ -456,7 +456,7 @@ void Walk::walk_name(const Element& element) {
   }
 }
 
-// Whatever else is wrong with a call, what its "ret" names is not missing.
+// Notes the variable that a "ret" names, whatever else is wrong with the call: it is not missing.
 void Walk::note_results(const Element& call) {
   const auto note = [this](const Element& set) {
     for (const Element child : set.children()) {

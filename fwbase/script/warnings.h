@@ -1,4 +1,4 @@
-// What loading accepts, but hardly anybody means.
+// Warnings about content that loading accepts although it is hardly meant.
 #ifndef FWBASE_SCRIPT_WARNINGS_H
 #define FWBASE_SCRIPT_WARNINGS_H
 
@@ -10,16 +10,18 @@
 
 namespace fwbase::script {
 
-/// Finds what a document holds that nothing reads, numbers that are cut, and names that nothing
-/// gives. Where the reader has found a mistake, what depends on it is passed over.
+/// Finds content that nothing reads, numbers that are cut, and references to variables that nothing
+/// sets. Leaves out warnings that depend on a mistake which the reader has found.
+///
 /// signatures    the host's functions; null when the declarations are to be believed
 /// environment   the variables that the host sets in the environments of sections
+///
 /// Throws std::bad_alloc.
 std::vector<Finding> find_warnings(const Document& document, const Signatures* signatures,
                                    const std::vector<std::string>& environment);
 
-/// Whether an int's text is a whole number in the range of 32 bits, blanks around it aside: what
-/// int_of() reads all of.
+/// Whether all of a text is one whole number in the range of 32 bits, with blanks around it or not:
+/// then int_of() reads it without a loss.
 bool is_whole_number(std::string_view text);
 
 }  // namespace fwbase::script

@@ -13,7 +13,9 @@ std::string joined(const std::vector<std::string>& texts);
 
 /// Foreign text that is safe for a terminal: control characters (below 0x20, 0x7F, and U+0080 to
 /// U+009F) and bytes that are not UTF-8 are escaped as \n, \t, \x1b and \u009b. Backslashes stay,
-/// so that escaping twice does no harm. kept   control characters below 0x20 that stay
+/// so that escaping twice does no harm.
+///
+/// kept   control characters below 0x20 that are not escaped
 std::string escaped(std::string_view text, std::string_view kept = {});
 
 /// In double quotes, escaped, and with a backslash before quotes and backslashes.

@@ -13,7 +13,7 @@ using tools::complain;
 enum Status : int {
   kClean = 0,
   kFindings = 1,
-  kNothing = 2,  ///< wrong usage, or the check could not be started
+  kNothing = 2,  ///< wrong usage, the check could not be started, or the result not be written
   kInterrupted = 130
 };
 

@@ -12,15 +12,18 @@
 
 namespace fwlog {
 
-/// For people: escapes control characters as tools::escaped() does, but for tabs and line feeds,
-/// and adds `indent` behind each line feed. utf8   valid
+/// For people: escapes control characters as tools::escaped() does, except tabs and line feeds,
+/// and adds `indent` after each line feed.
+///
+/// utf8   valid UTF-8
 void add_shown(std::string_view utf8, std::string_view indent, Output& out);
 
 /// Text in any encoding, on one line.
 std::string shown(std::string_view text);
 
-/// The inside of a JSON string.
-/// utf8   valid
+/// Adds the inside of a JSON string.
+///
+/// utf8   valid UTF-8
 void add_json(std::string_view utf8, Output& out);
 
 /// "2014-10-29T10:20:30", with `between` between date and time.

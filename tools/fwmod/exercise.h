@@ -10,11 +10,13 @@
 
 namespace fwmod {
 
-/// Has the module manager create the module, and a product if it is a factory, and destroy both;
-/// then lists what they left behind. A failure, a null result or an exception is a fault. Returns
-/// whether unloading the library would pull away code that still runs, or that the facade's
-/// release() needs. manager    the real one, which records nothing argument   for every init();
-/// without one they get null
+/// Has the module manager create the module, and a product if it is a factory, and destroy both.
+/// Then lists what they left behind. A failure, a null result or an exception is a fault.
+/// Returns whether unloading the library would take away code that still runs or that the
+/// facade's release() needs.
+///
+/// manager    the real module manager, which records nothing
+/// argument   every init() gets it; without an argument every init() gets null
 bool exercise(const Library& library, fwbase::IMM& manager,
               const std::optional<std::string>& argument, RecordedFacade& facade,
               Findings& findings);

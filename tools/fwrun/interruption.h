@@ -1,4 +1,5 @@
-// Ctrl-C: a call that runs may end before fwrun does.
+// Ctrl-C: fwrun ends when the call that runs has ended. CallWatch::call() makes no further call
+// after an interruption.
 #ifndef FWRUN_INTERRUPTION_H
 #define FWRUN_INTERRUPTION_H
 

@@ -1,3 +1,4 @@
+// Finds damaged bytes that the XML library reads as if they were good.
 #ifndef UTILITY_XML_DOCUMENT_ENCODING_H
 #define UTILITY_XML_DOCUMENT_ENCODING_H
 

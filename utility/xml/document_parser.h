@@ -1,3 +1,4 @@
+// Parsers of the XML library that take only whole, well-formed documents within limits.
 #ifndef UTILITY_XML_DOCUMENT_PARSER_H
 #define UTILITY_XML_DOCUMENT_PARSER_H
 

@@ -1,5 +1,5 @@
-// Each report of the scanner is counted or looked at by itself; the work that it does between two
-// reports is bounded by its memory.
+// Counts or examines each report of the scanner. The limit of memory bounds the scanner's work
+// between two reports.
 #include "utility/xml/document_rules.h"
 
 #include <algorithm>
@@ -29,8 +29,9 @@ void DocumentRules::error(unsigned int code, const XMLCh* domain,
   }
 }
 
-// Asked for the external DTD subset, which validation wants in spite of the setting and which is
-// left out, and for external entities, without which the document would not be whole.
+// The scanner asks for the external DTD subset, because it validates, in spite of the setting. This
+// gives it an empty one. The scanner also asks for external entities: a document is not whole
+// without them, and is refused.
 xc::InputSource* DocumentRules::resolve_entity() {
   if (m_in_internal_subset) {
     refuse_another_file();
@@ -89,15 +90,15 @@ void DocumentRules::attribute_declared(const xc::DTDElementDecl& element, const 
   m_declared_elements.add(element.getFullName());
   m_declared_attributes.try_emplace(&element, NameTable{kElements})
       .first->second.add(attr.getFullName());
-  // The DOM keeps IDs in a table in which a document can make all of them collide. What an ID is
-  // besides, a token is as well.
+  // The DOM keeps IDs in a hash table, and a document can make all of them collide. So an ID
+  // becomes a name token, which the library reads in the same way.
   if (attr.getType() == xc::XMLAttDef::ID) {
     const_cast<xc::DTDAttDef&>(attr).setType(xc::XMLAttDef::NmToken);
   }
 }
 
-// The DOM makes all default values of the element anew, for each of its lists of attributes. Other
-// parsers refuse what the DOM would.
+// For each attribute list of an element, the DOM makes all default values of the element anew. This
+// work counts in the SAX2 parser, too, so that both parsers refuse the same documents.
 void DocumentRules::attribute_list_declared(const xc::DTDElementDecl& element) {
   constexpr std::size_t kWorkPerDefault = 100;
   const XMLSize_t attr_count = element.hasAttDefs() ? element.getAttDefList().getAttDefCount() : 0;
@@ -161,7 +162,7 @@ void DocumentRules::count_attributes(const xc::RefVectorOf<xc::XMLAttr>& attrs,
   }
 }
 
-// The library keeps a declaration for each of them.
+// The library keeps a declaration for each element that a content model names.
 void DocumentRules::count_names_in(const XMLCh* content_model) {
   constexpr std::basic_string_view<XMLCh> kDelimiters = u"(|,)?*+";
   std::basic_string_view<XMLCh> rest(content_model);

@@ -1,3 +1,4 @@
+// Limits the cost of a document, and refuses one that is not whole by itself.
 #ifndef UTILITY_XML_DOCUMENT_RULES_H
 #define UTILITY_XML_DOCUMENT_RULES_H
 
@@ -22,52 +23,58 @@
 
 namespace utility {
 
-// What a document may cost. Sizes that depend on the document are per byte of its file.
+// The limits of a document's cost. A limit "PerByte" is multiplied by the bytes of the file and
+// added to the fixed limit.
 
-/// Bytes of the file.
+/// The bytes of the file.
 constexpr std::size_t kMaxFileSize = std::size_t{256} * 1024 * 1024;
-/// Elements and entity references nested in each other. The XML library saves, copies and
-/// searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
+/// The depth of elements and entity references nested in each other. The XML library saves, copies
+/// and searches a tree by recursion; this depth fits a thread's stack of 512 KiB.
 constexpr std::size_t kMaxNesting = 1000;
-/// Expansions of entities, wherever they are referenced: so many, and one for so many bytes.
+/// The number of entity expansions, wherever the references are: kMaxExpansions, and one more for
+/// each kBytesPerExpansion bytes of the file.
 constexpr std::size_t kMaxExpansions = 20'000;
 constexpr std::size_t kBytesPerExpansion = 32;
-/// Characters read from expansions, and attribute declarations looked at for elements.
+/// The work: characters read from expansions, plus attribute declarations looked at for elements.
 constexpr std::size_t kMaxWork = 8'000'000;
 constexpr std::size_t kMaxWorkPerByte = 8;
-/// Bytes of memory. Elements of one letter with nothing in them take about 75 bytes per byte.
+/// The bytes of memory. An empty element with a name of one letter takes about 75 bytes of memory
+/// for each of its bytes.
 constexpr std::size_t kMaxMemory = std::size_t{32} * 1024 * 1024;
 constexpr std::size_t kMaxMemoryPerByte = 96;
-/// Different names of elements and attributes, for the DOM's table of names has a fixed size.
+/// The number of different names of elements and attributes: the DOM's table of names has a fixed
+/// size.
 constexpr std::size_t kMaxNames = 50'000;
-/// Attributes of an element.
+/// The number of attributes of one element.
 constexpr std::size_t kMaxAttributes = 5'000;
-/// Declarations in the internal DTD subset; the library walks an element's for each new one.
+/// The number of declarations in the internal DTD subset: for each new attribute declaration the
+/// library walks over those that the element has.
 constexpr std::size_t kMaxDeclarations = 5'000;
 
-/// A document's name to the library. In its own characters: it would convert other ones under a
-/// lock of the whole process, which all parsers would wait for, and which a forked child could find
-/// held for ever.
+/// The name that each document has for the library, in the library's own characters. The library
+/// would convert a narrow name under a lock of the whole process: all parsers would wait for that
+/// lock, and a forked child could find it held for ever.
 constexpr const XMLCh* kDocumentName = u"document";
 
-/// What a parser of the XML library must refuse so that a document is well-formed, whole by itself,
-/// and costs no more than it may. The parser tells of everything that its scanner reports, in the
-/// functions below, which are named after it; they throw DocumentRefused.
+/// The checks that a parser of the XML library makes so that a document is well-formed, whole by
+/// itself, and within the limits. The parser passes each report of its scanner to the function
+/// below that is named after the report. These functions throw DocumentRefused.
 ///
-/// The parser scans with a NoValidation for validator, "validation if there is a DTD", no
-/// namespaces and no schema, takes its memory from the same XmlMemory, and asks is_whole() in the
-/// end.
+/// The parser scans with a NoValidation as its validator, with "validation if there is a DTD",
+/// without namespaces and without a schema. It takes its memory from the same XmlMemory, and calls
+/// is_whole() at the end.
 class DocumentRules {
  public:
   explicit DocumentRules(XmlMemory& memory) : m_memory(&memory) {}
 
-  /// Begins with a document of so many bytes: the memory is watched from now on.
+  /// Begins a document of `bytes` bytes, and watches the memory from now on.
   void begin(std::size_t bytes);
 
-  /// Ends watching; to be called whatever has come of the document.
+  /// Ends watching. Must be called, also when the document is refused.
   void end() { m_memory->unwatch(); }
 
-  /// Whether an error has been reported. The scanner goes on behind some, and leaves things out.
+  /// Whether an error has been reported. After some errors the scanner goes on and leaves things
+  /// out.
   bool is_damaged() const { return m_damaged; }
 
   /// Whether the document was refused for an entity in another file.
@@ -87,7 +94,7 @@ class DocumentRules {
 
   // XMLEntityHandler
 
-  /// What is read in place of something outside the file; the caller gets it to delete it.
+  /// The input that stands in for something outside the file. The caller owns it.
   xc::InputSource* resolve_entity();
 
   // XMLDocumentHandler; an element without content begins and ends, as any other.

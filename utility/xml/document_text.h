@@ -1,3 +1,4 @@
+// Writes a document as XML text, and checks that the text gives the same document.
 #ifndef UTILITY_XML_DOCUMENT_TEXT_H
 #define UTILITY_XML_DOCUMENT_TEXT_H
 

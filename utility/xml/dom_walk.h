@@ -1,3 +1,4 @@
+// Walks over DOM trees. None of them recurses, so that no depth of nesting can exhaust the stack.
 #ifndef UTILITY_XML_DOM_WALK_H
 #define UTILITY_XML_DOM_WALK_H
 
@@ -8,8 +9,6 @@
 #include <xercesc/dom/DOM.hpp>
 
 namespace utility {
-
-// Walks over DOM trees. None of them recurses, so that no depth of nesting can exhaust the stack.
 
 /// The text of first and of what follows it: text and CDATA siblings, entity references expanded,
 /// up to the first element, comment or processing instruction. DOMText::getWholeText() is not

@@ -1,3 +1,4 @@
+// Refuses documents whose names are chosen to collide in the XML library's hash tables.
 #ifndef UTILITY_XML_NAME_TABLE_H
 #define UTILITY_XML_NAME_TABLE_H
 
@@ -10,19 +11,18 @@
 
 namespace utility {
 
-/// So many names of a document may be in one bucket of the XML library's hash tables, and four
-/// times as many as there are in a bucket on average. Names that nobody has chosen for it stay far
-/// below.
+/// A bucket of the XML library's hash tables may have this number of names, plus four times the
+/// average number of names in a bucket. Names that are not chosen to collide stay far below that.
 constexpr std::size_t kMaxNamesPerBucket = 500;
 
-/// A hash table of the library: what it begins with and how it grows.
+/// A hash table of the library: its first size and its growth.
 struct HashTable {
   std::size_t buckets;
-  std::size_t growth;  ///< then it has so many times as many, and one; 0: it never grows
-  std::size_t names_in_4_buckets;  ///< what it has at the most before it grows
+  std::size_t growth;              ///< n buckets become growth * n + 1; 0: the table never grows
+  std::size_t names_in_4_buckets;  ///< the average at which the table grows, times 4
 };
 
-/// Elements of a DTD, and entities and notations.
+/// Elements, entities and notations of a DTD.
 constexpr HashTable kDeclarations = {109, 2, 3};
 /// The attributes that a DTD declares for an element, and elements that it does not declare.
 constexpr HashTable kElements = {29, 2, 3};
@@ -30,15 +30,15 @@ constexpr HashTable kElements = {29, 2, 3};
 constexpr HashTable kTag = {7, 8, 16};
 /// Names of a DOM document.
 constexpr HashTable kDomNames = {257, 0, 0};
-/// What a DOM document type has of one kind.
+/// Declarations of one kind in a DOM document type.
 constexpr HashTable kDomDeclarations = {193, 0, 0};
 
-/// How many buckets such a table has with so many names.
+/// The number of buckets of a table that holds `names` names.
 std::size_t buckets_for(std::size_t names, const HashTable& table);
 
-/// The names of one kind in a document, and how they fall into the hash tables in which the library
-/// keeps them. Everybody knows the library's hash function: a document can have names that all fall
-/// into one bucket, and then each look-up compares the name with all others.
+/// The names of one kind in a document, and their numbers in the buckets of the library's hash
+/// tables. The library's hash function is public: a document can have names that all fall into one
+/// bucket. Then each look-up compares the name with all others.
 class NameTable {
  public:
   NameTable(std::initializer_list<HashTable> tables);
@@ -46,7 +46,7 @@ class NameTable {
   /// Counts a name, unless it has been counted. Throws DocumentRefused when a bucket is too full.
   void add(const XMLCh* name);
 
-  /// How many names there are.
+  /// The number of names.
   std::size_t size() const { return m_hashes.size(); }
 
  private:

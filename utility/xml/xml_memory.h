@@ -1,3 +1,4 @@
+// The memory of the XML library's parsers and serializers: freed as a whole, and limited.
 #ifndef UTILITY_XML_XML_MEMORY_H
 #define UTILITY_XML_XML_MEMORY_H
 
@@ -17,16 +18,17 @@ struct DocumentRefused {};
 
 /// The memory of one parser and its document, or of one serializer.
 ///
-/// It frees what the XML library forgets: the library loses objects when an exception passes
-/// through it, and one for each document with an external DTD subset.
+/// Frees the objects that the XML library forgets: some when an exception passes through it, and
+/// one for each document with an external DTD subset.
 ///
-/// It bounds what a hostile document can make the library do.
+/// Bounds the memory and the work that a hostile document can cost.
 ///
-/// Entities in content count by their declared lengths, as each reference is reported. A reference
-/// in a default value, in an attribute or to a parameter entity is reported to nobody, and it is
-/// expanded before anything that holds it is: the library's SecurityManager counts those in tags
-/// alone, and not how long they are. For these there is only what an expansion allocates, a reader.
-/// That does not tell which entity it reads: it counts as the longest one.
+/// The library reports each entity reference in content, and the expansion counts by the declared
+/// length of the entity. The library does not report a reference to a parameter entity, or one in
+/// an attribute or a default value, and it expands those before it reports the markup around them.
+/// Its SecurityManager counts only references in tags, and no lengths. But each expansion allocates
+/// a reader, which this class recognises. The reader does not show its entity, so that the
+/// expansion counts as one of the longest entity.
 class XmlMemory final : public xc::MemoryManager {
  public:
   XmlMemory() = default;
@@ -39,7 +41,7 @@ class XmlMemory final : public xc::MemoryManager {
   /// counted, in characters read from expansions, is more than max_work.
   void watch(std::size_t max_bytes, std::size_t max_expansions, std::size_t max_work);
 
-  /// Ends it: there are no limits until the next watch().
+  /// Ends the counting: there are no limits until the next watch().
   void unwatch() { m_watching = false; }
 
   /// Tells of a declared entity.
@@ -51,16 +53,17 @@ class XmlMemory final : public xc::MemoryManager {
   /// Counts other work that the size of the document does not bound.
   void count_work(std::size_t amount);
 
-  /// Takes bytes off what may be in use: for what the document takes elsewhere.
+  /// Counts bytes that the document takes elsewhere: so many fewer may be in use here.
   void count_bytes(std::size_t bytes);
 
-  /// Begins with the next piece of the document, a tag or a declaration, of which nothing is heard
-  /// until its end. A piece may have so many names that looking them up takes the square of their
-  /// number: DocumentRefused is thrown when it takes too many small blocks and keeps them.
+  /// Begins the next piece of the document, a tag or a declaration, which the library reports only
+  /// when it has ended. Looking up the names of a piece may take the square of their number:
+  /// DocumentRefused is thrown when a piece allocates too many small blocks and keeps them.
   void begin_piece() { m_small_blocks_before = m_small_blocks; }
 
-  /// For the end of the parser: from now on there is memory put by for short-lived blocks. To free
-  /// a content model the library takes memory, in a destructor: without any the process would end.
+  /// For the end of the parser: from now on short-lived blocks may come from a reserve. The library
+  /// allocates memory in a destructor, to free a content model: a failure there would end the
+  /// process.
   void begin_release() { m_releasing = true; }
 
   void* allocate(XMLSize_t size) override;

@@ -1,7 +1,9 @@
-// When memory runs out while it starts, the XML library ends the process or, where it does not,
-// takes itself for started, crashes at the next use and crashes when it is stopped; when memory
-// runs out while it stops, it ends the process. So both are done with memory put by, which the
-// library gets by way of its memory manager. All but one of its blocks come from there.
+// The XML library starts and stops with a reserve of memory, which it gets through its memory
+// manager. All but one of its blocks come from there.
+//
+// Without a reserve, a lack of memory would end the process when the library starts or stops. At
+// some points of the start the library would not end the process, but take itself for started: it
+// would crash at the next use, and again when it is stopped.
 #include "utility/xml/xml_platform.h"
 
 #include "utility/xml/xc.h"
@@ -21,10 +23,10 @@ namespace utility {
 namespace {
 
 std::atomic<bool> out_of_service{false};
-int uses_kept = 0;  // of users that could not stop
+int uses_kept = 0;  // the number of users that could not stop the library
 
-/// The memory of the XML library when it is this library that starts it; all of the process has its
-/// blocks from here then. As the library's own, but for the reserve.
+/// The memory manager of the XML library when this library starts it. The whole process then uses
+/// it. It differs from the XML library's own by the reserve only.
 class PlatformMemory final : public xc::MemoryManager {
  public:
   void* allocate(XMLSize_t size) override {
@@ -40,14 +42,14 @@ class PlatformMemory final : public xc::MemoryManager {
   void deallocate(void* block) override { ::operator delete(block); }
   MemoryManager* getExceptionMemoryManager() override { return this; }
 
-  /// Puts memory by for this thread, one at a time. False when there is none.
+  /// Makes the reserve, for the calling thread only. False when there is no memory.
   bool put_by() {
     m_owner = ::pthread_self();
     m_reserve = ::operator new(kSize, std::nothrow);
     return m_reserve != nullptr;
   }
 
-  /// Gives it back. False when there is nothing, or it is for another thread.
+  /// Frees the reserve. False when there is none, or it is for another thread.
   bool give_reserve() {
     void* const given =
         ::pthread_equal(m_owner, ::pthread_self()) ? m_reserve.exchange(nullptr) : nullptr;
@@ -62,8 +64,8 @@ class PlatformMemory final : public xc::MemoryManager {
   std::atomic<void*> m_reserve{nullptr};
 };
 
-/// What the library does when it cannot go on: while it starts, an exception; later its own way,
-/// which is to end the process.
+/// Runs when the library cannot go on. While the library starts, it throws an exception. Later it
+/// ends the process, as the library's own handler does.
 class PanicHandler final : public xc::DefaultPanicHandler {
  public:
   void panic(const xc::PanicHandler::PanicReasons reason) override {
@@ -122,7 +124,7 @@ bool start_xml_platform() {
 void stop_xml_platform() {
   if (memory.put_by()) {
     if (xc::XMLPlatformUtils::fgMemoryManager != &memory) {
-      memory.give_reserve();  // a host has started the library: the memory is there at least
+      memory.give_reserve();  // a host has started the library: free it for the host's manager
     }
     xc::XMLPlatformUtils::Terminate();
     memory.give_reserve();

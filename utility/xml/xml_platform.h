@@ -1,18 +1,19 @@
+// Starts and stops the XML library, also when memory is short.
 #ifndef UTILITY_XML_XML_PLATFORM_H
 #define UTILITY_XML_XML_PLATFORM_H
 
 namespace utility {
 
-/// Starts the XML library for one user, which ends its use with stop_xml_platform(). False without
-/// memory: it is not started then and may be tried again, unless that has happened at a point from
-/// where the library can neither go on nor back. It is out of service then, for the rest of the
-/// process.
+/// Starts the XML library for one user, who ends the use with stop_xml_platform(). False when
+/// memory runs out. Then the library is not started and the user may try again, with one exception:
+/// at some points of its start the library can go neither on nor back. Then it is out of service
+/// for the rest of the process.
 ///
-/// As XMLPlatformUtils::Initialize(), not to be called in two threads at once.
+/// As with XMLPlatformUtils::Initialize(), two threads must not call this at once.
 bool start_xml_platform();
 
-/// Ends the use of one user. Without memory the library stays started, until it is used and stopped
-/// again: its end takes memory, too.
+/// Ends the use of one user. Stopping the library takes memory, too: without memory the library
+/// stays started until another user has started and stopped it.
 void stop_xml_platform();
 
 /// Whether the library is started and not out of service.
